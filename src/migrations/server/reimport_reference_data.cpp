@@ -1,0 +1,18 @@
+#include "twupdate/update.h"
+
+namespace twupdate {
+
+// The reference data is the central database's alone: a site's copies are left as they are.
+void Update::ReimportReferenceData(StringRef, StringRef, bool isSite) {
+    if (!isSite) {
+        ImportComponentReferenceData();
+    }
+}
+
+void Update::ReimportReferenceData(StringRef databaseName, StringRef tablePrefix, bool isSite,
+                                   Boolean& result) {
+    ReimportReferenceData(databaseName, tablePrefix, isSite);
+    result = kTrue;
+}
+
+}  // namespace twupdate
