@@ -1,0 +1,273 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "support/recording_host.h"
+#include "support/update_test_peer.h"
+
+namespace twupdate {
+namespace {
+
+using test::RecordingHost;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// A version at which no step of any ladder is left, but which is still below the current one.
+constexpr double kNoStepsLeft = 1.0264;
+
+std::string SitesAbove(std::int32_t lastSiteId) {
+    return "SELECT siteid, version FROM tw_tarnwick.site WHERE siteid > " +
+           std::to_string(lastSiteId) +
+           " AND version < ? AND harddeleted = 0 AND transaction = 0 ORDER BY siteid LIMIT 30;";
+}
+
+/// Sites `first` to `last` as the enumeration returns them.
+test::ResultSet Sites(std::int32_t first, std::int32_t last, double version = kNoStepsLeft) {
+    test::ResultSet sites{{"siteid", "version"}, {}};
+    for (std::int32_t id = first; id <= last; ++id) {
+        sites.rows.push_back({id, version});
+    }
+    return sites;
+}
+
+std::string EnumerationLine(std::int32_t lastSiteId) {
+    return "command " + SitesAbove(lastSiteId) + " [1.0265]";
+}
+
+std::string SiteWriteLine(std::int32_t siteId) {
+    return "command UPDATE tw_tarnwick.site SET version = ? WHERE siteid = " +
+           std::to_string(siteId) + "; [1.0265]";
+}
+
+const std::string kInstallationWriteLine =
+    "command UPDATE tw_tarnwick.installation SET version = ?; [1.0265]";
+
+class Drivers : public ::testing::Test {
+  protected:
+    Drivers() {
+        host->catalogue.AddTable("tw_tarnwick", "site(siteid BIGINT, version DOUBLE)");
+        host->catalogue.AddTable("tw_tarnwick", "installation(version DOUBLE)");
+        update.Configure(host);
+    }
+    ~Drivers() override {
+        EXPECT_EQ(host->openRecordsets, 0);
+        EXPECT_LE(host->mostStatementsOfOneDatabase, 1);
+    }
+
+    std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
+    Update update;
+};
+
+TEST(Lifecycle, ShutDownTwiceIsHarmlessAndReleasesTheUtility) {
+    auto host = std::make_shared<RecordingHost>();
+    Update update;
+    update.Configure(host);
+    EXPECT_EQ(host.use_count(), 2);
+    update.ShutDown();
+    EXPECT_EQ(host.use_count(), 1);
+    update.ShutDown();
+    EXPECT_EQ(host.use_count(), 1);
+}
+
+TEST(Lifecycle, DestructionReleasesTheUtility) {
+    auto host = std::make_shared<RecordingHost>();
+    {
+        Update update;
+        update.Configure(host);
+        EXPECT_EQ(host.use_count(), 2);
+    }
+    EXPECT_EQ(host.use_count(), 1);
+}
+
+TEST(Lifecycle, ConfigureAgainReleasesTheEarlierUtility) {
+    auto first = std::make_shared<RecordingHost>();
+    auto second = std::make_shared<RecordingHost>();
+    Update update;
+    update.Configure(first);
+    update.Configure(second);
+    EXPECT_EQ(first.use_count(), 1);
+    EXPECT_EQ(second.use_count(), 2);
+}
+
+TEST(Lifecycle, CannotBeCopied) {
+    EXPECT_FALSE(std::is_copy_constructible_v<Update>);
+    EXPECT_FALSE(std::is_copy_assignable_v<Update>);
+}
+
+TEST(Unconfigured, UpdateServerReturnsTrueAndDoesNothing) {
+    Update update;
+    EXPECT_EQ(update.UpdateServer(1.0), kTrue);
+    EXPECT_EQ(update.UpdateServer(std::numeric_limits<double>::quiet_NaN()), kTrue);
+    EXPECT_EQ(update.UpdateImportMasterData(7, 1.0), kTrue);
+    EXPECT_EQ(update.UpdateImportMasterData(0, 1.0), kFalse);
+}
+
+TEST(Unconfigured, TheFirstDatabaseAccessOfAnythingElseFails) {
+    Update update;
+    EXPECT_THROW(update.UpdateSite(7, 1.0), NotConfiguredError);
+    EXPECT_EQ(update.UpdateSite(7, kCurrentVersion), kTrue);
+}
+
+TEST_F(Drivers, ImportMasterDataNeedsAPositiveSite) {
+    EXPECT_EQ(update.UpdateImportMasterData(0, 1.0), 0);
+    EXPECT_EQ(update.UpdateImportMasterData(-1, 1.0), 0);
+    EXPECT_THAT(host->log, IsEmpty());
+}
+
+TEST_F(Drivers, ImportMasterDataWalksNoSitesAndWritesNoVersion) {
+    EXPECT_EQ(update.UpdateImportMasterData(7, kNoStepsLeft), -1);
+    EXPECT_THAT(host->log, IsEmpty());
+}
+
+TEST_F(Drivers, ACurrentSiteIsLeftAlone) {
+    EXPECT_EQ(update.UpdateSite(7, kCurrentVersion), -1);
+    EXPECT_EQ(update.UpdateSite(7, kNoStepsLeft), -1);
+    EXPECT_THAT(host->log, IsEmpty());
+}
+
+TEST_F(Drivers, ACurrentInstallationExaminesNoSite) {
+    host->Answer(SitesAbove(0), Sites(1, 3));
+    EXPECT_EQ(update.UpdateServer(kCurrentVersion), -1);
+    EXPECT_EQ(update.UpdateServer(2), -1);
+    EXPECT_THAT(host->log, IsEmpty());
+}
+
+TEST_F(Drivers, WithoutOldSitesOneQueryAndTheInstallationWrite) {
+    EXPECT_EQ(update.UpdateServer(kNoStepsLeft), -1);
+    EXPECT_THAT(host->log, ElementsAre(EnumerationLine(0), kInstallationWriteLine));
+}
+
+TEST_F(Drivers, ThirtySitesMakeTwoQueriesTheSecondEmpty) {
+    host->Answer(SitesAbove(0), Sites(1, 30));
+    update.UpdateServer(kNoStepsLeft);
+    std::vector<std::string> expected{EnumerationLine(0)};
+    for (std::int32_t id = 1; id <= 30; ++id) {
+        expected.push_back(SiteWriteLine(id));
+    }
+    expected.push_back(EnumerationLine(30));
+    expected.push_back(kInstallationWriteLine);
+    EXPECT_EQ(host->log, expected);
+}
+
+TEST_F(Drivers, ThirtyOneSitesMakeBatchesOfThirtyAndOne) {
+    host->Answer(SitesAbove(0), Sites(101, 130));
+    host->Answer(SitesAbove(130), Sites(500, 500));
+    update.UpdateServer(kNoStepsLeft);
+    ASSERT_EQ(host->log.size(), 34U);
+    EXPECT_EQ(host->log[0], EnumerationLine(0));
+    EXPECT_EQ(host->log[30], SiteWriteLine(130));
+    EXPECT_EQ(host->log[31], EnumerationLine(130));
+    EXPECT_EQ(host->log[32], SiteWriteLine(500));
+    EXPECT_EQ(host->log[33], kInstallationWriteLine);
+}
+
+TEST_F(Drivers, BindsTheVersionOnceForAllSites) {
+    host->Answer(SitesAbove(0), Sites(1, 3));
+    update.UpdateServer(kNoStepsLeft);
+    EXPECT_EQ(host->commandsMade, 3);  // the site writes, the enumeration, the installation write
+    EXPECT_EQ(host->commandsClosed, 3);
+    EXPECT_EQ(host->parametersBound, 3);
+}
+
+TEST_F(Drivers, AFailureWritesNoVersion) {
+    host->Answer(SitesAbove(0), Sites(1, 3));
+    host->FailAt(3);  // the write of site 2
+    EXPECT_THROW(update.UpdateServer(kNoStepsLeft), HostError);
+    EXPECT_THAT(host->log, ElementsAre(EnumerationLine(0), SiteWriteLine(1), SiteWriteLine(2)));
+    host->openRecordsets = 0;  // given up, not closed
+}
+
+TEST_F(Drivers, AFailingHostCallReachesTheCallerUnchanged) {
+    host->FailAt(1, 2013);
+    try {
+        update.UpdateServer(kNoStepsLeft);
+        FAIL() << "nothing was thrown";
+    } catch (const HostError& error) {
+        EXPECT_EQ(error.Code(), 2013U);
+        EXPECT_EQ(error.SqlState(), "HY000");
+        EXPECT_EQ(error.Statement(), SitesAbove(0));
+    }
+}
+
+TEST_F(Drivers, ASiteVersionThatIsNullIsAClearError) {
+    host->Answer(SitesAbove(0), {{"siteid", "version"}, {{4, Value()}}});
+    try {
+        update.UpdateServer(kNoStepsLeft);
+        FAIL() << "nothing was thrown";
+    } catch (const ConversionError& error) {
+        EXPECT_STREQ(error.what(), "column version: NULL where a number must be");
+    }
+    host->openRecordsets = 0;
+}
+
+TEST_F(Drivers, ASiteIdBeyondThirtyTwoBitsIsAClearError) {
+    host->Answer(SitesAbove(0), {{"siteid", "version"}, {{std::int64_t{3000000000}, 1.0}}});
+    try {
+        update.UpdateServer(kNoStepsLeft);
+        FAIL() << "nothing was thrown";
+    } catch (const OverflowError& error) {
+        EXPECT_STREQ(error.what(), "column siteid: 3000000000 does not fit a 32-bit integer");
+    }
+    host->openRecordsets = 0;
+}
+
+TEST_F(Drivers, EnumerateSitesReturnsAnOpenRecordset) {
+    host->Answer(SitesAbove(0), Sites(1, 2));
+    const auto sites = UpdateTestPeer(update).EnumerateSites(0, 30, 1.0265);
+    EXPECT_FALSE(sites->IsEOF());
+    EXPECT_EQ(host->openRecordsets, 1);
+    EXPECT_EQ(host->commandsClosed, 1);
+    sites->Close();
+}
+
+/// Writes down what it is told, one word a call.
+class ListingObserver : public Observer {
+  public:
+    std::vector<std::string> told;
+
+    void LadderStarting(Ladder ladder, const std::string& database, double) override {
+        told.push_back("ladder " + std::string(LadderName(ladder)) + " " + database);
+    }
+    void LadderEnded(Ladder ladder, const std::string& database) override {
+        told.push_back("end " + std::string(LadderName(ladder)) + " " + database);
+    }
+    void StepStarting(const LadderStep& step, const std::string&) override {
+        told.push_back("step " + std::string(step.name));
+    }
+    void StepEnded(const LadderStep& step, const std::string&) override {
+        told.push_back("end " + std::string(step.name));
+    }
+    void SiteWalkStarting() override { told.push_back("walk"); }
+    void SiteStarting(std::int32_t siteId, double) override {
+        told.push_back("site " + std::to_string(siteId));
+    }
+    void SiteEnded(std::int32_t siteId) override {
+        told.push_back("end " + std::to_string(siteId));
+    }
+};
+
+TEST_F(Drivers, TheObserverIsToldOfLaddersSitesAndTheWalk) {
+    const auto observer = std::make_shared<ListingObserver>();
+    host->observer = observer;
+    host->Answer(SitesAbove(0), Sites(5, 5));
+    update.UpdateServer(kNoStepsLeft);
+    EXPECT_THAT(observer->told,
+                ElementsAre("ladder server tw_tarnwick", "end server tw_tarnwick",
+                            "ladder server data tw_tarnwick", "end server data tw_tarnwick", "walk",
+                            "site 5", "ladder site schema tw_5", "end site schema tw_5",
+                            "ladder site content tw_5", "end site content tw_5", "end 5"));
+}
+
+TEST_F(Drivers, TheObserverIsNotToldOfTheEndOfWhatFails) {
+    const auto observer = std::make_shared<ListingObserver>();
+    host->observer = observer;
+    host->FailAt(1);
+    EXPECT_THROW(update.UpdateSite(5, 1.0263), HostError);  // only SiteSchemaStep_1_0264 is left
+    EXPECT_THAT(observer->told,
+                ElementsAre("site 5", "ladder site schema tw_5", "step SiteSchemaStep_1_0264"));
+}
+
+}  // namespace
+}  // namespace twupdate

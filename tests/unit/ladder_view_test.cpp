@@ -1,0 +1,129 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+#include <string>
+
+#include "twupdate/ladder.h"
+
+namespace twupdate {
+namespace {
+
+// The four decimals of every threshold, in order.
+const std::vector<int> kSiteSchema = {
+    1,   3,   5,   7,   8,   13,  14,  17,  18,  19,  20,  21,  23,  25,  28,  30,  31,  32,  33,
+    34,  35,  37,  38,  39,  40,  42,  45,  47,  50,  52,  54,  55,  59,  60,  61,  62,  64,  66,
+    67,  68,  69,  72,  73,  75,  77,  78,  79,  80,  81,  82,  83,  84,  85,  90,  91,  92,  93,
+    94,  95,  96,  97,  200, 210, 224, 225, 226, 227, 228, 229, 231, 232, 233, 234, 235, 236, 237,
+    238, 241, 243, 244, 246, 247, 248, 249, 250, 251, 252, 257, 259, 260, 262, 264};
+const std::vector<int> kSiteContent = {
+    1,   2,   3,   4,   5,   6,   7,   8,   9,   10,  11,  12,  15,  16,  17,  19,  20,
+    21,  22,  23,  25,  26,  27,  29,  30,  31,  32,  37,  39,  42,  43,  44,  48,  49,
+    50,  51,  53,  54,  55,  57,  58,  61,  62,  63,  66,  68,  69,  71,  72,  74,  78,
+    80,  81,  82,  86,  87,  89,  90,  91,  94,  96,  98,  99,  100, 222, 223, 225, 229,
+    234, 235, 236, 237, 238, 239, 240, 242, 245, 254, 255, 256, 257, 258, 259, 261};
+const std::vector<int> kServer = {2,  13, 24, 26, 30, 35,  39,  40,  41,
+                                  47, 56, 63, 74, 76, 220, 223, 253, 264};
+const std::vector<int> kServerData = {19, 25,  26,  30,  34,  36,  63,  65,  79,  81,  88, 91,
+                                      92, 210, 221, 223, 230, 231, 233, 244, 252, 257, 263};
+
+const std::set<int> kServerDataSteps = {26, 30, 36, 63, 252};  // the others reimport
+
+std::string FourDigits(int minor) {
+    std::string digits = std::to_string(minor);
+    return std::string(4 - digits.size(), '0') + digits;
+}
+
+double Threshold(int minor) {
+    return std::stod("1." + FourDigits(minor));
+}
+
+/// The step's name in each ladder, worked out from its threshold.
+std::string NameOf(Ladder ladder, int minor) {
+    switch (ladder) {
+        case Ladder::kSiteSchema:  // two steps are called again under a later threshold
+            return "SiteSchemaStep_1_" + FourDigits(minor == 30 ? 28 : minor == 250 ? 249 : minor);
+        case Ladder::kSiteContent:
+            return "SiteContentStep_1_" + FourDigits(minor == 53 ? 50 : minor);
+        case Ladder::kServer:
+            return "ServerStep_1_" + FourDigits(minor);
+        case Ladder::kServerData:
+            return kServerDataSteps.contains(minor) ? "ServerDataStep_1_" + FourDigits(minor)
+                                                    : "ReimportReferenceData";
+    }
+    return {};
+}
+
+struct Expected {
+    Ladder ladder;
+    const std::vector<int>& minors;
+};
+
+const Expected kLadders[] = {{Ladder::kSiteSchema, kSiteSchema},
+                             {Ladder::kSiteContent, kSiteContent},
+                             {Ladder::kServer, kServer},
+                             {Ladder::kServerData, kServerData}};
+
+TEST(LadderView, ListsEveryRungInOrder) {
+    for (const auto& [ladder, minors] : kLadders) {
+        const auto steps = LadderSteps(ladder);
+        ASSERT_EQ(steps.size(), minors.size());
+        for (std::size_t i = 0; i < minors.size(); ++i) {
+            EXPECT_EQ(steps[i].ladder, ladder);
+            EXPECT_EQ(steps[i].number, static_cast<int>(i) + 1);
+            EXPECT_EQ(steps[i].threshold, Threshold(minors[i]));
+            EXPECT_EQ(steps[i].name, NameOf(ladder, minors[i]));
+        }
+    }
+}
+
+TEST(LadderView, HasTheDocumentedNumberOfRungs) {
+    EXPECT_EQ(LadderSteps(Ladder::kSiteSchema).size(), 92U);
+    EXPECT_EQ(LadderSteps(Ladder::kSiteContent).size(), 84U);
+    EXPECT_EQ(LadderSteps(Ladder::kServer).size(), 18U);
+    EXPECT_EQ(LadderSteps(Ladder::kServerData).size(), 23U);
+}
+
+TEST(LadderView, PendingStepsAreThoseStrictlyAbove) {
+    EXPECT_EQ(PendingSteps(Ladder::kSiteSchema, 0).size(), 92U);
+    EXPECT_TRUE(PendingSteps(Ladder::kSiteSchema, 1.0264).empty());
+    EXPECT_TRUE(PendingSteps(Ladder::kSiteContent, 1.0261).empty());
+    const auto at28 = PendingSteps(Ladder::kSiteSchema, 1.0028);
+    ASSERT_FALSE(at28.empty());
+    EXPECT_EQ(at28.front().threshold, 1.0030);
+    EXPECT_EQ(at28.front().name, "SiteSchemaStep_1_0028");
+    const auto at27 = PendingSteps(Ladder::kSiteSchema, 1.0027);
+    EXPECT_EQ(at27[0].name, "SiteSchemaStep_1_0028");
+    EXPECT_EQ(at27[1].name, "SiteSchemaStep_1_0028");
+    const auto at51 = PendingSteps(Ladder::kSiteContent, 1.0051);
+    EXPECT_EQ(at51.front().name, "SiteContentStep_1_0050");
+    EXPECT_EQ(at51.front().threshold, 1.0053);
+    EXPECT_EQ(at51[1].name, "SiteContentStep_1_0054");
+}
+
+TEST(LadderView, AVersionThatIsNotANumberIsBelowEverything) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(IsBelow(nan, 1.0001));
+    EXPECT_TRUE(IsBelow(nan, kCurrentVersion));
+    for (const auto& [ladder, minors] : kLadders) {
+        EXPECT_EQ(PendingSteps(ladder, nan).size(), minors.size());
+    }
+}
+
+TEST(LadderView, EveryRungIsBuiltAndDescribed) {
+    int notBuilt = 0;
+    int notDescribed = 0;
+    for (const auto& expected : kLadders) {
+        for (const LadderStep& step : LadderSteps(expected.ladder)) {
+            notBuilt += step.State() == "not built" ? 1 : 0;
+            notDescribed += step.description.empty() ? 1 : 0;
+        }
+    }
+    EXPECT_EQ(notBuilt, 0);
+    EXPECT_EQ(notDescribed, 0);
+}
+
+}  // namespace
+}  // namespace twupdate
