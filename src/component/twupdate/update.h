@@ -225,6 +225,8 @@ class TWUPDATE_EXPORT Update final {
     void SiteSchemaStep_1_0260(std::int32_t siteId);
     void SiteSchemaStep_1_0262(std::int32_t siteId);
     void SiteSchemaStep_1_0264(std::int32_t siteId);
+    void MeasureUploadedFiles(std::int32_t siteId, StringRef form, StringRef field,
+                              bool secureFiles);
 
     // --- src/migrations/site_content --------------------------------------------------------
     void SiteContentStep_1_0001(std::int32_t siteId, Boolean& result);

@@ -1,0 +1,181 @@
+#include "dbutil/site_files.h"
+
+#include <algorithm>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "dbutil/fields.h"
+#include "dbutil/sql.h"
+#include "twupdate/update.h"
+
+namespace twupdate {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void FailCopy(const fs::path& source, const fs::path& destination,
+                           const std::string& reason) {
+    throw FileError("cannot copy " + source.string() + " to " + destination.string() + ": " +
+                    reason);
+}
+
+/// The files directly in a template folder, in the order of their names, links to files included.
+std::vector<fs::path> FilesIn(const fs::path& folder, const fs::path& destination) {
+    std::vector<fs::path> files;
+    std::error_code error;
+    fs::directory_iterator entry(folder, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        // A link that leads nowhere is a file that cannot be copied, not one that is not there.
+        std::error_code ignored;
+        if (entry->is_regular_file(ignored) ||
+            (entry->is_symlink(ignored) && !entry->is_directory(ignored))) {
+            files.push_back(entry->path());
+        }
+    }
+    if (error) {
+        FailCopy(folder, destination, error.message());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+/// What a template file stands for: itself, or the file that a link names.
+/// @throws FileError when a link leads out of the template folder
+fs::path FileToCopy(const fs::path& file, const fs::path& templateFolder,
+                    const fs::path& destination) {
+    std::error_code error;
+    if (!fs::is_symlink(file, error)) {
+        return file;
+    }
+    const fs::path target = fs::canonical(file, error);
+    const fs::path folder = error ? fs::path() : fs::canonical(templateFolder, error);
+    if (error) {
+        FailCopy(file, destination, error.message());
+    }
+    if (!LiesWithin(folder, target)) {
+        FailCopy(file, destination, "the link leads out of " + templateFolder.string());
+    }
+    if (!fs::is_regular_file(target, error)) {
+        FailCopy(file, destination, "the link names no regular file");
+    }
+    return target;
+}
+
+/// Copies one template file into `folder` under its own name, in place of what has that name.
+/// @param templateFolder  the folder that a link must not lead out of
+void CopyTemplateFile(const fs::path& file, const fs::path& templateFolder,
+                      const fs::path& folder) {
+    const std::string name = file.filename().string();
+    const fs::path destination = folder / name;
+    // A backslash is a letter here, but a separator where the folders may be carried to.
+    if (name.find_first_of("/\\") != std::string::npos || name == "." || name == "..") {
+        FailCopy(file, destination, "the file name leads out of the folder");
+    }
+    const fs::path source = FileToCopy(file, templateFolder, destination);
+    std::error_code error;
+    if (fs::is_symlink(destination, error)) {
+        fs::remove(destination, error);  // or the copy would be written where the link leads
+        if (error) {
+            FailCopy(file, destination, error.message());
+        }
+    }
+    fs::copy_file(source, destination, fs::copy_options::overwrite_existing, error);
+    if (error) {
+        FailCopy(file, destination, error.message());
+    }
+}
+
+/// False, too, for a path that cannot be looked up.
+bool FolderExists(const fs::path& folder) {
+    std::error_code ignored;
+    return fs::is_directory(folder, ignored);
+}
+
+fs::path SiteWebFolder(const fs::path& root, std::int32_t siteId) {
+    return root / "wwwroot" / "sites" / Sql(siteId);
+}
+
+/// The folder of that name under `components`; the name may hold several levels.
+fs::path ComponentTemplateFolder(const fs::path& root, std::string folderName) {
+    std::replace(folderName.begin(), folderName.end(), '\\', '/');
+    const fs::path components = root / "components";
+    const fs::path folder = (components / folderName).lexically_normal();
+    if (!LiesWithin(components, folder)) {
+        throw FileError("the component's folder name " + folderName + " leads out of " +
+                        components.string());
+    }
+    return folder / "template";
+}
+
+}  // namespace
+
+fs::path InstallationRoot(const fs::path& installFolder) {
+    fs::path folder = fs::absolute(installFolder).lexically_normal();
+    if (!folder.has_filename()) {
+        folder = folder.parent_path();  // it ended in a separator
+    }
+    return folder.parent_path();
+}
+
+bool LiesWithin(const fs::path& folder, const fs::path& path) {
+    return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+           folder.end();
+}
+
+void Update::CopySiteTemplate(std::int32_t siteId, StringRef subFolder) {
+    const fs::path root = InstallationRoot(Host().InstallFolder());
+    const fs::path siteTemplate = root / "templates" / "site";
+    fs::path source = siteTemplate;
+    fs::path destination = SiteWebFolder(root, siteId);
+    if (!subFolder.empty()) {
+        source /= subFolder;
+        destination /= subFolder;
+    }
+    if (!FolderExists(source)) {
+        return;
+    }
+    if (!FolderExists(destination)) {
+        std::error_code error;
+        if (!fs::create_directory(destination, error)) {
+            throw FileError("cannot create the folder " + destination.string() +
+                            " for the files of " + source.string() + ": " +
+                            (error ? error.message() : "a file has that name"));
+        }
+    }
+    for (const fs::path& file : FilesIn(source, destination)) {
+        CopyTemplateFile(file, siteTemplate, destination);
+    }
+}
+
+void Update::CopySiteTemplates(std::int32_t siteId) {
+    CopySiteTemplate(siteId, "");
+    CopySiteTemplate(siteId, "gs");
+}
+
+void Update::CopyComponentTemplate(std::int32_t siteId, const Component& component, bool overwrite,
+                                   Boolean& /*result*/) {
+    const fs::path root = InstallationRoot(Host().InstallFolder());
+    const std::int32_t componentId = component.GetComponentId();
+    const fs::path source = ComponentTemplateFolder(root, component.GetFolderName());
+    if (!FolderExists(source)) {
+        return;
+    }
+    const auto pages = OpenRecordset(Sql("SELECT featureid FROM tw_", siteId,
+                                         ".feature WHERE componentid = ", componentId, ";"));
+    for (; !pages->IsEOF(); pages->MoveNext()) {
+        const fs::path page = SiteWebFolder(root, siteId) / Sql(Int32Field(*pages, "featureid"));
+        if (!FolderExists(page)) {
+            continue;
+        }
+        for (const fs::path& file : FilesIn(source, page)) {
+            std::error_code ignored;
+            if (overwrite || !fs::exists(page / file.filename(), ignored)) {
+                CopyTemplateFile(file, source, page);
+            }
+        }
+    }
+    pages->Close();
+}
+
+}  // namespace twupdate
