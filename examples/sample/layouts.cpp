@@ -161,8 +161,7 @@ std::vector<std::string> Layouts::Logs(std::int32_t siteId) const {
 std::vector<std::string> Layouts::Site(std::int32_t siteId, const Groups& groups) const {
     auto statements = Fill(siteCore_, {{"{siteid}", siteId}});
     for (const Group group : groups) {
-        Append(statements,
-               Fill(groups_.at(std::string(GroupName(group))), {{"{siteid}", siteId}}));
+        Append(statements, Fill(groups_.at(std::string(GroupName(group))), {{"{siteid}", siteId}}));
     }
     return statements;
 }
@@ -177,9 +176,8 @@ std::string Layouts::FormField(std::int32_t siteId, std::int32_t featureId,
     if (found == formFields_.end()) {
         throw std::runtime_error("form fields have no type \"" + type + "\"");
     }
-    return Fill(found->second, {{"{siteid}", siteId},
-                                {"{featureid}", featureId},
-                                {"{formfieldid}", formFieldId}})
+    return Fill(found->second,
+                {{"{siteid}", siteId}, {"{featureid}", featureId}, {"{formfieldid}", formFieldId}})
         .at(0);
 }
 

@@ -111,8 +111,8 @@ void AddListDifference(std::vector<std::string>& lines, const std::string& where
     addMissing(expected, actual, "- ");
     addMissing(actual, expected, "+ ");
     if (lines.size() == before) {
-        lines.push_back("  " + where + "is in another order: " + Join(expected, " | ") + "\n     is " +
-                        Join(actual, " | "));
+        lines.push_back("  " + where + "is in another order: " + Join(expected, " | ") +
+                        "\n     is " + Join(actual, " | "));
     }
 }
 
@@ -370,8 +370,7 @@ RowSnapshot RowsOf(Utility& utility, const std::string& database) {
             RowSnapshot::Row row;
             std::vector<std::string> key;
             for (std::size_t i = 0; i < columns.size(); ++i) {
-                row.values.emplace_back(columns[i],
-                                        Literal(record[i], columnsOf[name][i].second));
+                row.values.emplace_back(columns[i], Literal(record[i], columnsOf[name][i].second));
             }
             for (const std::string& column : table.keyColumns) {
                 const auto cell =

@@ -19,7 +19,7 @@ using testing::UnorderedElementsAre;
 
 TEST(Layouts, AScriptIsSplitAtSemicolonsOutsideQuotes) {
     EXPECT_THAT(SplitStatements("-- a; comment\nSELECT 'a;b';\n\n SELECT \"it's; --\", `x;y` ;"),
-                ElementsAre("SELECT 'a;b';", "SELECT \"it's; --\", `x;y` ;"));
+                ElementsAre("SELECT 'a;b';", "SELECT \"it's; --\", `x;y`;"));
     EXPECT_THAT(SplitStatements("SELECT 'it''s;', 'back\\'s;' -- end; here\n;SELECT 2"),
                 ElementsAre("SELECT 'it''s;', 'back\\'s;';", "SELECT 2;"));
     EXPECT_THAT(SplitStatements(" -- nothing\n ;; \n"), IsEmpty());
