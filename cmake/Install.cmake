@@ -6,7 +6,7 @@ install(TARGETS twupdate EXPORT twUpdateTargets
 install(DIRECTORY src/component/twupdate DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/twupdate/resources
-        FILES_MATCHING PATTERN "*Data.txt")
+        FILES_MATCHING PATTERN "*Data.txt" PATTERN "*-copyright.txt")
 install(EXPORT twUpdateTargets NAMESPACE twUpdate::
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/twUpdate)
 configure_package_config_file(cmake/twUpdateConfig.cmake.in twUpdateConfig.cmake

@@ -27,8 +27,8 @@ void AppendQuoted(std::string& sql, std::string_view field) {
     sql += '\'';
 }
 
-/// Appends ",(…)" for one line of a data file.
-void AppendRow(std::string& rows, std::string_view line, const std::vector<std::string>& columns,
+/// Appends "(…)" for one line of a data file.
+void AppendRow(std::string& sql, std::string_view line, const std::vector<std::string>& columns,
                const std::filesystem::path& file, std::size_t lineNumber) {
     const auto fields = SplitAtTabs(line);
     const std::size_t wanted = columns.size() / 2;
@@ -37,25 +37,34 @@ void AppendRow(std::string& rows, std::string_view line, const std::vector<std::
                             std::to_string(fields.size()) + " fields where " +
                             std::to_string(wanted) + " must be");
     }
-    rows += ",(";
+    sql += '(';
     for (std::size_t i = 0; i < wanted; ++i) {
         if (i > 0) {
-            rows += ',';
+            sql += ',';
         }
         if (columns[2 * i + 1] == "VARCHAR") {
-            AppendQuoted(rows, fields[i]);
+            AppendQuoted(sql, fields[i]);
         } else {
-            rows += fields[i];
+            sql += fields[i];
         }
     }
-    rows += ')';
+    sql += ')';
+}
+
+/// The names of a column list, separated by commas.
+std::string ColumnNames(const std::vector<std::string>& columns) {
+    std::string names;
+    for (std::size_t i = 0; i < columns.size(); i += 2) {
+        names += (i > 0 ? "," : "") + columns[i];
+    }
+    return names;
 }
 
 }  // namespace
 
 void Update::ImportReferenceData(StringRef table, const std::vector<std::string>& columns) {
     const auto file = Host().InstallFolder() / "resources" / (table + "Data.txt");
-    if (!std::filesystem::exists(file)) {
+    if (!std::filesystem::is_regular_file(file)) {
         return;
     }
     Execute(Sql("DELETE FROM tw_tarnwick.", table, ";"));
@@ -64,62 +73,51 @@ void Update::ImportReferenceData(StringRef table, const std::vector<std::string>
     if (!lines) {
         throw FileError("cannot open " + file.string());
     }
-    std::string rows;
+    // The rows go straight into the one statement: a word list may hold hundreds of thousands.
+    std::string sql = Sql("INSERT INTO tw_tarnwick.", table, "(", ColumnNames(columns), ") VALUES");
+    bool hasRows = false;
     std::size_t lineNumber = 0;
     for (std::string line; std::getline(lines, line);) {
         ++lineNumber;
         if (line.ends_with('\r')) {
             line.pop_back();
         }
-        if (!line.empty()) {
-            AppendRow(rows, line, columns, file, lineNumber);
+        if (line.empty()) {
+            continue;
         }
+        if (hasRows) {
+            sql += ',';
+        }
+        AppendRow(sql, line, columns, file, lineNumber);
+        hasRows = true;
     }
     if (lines.bad()) {
         throw FileError("cannot read " + file.string());
     }
-    if (rows.empty()) {
-        return;
+    if (hasRows) {
+        sql += ';';
+        Execute(sql);
     }
-    std::string names;
-    for (std::size_t i = 0; i < columns.size(); i += 2) {
-        names += ',' + columns[i];
-    }
-    const auto withoutComma = [](const std::string& list) {
-        return std::string_view(list).substr(1);
-    };
-    Execute(Sql("INSERT INTO tw_tarnwick.", table, "(", withoutComma(names), ") VALUES",
-                withoutComma(rows), ";"));
 }
 
 void Update::ImportComponentReferenceData() {
-    ImportReferenceData("component", {"componentid",
-                                      "INT",
-                                      "componentname",
-                                      "VARCHAR",
-                                      "foldername",
-                                      "VARCHAR",
-                                      "componentfile",
-                                      "VARCHAR",
-                                      "available",
-                                      "BOOL",
-                                      "published",
-                                      "BOOL",
-                                      "mandatory",
-                                      "BOOL",
-                                      "layoutcomponent",
-                                      "BOOL",
-                                      "standalone",
-                                      "BOOL",
-                                      "section",
-                                      "BOOL",
-                                      "allowcopy",
-                                      "BOOL",
-                                      "allowcopywithoutdata",
-                                      "BOOL",
-                                      "widget",
-                                      "BOOL"});
-    ImportReferenceData("componenttype", {"componenttype", "INT", "componentid", "INT"});
+    // clang-format off
+    ImportReferenceData("component", {"componentid", "INT",
+                                      "componentname", "VARCHAR",
+                                      "foldername", "VARCHAR",
+                                      "componentfile", "VARCHAR",
+                                      "available", "BOOL",
+                                      "published", "BOOL",
+                                      "mandatory", "BOOL",
+                                      "layoutcomponent", "BOOL",
+                                      "standalone", "BOOL",
+                                      "section", "BOOL",
+                                      "allowcopy", "BOOL",
+                                      "allowcopywithoutdata", "BOOL",
+                                      "widget", "BOOL"});
+    ImportReferenceData("componenttype", {"componenttype", "INT",
+                                          "componentid", "INT"});
+    // clang-format on
 }
 
 }  // namespace twupdate
