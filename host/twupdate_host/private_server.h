@@ -1,0 +1,86 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "twupdate_host/connection.h"
+
+namespace twupdate::host {
+
+/// A private server cannot be initialised, started or stopped. The text says why; for a failed
+/// start it ends with the last lines of the server's own log.
+class PrivateServerError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct PrivateServerOptions {
+    /// False: what is committed survives a power cut, as on any server. True: nothing is forced
+    /// to disk and little memory is taken, for tests and trials; the data survives the server's
+    /// death, but not the machine's.
+    bool fast = false;
+    /// Further options for mariadbd, e.g. "--max-allowed-packet=1G". They come last and win.
+    std::vector<std::string> serverOptions;
+    std::chrono::seconds startTimeout{60};
+    std::chrono::seconds stopTimeout{120};
+};
+
+/// A MariaDB server of one's own: its data lies in one folder, it listens on a Unix socket in
+/// that folder and on no network, and it reads no option file. It needs the programs mariadbd and
+/// mariadb-install-db (Debian: mariadb-server-core, mariadb-client) and runs as whoever starts it.
+///
+/// The folder holds the server's data directory itself, and of ours `twupdate.sock`,
+/// `twupdate.log` (the server's error log) and `twupdate.lock`.
+class PrivateServer {
+  public:
+    /// Initialises the folder when it is missing or empty (an initialisation that was cut off is
+    /// begun again), starts the server and waits until it answers.
+    /// @throws PrivateServerError when another server runs in the folder, when the path is too
+    ///         long for a Unix socket, when the folder cannot be written or holds something else
+    ///         than a server's data, or when the server does not come up
+    explicit PrivateServer(std::filesystem::path folder, PrivateServerOptions options = {});
+    /// Stops the server.
+    ~PrivateServer();
+    PrivateServer(const PrivateServer&) = delete;
+    PrivateServer& operator=(const PrivateServer&) = delete;
+
+    /// Starts the server after Stop() or Kill().
+    void Start();
+    /// Asks the server to end and waits for it. Does nothing when it does not run.
+    /// @throws PrivateServerError when it has not ended after the stop timeout
+    void Stop();
+    /// Ends the server at once, as a crash would.
+    void Kill();
+    void Restart();
+
+    /// False before the start and after the end, also when the server ended by itself.
+    bool Running();
+    /// The server's process id, 0 when it does not run.
+    pid_t Pid() const { return pid_; }
+    const std::filesystem::path& Folder() const { return folder_; }
+    std::filesystem::path Socket() const { return folder_ / "twupdate.sock"; }
+    std::filesystem::path ErrorLog() const { return folder_ / "twupdate.log"; }
+    /// How to sign in as the server's root. No option file is read.
+    ConnectionOptions ConnectOptions() const;
+
+  private:
+    void Lock();
+    void Unlock();
+    void Initialise();
+    void WaitUntilItAnswers();
+    bool Reap(bool wait);
+    std::string LogTail() const;
+
+    std::filesystem::path folder_;
+    PrivateServerOptions options_;
+    pid_t pid_ = 0;
+    int lock_ = -1;
+};
+
+}  // namespace twupdate::host
