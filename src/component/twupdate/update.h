@@ -343,6 +343,10 @@ class TWUPDATE_EXPORT Update final {
     void ServerDataStep_1_0036(StringRef databaseName, StringRef tablePrefix, bool isSite);
     void ServerDataStep_1_0063(StringRef databaseName, StringRef tablePrefix, bool isSite);
     void ServerDataStep_1_0252(StringRef databaseName, StringRef tablePrefix, bool isSite);
+    std::int32_t FindRootSite(StringRef databaseName, StringRef tablePrefix);
+    void RegisterCentralDomain(StringRef databaseName, StringRef tablePrefix, std::int32_t siteId,
+                               StringRef escapedHost);
+    void RegisterSiteDomain(std::int32_t siteId, StringRef escapedHost);
     void ReimportReferenceData(StringRef databaseName, StringRef tablePrefix, bool isSite);
     void ReimportReferenceData(StringRef databaseName, StringRef tablePrefix, bool isSite,
                                Boolean& result);
