@@ -16,6 +16,7 @@ ConversionError::~ConversionError() = default;
 OverflowError::~OverflowError() = default;
 FileError::~FileError() = default;
 DataFileError::~DataFileError() = default;
+OutdatedCentralDatabaseError::~OutdatedCentralDatabaseError() = default;
 
 NotConfiguredError::NotConfiguredError()
     : std::logic_error("Update is not configured: call Configure with the host's utility first") {}

@@ -60,6 +60,15 @@ class TWUPDATE_EXPORT DataFileError : public std::out_of_range {
     ~DataFileError() override;
 };
 
+/// A site step needs something of the central database that only a later version of it has: the
+/// central database must be upgraded first. The text names the step, the site's database and what
+/// is missing.
+class TWUPDATE_EXPORT OutdatedCentralDatabaseError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+    ~OutdatedCentralDatabaseError() override;
+};
+
 /// An operation needs the host, but the object is not configured.
 class TWUPDATE_EXPORT NotConfiguredError : public std::logic_error {
   public:

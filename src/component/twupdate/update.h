@@ -317,6 +317,48 @@ class TWUPDATE_EXPORT Update final {
     void ConvertChargesToGroups(std::int32_t siteId);
     void UpdateForumThreadStatistics(std::int32_t siteId, std::int32_t fromId, std::int32_t toId,
                                      bool publishedOnly);
+    // component_services.cpp
+    std::shared_ptr<Component> ComponentDefinition(std::int32_t componentId);
+    void UpgradeSiteComponent(std::int32_t siteId, std::int32_t componentId);
+    void RefreshSiteComponent(std::int32_t siteId, std::int32_t componentId);
+    void InitialiseSiteComponent(std::int32_t siteId, std::int32_t componentId);
+    void ResetSiteComponent(std::int32_t siteId, std::int32_t componentId);
+    void RenewComponentFiles(std::int32_t siteId, std::int32_t componentId);
+    // settings.cpp
+    std::int32_t OverrideOfPage(StringRef db, std::int32_t featureId);
+    bool SettingExists(StringRef db, std::int32_t overrideId, StringRef name);
+    std::string TextSetting(StringRef db, std::int32_t featureId, StringRef name);
+    void AddStringSetting(StringRef db, std::int32_t overrideId, StringRef name, StringRef value);
+    void AddTextSetting(StringRef db, std::int32_t overrideId, StringRef name, StringRef value);
+    void AddIntegerSetting(StringRef db, std::int32_t overrideId, StringRef name,
+                           std::int32_t value);
+    // helpers of single steps
+    struct TextEmbeds;
+    std::int32_t EventBeingAdded(StringRef db, std::int32_t featureId, StringRef name);
+    void AddEmailPart(StringRef db, std::int32_t eventId, std::int32_t sequence, StringRef name,
+                      std::int32_t emailId);
+    void FinishEvent(StringRef db, std::int32_t eventId, StringRef name);
+    std::int32_t ResetPasswordEmail(StringRef db, std::int32_t featureId);
+    std::int32_t FindTag(StringRef db, StringRef name, StringRef condition);
+    std::int32_t AddTag(StringRef db, std::int32_t templateId, std::int32_t overrideId,
+                        StringRef name);
+    void CopyMissingAttributes(StringRef db, std::int32_t fromTagId, std::int32_t toTagId,
+                               std::string_view filter);
+    void DropTemplateCaches(StringRef db, std::int32_t type);
+    std::int32_t HomePage(std::int32_t siteId);
+    std::shared_ptr<Recordset> OpenPagesOfComponent(StringRef db, std::int32_t componentId,
+                                                    std::int32_t lastFeatureId);
+    std::shared_ptr<Recordset> OpenForms(StringRef db, std::int32_t lastFormId);
+    void SetFirstText(StringRef db, std::int32_t featureId, std::int32_t subfeatureId,
+                      StringRef text);
+    void AddDisplaySequences(StringRef db, std::int32_t featureId);
+    void MergeAddressLines(StringRef db, StringRef table, StringRef key,
+                           const std::vector<std::string>& addresses);
+    void RequireCartOrderColumn(std::int32_t siteId);
+    void LinkCommissionPayment(std::int32_t siteId, std::int32_t commissionId,
+                               std::int32_t orderId);
+    void RecordFormFeatureId(StringRef db, std::int32_t formFeatureId);
+    void MakeUrlCanonical(StringRef db, std::int32_t featureId, StringRef url);
 
     // --- src/migrations/server --------------------------------------------------------------
     void ServerStep_1_0002(StringRef databaseName, StringRef tablePrefix, bool isSite);

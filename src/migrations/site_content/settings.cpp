@@ -1,0 +1,56 @@
+#include "dbutil/sql.h"
+#include "migrations/site_content/rows.h"
+#include "twupdate/update.h"
+
+namespace twupdate {
+
+// Setting names are compared as bytes: the columns' collations take no notice of letter case, and
+// a setting of another case is another setting.
+
+std::int32_t Update::OverrideOfPage(StringRef db, std::int32_t featureId) {
+    const std::int32_t found = FirstNumber(
+        OpenRecordset(Sql("SELECT overrideid FROM ", db, ".override WHERE featureid = ", featureId,
+                          " ORDER BY overrideid LIMIT 1;")),
+        "overrideid");
+    if (found != 0) {
+        return found;
+    }
+    Execute(Sql("INSERT INTO ", db, ".override(featureid) VALUES(", featureId, ");"));
+    return GetLastInsertId();
+}
+
+bool Update::SettingExists(StringRef db, std::int32_t overrideId, StringRef name) {
+    return HasRow(OpenRecordset(Sql("SELECT settingid FROM ", db, ".setting WHERE overrideid = ",
+                                    overrideId, " AND BINARY name = '", SqlEscape(name), "';")));
+}
+
+std::string Update::TextSetting(StringRef db, std::int32_t featureId, StringRef name) {
+    const auto rows = OpenRecordset(
+        Sql("SELECT IF(s.type = 'string', s.string_value, s.text) AS text FROM ", db,
+            ".override o INNER JOIN ", db,
+            ".setting s ON s.overrideid = o.overrideid WHERE o.featureid = ", featureId,
+            " AND BINARY s.name = '", SqlEscape(name), "' ORDER BY s.settingid LIMIT 1;"));
+    std::string text = rows->IsEOF() ? std::string() : FieldText(rows->Fields().Item("text"));
+    rows->Close();
+    return text;
+}
+
+void Update::AddStringSetting(StringRef db, std::int32_t overrideId, StringRef name,
+                              StringRef value) {
+    Execute(Sql("INSERT INTO ", db, ".setting(overrideid, name, type, string_value) VALUES(",
+                overrideId, ", '", SqlEscape(name), "', 'string', '", SqlEscape(value), "');"));
+}
+
+void Update::AddTextSetting(StringRef db, std::int32_t overrideId, StringRef name,
+                            StringRef value) {
+    Execute(Sql("INSERT INTO ", db, ".setting(overrideid, name, type, text) VALUES(", overrideId,
+                ", '", SqlEscape(name), "', 'text', '", SqlEscape(value), "');"));
+}
+
+void Update::AddIntegerSetting(StringRef db, std::int32_t overrideId, StringRef name,
+                               std::int32_t value) {
+    Execute(Sql("INSERT INTO ", db, ".setting(overrideid, name, type, integer_value) VALUES(",
+                overrideId, ", '", SqlEscape(name), "', 'integer', ", value, ");"));
+}
+
+}  // namespace twupdate
