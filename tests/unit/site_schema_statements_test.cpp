@@ -1,0 +1,62 @@
+#include <algorithm>
+
+#include "unit/site_schema_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+using ::testing::ElementsAreArray;
+
+std::vector<StepCase> AllCases() {
+    std::vector<StepCase> all;
+    for (auto* cases :
+         {StepCases_1_0001_to_1_0035, StepCases_1_0037_to_1_0069, StepCases_1_0072_to_1_0224,
+          StepCases_1_0225_to_1_0249, StepCases_1_0251_to_1_0264}) {
+        std::ranges::move(cases(), std::back_inserter(all));
+    }
+    return all;
+}
+
+class SiteSchemaStatements : public SiteSchema, public ::testing::WithParamInterface<StepCase> {};
+
+TEST_P(SiteSchemaStatements, AreExactlyTheseOnAFullSite) {
+    MakeFullSiteBefore(GetParam().step);
+    EXPECT_THAT(LogOf(GetParam().step), ElementsAreArray(GetParam().script.For(kFullFirst)));
+}
+
+TEST_P(SiteSchemaStatements, AreExactlyTheseWhereTheEffectIsThere) {
+    MakeFullSiteBefore(GetParam().step);
+    Run(GetParam().step);
+    const auto tables = Tables();
+    EXPECT_THAT(LogOf(GetParam().step), ElementsAreArray(GetParam().script.For(kFullAgain)));
+    ExpectSameTables(tables);
+}
+
+TEST_P(SiteSchemaStatements, AreExactlyTheseWithoutOptionalTables) {
+    MakeBareSiteBefore(GetParam().step);
+    EXPECT_THAT(LogOf(GetParam().step), ElementsAreArray(GetParam().script.For(kBareFirst)));
+    const auto tables = Tables();
+    EXPECT_THAT(LogOf(GetParam().step), ElementsAreArray(GetParam().script.For(kBareAgain)));
+    ExpectSameTables(tables);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, SiteSchemaStatements, ::testing::ValuesIn(AllCases()),
+                         [](const auto& instance) { return instance.param.step; });
+
+TEST(SiteSchemaCases, CoverEveryStepOfTheLadderInItsOrder) {
+    std::vector<std::string> covered;
+    for (const StepCase& stepCase : AllCases()) {
+        covered.push_back(stepCase.step);
+    }
+    std::vector<std::string> steps;
+    for (const LadderStep& rung : LadderSteps(Ladder::kSiteSchema)) {
+        if (steps.empty() || steps.back() != rung.name) {  // two steps stand twice, one after
+            steps.emplace_back(rung.name);                 // the other
+        }
+    }
+    EXPECT_EQ(covered, steps);
+    EXPECT_EQ(covered.size(), 90U);
+}
+
+}  // namespace
+}  // namespace twupdate::test
