@@ -25,11 +25,11 @@ struct ComponentServicesOptions {
     /// The operator's command (see SplitCommand). Each service call runs it with three more
     /// arguments, `SERVICE SITEID COMPONENTID`, and waits for it; no shell is involved. The
     /// refresh of the application is `RefreshApplication 0 0`. Empty: none.
-    std::string serviceCommand;
+    std::string serviceCommand = {};
     /// Without a command every call is appended to this file, one JSON object a line, flushed
     /// line by line: {"service":"UpgradeSiteComponent","site":7,"component":1000}. Empty: the
     /// calls are only counted.
-    std::filesystem::path servicesLog;
+    std::filesystem::path servicesLog = {};
 };
 
 /// The platform's component services as far as they exist outside the platform. The component

@@ -24,22 +24,22 @@ struct ConnectionOptions {
     /// them, so that they mean what they mean to every other client.
     bool readOptionFiles = true;
     /// The one option file to read instead of the usual ones.
-    std::optional<std::filesystem::path> defaultsFile;
-    std::optional<std::string> host;
-    std::optional<unsigned> port;
-    std::optional<std::filesystem::path> socket;
-    std::optional<std::string> user;
+    std::optional<std::filesystem::path> defaultsFile = {};
+    std::optional<std::string> host = {};
+    std::optional<unsigned> port = {};
+    std::optional<std::filesystem::path> socket = {};
+    std::optional<std::string> user = {};
     /// Without one the option files are asked, then the environment variable MYSQL_PWD.
-    std::optional<std::string> password;
+    std::optional<std::string> password = {};
     /// A file of certificate authorities. Given one, the connection is encrypted or fails.
-    std::optional<std::filesystem::path> sslCa;
+    std::optional<std::filesystem::path> sslCa = {};
     /// The server must prove its name with a certificate of a known authority.
-    std::optional<bool> sslVerifyServerCert;
+    std::optional<bool> sslVerifyServerCert = {};
     std::string charset = "utf8mb4";
     /// The session's sql_mode; without one the server's own.
-    std::optional<std::string> sqlMode;
+    std::optional<std::string> sqlMode = {};
     /// How long a statement waits for a lock on a table or row before it fails.
-    std::optional<unsigned> lockWaitTimeoutSeconds;
+    std::optional<unsigned> lockWaitTimeoutSeconds = {};
     std::chrono::seconds connectTimeout{10};
 };
 

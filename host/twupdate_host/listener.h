@@ -17,12 +17,12 @@ struct StatementEvent {
     /// "query" (OpenRecordset), "reader" (OpenReader), "execute" (Execute), "command" (a
     /// parameterised statement, run either way), "service" (a component service) or "refresh"
     /// (the application's refresh).
-    std::string_view op;
-    std::string_view sql;           ///< empty for services and refresh
-    std::span<const Value> params;  ///< of a command
-    std::string_view service;       ///< e.g. "UpgradeSiteComponent"
-    std::optional<std::int32_t> siteId;
-    std::optional<std::int32_t> componentId;
+    std::string_view op = {};
+    std::string_view sql = {};           ///< empty for services and refresh
+    std::span<const Value> params = {};  ///< of a command
+    std::string_view service = {};       ///< e.g. "UpgradeSiteComponent"
+    std::optional<std::int32_t> siteId = {};
+    std::optional<std::int32_t> componentId = {};
 };
 
 /// Hears of every call just before it goes out and just after it came back. Tools hang their

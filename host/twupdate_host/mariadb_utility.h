@@ -14,12 +14,12 @@ namespace twupdate::host {
 
 struct MariaDbUtilityOptions {
     /// See Utility::InstallFolder(); without one its default.
-    std::optional<std::filesystem::path> installFolder;
+    std::optional<std::filesystem::path> installFolder = {};
     /// See Utility::LocalHostName(); without one its default.
-    std::optional<std::string> localHostName;
-    std::shared_ptr<twupdate::Observer> observer;  ///< may be null
-    std::shared_ptr<StatementListener> listener;   ///< may be null
-    ComponentServicesOptions services;
+    std::optional<std::string> localHostName = {};
+    std::shared_ptr<twupdate::Observer> observer = {};  ///< may be null
+    std::shared_ptr<StatementListener> listener = {};   ///< may be null
+    ComponentServicesOptions services = {};
 };
 
 /// The reference host: everything goes over one connection, one statement after the other.

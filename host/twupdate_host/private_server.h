@@ -26,7 +26,7 @@ struct PrivateServerOptions {
     /// death, but not the machine's.
     bool fast = false;
     /// Further options for mariadbd, e.g. "--max-allowed-packet=1G". They come last and win.
-    std::vector<std::string> serverOptions;
+    std::vector<std::string> serverOptions = {};
     std::chrono::seconds startTimeout{60};
     std::chrono::seconds stopTimeout{120};
 };
@@ -35,8 +35,9 @@ struct PrivateServerOptions {
 /// that folder and on no network, and it reads no option file. It needs the programs mariadbd and
 /// mariadb-install-db (Debian: mariadb-server-core, mariadb-client) and runs as whoever starts it.
 ///
-/// The folder holds the server's data directory itself, and of ours `twupdate.sock`,
-/// `twupdate.log` (the server's error log) and `twupdate.lock`.
+/// The folder is the server's data directory itself; of ours it holds `twupdate.sock`,
+/// `twupdate.log` (the server's error log), `twupdate.pid` and `twupdate.lock`. The server ends
+/// with the thread that started it, even if that is killed.
 class PrivateServer {
   public:
     /// Initialises the folder when it is missing or empty (an initialisation that was cut off is
@@ -72,15 +73,18 @@ class PrivateServer {
   private:
     void Lock();
     void Unlock();
-    void Initialise();
+    void RefuseForeignServer() const;
+    void InitialiseIfEmpty();
+    void Spawn();
     void WaitUntilItAnswers();
-    bool Reap(bool wait);
-    std::string LogTail() const;
+    bool HasEnded();
+    void WaitForEnd();
 
     std::filesystem::path folder_;
     PrivateServerOptions options_;
     pid_t pid_ = 0;
     int lock_ = -1;
+    std::string end_;  ///< how the last server process ended, in words
 };
 
 }  // namespace twupdate::host

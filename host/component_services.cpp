@@ -1,0 +1,232 @@
+#include "twupdate_host/component_services.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "timed_call.h"
+
+namespace twupdate::host {
+namespace {
+
+constexpr const char* kComponentQuery =
+    "SELECT componentid, componentname, foldername FROM tw_tarnwick.component;";
+
+class StoredComponent : public Component {
+  public:
+    StoredComponent(std::int32_t id, std::string name, std::string folder)
+        : id_(id), name_(std::move(name)), folder_(std::move(folder)) {}
+    std::int32_t GetComponentId() const override { return id_; }
+    std::string GetComponentName() const override { return name_; }
+    std::string GetFolderName() const override { return folder_; }
+
+  private:
+    std::int32_t id_;
+    std::string name_;
+    std::string folder_;
+};
+
+using Components = std::map<std::int32_t, std::shared_ptr<Component>>;
+
+std::string TextOrEmpty(const Value& value) {
+    return value.IsNull() ? std::string() : value.ToText();
+}
+
+/// What became of the command, in words; empty for success.
+std::string RunCommand(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    pid_t pid = 0;
+    if (const int error =
+            posix_spawnp(&pid, arguments[0], nullptr, nullptr, arguments.data(), environ);
+        error != 0) {
+        return "cannot be started: " + std::string(std::strerror(error));
+    }
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return "cannot be waited for: " + std::string(std::strerror(errno));
+        }
+    }
+    if (WIFSIGNALED(status)) {
+        return "was ended by signal " + std::to_string(WTERMSIG(status));
+    }
+    if (WEXITSTATUS(status) != 0) {
+        return "ended with status " + std::to_string(WEXITSTATUS(status));
+    }
+    return {};
+}
+
+}  // namespace
+
+struct ComponentServices::State {
+    std::vector<std::string> command;
+    std::filesystem::path logPath;
+    std::ofstream log;
+    std::shared_ptr<Connection> connection;
+    std::shared_ptr<StatementListener> listener;
+    std::map<std::string, std::size_t> calls;
+    std::optional<Components> components;
+
+    void ReadComponents() {
+        const StatementEvent event{.op = "query", .sql = kComponentQuery};
+        const auto rows =
+            TimedCall(listener.get(), event, [&] { return connection->Query(kComponentQuery); });
+        Components read;
+        while (rows->Next()) {
+            const std::int32_t id = rows->Get(0).ToInt32();
+            read[id] = std::make_shared<StoredComponent>(id, TextOrEmpty(rows->Get(1)),
+                                                         TextOrEmpty(rows->Get(2)));
+        }
+        components = std::move(read);
+    }
+
+    void CarryOut(const std::string& name, std::int32_t siteId, std::int32_t componentId) {
+        if (!command.empty()) {
+            auto words = command;
+            words.insert(words.end(), {name, std::to_string(siteId), std::to_string(componentId)});
+            if (const std::string problem = RunCommand(std::move(words)); !problem.empty()) {
+                Fail(name, siteId, componentId,
+                     "the service command " + command.front() + " " + problem);
+            }
+        } else if (log.is_open()) {
+            nlohmann::ordered_json line{{"service", name}};
+            if (name != "RefreshApplication") {
+                line["site"] = siteId;
+                line["component"] = componentId;
+            }
+            log << line.dump() << std::endl;
+            if (!log) {
+                Fail(name, siteId, componentId,
+                     "the services log " + logPath.string() + " cannot be written");
+            }
+        }
+        ++calls[name];
+    }
+
+    [[noreturn]] static void Fail(const std::string& name, std::int32_t siteId,
+                                  std::int32_t componentId, const std::string& text) {
+        const std::string call =
+            name + " " + std::to_string(siteId) + " " + std::to_string(componentId);
+        throw HostError(call, 0, "", call + ": " + text);
+    }
+};
+
+class ServicesComponentList : public ComponentList {
+  public:
+    explicit ServicesComponentList(std::shared_ptr<ComponentServices> services)
+        : services_(std::move(services)) {}
+
+    std::shared_ptr<Component> Item(std::int32_t componentId) override {
+        auto& state = *services_->state_;
+        if (!state.components) {
+            state.ReadComponents();
+        }
+        const auto found = state.components->find(componentId);
+        if (found == state.components->end()) {
+            throw HostError(
+                kComponentQuery, 0, "",
+                "tw_tarnwick.component has no component " + std::to_string(componentId));
+        }
+        return found->second;
+    }
+
+  private:
+    std::shared_ptr<ComponentServices> services_;
+};
+
+class ServicesApplication : public Application {
+  public:
+    explicit ServicesApplication(std::shared_ptr<ComponentServices> services)
+        : services_(std::move(services)) {}
+
+    void Refresh() override {
+        auto& state = *services_->state_;
+        TimedCall(state.listener.get(), {.op = "refresh"},
+                  [&] { state.CarryOut("RefreshApplication", 0, 0); });
+        services_->ForgetComponents();
+    }
+
+  private:
+    std::shared_ptr<ComponentServices> services_;
+};
+
+ComponentServices::ComponentServices(std::unique_ptr<State> state) : state_(std::move(state)) {}
+ComponentServices::~ComponentServices() = default;
+
+std::shared_ptr<ComponentServices> ComponentServices::Make(
+    ComponentServicesOptions options, std::shared_ptr<Connection> connection,
+    std::shared_ptr<StatementListener> listener) {
+    auto state = std::make_unique<State>();
+    state->connection = std::move(connection);
+    state->listener = std::move(listener);
+    if (!options.serviceCommand.empty()) {
+        state->command = SplitCommand(options.serviceCommand);
+    } else if (!options.servicesLog.empty()) {
+        state->logPath = options.servicesLog;
+        state->log.open(options.servicesLog, std::ios::app);
+        if (!state->log) {
+            throw FileError("the services log " + options.servicesLog.string() +
+                            " cannot be opened: " + std::strerror(errno));
+        }
+    }
+    return std::shared_ptr<ComponentServices>(new ComponentServices(std::move(state)));
+}
+
+std::shared_ptr<ComponentList> ComponentServices::GetComponentList() {
+    return std::make_shared<ServicesComponentList>(shared_from_this());
+}
+
+void ComponentServices::UpgradeSiteComponent(std::int32_t siteId,
+                                             const std::shared_ptr<Component>& component) {
+    Call("UpgradeSiteComponent", siteId, component->GetComponentId());
+}
+
+void ComponentServices::RefreshSiteComponent(std::int32_t siteId,
+                                             const std::shared_ptr<Component>& component) {
+    Call("RefreshSiteComponent", siteId, component->GetComponentId());
+}
+
+void ComponentServices::InitialiseSiteComponent(std::int32_t siteId,
+                                                const std::shared_ptr<Component>& component) {
+    Call("InitialiseSiteComponent", siteId, component->GetComponentId());
+}
+
+void ComponentServices::ResetSiteComponent(std::int32_t siteId, std::int32_t componentId) {
+    Call("ResetSiteComponent", siteId, componentId);
+}
+
+std::shared_ptr<Application> ComponentServices::GetApplication() {
+    return std::make_shared<ServicesApplication>(shared_from_this());
+}
+
+const std::map<std::string, std::size_t>& ComponentServices::Calls() const {
+    return state_->calls;
+}
+
+bool ComponentServices::HasCommand() const {
+    return !state_->command.empty();
+}
+
+void ComponentServices::ForgetComponents() {
+    state_->components.reset();
+}
+
+void ComponentServices::Call(std::string_view service, std::int32_t siteId,
+                             std::int32_t componentId) {
+    const StatementEvent event{
+        .op = "service", .service = service, .siteId = siteId, .componentId = componentId};
+    TimedCall(state_->listener.get(), event,
+              [&] { state_->CarryOut(std::string(service), siteId, componentId); });
+}
+
+}  // namespace twupdate::host

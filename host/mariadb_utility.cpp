@@ -1,0 +1,232 @@
+#include "twupdate_host/mariadb_utility.h"
+
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "timed_call.h"
+
+namespace twupdate::host {
+namespace {
+
+/// The import of the reference data begins with this: the component list is about to change.
+constexpr std::string_view kComponentsChange = "DELETE FROM tw_tarnwick.component;";
+
+/// The rows of one statement with a cursor; the base of both kinds of result.
+class Cursor {
+  public:
+    Cursor(std::unique_ptr<Rows> rows, const std::string& sql)
+        : rows_(std::move(rows)), sql_(sql), atEnd_(!rows_->Next()) {}
+
+    bool AtEnd() const { return atEnd_; }
+    void Next() { atEnd_ = atEnd_ || !rows_->Next(); }
+    void Close() {
+        rows_.reset();
+        atEnd_ = true;
+    }
+    std::size_t Index(std::string_view column) const {
+        if (!rows_) {
+            throw HostError(sql_, 0, "", "the recordset is closed");
+        }
+        const auto index = rows_->Find(column);
+        if (!index) {
+            throw HostError(sql_, 0, "", "the recordset has no column " + std::string(column));
+        }
+        return *index;
+    }
+    Value Get(std::size_t index) const {
+        if (atEnd_) {
+            throw HostError(sql_, 0, "", "the recordset has no current row");
+        }
+        return rows_->Get(index);
+    }
+    std::size_t ColumnCount() const { return rows_ ? rows_->ColumnCount() : 0; }
+
+  private:
+    std::unique_ptr<Rows> rows_;
+    std::string sql_;
+    bool atEnd_;
+};
+
+class BufferedRecordset : public Recordset, private Fields {
+  public:
+    BufferedRecordset(std::unique_ptr<Rows> rows, const std::string& sql)
+        : cursor_(std::move(rows), sql) {
+        columns_.reserve(cursor_.ColumnCount());
+        for (std::size_t i = 0; i < cursor_.ColumnCount(); ++i) {
+            columns_.emplace_back(cursor_, i);
+        }
+    }
+    bool IsEOF() const override { return cursor_.AtEnd(); }
+    const twupdate::Fields& Fields() const override { return *this; }
+    void MoveNext() override { cursor_.Next(); }
+    void Close() override { cursor_.Close(); }
+
+  private:
+    class Column : public Field {
+      public:
+        Column(const Cursor& cursor, std::size_t index) : cursor_(cursor), index_(index) {}
+        twupdate::Value Value() const override { return cursor_.Get(index_); }
+
+      private:
+        const Cursor& cursor_;
+        std::size_t index_;
+    };
+
+    const Field& Item(std::string_view column) const override {
+        return columns_[cursor_.Index(column)];
+    }
+
+    Cursor cursor_;
+    std::vector<Column> columns_;
+};
+
+class BufferedReader : public Reader {
+  public:
+    BufferedReader(std::unique_ptr<Rows> rows, const std::string& sql)
+        : cursor_(std::move(rows), sql) {}
+    bool IsEOF() const override { return cursor_.AtEnd(); }
+    void ReaderMoveNext() override { cursor_.Next(); }
+    void ReaderClose() override { cursor_.Close(); }
+    Value GetField(std::string_view column) const override {
+        return cursor_.Get(cursor_.Index(column));
+    }
+
+  private:
+    Cursor cursor_;
+};
+
+class MariaDbDatabase : public Database {
+  public:
+    MariaDbDatabase(std::shared_ptr<Connection> connection,
+                    std::shared_ptr<StatementListener> listener,
+                    std::shared_ptr<ComponentServices> services)
+        : connection_(std::move(connection)),
+          listener_(std::move(listener)),
+          services_(std::move(services)) {}
+
+    std::shared_ptr<Recordset> OpenRecordset(const std::string& sql, std::int32_t /*option1*/,
+                                             std::int32_t /*option2*/) override {
+        return std::make_shared<BufferedRecordset>(Query("query", sql), sql);
+    }
+    void Execute(const std::string& sql, std::int64_t& rowsAffected) override {
+        rowsAffected = TimedCall(listener_.get(), {.op = "execute", .sql = sql},
+                                 [&] { return connection_->Execute(sql); });
+        if (sql == kComponentsChange) {
+            services_->ForgetComponents();
+        }
+    }
+    void GetLastInsertId(std::int32_t& id) override {
+        const std::uint64_t last = connection_->LastInsertId();
+        if (last > std::numeric_limits<std::int32_t>::max()) {
+            throw OverflowError("the id " + std::to_string(last) +
+                                " of the last INSERT does not fit a 32-bit integer");
+        }
+        id = static_cast<std::int32_t>(last);
+    }
+    std::shared_ptr<Reader> OpenReader(const std::string& sql) override {
+        return std::make_shared<BufferedReader>(Query("reader", sql), sql);
+    }
+
+    Connection& GetConnection() { return *connection_; }
+
+  private:
+    std::unique_ptr<Rows> Query(std::string_view op, const std::string& sql) {
+        return TimedCall(listener_.get(), {.op = op, .sql = sql},
+                         [&] { return connection_->Query(sql); });
+    }
+
+    std::shared_ptr<Connection> connection_;
+    std::shared_ptr<StatementListener> listener_;
+    std::shared_ptr<ComponentServices> services_;
+};
+
+class MariaDbCommand : public Command {
+  public:
+    explicit MariaDbCommand(std::shared_ptr<StatementListener> listener)
+        : listener_(std::move(listener)) {}
+
+    void CloseCommand() override {
+        parameters_.clear();
+        sql_.clear();
+    }
+    void AddParameter(const Value& value) override { parameters_.push_back(value); }
+    void SetText(const std::string& sql) override { sql_ = sql; }
+    std::shared_ptr<Recordset> OpenCommandRecordset(
+        const std::shared_ptr<Database>& database) override {
+        auto& connection = ConnectionOf(database);
+        auto rows = TimedCall(listener_.get(), Event(),
+                              [&] { return connection.QueryPrepared(sql_, parameters_); });
+        return std::make_shared<BufferedRecordset>(std::move(rows), sql_);
+    }
+    void ExecuteCommand(const std::shared_ptr<Database>& database,
+                        std::int64_t& rowsAffected) override {
+        auto& connection = ConnectionOf(database);
+        rowsAffected = TimedCall(listener_.get(), Event(),
+                                 [&] { return connection.ExecutePrepared(sql_, parameters_); });
+    }
+
+  private:
+    StatementEvent Event() const { return {.op = "command", .sql = sql_, .params = parameters_}; }
+    Connection& ConnectionOf(const std::shared_ptr<Database>& database) const {
+        auto* own = dynamic_cast<MariaDbDatabase*>(database.get());
+        if (own == nullptr) {
+            throw HostError(sql_, 0, "", "the command was given a database of another host");
+        }
+        return own->GetConnection();
+    }
+
+    std::shared_ptr<StatementListener> listener_;
+    std::vector<Value> parameters_;
+    std::string sql_;
+};
+
+class MariaDbCommandFactory : public CommandFactory {
+  public:
+    explicit MariaDbCommandFactory(std::shared_ptr<StatementListener> listener)
+        : listener_(std::move(listener)) {}
+    std::shared_ptr<Command> NewCommand() override {
+        return std::make_shared<MariaDbCommand>(listener_);
+    }
+
+  private:
+    std::shared_ptr<StatementListener> listener_;
+};
+
+}  // namespace
+
+MariaDbUtility::MariaDbUtility(std::shared_ptr<Connection> connection,
+                               MariaDbUtilityOptions options)
+    : connection_(std::move(connection)),
+      options_(std::move(options)),
+      services_(ComponentServices::Make(options_.services, connection_, options_.listener)),
+      database_(std::make_shared<MariaDbDatabase>(connection_, options_.listener, services_)),
+      commandFactory_(std::make_shared<MariaDbCommandFactory>(options_.listener)) {}
+
+MariaDbUtility::~MariaDbUtility() = default;
+
+std::shared_ptr<Database> MariaDbUtility::GetDatabase() {
+    return database_;  // it keeps nothing of a statement, so one does for all
+}
+
+std::shared_ptr<ComponentHost> MariaDbUtility::GetComponentHost() {
+    return services_;
+}
+
+std::shared_ptr<CommandFactory> MariaDbUtility::GetCommandFactory() {
+    return commandFactory_;
+}
+
+std::filesystem::path MariaDbUtility::InstallFolder() {
+    return options_.installFolder ? *options_.installFolder : Utility::InstallFolder();
+}
+
+std::shared_ptr<twupdate::Observer> MariaDbUtility::GetObserver() {
+    return options_.observer;
+}
+
+std::string MariaDbUtility::LocalHostName() {
+    return options_.localHostName ? *options_.localHostName : Utility::LocalHostName();
+}
+
+}  // namespace twupdate::host

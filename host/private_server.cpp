@@ -1,0 +1,402 @@
+#include "twupdate_host/private_server.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+namespace twupdate::host {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLogLinesShown = 15;
+constexpr auto kPollInterval = 5ms;
+
+std::string ErrnoText() {
+    return std::strerror(errno);
+}
+
+/// The full path of a program. Servers live in folders that are not on everybody's PATH.
+std::string FindProgram(const std::string& name, const std::string& package) {
+    std::string folders = "/usr/sbin:/usr/libexec:/usr/local/sbin:/usr/local/bin:/usr/bin";
+    if (const char* path = std::getenv("PATH"); path != nullptr) {
+        folders = std::string(path) + ":" + folders;
+    }
+    std::istringstream list(folders);
+    for (std::string folder; std::getline(list, folder, ':');) {
+        const std::string program = folder + "/" + name;
+        if (!folder.empty() && access(program.c_str(), X_OK) == 0) {
+            return program;
+        }
+    }
+    throw PrivateServerError("the program " + name + " is not installed (Debian package " +
+                             package + ")");
+}
+
+/// Starts a program without a shell, away from the terminal's signals, with its output appended
+/// to a file. It dies with this thread. @param keep  a descriptor that it inherits, or -1
+pid_t StartProgram(std::vector<std::string> words, const fs::path& output, int keep) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    const std::string outputName = output.string();
+    const pid_t parent = getpid();
+    const pid_t pid = fork();
+    if (pid < 0) {
+        throw PrivateServerError("cannot start " + words.front() + ": " + ErrnoText());
+    }
+    if (pid == 0) {
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
+        setpgid(0, 0);
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != parent) {
+            _exit(127);  // it died before it could be watched
+        }
+        const int null = open("/dev/null", O_RDONLY);
+        const int file = open(outputName.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        dup2(null, STDIN_FILENO);
+        dup2(file, STDOUT_FILENO);
+        dup2(file, STDERR_FILENO);
+        if (keep >= 0) {
+            fcntl(keep, F_SETFD, 0);
+        }
+        execv(arguments[0], arguments.data());
+        _exit(127);
+    }
+    setpgid(pid, pid);  // whoever comes first
+    return pid;
+}
+
+std::string EndInWords(int status) {
+    if (WIFSIGNALED(status)) {
+        return "ended by signal " + std::to_string(WTERMSIG(status));
+    }
+    return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+/// The last lines of a log, for an error's text.
+std::string TailOf(const fs::path& log) {
+    std::ifstream file(log);
+    std::deque<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+        if (lines.size() > kLogLinesShown) {
+            lines.pop_front();
+        }
+    }
+    std::string text = "\nThe end of " + log.string() + ":";
+    for (const std::string& line : lines) {
+        text += "\n    " + line;
+    }
+    return text;
+}
+
+bool IsOwnFile(const std::string& name) {
+    return name.starts_with("twupdate.");
+}
+
+/// What an initialisation makes, finished or not.
+bool IsServerFile(const std::string& name) {
+    constexpr std::array<std::string_view, 9> kPrefixes = {
+        "aria_log", "ib", "undo0", "mysql", "performance_schema", "sys", "test", "ddl_", "tc.log"};
+    return std::any_of(kPrefixes.begin(), kPrefixes.end(),
+                       [&](std::string_view prefix) { return name.starts_with(prefix); });
+}
+
+std::vector<std::string> UserOption() {
+    // A server refuses to run as root unless it is told to.
+    return geteuid() == 0 ? std::vector<std::string>{"--user=root"} : std::vector<std::string>{};
+}
+
+std::vector<std::string> StorageOptions(bool fast) {
+    if (!fast) {
+        return {};
+    }
+    return {"--innodb-flush-log-at-trx-commit=0",
+            "--innodb-flush-method=nosync",
+            "--innodb-doublewrite=0",
+            "--innodb-log-file-size=32M",
+            "--innodb-buffer-pool-size=64M",
+            "--aria-pagecache-buffer-size=8M",
+            "--key-buffer-size=1M",
+            "--sync-frm=0"};
+}
+
+}  // namespace
+
+PrivateServer::PrivateServer(fs::path folder, PrivateServerOptions options)
+    : folder_(fs::absolute(folder).lexically_normal()), options_(std::move(options)) {
+    if (!folder_.has_filename() && folder_.has_relative_path()) {
+        folder_ = folder_.parent_path();  // "folder/" is "folder"
+    }
+    Start();
+}
+
+PrivateServer::~PrivateServer() {
+    try {
+        Stop();
+    } catch (const PrivateServerError&) {
+        Kill();
+    }
+}
+
+void PrivateServer::Start() {
+    if (Running()) {
+        return;
+    }
+    constexpr std::size_t kLongestPath = sizeof(sockaddr_un::sun_path) - 1;
+    if (const std::size_t length = Socket().native().size(); length > kLongestPath) {
+        throw PrivateServerError("the path " + Socket().string() +
+                                 " is too long for a Unix socket: " + std::to_string(length) +
+                                 " bytes of at most " + std::to_string(kLongestPath) +
+                                 "; use a folder with a shorter path");
+    }
+    Lock();
+    try {
+        RefuseForeignServer();
+        InitialiseIfEmpty();
+        Spawn();
+        WaitUntilItAnswers();
+    } catch (...) {
+        Kill();
+        Unlock();
+        throw;
+    }
+}
+
+void PrivateServer::Lock() {
+    std::error_code error;
+    const bool isNew = fs::create_directories(folder_, error);
+    if (error) {
+        throw PrivateServerError("the folder " + folder_.string() +
+                                 " cannot be made: " + error.message());
+    }
+    if (isNew) {
+        // The server's root has no password: the folder is its door.
+        fs::permissions(folder_, fs::perms::owner_all, error);
+    }
+    const fs::path path = folder_ / "twupdate.lock";
+    lock_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (lock_ < 0) {
+        throw PrivateServerError("the folder " + folder_.string() +
+                                 " cannot be written: " + ErrnoText());
+    }
+    if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+        std::string pid;
+        std::ifstream(path) >> pid;
+        Unlock();
+        throw PrivateServerError("another private server" +
+                                 (pid.empty() ? std::string() : " (process " + pid + ")") +
+                                 " runs in the folder " + folder_.string());
+    }
+}
+
+void PrivateServer::Unlock() {
+    if (lock_ >= 0) {
+        close(std::exchange(lock_, -1));
+    }
+}
+
+void PrivateServer::RefuseForeignServer() const {
+    // A server that somebody else started there holds a lock on its system tablespace. Ours would
+    // wait half a minute for it.
+    const int file = open((folder_ / "ibdata1").c_str(), O_RDWR | O_CLOEXEC);
+    if (file < 0) {
+        return;
+    }
+    struct flock wanted {};
+    wanted.l_type = F_WRLCK;
+    wanted.l_whence = SEEK_SET;
+    const bool known = fcntl(file, F_GETLK, &wanted) == 0;
+    close(file);
+    if (known && wanted.l_type != F_UNLCK) {
+        throw PrivateServerError("a server (process " + std::to_string(wanted.l_pid) +
+                                 ") already uses the data in " + folder_.string());
+    }
+}
+
+void PrivateServer::InitialiseIfEmpty() {
+    const fs::path marker = folder_ / "twupdate.initialising";
+    bool empty = true;
+    const bool cutOff = fs::exists(marker);
+    for (const auto& entry : fs::directory_iterator(folder_)) {
+        const std::string name = entry.path().filename().string();
+        if (IsOwnFile(name)) {
+            continue;
+        }
+        if (cutOff && IsServerFile(name)) {
+            fs::remove_all(entry.path());
+        } else {
+            empty = false;
+        }
+    }
+    if (!empty) {
+        if (!fs::is_directory(folder_ / "mysql") || !fs::exists(folder_ / "ibdata1")) {
+            throw PrivateServerError("the folder " + folder_.string() +
+                                     " is not empty and holds no server's data");
+        }
+        return;
+    }
+    const std::string program = FindProgram("mariadb-install-db", "mariadb-server-core");
+    std::ofstream(marker).flush();
+    std::vector<std::string> words = {program,
+                                      "--no-defaults",
+                                      "--datadir=" + folder_.string(),
+                                      "--auth-root-authentication-method=normal",
+                                      "--skip-test-db",
+                                      "--skip-name-resolve"};
+    for (const auto& more : {UserOption(), StorageOptions(options_.fast)}) {
+        words.insert(words.end(), more.begin(), more.end());
+    }
+    pid_ = StartProgram(std::move(words), ErrorLog(), -1);
+    WaitForEnd();
+    if (end_ != EndInWords(0)) {
+        throw PrivateServerError("the folder " + folder_.string() +
+                                 " cannot be initialised: mariadb-install-db " + end_ +
+                                 TailOf(ErrorLog()));
+    }
+    fs::remove(marker);
+}
+
+void PrivateServer::Spawn() {
+    std::error_code error;
+    fs::remove(Socket(), error);  // what a killed server left behind
+    std::vector<std::string> words = {FindProgram("mariadbd", "mariadb-server-core"),
+                                      "--no-defaults",
+                                      "--datadir=" + folder_.string(),
+                                      "--socket=" + Socket().string(),
+                                      "--pid-file=" + (folder_ / "twupdate.pid").string(),
+                                      "--skip-networking",
+                                      "--character-set-server=utf8mb4",
+                                      "--collation-server=utf8mb4_general_ci",
+                                      "--max-allowed-packet=1G"};
+    for (const auto& more : {UserOption(), StorageOptions(options_.fast), options_.serverOptions}) {
+        words.insert(words.end(), more.begin(), more.end());
+    }
+    // The server inherits the lock, so that it holds even if this process is killed.
+    pid_ = StartProgram(std::move(words), ErrorLog(), lock_);
+    const std::string pid = std::to_string(pid_) + "\n";
+    if (ftruncate(lock_, 0) != 0 ||
+        pwrite(lock_, pid.data(), pid.size(), 0) != static_cast<ssize_t>(pid.size())) {
+        throw PrivateServerError("the folder " + folder_.string() +
+                                 " cannot be written: " + ErrnoText());
+    }
+}
+
+void PrivateServer::WaitUntilItAnswers() {
+    const auto end = std::chrono::steady_clock::now() + options_.startTimeout;
+    std::string answer = "it does not answer";
+    while (std::chrono::steady_clock::now() < end) {
+        if (HasEnded()) {
+            throw PrivateServerError("the server in " + folder_.string() + " does not start: it " +
+                                     end_ + TailOf(ErrorLog()));
+        }
+        std::error_code error;
+        if (fs::exists(Socket(), error)) {
+            try {
+                Connection::Open(ConnectOptions());
+                return;
+            } catch (const HostError& failure) {
+                constexpr std::uint32_t kFirstClientError = 2000;
+                if (failure.Code() > 0 && failure.Code() < kFirstClientError) {
+                    return;  // it does answer, if only to turn root away
+                }
+                answer = failure.what();
+            }
+        }
+        std::this_thread::sleep_for(kPollInterval);
+    }
+    throw PrivateServerError("the server in " + folder_.string() + " is not up after " +
+                             std::to_string(options_.startTimeout.count()) + " seconds: " + answer +
+                             TailOf(ErrorLog()));
+}
+
+bool PrivateServer::HasEnded() {
+    if (pid_ == 0) {
+        return true;
+    }
+    int status = 0;
+    const pid_t ended = waitpid(pid_, &status, WNOHANG);
+    if (ended == 0 || (ended < 0 && errno == EINTR)) {
+        return false;
+    }
+    end_ = ended < 0 ? "ended unseen" : EndInWords(status);
+    pid_ = 0;
+    return true;
+}
+
+void PrivateServer::WaitForEnd() {
+    while (!HasEnded()) {
+        std::this_thread::sleep_for(kPollInterval);
+    }
+}
+
+bool PrivateServer::Running() {
+    if (pid_ != 0 && HasEnded()) {
+        Unlock();
+    }
+    return pid_ != 0;
+}
+
+void PrivateServer::Stop() {
+    if (!Running()) {
+        return;
+    }
+    kill(pid_, SIGTERM);
+    const auto end = std::chrono::steady_clock::now() + options_.stopTimeout;
+    while (!HasEnded()) {
+        if (std::chrono::steady_clock::now() > end) {
+            throw PrivateServerError("the server in " + folder_.string() + " (process " +
+                                     std::to_string(pid_) + ") has not ended after " +
+                                     std::to_string(options_.stopTimeout.count()) + " seconds");
+        }
+        std::this_thread::sleep_for(kPollInterval);
+    }
+    Unlock();
+}
+
+void PrivateServer::Kill() {
+    if (!Running()) {
+        return;
+    }
+    kill(-pid_, SIGKILL);  // with what an initialisation has started
+    WaitForEnd();
+    Unlock();
+}
+
+void PrivateServer::Restart() {
+    Stop();
+    Start();
+}
+
+ConnectionOptions PrivateServer::ConnectOptions() const {
+    ConnectionOptions options;
+    options.readOptionFiles = false;
+    options.socket = Socket();
+    options.user = "root";
+    options.password = "";  // and not what MYSQL_PWD holds for another server
+    return options;
+}
+
+}  // namespace twupdate::host
