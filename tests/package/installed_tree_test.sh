@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Installs the build into an empty folder, moves it, and builds and runs programs against it, with
+# find_package and with pkg-config.
+# Usage: installed_tree_test.sh BUILD-FOLDER SOURCE-FOLDER COMPILER
+set -euo pipefail
+build=$1 source=$2 compiler=$3
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() { printf 'FAILED: %s\n' "$*" >&2; exit 1; }
+
+cmake --install "$build" --prefix "$work/first" >/dev/null
+mv "$work/first" "$work/usr"  # nothing in the tree may know where it was put
+library=$(find "$work/usr" -name 'libtwupdate.so')
+libraries=$(dirname "$library")
+
+# --- exported names ------------------------------------------------------------------------------
+exported=$(nm -DC --defined-only "$library" | sed -E 's/^[0-9a-f]+ . //; s/@@?TWUPDATE_1//' | sort -u)
+strangers=$(grep -vE '^((vtable|typeinfo|typeinfo name) for )?twupdate::|^twu_|^TWUPDATE_1$' <<<"$exported" || true)
+[[ -z $strangers ]] || fail "the shared library exports more than its own names: $strangers"
+operations=$(grep -oE '^twupdate::Update::[~A-Za-z]+' <<<"$exported" | sed 's/.*:://' | sort -u | tr '\n' ' ')
+expected="Configure CreateCartFieldSequence CreateCoreDb ShutDown UpdateImportMasterData UpdateServer UpdateSite ~Update "
+[[ $(tr ' ' '\n' <<<"$operations" | sort) == $(tr ' ' '\n' <<<"$expected" | sort) ]] ||
+    fail "of Update the shared library exports: $operations"
+
+# --- the headers stand alone ---------------------------------------------------------------------
+while read -r header; do
+    printf '#include <%s>\n' "$header" |
+        "$compiler" -std=c++20 -fsyntax-only -Wall -Wextra -Werror -x c++ -I "$work/usr/include" - ||
+        fail "$header does not compile alone"
+done < <(cd "$work/usr/include" && find . -name '*.h')
+
+# --- find_package --------------------------------------------------------------------------------
+wanted='site schema 92
+site content 84
+server 18
+server data 23
+UpdateServer without a host -1
+Update is not configured: call Configure with the host'"'"'s utility first'
+check() {
+    local program=$1 got
+    got=$(LD_LIBRARY_PATH=$libraries "$program")
+    [[ $got == "$wanted" ]] || fail "$program prints: $got"
+}
+
+cmake -S "$source/tests/package/consumer" -B "$work/consumer" -G Ninja \
+    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/usr" >/dev/null
+cmake --build "$work/consumer" >/dev/null
+check "$work/consumer/with_shared"
+check "$work/consumer/with_static"
+
+# --- pkg-config ----------------------------------------------------------------------------------
+export PKG_CONFIG_PATH=$libraries/pkgconfig
+[[ $(pkg-config --modversion twupdate) == 1.0.265 ]] || fail "pkg-config names another version"
+# shellcheck disable=SC2046  # several options
+"$compiler" -std=c++20 $(pkg-config --cflags twupdate) "$source/tests/package/consumer/consumer.cpp" \
+    -o "$work/with_pkg_config" $(pkg-config --libs twupdate)
+check "$work/with_pkg_config"
+
+# --- data ----------------------------------------------------------------------------------------
+for table in country currency englishword component componenttype; do
+    file=$work/usr/share/twupdate/resources/${table}Data.txt
+    [[ -s $file ]] || fail "no $file"
+done
+echo "installed tree: all well"
