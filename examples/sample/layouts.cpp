@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "sample/shared_folder.h"
+
 namespace twupdate::sample {
 namespace {
 
@@ -144,10 +146,7 @@ Layouts::Layouts(const std::filesystem::path& folder)
 }
 
 std::filesystem::path Layouts::DefaultFolder() {
-    std::error_code ignored;  // no /proc: the source tree it is
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    const auto installed = program.parent_path().parent_path() / "share/twupdate/layouts";
-    return std::filesystem::exists(installed, ignored) ? installed : TWUPDATE_LAYOUT_FOLDER;
+    return SharedFolder("layouts", TWUPDATE_LAYOUT_FOLDER);
 }
 
 std::vector<std::string> Layouts::Central() const {

@@ -1,5 +1,6 @@
 #include "sample/older_host.h"
 
+#include <string_view>
 #include <utility>
 
 #include "twupdate/update.h"
@@ -8,6 +9,12 @@ namespace twupdate::sample {
 namespace {
 
 constexpr double kFirstVersion = 1.0;
+
+/// Steps that need more than their own version gives: an older site is better off without them.
+bool IsLeftOut(std::string_view step) {
+    return step == "SiteContentStep_1_0081"      // copies a column that came with 1.0244
+           || step == "SiteContentStep_1_0223";  // writes into the central database
+}
 
 class EmptyRecordset : public Recordset, private Fields {
   public:
@@ -143,8 +150,7 @@ class OlderHost : public Utility,
 
     void StepStarting(const LadderStep& step, const std::string&) override {
         const bool isSchema = step.ladder == Ladder::kSiteSchema || step.ladder == Ladder::kServer;
-        deaf_ = step.threshold > (isSchema ? age_.schema : age_.content) ||
-                step.name == "SiteContentStep_1_0223";
+        deaf_ = step.threshold > (isSchema ? age_.schema : age_.content) || IsLeftOut(step.name);
     }
     void StepEnded(const LadderStep&, const std::string&) override { deaf_ = false; }
     /// The server ladders have ended; nothing that comes after them belongs to an older database.

@@ -24,9 +24,9 @@ struct Age {
 /// executes, copies or asks of the platform's services goes nowhere. The services do nothing
 /// for the other steps either: what they do is known to the platform alone.
 ///
-/// SiteContentStep_1_0223 is left out at every version: it writes into the central database, which
-/// an older site's installation may not have brought so far yet. Templates of a component that
-/// `tw_tarnwick.component` does not know are not copied.
+/// Two content steps are left out at every version: SiteContentStep_1_0081 needs a column that
+/// came later, and SiteContentStep_1_0223 writes into the central database, which may be older than
+/// the site. Templates of a component that `tw_tarnwick.component` does not know are not copied.
 /// @param host  a host with the site's database; its observer is not told
 void BringSiteTo(const std::shared_ptr<Utility>& host, std::int32_t siteId, Age age);
 

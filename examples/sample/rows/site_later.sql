@@ -45,9 +45,9 @@ INSERT INTO tw_{siteid}.rssfilelookup(queryid, viewid, instanceid, pageurl, para
   (2, 2, 2, 'http://{domain}/publishers', '', NULL, '92eb5ffee6ae2fec3ad71c777531578f', 'rss');
 
 -- since: 1.0241
-INSERT INTO tw_{siteid}.textembed(embedid, textid, major, minor) VALUES (1, 1, 2, 5);
+INSERT INTO tw_{siteid}.textembed(embedid, textid, major, minor) VALUES (501, 1, 2, 5);
 INSERT INTO tw_{siteid}.textembedproperty(embedid, propertytype, valuetype, integer_value, string_value) VALUES
-  (1, 1, 0, 8, ''), (1, 2, 1, 0, 'Title');
+  (501, 1, 0, 8, ''), (501, 2, 1, 0, 'Title');
 
 -- since: 1.0249
 INSERT INTO tw_{siteid}.regularexpression(regexid, title, description, pattern, ignorecase, replacestr, testinput, patternlen, replacestrlen) VALUES

@@ -1,0 +1,113 @@
+// twupdate-sample: makes an old installation with believable rows, to try an upgrade on.
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "sample/installation.h"
+#include "twupdate_host/connection.h"
+#include "twupdate_host/mariadb_utility.h"
+#include "twupdate_host/private_server.h"
+
+namespace {
+
+using namespace twupdate;
+
+struct Options {
+    sample::InstallationOptions installation;
+    host::ConnectionOptions connection;
+    std::optional<std::filesystem::path> dataFolder;
+};
+
+void AddOptions(CLI::App& app, Options& options) {
+    auto& installation = options.installation;
+    app.add_option("--sites", installation.sites, "number of sites")
+        ->check(CLI::Range(0, 100000))
+        ->capture_default_str();
+    app.add_option("--rows", installation.rows, "rows in each of a site's large tables")
+        ->check(CLI::Range(0, 10000000))
+        ->capture_default_str();
+    app.add_option("--seed", installation.seed, "another seed makes other rows")
+        ->capture_default_str();
+    app.add_option("--install-root", installation.root,
+                   "write the installation's files into this folder; the component's own folder "
+                   "is \"update\" in it")
+        ->type_name("DIR");
+    app.add_option("--layouts", installation.layoutFolder, "the layouts to load")
+        ->type_name("DIR")
+        ->check(CLI::ExistingDirectory);
+    app.add_option("--sample-rows", installation.rowFolder, "the rows with fixed ids")
+        ->type_name("DIR")
+        ->check(CLI::ExistingDirectory);
+    app.add_option("--datadir", options.dataFolder,
+                   "start a private server on this folder for the time of the command")
+        ->type_name("DIR");
+    app.add_option("--defaults-file", options.connection.defaultsFile,
+                   "read [client] and [twupdate] of this option file only")
+        ->type_name("FILE");
+    app.add_option("--socket", options.connection.socket)->type_name("FILE");
+    app.add_option("--host", options.connection.host);
+    app.add_option("--port", options.connection.port);
+    app.add_option("--user", options.connection.user,
+                   "the password comes from option files or MYSQL_PWD");
+}
+
+void Make(const Options& options) {
+    std::optional<host::PrivateServer> server;
+    host::ConnectionOptions connection = options.connection;
+    if (options.dataFolder) {
+        server.emplace(*options.dataFolder,
+                       host::PrivateServerOptions{.fast = true, .serverOptions = {}});
+        connection = server->ConnectOptions();
+    }
+    host::MariaDbUtilityOptions utility;
+    if (!options.installation.root.empty()) {
+        utility.installFolder = options.installation.root / "update";
+    }
+    const auto host = std::make_shared<host::MariaDbUtility>(host::Connection::Open(connection),
+                                                             std::move(utility));
+    sample::MakeInstallation(host, options.installation);
+}
+
+void Print(const Options& options) {
+    std::printf("An installation at version 1.0000 with %d sites.\n", options.installation.sites);
+    for (const auto& site : sample::PlanSites(options.installation.sites)) {
+        std::printf("  site %d at %.4f%s%s%s\n", site.siteId, site.recordedVersion,
+                    site.hardDeleted ? ", hard-deleted" : (site.deleted ? ", deleted" : ""),
+                    site.inTransaction ? ", in transaction" : "",
+                    site.groups.empty() ? ", no optional feature" : "");
+        if (site.siteId == 20 && options.installation.sites > 20) {
+            std::printf("  …\n");
+            break;
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Makes an old installation with believable rows, to try an upgrade on.",
+                 "twupdate-sample");
+    Options options;
+    AddOptions(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    try {
+        Make(options);
+        Print(options);
+        return 0;
+    } catch (const HostError& error) {
+        std::fprintf(stderr, "twupdate-sample: %s\n  statement: %.500s\n", error.what(),
+                     error.Statement().c_str());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "twupdate-sample: %s\n", error.what());
+    }
+    return 1;
+}
