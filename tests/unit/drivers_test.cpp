@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <limits>
 
 #include "support/recording_host.h"
@@ -267,6 +270,141 @@ TEST_F(Drivers, TheObserverIsNotToldOfTheEndOfWhatFails) {
     EXPECT_THROW(update.UpdateSite(5, 1.0263), HostError);  // only SiteSchemaStep_1_0264 is left
     EXPECT_THAT(observer->told,
                 ElementsAre("site 5", "ladder site schema tw_5", "step SiteSchemaStep_1_0264"));
+}
+
+/// A host whose catalogue holds an installation at 1.0000 with one site that has every feature.
+class WholeInstallation : public ::testing::Test {
+  protected:
+    static constexpr std::int32_t kSite = 7;
+
+    WholeInstallation() {
+        Load("central.sql");
+        Load("logs.sql");
+        Load("site_core.sql");
+        Load("site_optional.sql");
+        host->observer = observer;
+        host->installFolder = "/nonexistent/bin";
+        update.Configure(host);
+    }
+
+    void Load(const std::string& file) {
+        std::ifstream in(std::string(TWUPDATE_SOURCE_FOLDER "/examples/sample/layouts/") + file);
+        ASSERT_TRUE(in) << file;
+        std::string script(std::istreambuf_iterator<char>(in), {});
+        for (auto at = script.find("{siteid}"); at != std::string::npos;
+             at = script.find("{siteid}")) {
+            script.replace(at, 8, std::to_string(kSite));
+        }
+        host->catalogue.RunScript(script);
+    }
+
+    /// The names of the steps that ran, in order.
+    std::vector<std::string> StepsRun() const {
+        std::vector<std::string> steps;
+        for (const std::string& line : observer->told) {
+            if (line.starts_with("step ")) {
+                steps.push_back(line.substr(5));
+            }
+        }
+        return steps;
+    }
+
+    std::vector<std::string> NamesOf(std::initializer_list<Ladder> ladders, double version) const {
+        std::vector<std::string> names;
+        for (const Ladder ladder : ladders) {
+            for (const LadderStep& step : LadderSteps(ladder)) {
+                if (!(version >= step.threshold)) {
+                    names.emplace_back(step.name);
+                }
+            }
+        }
+        return names;
+    }
+
+    void AnswerSites(double version) { host->Answer(SitesAbove(0), Sites(kSite, kSite, version)); }
+
+    std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
+    std::shared_ptr<ListingObserver> observer = std::make_shared<ListingObserver>();
+    Update update;
+};
+
+TEST_F(WholeInstallation, AVersionOfZeroRunsEveryRowOfBothSiteLadders) {
+    EXPECT_EQ(update.UpdateSite(kSite, 0), -1);
+    EXPECT_EQ(StepsRun(), NamesOf({Ladder::kSiteSchema, Ladder::kSiteContent}, 0));
+    EXPECT_EQ(StepsRun().size(), 92U + 84U);
+}
+
+TEST_F(WholeInstallation, AVersionThatIsNotANumberRunsEverything) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    AnswerSites(nan);
+    EXPECT_EQ(update.UpdateServer(nan), -1);
+    EXPECT_EQ(StepsRun(), NamesOf({Ladder::kServer, Ladder::kServerData, Ladder::kSiteSchema,
+                                   Ladder::kSiteContent},
+                                  0));
+    EXPECT_EQ(host->log.back(), kInstallationWriteLine);
+    EXPECT_FALSE(host->Lines("service").empty());
+}
+
+TEST_F(WholeInstallation, TheServerRunsComeInFullBeforeTheSites) {
+    AnswerSites(1.0263);
+    update.UpdateServer(1.0);
+    std::vector<std::string> expected = NamesOf({Ladder::kServer, Ladder::kServerData}, 1.0);
+    expected.emplace_back("SiteSchemaStep_1_0264");
+    EXPECT_EQ(StepsRun(), expected);
+}
+
+TEST_F(WholeInstallation, RefreshesTheApplicationOnceAfterTheSitesBelow1_0041) {
+    AnswerSites(kNoStepsLeft);
+    update.UpdateServer(1.0040);
+    ASSERT_GE(host->log.size(), 3U);
+    const std::vector<std::string> tail(host->log.end() - 4, host->log.end());
+    EXPECT_THAT(tail, ElementsAre(EnumerationLine(0), SiteWriteLine(kSite), "refresh",
+                                  kInstallationWriteLine));
+    EXPECT_EQ(std::count(host->log.begin(), host->log.end(), "refresh"), 1);
+}
+
+TEST_F(WholeInstallation, DoesNotRefreshTheApplicationFrom1_0041On) {
+    update.UpdateServer(1.0041);
+    EXPECT_EQ(std::count(host->log.begin(), host->log.end(), "refresh"), 0);
+}
+
+TEST_F(WholeInstallation, ASiteAt1_0027RunsTheSiteMapStepTwiceAndAt1_0028Once) {
+    UpdateTestPeer(update).RunSiteSchemaLadder(kSite, 0);  // the tables of the later steps
+    for (const auto& [version, times] :
+         {std::pair{1.0027, 2}, {1.0028, 1}, {1.0029, 1}, {1.0030, 0}}) {
+        observer->told.clear();
+        UpdateTestPeer(update).RunSiteSchemaLadder(kSite, version);
+        const auto steps = StepsRun();
+        EXPECT_EQ(std::count(steps.begin(), steps.end(), "SiteSchemaStep_1_0028"), times)
+            << version;
+    }
+}
+
+TEST_F(WholeInstallation, ASiteAt1_0051RunsTheEmbedRenameOnceAndNotTheRefresh) {
+    UpdateTestPeer(update).RunSiteSchemaLadder(kSite, 0);
+    observer->told.clear();
+    UpdateTestPeer(update).RunSiteContentLadder(kSite, 1.0051);
+    const auto steps = StepsRun();
+    EXPECT_EQ(std::count(steps.begin(), steps.end(), "SiteContentStep_1_0050"), 1);
+    EXPECT_EQ(std::count(steps.begin(), steps.end(), "SiteContentStep_1_0051"), 0);
+}
+
+TEST_F(WholeInstallation, ImportMasterDataRunsBothServerRunsAgainstTheSitesCopies) {
+    std::ifstream in(TWUPDATE_SOURCE_FOLDER "/examples/sample/layouts/central.sql");
+    std::string script(std::istreambuf_iterator<char>(in), {});
+    const std::string create = "CREATE DATABASE tw_tarnwick;";
+    script.erase(script.find(create), create.size());
+    const std::string central = "tw_tarnwick.";
+    for (auto at = script.find(central); at != std::string::npos; at = script.find(central)) {
+        script.replace(at, central.size(), "tw_7.tw_");
+    }
+    host->catalogue.RunScript(script);
+    EXPECT_EQ(update.UpdateImportMasterData(kSite, 1.0), -1);
+    EXPECT_EQ(StepsRun(), NamesOf({Ladder::kServer, Ladder::kServerData}, 1.0));
+    EXPECT_THAT(host->Lines("command"), IsEmpty());
+    for (const std::string& line : host->log) {
+        EXPECT_EQ(line.find("tw_tarnwick"), std::string::npos) << line;
+    }
 }
 
 }  // namespace
