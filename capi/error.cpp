@@ -60,10 +60,9 @@ void ThrowFailure(twu_status status, const twu_error& error, const std::string& 
     if (status == TWU_NO_MEMORY) {
         throw std::bad_alloc();
     }
-    throw HostError(error.statement.empty() ? statement : error.statement, error.code,
-                    error.sqlState,
-                    error.text.empty() ? "the host's callback failed without telling why"
-                                       : error.text);
+    throw HostError(
+        error.statement.empty() ? statement : error.statement, error.code, error.sqlState,
+        error.text.empty() ? "the host's callback failed without telling why" : error.text);
 }
 
 }  // namespace twupdate::capi

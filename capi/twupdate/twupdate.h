@@ -26,8 +26,8 @@
  *   run on two threads, as long as their hosts' callbacks allow it.
  * - **Callbacks** must return: no C++ exception and no longjmp may leave them. They must not call
  *   the functions of the `twu_update` on whose behalf they are called.
- * - **Booleans** that come from the component are -1 for true and 0 for false; of a Boolean that the
- *   host hands over everything but 0 is true.
+ * - **Booleans** that come from the component are -1 for true and 0 for false; of a Boolean that
+ * the host hands over everything but 0 is true.
  */
 
 /* This header is C. NOLINTBEGIN(modernize-*) */
@@ -295,7 +295,8 @@ typedef struct twu_host_callbacks {
     /* The platform's component services. A run that needs one that is missing fails with
      * TWU_HOST_ERROR. */
 
-    /** The definition of a component type; an id that the installation does not have is an error. */
+    /** The definition of a component type; an id that the installation does not have is an error.
+     */
     twu_status (*component_item)(void* context, int32_t component_id, twu_component* component,
                                  twu_error* error);
     /** Brings the component's stored data in the site to the current layout. */

@@ -1,0 +1,47 @@
+#!/bin/sh
+# Checks what the shared library exports: the public operations and the C functions, all of them
+# and nothing else.
+# usage: exported_names_test.sh LIBRARY NM
+set -eu
+
+library=$1
+nm=$2
+exported=$("$nm" -D --defined-only -C "$library" | sed 's/^[0-9a-f]* . //' | sort -u)
+status=0
+
+# The classes that a host derives from, catches or uses; their members and type information.
+classes='Field|Fields|Recordset|Reader|Database|Command|CommandFactory|Component|ComponentList'
+classes="$classes|Application|ComponentHost|Feature|Observer|Utility|Value"
+classes="$classes|HostError|ConversionError|OverflowError|FileError|DataFileError"
+classes="$classes|NotConfiguredError"
+# Of Update, which also declares the steps, only the public operations.
+operations='~Update|Configure|ShutDown|UpdateImportMasterData|UpdateServer|UpdateSite'
+operations="$operations|CreateCartFieldSequence|CreateCoreDb"
+public="^(twu_[a-z_]+\$"
+public="$public|((vtable|typeinfo|typeinfo name) for )?twupdate::($classes)(::.*)?\$"
+public="$public|twupdate::Update::($operations)(\\[abi:cxx11\\])?\\("
+public="$public|twupdate::(LadderName|LadderSteps|PendingSteps)\\()"
+
+surplus=$(printf '%s\n' "$exported" | grep -Ev "$public" || true)
+if [ -n "$surplus" ]; then
+    printf 'exported, but not public:\n%s\n' "$surplus"
+    status=1
+fi
+
+# The functions of the header, which say TWU_API, and one name of each kind that C++ callers need.
+header=$(dirname "$0")/../../capi/twupdate/twupdate.h
+functions=$(grep -o '^TWU_API.*' "$header" | grep -Eo 'twu_[a-z_]+\(' | tr -d '(' | sort -u)
+[ "$(printf '%s\n' "$functions" | wc -l)" -ge 20 ] || { echo "cannot read $header"; exit 1; }
+for name in $functions; do
+    printf '%s\n' "$exported" | grep -qx "$name" || { echo "not exported: $name"; status=1; }
+done
+for name in '~Update' Configure ShutDown UpdateImportMasterData UpdateServer UpdateSite \
+            CreateCartFieldSequence CreateCoreDb; do
+    printf '%s\n' "$exported" | grep -Eq "^twupdate::Update::$name(\\[abi:cxx11\\])?\\(" ||
+        { echo "not exported: twupdate::Update::$name"; status=1; }
+done
+for name in 'typeinfo for twupdate::HostError' 'vtable for twupdate::Utility' \
+            'typeinfo for twupdate::NotConfiguredError' 'twupdate::Value::ToInt32() const'; do
+    printf '%s\n' "$exported" | grep -qxF "$name" || { echo "not exported: $name"; status=1; }
+done
+exit $status
