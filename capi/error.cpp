@@ -35,6 +35,8 @@ void WriteCurrentException(twu_error& error) noexcept {
             WriteText(error, TWU_FILE_ERROR, failure.what());
         } catch (const DataFileError& failure) {
             WriteText(error, TWU_DATA_FILE_ERROR, failure.what());
+        } catch (const OutdatedCentralDatabaseError& failure) {
+            WriteText(error, TWU_OUTDATED_CENTRAL_DATABASE, failure.what());
         } catch (const NotConfiguredError& failure) {
             WriteText(error, TWU_NOT_CONFIGURED, failure.what());
         } catch (const Stopped& failure) {
@@ -128,6 +130,8 @@ const char* twu_status_name(twu_status status) {
             return "TWU_FILE_ERROR";
         case TWU_DATA_FILE_ERROR:
             return "TWU_DATA_FILE_ERROR";
+        case TWU_OUTDATED_CENTRAL_DATABASE:
+            return "TWU_OUTDATED_CENTRAL_DATABASE";
         case TWU_NOT_CONFIGURED:
             return "TWU_NOT_CONFIGURED";
         case TWU_NO_MEMORY:

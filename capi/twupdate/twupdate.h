@@ -67,17 +67,20 @@ enum {
     TWU_FILE_ERROR = 3,
     /** A reference data file has a line with too few fields. */
     TWU_DATA_FILE_ERROR = 4,
+    /** A site step needs something of the central database that only a later version of it has:
+     * run `twu_update_server` first. */
+    TWU_OUTDATED_CENTRAL_DATABASE = 5,
     /** A statement was due, but the `twu_update` has no host: call `twu_configure` first. */
-    TWU_NOT_CONFIGURED = 5,
+    TWU_NOT_CONFIGURED = 6,
     /** There was not enough memory. */
-    TWU_NO_MEMORY = 6,
+    TWU_NO_MEMORY = 7,
     /** A callback asked to stop. */
-    TWU_STOPPED = 7,
+    TWU_STOPPED = 8,
     /** An argument cannot be: a NULL handle, a required callback that is missing. Nothing was
      * done. */
-    TWU_INVALID_ARGUMENT = 8,
+    TWU_INVALID_ARGUMENT = 9,
     /** Anything else; the text tells. */
-    TWU_OTHER = 9
+    TWU_OTHER = 10
 };
 
 /** The name of a status, e.g. "TWU_HOST_ERROR"; "unknown status" for a number that is none. */

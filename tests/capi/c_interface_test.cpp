@@ -649,6 +649,19 @@ TEST(AFailure, ForWantOfAHostIsToldAsThat) {
     twu_update_free(update);
 }
 
+TEST(AFailure, ForWantOfACentralUpgradeIsToldAsThat) {
+    FakeHost fake;  // a site with a commission, and tw_tarnwick.accountpayment without columns
+    fake.answers["SHOW TABLES FROM tw_7 LIKE 'commission';"] = {{{"Tables_in_tw_7", "commission"}}};
+    fake.answers
+        ["SELECT commissionid, orderid FROM tw_7.commission WHERE orderid > 0 AND "
+         "commissionid > 0 ORDER BY commissionid LIMIT 50;"] = {
+        {{"commissionid", std::int64_t{1}}, {"orderid", std::int64_t{2}}}};
+    const Configured configured(fake);
+    EXPECT_EQ(twu_update_site(configured.update, 7, 1.0222, nullptr),
+              TWU_OUTDATED_CENTRAL_DATABASE);
+    EXPECT_THAT(configured.ErrorText(), HasSubstr("upgrade the central database first"));
+}
+
 class DataFiles : public testing::Test {
   protected:
     DataFiles() {
@@ -837,12 +850,13 @@ TEST(TwuStatusName, IsTheNameInTheHeader) {
     EXPECT_STREQ(twu_status_name(TWU_CONVERSION_ERROR), "TWU_CONVERSION_ERROR");
     EXPECT_STREQ(twu_status_name(TWU_FILE_ERROR), "TWU_FILE_ERROR");
     EXPECT_STREQ(twu_status_name(TWU_DATA_FILE_ERROR), "TWU_DATA_FILE_ERROR");
+    EXPECT_STREQ(twu_status_name(TWU_OUTDATED_CENTRAL_DATABASE), "TWU_OUTDATED_CENTRAL_DATABASE");
     EXPECT_STREQ(twu_status_name(TWU_NOT_CONFIGURED), "TWU_NOT_CONFIGURED");
     EXPECT_STREQ(twu_status_name(TWU_NO_MEMORY), "TWU_NO_MEMORY");
     EXPECT_STREQ(twu_status_name(TWU_STOPPED), "TWU_STOPPED");
     EXPECT_STREQ(twu_status_name(TWU_INVALID_ARGUMENT), "TWU_INVALID_ARGUMENT");
     EXPECT_STREQ(twu_status_name(TWU_OTHER), "TWU_OTHER");
-    EXPECT_STREQ(twu_status_name(10), "unknown status");
+    EXPECT_STREQ(twu_status_name(11), "unknown status");
     EXPECT_STREQ(twu_status_name(-1), "unknown status");
 }
 

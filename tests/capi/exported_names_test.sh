@@ -6,19 +6,20 @@ set -eu
 
 library=$1
 nm=$2
-exported=$("$nm" -D --defined-only -C "$library" | sed 's/^[0-9a-f]* . //' | sort -u)
+exported=$("$nm" -D --defined-only -C "$library" | sed 's/^[0-9a-f]* . //; s/@@*TWUPDATE_1//' | sort -u)
 status=0
 
 # The classes that a host derives from, catches or uses; their members and type information.
-classes='Field|Fields|Recordset|Reader|Database|Command|CommandFactory|Component|ComponentList'
-classes="$classes|Application|ComponentHost|Feature|Observer|Utility|Value"
-classes="$classes|HostError|ConversionError|OverflowError|FileError|DataFileError"
-classes="$classes|NotConfiguredError"
+source=$(dirname "$0")/../..
+classes=$(grep -ho '^class TWUPDATE_EXPORT [A-Za-z]*' "$source"/src/component/twupdate/*.h |
+    sed 's/.* //' | grep -vx Update)
+[ "$(printf '%s\n' "$classes" | wc -l)" -ge 20 ] || { echo "cannot read the headers"; exit 1; }
+any_class=$(printf '%s\n' "$classes" | paste -sd '|')
 # Of Update, which also declares the steps, only the public operations.
 operations='~Update|Configure|ShutDown|UpdateImportMasterData|UpdateServer|UpdateSite'
 operations="$operations|CreateCartFieldSequence|CreateCoreDb"
-public="^(twu_[a-z_]+\$"
-public="$public|((vtable|typeinfo|typeinfo name) for )?twupdate::($classes)(::.*)?\$"
+public="^(TWUPDATE_1\$|twu_[a-z_]+\$"
+public="$public|((vtable|typeinfo|typeinfo name) for )?twupdate::($any_class)(::.*)?\$"
 public="$public|twupdate::Update::($operations)(\\[abi:cxx11\\])?\\("
 public="$public|twupdate::(LadderName|LadderSteps|PendingSteps)\\()"
 
@@ -28,8 +29,8 @@ if [ -n "$surplus" ]; then
     status=1
 fi
 
-# The functions of the header, which say TWU_API, and one name of each kind that C++ callers need.
-header=$(dirname "$0")/../../capi/twupdate/twupdate.h
+# The functions of the header, which say TWU_API, and what C++ callers need.
+header=$source/capi/twupdate/twupdate.h
 functions=$(grep -o '^TWU_API.*' "$header" | grep -Eo 'twu_[a-z_]+\(' | tr -d '(' | sort -u)
 [ "$(printf '%s\n' "$functions" | wc -l)" -ge 20 ] || { echo "cannot read $header"; exit 1; }
 for name in $functions; do
@@ -40,8 +41,15 @@ for name in '~Update' Configure ShutDown UpdateImportMasterData UpdateServer Upd
     printf '%s\n' "$exported" | grep -Eq "^twupdate::Update::$name(\\[abi:cxx11\\])?\\(" ||
         { echo "not exported: twupdate::Update::$name"; status=1; }
 done
-for name in 'typeinfo for twupdate::HostError' 'vtable for twupdate::Utility' \
-            'typeinfo for twupdate::NotConfiguredError' 'twupdate::Value::ToInt32() const'; do
-    printf '%s\n' "$exported" | grep -qxF "$name" || { echo "not exported: $name"; status=1; }
+for class in $classes; do
+    [ "$class" != Value ] || continue  # everything of it that has no body in its header follows
+    for name in "typeinfo for twupdate::$class" "vtable for twupdate::$class" \
+                "twupdate::$class::~$class()"; do
+        printf '%s\n' "$exported" | grep -qxF "$name" || { echo "not exported: $name"; status=1; }
+    done
+done
+for name in IsNumeric ToInt32 ToDouble ToText ToBool; do
+    printf '%s\n' "$exported" | grep -Eq "^twupdate::Value::$name(\\[abi:cxx11\\])?\\(\\) const\$" ||
+        { echo "not exported: twupdate::Value::$name"; status=1; }
 done
 exit $status
