@@ -491,6 +491,12 @@ void Connection::SetUpSession(const ConnectionOptions& options) {
         Execute("SET SESSION lock_wait_timeout = " + seconds +
                 ", innodb_lock_wait_timeout = " + seconds);
     }
+    // A database that is made over this connection holds what comes over it.
+    Execute("SET SESSION character_set_server = " + std::string(mysql_character_set_name(mysql_)));
+    const auto limits = Query("SELECT @@SESSION.max_allowed_packet AS bytes");
+    if (limits->Next()) {
+        maxPacket_ = static_cast<std::size_t>(std::stoull(limits->Get(0).ToText()));
+    }
     RefuseUnsafeSqlMode();
 }
 
@@ -511,6 +517,13 @@ void Connection::Fail(std::string_view sql) {
 }
 
 void Connection::Send(std::string_view sql) {
+    // The server would drop the connection without a word about the reason.
+    if (maxPacket_ > 0 && sql.size() >= maxPacket_) {
+        throw HostError(std::string(sql), CR_NET_PACKET_TOO_LARGE, "HY000",
+                        "the statement has " + std::to_string(sql.size()) +
+                            " bytes and the server takes less than " + std::to_string(maxPacket_) +
+                            "; raise the server's setting max_allowed_packet and connect again");
+    }
     if (mysql_real_query(mysql_, sql.data(), static_cast<unsigned long>(sql.size())) != 0) {
         Fail(sql);
     }

@@ -119,6 +119,7 @@ class Connection {
     [[noreturn]] void Fail(std::string_view sql);
 
     st_mysql* mysql_ = nullptr;
+    std::size_t maxPacket_ = 0;  ///< the session's max_allowed_packet
     std::uint64_t lastInsertId_ = 0;
     std::vector<std::shared_ptr<Prepared>> prepared_;  ///< the one used last comes first
 };
