@@ -1,0 +1,107 @@
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "contract/host_contract.h"
+#include "twupdate_host/mariadb_utility.h"
+#include "twupdate_host/private_server.h"
+
+namespace twupdate::test {
+namespace {
+
+/// Writes down the services that succeeded.
+class ServiceListener : public host::StatementListener {
+  public:
+    std::vector<std::string> calls;
+
+    void After(const host::StatementEvent& event, std::chrono::nanoseconds,
+               const HostError* error) override {
+        if (error != nullptr) {
+            return;
+        }
+        if (event.op == "service") {
+            calls.push_back(std::string(event.service) + " " +
+                            std::to_string(event.siteId.value()) + " " +
+                            std::to_string(event.componentId.value()));
+        } else if (event.op == "refresh") {
+            calls.push_back("Refresh");
+        }
+    }
+};
+
+/// One private server for all tests, in a folder of its own that goes with it.
+class Server {
+  public:
+    static host::PrivateServer& Get() {
+        static Server server;
+        return *server.server_;
+    }
+    ~Server() {
+        server_.reset();
+        std::filesystem::remove_all(folder_);
+    }
+
+  private:
+    Server() {
+        std::string name = (std::filesystem::temp_directory_path() / "twupdate-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            throw std::runtime_error("no temporary folder");
+        }
+        folder_ = name;
+        server_ = std::make_unique<host::PrivateServer>(folder_ / "server",
+                                                        host::PrivateServerOptions{.fast = true});
+    }
+
+    std::filesystem::path folder_;
+    std::unique_ptr<host::PrivateServer> server_;
+};
+
+class MariaDbHostUnderTest : public HostUnderTest {
+  public:
+    MariaDbHostUnderTest() {
+        const auto connection = host::Connection::Open(Server::Get().ConnectOptions());
+        connection->Execute("CREATE DATABASE IF NOT EXISTS tw_tarnwick");
+        connection->Execute(
+            "CREATE OR REPLACE TABLE tw_tarnwick.component(componentid INT DEFAULT 0 NOT NULL, "
+            "componentname VARCHAR(255), foldername VARCHAR(50), PRIMARY KEY(componentid))");
+        // `test -e FLAG SERVICE SITE COMPONENT` would not do: the words that are added are in the
+        // way. A script looks for the flag.
+        const auto folder = Server::Get().Folder().parent_path();
+        flag_ = folder / "services-work";
+        std::ofstream(flag_).flush();
+        const auto script = folder / "service";
+        std::ofstream(script) << "#!/bin/sh\ntest -e '" << flag_.string() << "'\n";
+        std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+        host_ = std::make_shared<host::MariaDbUtility>(
+            connection,
+            host::MariaDbUtilityOptions{.listener = listener_,
+                                        .services = {.serviceCommand = script.string()}});
+    }
+
+    std::shared_ptr<Utility> Host() override { return host_; }
+    void AddComponent(std::int32_t id, const std::string& name,
+                      const std::string& folder) override {
+        host_->GetConnection()->ExecutePrepared("INSERT INTO tw_tarnwick.component VALUES(?, ?, ?)",
+                                                std::vector<Value>{id, name, folder});
+    }
+    bool FailServices() override { return std::filesystem::remove(flag_); }
+    bool ServiceCalls(std::vector<std::string>& calls) override {
+        calls = listener_->calls;
+        return true;
+    }
+
+  private:
+    std::filesystem::path flag_;
+    std::shared_ptr<ServiceListener> listener_ = std::make_shared<ServiceListener>();
+    std::shared_ptr<host::MariaDbUtility> host_;
+};
+
+INSTANTIATE_TEST_SUITE_P(MariaDbHost, HostContract,
+                         testing::Values(HostFactory{
+                             "MariaDbHost",
+                             [] { return std::make_unique<MariaDbHostUnderTest>(); }}));
+
+}  // namespace
+}  // namespace twupdate::test
