@@ -1,0 +1,58 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace twupdate::test {
+
+/// A new empty folder that is removed with the object: in memory where there is room.
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        namespace fs = std::filesystem;
+        constexpr std::uintmax_t kRoom = std::uintmax_t{1} << 30;
+        std::error_code error;
+        const auto memory = fs::space("/dev/shm", error);
+        const fs::path parent =
+            !error && memory.available >= kRoom ? "/dev/shm" : fs::temp_directory_path();
+        std::string name = (parent / "twupdate-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            throw std::runtime_error("no temporary folder can be made in " + parent.string());
+        }
+        path_ = name;
+    }
+    ~TemporaryFolder() {
+        std::error_code error;
+        std::filesystem::remove_all(path_, error);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return path_; }
+    /// The path of a file or folder in it.
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+    /// Writes a file in it. @returns its path
+    std::filesystem::path Write(const std::string& name, const std::string& content) const {
+        std::ofstream(path_ / name, std::ios::binary) << content;
+        return path_ / name;
+    }
+    /// The content of a file in it.
+    std::string Read(const std::string& name) const {
+        std::ostringstream text;
+        text << std::ifstream(path_ / name, std::ios::binary).rdbuf();
+        return text.str();
+    }
+
+  private:
+    std::filesystem::path path_;
+};
+
+}  // namespace twupdate::test
