@@ -92,6 +92,9 @@ class ServerTest : public testing::Test {
     /// The `tw_`-prefixed copies of the central tables in a site's database, at 1.0000.
     void LoadImportedMasterData(std::int32_t siteId);
 
+    /// Drops every database of the platform, as before each test.
+    void DropDatabases();
+
     /// Runs the statements of a script.
     void Sql(const std::string& script);
     /// The rows of a query, each as its values with " | " between them; NULL is NULL.
@@ -121,7 +124,6 @@ class ServerTest : public testing::Test {
     static bool Soak();
 
   private:
-    void DropDatabases();
     std::shared_ptr<Utility> HostOr(std::shared_ptr<Utility> utility) const;
 
     sample::Layouts layouts_;

@@ -331,16 +331,15 @@ RowSnapshot RowsOf(Utility& utility, const std::string& database) {
     std::map<std::string, std::vector<std::pair<std::string, bool>>> columnsOf;
     for (const Record& r :
          Query(utility,
-               "SELECT TABLE_NAME, COLUMN_NAME, DATA_TYPE, COLUMN_DEFAULT, COLUMN_KEY "
+               "SELECT TABLE_NAME, COLUMN_NAME, DATA_TYPE, COLUMN_DEFAULT "
                "FROM information_schema.COLUMNS" +
                    DatabaseCondition(database) + "ORDER BY TABLE_NAME, ORDINAL_POSITION;",
-               {"TABLE_NAME", "COLUMN_NAME", "DATA_TYPE", "COLUMN_DEFAULT", "COLUMN_KEY"})) {
+               {"TABLE_NAME", "COLUMN_NAME", "DATA_TYPE", "COLUMN_DEFAULT"})) {
         auto& table = snapshot.tables[r[0].ToText()];
         columnsOf[r[0].ToText()].emplace_back(r[1].ToText(), IsText(r[2].ToText()));
         if (!r[3].IsNull()) {
             table.defaults[r[1].ToText()] = r[3].ToText();
         }
-        table.hasPrimaryKey |= r[4].ToText() == "PRI";
     }
     for (const Record& r : Query(utility,
                                  "SELECT TABLE_NAME, COLUMN_NAME FROM "
@@ -349,7 +348,9 @@ RowSnapshot RowsOf(Utility& utility, const std::string& database) {
                                      "AND INDEX_NAME = 'PRIMARY' "
                                      "ORDER BY TABLE_NAME, SEQ_IN_INDEX;",
                                  {"TABLE_NAME", "COLUMN_NAME"})) {
-        snapshot.tables[r[0].ToText()].keyColumns.push_back(r[1].ToText());
+        auto& table = snapshot.tables[r[0].ToText()];
+        table.hasPrimaryKey = true;
+        table.keyColumns.push_back(r[1].ToText());
     }
     for (auto& [name, table] : snapshot.tables) {
         std::vector<std::string> columns;

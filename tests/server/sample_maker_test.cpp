@@ -1,0 +1,167 @@
+// The sample maker makes the same installation again, and the one that it promises.
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "sample_installation.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+class SampleMaker : public SampleTest {
+  protected:
+    /// Every file below the root by its path, with its content.
+    std::map<std::string, std::string> Files() const {
+        std::map<std::string, std::string> files;
+        for (const auto& entry : fs::recursive_directory_iterator(Root())) {
+            if (entry.is_regular_file()) {
+                const auto path = fs::relative(entry.path(), Root());
+                files[path.string()] = ReadFile(path);
+            }
+        }
+        return files;
+    }
+    void RemoveFiles() const {
+        for (const auto& entry : fs::directory_iterator(Root())) {
+            fs::remove_all(entry.path());
+        }
+    }
+};
+
+TEST_F(SampleMaker, TheSameSeedMakesTheSameInstallation) {
+    sample::MakeInstallation(Host(), Options(5, 40));
+    const State first = StateOfAll();
+    const auto files = Files();
+    DropDatabases();
+    RemoveFiles();
+    sample::MakeInstallation(Host(), Options(5, 40));
+    EXPECT_TRUE(SameState(first, StateOfAll()));
+    EXPECT_EQ(files, Files());
+}
+
+TEST_F(SampleMaker, AnotherSeedMakesOtherRowsButTheSameLayout) {
+    auto options = Options(1, 40);
+    sample::MakeInstallation(Host(), options);
+    const State first = StateOfAll();
+    DropDatabases();
+    RemoveFiles();
+    options.seed = 2;
+    sample::MakeInstallation(Host(), options);
+    const State second = StateOfAll();
+    EXPECT_EQ(first.schemas, second.schemas);
+    EXPECT_FALSE(SameRows(first.rows.at("tw_1"), second.rows.at("tw_1")));
+}
+
+TEST_F(SampleMaker, EveryLargeTableHasSoManyRows) {
+    sample::MakeInstallation(Host(), Options(1, 300));
+    for (const char* table :
+         {"feature", "navigation", "text", "contentupdate", "pagehit", "security", "customerorder",
+          "orderitem", "basket", "commission", "forum", "form_8", "formlink", "featurecache"}) {
+        const auto rows = std::stoi(Cell(std::string("SELECT COUNT(*) FROM tw_1.") + table));
+        EXPECT_GE(rows, 300) << table;
+        EXPECT_LT(rows, 500) << table;
+    }
+    EXPECT_EQ("300", Cell("SELECT COUNT(*) FROM tw_logs.tw_1"));
+    EXPECT_EQ("70", Cell("SELECT COUNT(*) FROM tw_1.css"));
+}
+
+TEST_F(SampleMaker, WithoutRowsOnlyThoseWithFixedIdsAreThere) {
+    sample::MakeInstallation(Host(), Options(1, 0));
+    EXPECT_EQ("21", Cell("SELECT COUNT(*) FROM tw_1.feature"));
+    EXPECT_EQ("4", Cell("SELECT COUNT(*) FROM tw_1.form_8"));
+}
+
+TEST_F(SampleMaker, AnInstallationMayHaveNoSite) {
+    sample::MakeInstallation(Host(), Options(0, 10));
+    EXPECT_THAT(Rows("SHOW DATABASES LIKE 'tw\\_%'"), ElementsAre("tw_tarnwick"));
+    EXPECT_THAT(Rows("SELECT siteid FROM tw_tarnwick.site"), IsEmpty());
+}
+
+TEST_F(SampleMaker, TheFirstFiveSitesShowEveryState) {
+    sample::MakeInstallation(Host(), Options(5, 5));
+    EXPECT_EQ("1", Cell("SELECT version FROM tw_tarnwick.installation"));
+    EXPECT_THAT(Rows("SELECT siteid, version, harddeleted, transaction FROM tw_tarnwick.site "
+                     "ORDER BY siteid"),
+                ElementsAre("1 | 1 | 0 | 0", "2 | 1.005 | 0 | 0", "3 | 1.021 | 0 | 0",
+                            "4 | 1.006 | -1 | 0", "5 | 1.009 | 0 | -1"));
+    EXPECT_THAT(Rows("SHOW TABLES FROM tw_logs"), ElementsAre("tw_1", "tw_2", "tw_3", "tw_4"));
+}
+
+TEST_F(SampleMaker, WithoutASiteInTransactionTheColumnIsNotThereYet) {
+    sample::MakeInstallation(Host(), Options(4, 5));
+    EXPECT_THAT(Rows("SHOW COLUMNS FROM tw_tarnwick.site LIKE 'transaction'"), IsEmpty());
+}
+
+TEST_F(SampleMaker, ASiteHasTheLayoutOfItsVersion) {
+    sample::MakeInstallation(Host(), Options(10, 5));
+    for (const char* site : {"101", "102"}) {
+        fs::create_directories(Root() / "wwwroot/sites" / site);
+    }
+    LoadSite(101, sample::AllGroups(), {1.0210, 1.0210});
+    // the tables that are not of the forms
+    const auto layout = [&](const std::string& database) {
+        Schema schema = SchemaOf(database);
+        std::erase_if(schema.tables,
+                      [](const auto& table) { return table.first.starts_with("form_"); });
+        return schema;
+    };
+    EXPECT_TRUE(SameSchema(layout("tw_101"), layout("tw_3")));
+    LoadSite(102, {Group::kForum, Group::kOAuth}, {1.0020, 1.0020});
+    EXPECT_TRUE(SameSchema(layout("tw_102"), layout("tw_10")));
+    LoadSite(103, {}, {});
+    EXPECT_TRUE(SameSchema(layout("tw_103"), layout("tw_6")));
+    EXPECT_THAT(Rows("SELECT version FROM tw_tarnwick.site WHERE siteid IN(3, 6, 9, 10) "
+                     "ORDER BY siteid"),
+                ElementsAre("1.021", "1", "1.0265", "1.002"));
+}
+
+TEST_F(SampleMaker, LaterSitesHoldRowsInLaterTables) {
+    sample::MakeInstallation(Host(), Options(8, 5));
+    EXPECT_THAT(
+        Rows("SELECT type, value FROM tw_3.featurenamevalue ORDER BY type, sequence"),
+        ElementsAre("0 | GB", "0 | it's \"secret\"", "2 | http://lookup.example/find?a=1&b=2",
+                    "2 | http://lookup2.example/find", "7 | blue"));
+    EXPECT_THAT(Rows("SELECT orderid, billingaddress, billingaddress1, billingaddress2 FROM "
+                     "tw_2.customerorder WHERE orderid <= 3 ORDER BY orderid"),
+                ElementsAre("1 | Hafenstraße 12, Hamburg |  | ", "2 | Test | Kept out | ",
+                            "3 |  | 2 Pier Road | O'Brien's"));
+    EXPECT_EQ("2", Cell("SELECT COUNT(*) FROM tw_7.rssfilelookup WHERE dir = 'rss'"));
+    EXPECT_EQ("1", Cell("SELECT COUNT(*) FROM tw_8.regularexpression"));
+}
+
+TEST_F(SampleMaker, TextsReachTheTablesAsTheyAre) {
+    sample::MakeInstallation(Host(), Options(1, 200));
+    EXPECT_EQ("<p>We deliver within three days.\r\nIt's free above £50.</p>",
+              Cell("SELECT text FROM tw_1.text WHERE textid = 4"));
+    EXPECT_EQ("C:\\orders\\<#Embed.17.0:Order number#>.txt",
+              Cell("SELECT message FROM tw_1.email WHERE emailid = 4"));
+    EXPECT_NE("0", Cell("SELECT COUNT(*) FROM tw_1.security WHERE userid > 1000 AND name LIKE "
+                        "'%O''Brien'"));
+}
+
+TEST_F(SampleMaker, UploadedFilesArePresentOrLostAsTheRecordsSay) {
+    sample::MakeInstallation(Host(), Options(1, 30));
+    EXPECT_EQ(1234U, ReadFile("wwwroot/sites/1/files/lighthouse.pdf").size());
+    EXPECT_FALSE(fs::exists(Root() / "wwwroot/sites/1/files/lost.pdf"));
+    EXPECT_EQ(77U, ReadFile("sites_secure/1/files/letter.doc").size());
+    int present = 0;
+    int lost = 0;
+    for (const std::string& stored :
+         Rows("SELECT field_9 FROM tw_1.form_8 WHERE replyid > 1000 AND field_9 <> ''")) {
+        ++(fs::exists(Root() / "wwwroot/sites/1" / stored.substr(3)) ? present : lost);
+    }
+    EXPECT_EQ(10, present);
+    EXPECT_EQ(5, lost);
+}
+
+TEST_F(SampleMaker, RefusesAServerWithAnInstallation) {
+    sample::MakeInstallation(Host(), Options(0, 0));
+    EXPECT_THROW(sample::MakeInstallation(Host(), Options(0, 0)), HostError);
+}
+
+}  // namespace
+}  // namespace twupdate::test
