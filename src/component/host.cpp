@@ -27,6 +27,7 @@ void Observer::StepEnded(const LadderStep&, const std::string&) {}
 void Observer::SiteWalkStarting() {}
 void Observer::SiteStarting(std::int32_t, double) {}
 void Observer::SiteEnded(std::int32_t) {}
+void Observer::FileCopied(const std::filesystem::path&, const std::filesystem::path&) {}
 
 std::filesystem::path Utility::InstallFolder() {
     return FolderOfThisCode();

@@ -64,8 +64,8 @@ fs::path FileToCopy(const fs::path& file, const fs::path& templateFolder,
 
 /// Copies one template file into `folder` under its own name, in place of what has that name.
 /// @param templateFolder  the folder that a link must not lead out of
-void CopyTemplateFile(const fs::path& file, const fs::path& templateFolder,
-                      const fs::path& folder) {
+void CopyTemplateFile(const fs::path& file, const fs::path& templateFolder, const fs::path& folder,
+                      Utility& host) {
     const std::string name = file.filename().string();
     const fs::path destination = folder / name;
     // A backslash is a letter here, but a separator where the folders may be carried to.
@@ -83,6 +83,9 @@ void CopyTemplateFile(const fs::path& file, const fs::path& templateFolder,
     fs::copy_file(source, destination, fs::copy_options::overwrite_existing, error);
     if (error) {
         FailCopy(file, destination, error.message());
+    }
+    if (const auto observer = host.GetObserver()) {
+        observer->FileCopied(source, destination);
     }
 }
 
@@ -144,7 +147,7 @@ void Update::CopySiteTemplate(std::int32_t siteId, StringRef subFolder) {
         }
     }
     for (const fs::path& file : FilesIn(source, destination)) {
-        CopyTemplateFile(file, siteTemplate, destination);
+        CopyTemplateFile(file, siteTemplate, destination, Host());
     }
 }
 
@@ -171,7 +174,7 @@ void Update::CopyComponentTemplate(std::int32_t siteId, const Component& compone
         for (const fs::path& file : FilesIn(source, page)) {
             std::error_code ignored;
             if (overwrite || !fs::exists(page / file.filename(), ignored)) {
-                CopyTemplateFile(file, source, page);
+                CopyTemplateFile(file, source, page, Host());
             }
         }
     }

@@ -192,6 +192,9 @@ class TWUPDATE_EXPORT Observer {
     virtual void SiteStarting(std::int32_t siteId, double version);
     /// Both ladders of the site have ended and, in the site walk, its version is recorded.
     virtual void SiteEnded(std::int32_t siteId);
+    /// A template file has been copied into a folder of a site.
+    virtual void FileCopied(const std::filesystem::path& source,
+                            const std::filesystem::path& destination);
 };
 
 /// The host object that is handed to Update::Configure.

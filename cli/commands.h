@@ -1,0 +1,17 @@
+#pragma once
+
+#include "cli/options.h"
+
+namespace twupdate::cli {
+
+/// Adds every command to the parser. The one that is named sets `invocation.run`.
+void AddCommands(CLI::App& app, Invocation& invocation);
+
+// One for each command; each stands in a file of the command's name.
+void AddCreateCore(CLI::App& app, Invocation& invocation);
+void AddUpgrade(CLI::App& app, Invocation& invocation);
+void AddUpgradeSite(CLI::App& app, Invocation& invocation);
+void AddImportMasterData(CLI::App& app, Invocation& invocation);
+void AddStatus(CLI::App& app, Invocation& invocation);
+
+}  // namespace twupdate::cli

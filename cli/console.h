@@ -1,0 +1,53 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+namespace twupdate::cli {
+
+/// How a command ends, as the exit status of the program.
+enum ExitCode : int {
+    kDone = 0,
+    kFailed = 1,
+    kWrongUse = 2,
+};
+
+/// What the program prints. Results go to the standard output, warnings and errors to the
+/// standard error output. With --json the standard output holds one JSON object and nothing else;
+/// with --quiet it stays empty but for what was asked for.
+class Console {
+  public:
+    Console(bool json, bool quiet);
+    ~Console();  ///< Leaves no half-drawn progress line behind.
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    bool Json() const { return json_; }
+    bool Quiet() const { return quiet_; }
+    /// True when a progress line may be drawn: a person looks at the standard output.
+    bool Interactive() const { return interactive_; }
+    /// Columns of the terminal, 80 where it does not tell.
+    static std::size_t Width();
+
+    /// A line about how things go; left out with --json and --quiet.
+    void Say(std::string_view line);
+    /// A line that was asked for; left out with --json only.
+    void Print(std::string_view line);
+    /// The result, as the one JSON object of --json; nothing otherwise.
+    void Result(const nlohmann::ordered_json& result);
+    void Warn(std::string_view line);
+    void Error(std::string_view line);
+
+    /// Draws `line` over the progress line that stands there.
+    void DrawProgress(std::string_view line);
+    void ClearProgress();
+
+  private:
+    bool json_;
+    bool quiet_;
+    bool interactive_;
+    bool drawn_ = false;
+};
+
+}  // namespace twupdate::cli

@@ -1,0 +1,30 @@
+#include <exception>
+
+#include "cli/console.h"
+#include "cli/failure.h"
+#include "cli/options.h"
+#include "cli/text.h"
+
+int main(int argc, char** argv) {
+    using namespace twupdate::cli;
+    Invocation invocation;
+    int status = kDone;
+    if (!Parse(argc, argv, invocation, status)) {
+        return status;
+    }
+    Console console(invocation.global.json, invocation.global.quiet);
+    const auto fail = [&console](const std::exception& error, ExitCode code) {
+        console.Error(error.what());
+        console.Result({{"result", "failed"}, {"error", {{"text", error.what()}}}});
+        return code;
+    };
+    try {
+        return invocation.run(invocation.global, console);
+    } catch (const CommandError& error) {
+        return fail(error, error.Code());
+    } catch (const HostError& error) {
+        return fail(CommandError(DescribeError(error)), kFailed);
+    } catch (const std::exception& error) {
+        return fail(error, kFailed);
+    }
+}

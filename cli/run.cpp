@@ -1,0 +1,150 @@
+#include "cli/run.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "cli/progress.h"
+#include "cli/run_watch.h"
+#include "cli/text.h"
+#include "cli/trace.h"
+
+namespace twupdate::cli {
+namespace {
+
+nlohmann::ordered_json JsonOf(const RunFailure& failure) {
+    nlohmann::ordered_json error;
+    error["database"] = failure.where.database;
+    if (failure.where.ladder) {
+        error["ladder"] = LadderName(*failure.where.ladder);
+    }
+    if (failure.where.step) {
+        error["step"] = failure.where.step->name;
+    }
+    if (!failure.statement.empty()) {
+        error["statement"] = failure.statement;
+        error["code"] = failure.code;
+        error["sqlstate"] = failure.sqlState;
+    }
+    error["text"] = failure.text;
+    return error;
+}
+
+nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
+    auto list = nlohmann::ordered_json::array();
+    for (const DatabaseDone& done : databases) {
+        list.push_back({{"database", done.database},
+                        {"from", done.from},
+                        {"steps", done.steps},
+                        {"statements", done.statements},
+                        {"seconds", std::chrono::duration<double>(done.duration).count()}});
+    }
+    return list;
+}
+
+nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
+                              const RunFailure* failure) {
+    nlohmann::ordered_json result{{"command", run.start.command},
+                                  {"result", failure == nullptr ? "done" : "failed"}};
+    result.update(run.result);
+    const Counts& counts = watch.Done();
+    result["databases"] = counts.databases;
+    result["sites"] = counts.sites;
+    result["steps"] = counts.steps;
+    result["statements"] = counts.statements;
+    result["seconds"] = std::chrono::duration<double>(watch.Elapsed()).count();
+    result["services"] = {{"carried_out", services.carriedOut}, {"recorded", services.recorded}};
+    result["upgraded"] = JsonOf(watch.Databases());
+    if (failure != nullptr) {
+        result["error"] = JsonOf(*failure);
+        result["resume"] = run.afterFailure;
+    }
+    return result;
+}
+
+std::string SummaryLine(const RunWatch& watch) {
+    const Counts& counts = watch.Done();
+    return fmt::format("Done: {}, {}, {} in {}.", Count(counts.databases, "database"),
+                       Count(counts.steps, "step"), Count(counts.statements, "statement"),
+                       DurationText(watch.Elapsed()));
+}
+
+void PrintServices(Console& console, const ServiceCounts& services) {
+    if (services.carriedOut > 0) {
+        console.Say(
+            fmt::format("Component services: {} carried out.", Count(services.carriedOut, "call")));
+    }
+    if (services.recorded == 0) {
+        return;
+    }
+    if (!services.log.empty()) {
+        console.Say(
+            fmt::format("Component services: {} recorded in {}, for the platform to carry "
+                        "out.",
+                        Count(services.recorded, "call"), services.log));
+    } else {
+        console.Warn(fmt::format(
+            "{} to component services could not be carried out and are recorded nowhere; name a "
+            "program with --service-command, or a file with --services-log",
+            Count(services.recorded, "call")));
+    }
+}
+
+}  // namespace
+
+std::string FailureLine(const RunFailure& failure) {
+    std::string line = "database " + failure.where.database;
+    if (failure.where.ladder) {
+        line += fmt::format(", {} ladder", LadderName(*failure.where.ladder));
+    }
+    if (failure.where.step) {
+        line += fmt::format(", step {}", failure.where.step->name);
+    }
+    return line + ": " +
+           DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
+}
+
+std::string WhatStands(const std::vector<DatabaseDone>& databases) {
+    constexpr std::size_t kMostNames = 10;
+    if (databases.empty()) {
+        return "No database was upgraded to the end.";
+    }
+    std::string names;
+    for (std::size_t i = 0; i < std::min(databases.size(), kMostNames); ++i) {
+        names += (i == 0 ? "" : ", ") + databases[i].database;
+    }
+    if (databases.size() > kMostNames) {
+        names += fmt::format(" and {} more", databases.size() - kMostNames);
+    }
+    return fmt::format("Upgraded to the end: {} ({}).", Count(databases.size(), "database"), names);
+}
+
+int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
+    const auto watch = std::make_shared<RunWatch>();
+    if (!options.trace.empty()) {
+        watch->AddSink(std::make_shared<Trace>(options.trace));
+    }
+    watch->AddSink(std::make_shared<Progress>(console));
+    const auto host = session.ForComponent(watch);
+    watch->Start(run.start);
+    try {
+        Update update;
+        update.Configure(host);
+        run.operation(update, *host);
+        watch->End();
+    } catch (const std::exception& error) {
+        const RunFailure failure = watch->Fail(error);
+        console.Error("failed: " + FailureLine(failure));
+        console.Error(WhatStands(watch->Databases()) + " " + run.afterFailure);
+        PrintServices(console, session.Services());
+        console.Result(JsonOf(run, *watch, session.Services(), &failure));
+        return kFailed;
+    }
+    console.Say(SummaryLine(*watch));
+    PrintServices(console, session.Services());
+    console.Result(JsonOf(run, *watch, session.Services(), nullptr));
+    return kDone;
+}
+
+}  // namespace twupdate::cli

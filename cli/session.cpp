@@ -1,0 +1,155 @@
+#include "cli/session.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+#include "cli/failure.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+template <typename Text>
+std::optional<Text> IfGiven(const Text& text) {
+    return text.empty() ? std::nullopt : std::optional<Text>(text);
+}
+
+host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
+    host::ConnectionOptions connect;
+    if (!options.defaultsFile.empty()) {
+        connect.defaultsFile = options.defaultsFile;
+    }
+    connect.host = IfGiven(options.host);
+    connect.port = options.port;
+    if (!options.socket.empty()) {
+        connect.socket = options.socket;
+    }
+    connect.user = IfGiven(options.user);
+    if (!options.passwordFile.empty()) {
+        connect.password = PasswordFrom(options.passwordFile);
+    }
+    if (!options.sslCa.empty()) {
+        connect.sslCa = options.sslCa;
+    }
+    if (options.sslVerifyServerCert) {
+        connect.sslVerifyServerCert = true;
+    }
+    return connect;
+}
+
+std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder) {
+    if (folder.empty()) {
+        return nullptr;
+    }
+    host::PrivateServerOptions options;
+    // The whole word list goes out in one statement.
+    options.serverOptions = {"--max-allowed-packet=1G"};
+    return std::make_unique<host::PrivateServer>(folder, options);
+}
+
+fs::path ProgramFolder() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    return error ? fs::path() : program.parent_path();
+}
+
+}  // namespace
+
+Session::Session(const GlobalOptions& options)
+    : options_(options),
+      server_(StartPrivateServer(options.datadir)),
+      connectOptions_(server_ ? server_->ConnectOptions() : ConnectionOptionsFrom(options)) {
+    connectOptions_.charset = options.charset;
+    connectOptions_.sqlMode = options.sqlMode;
+    connection_ = Connect();
+    own_ = std::make_shared<host::MariaDbUtility>(connection_);
+}
+
+std::shared_ptr<host::Connection> Session::Connect() const {
+    try {
+        return host::Connection::Open(connectOptions_);
+    } catch (const HostError& error) {
+        throw CommandError(
+            fmt::format("cannot connect to the server: {}{}", error.what(),
+                        error.Code() == 0 ? "" : fmt::format(" ({})", error.Code())));
+    }
+}
+
+std::shared_ptr<Utility> Session::ForComponent(const std::shared_ptr<RunWatch>& watch) {
+    host::MariaDbUtilityOptions options;
+    options.installFolder = InstallFolder(options_);
+    options.localHostName = options_.localHostName;
+    options.observer = watch;
+    options.listener = watch;
+    options.services.serviceCommand = options_.serviceCommand;
+    options.services.servicesLog = options_.servicesLog;
+    component_ = std::make_shared<host::MariaDbUtility>(connection_, options);
+    return component_;
+}
+
+ServiceCounts Session::Services() const {
+    ServiceCounts counts;
+    if (!component_) {
+        return counts;
+    }
+    const auto& services = component_->GetServices();
+    auto& total = services->HasCommand() ? counts.carriedOut : counts.recorded;
+    for (const auto& [service, calls] : services->Calls()) {
+        total += calls;
+    }
+    counts.log = options_.servicesLog.string();
+    return counts;
+}
+
+std::string PasswordFrom(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    if (!stream) {
+        throw CommandError(
+            "cannot read the password file " + file.string() + ": " + std::strerror(errno),
+            kWrongUse);
+    }
+    // A pipe, as of a password manager, has no readers but this program.
+    struct stat status {};
+    if (stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+        (status.st_mode & S_IROTH) != 0) {
+        throw CommandError("everybody may read the password file " + file.string() +
+                               "; make it yours alone (chmod 600)",
+                           kWrongUse);
+    }
+    std::string password;
+    std::getline(stream, password);
+    if (!password.empty() && password.back() == '\r') {
+        password.pop_back();
+    }
+    return password;
+}
+
+std::filesystem::path InstallFolder(const GlobalOptions& options) {
+    if (!options.installFolder.empty()) {
+        return fs::absolute(options.installFolder);
+    }
+    const fs::path program = ProgramFolder();
+    std::vector<fs::path> candidates{program, program / ".." / "share" / "twupdate"};
+    for (fs::path above = program; above.has_relative_path(); above = above.parent_path()) {
+        candidates.push_back(above);
+    }
+    for (const fs::path& folder : candidates) {
+        std::error_code ignored;
+        if (fs::exists(folder / "resources" / "componentData.txt", ignored)) {
+            return folder.lexically_normal();
+        }
+    }
+    throw CommandError(
+        "no folder resources with the reference data beside the program; name the component's "
+        "folder with --install-folder",
+        kWrongUse);
+}
+
+}  // namespace twupdate::cli

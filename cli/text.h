@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "twupdate/error.h"
+
+namespace twupdate::cli {
+
+/// A statement as it is shown to people: on one line, and one that is longer than `longest`
+/// bytes cut to its beginning and its end with the total length between them. Characters are not
+/// torn apart (UTF-8).
+std::string ShortStatement(std::string_view sql, std::size_t longest = 400);
+
+/// The statement with every literal that is stored in, or compared with, a password column
+/// replaced by '***'. Everything else stays byte for byte.
+std::string WithoutPasswords(std::string_view sql);
+
+/// "1.0094"; "not a number" for NaN.
+std::string VersionText(double version);
+
+/// "0.4 s", "12 s", "3 min 05 s", "2 h 07 min".
+std::string DurationText(std::chrono::nanoseconds duration);
+
+/// "1 site", "2 sites", "1,234 sites"; the plural is the noun with an s unless it is given.
+std::string Count(std::uint64_t number, std::string_view noun, std::string_view plural = {});
+
+/// The number of columns that a terminal needs for the text; one for each character of UTF-8.
+std::size_t DisplayWidth(std::string_view text);
+
+/// Bytes that are not UTF-8 replaced by U+FFFD, control characters by a blank.
+std::string Printable(std::string_view text);
+
+/// "statement: server error 1060 (42S21): Duplicate column name", without passwords; what is
+/// empty is left out.
+std::string DescribeError(std::string_view statement, std::uint32_t code, std::string_view sqlState,
+                          std::string_view text);
+std::string DescribeError(const HostError& error);
+
+}  // namespace twupdate::cli

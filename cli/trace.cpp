@@ -1,0 +1,73 @@
+#include "cli/trace.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <variant>
+
+#include "cli/failure.h"
+#include "cli/text.h"
+
+namespace twupdate::cli {
+
+JsonLines::JsonLines(const std::filesystem::path& file)
+    : path_(file), file_(file, std::ios::binary | std::ios::trunc) {
+    if (!file_) {
+        throw CommandError("cannot write " + path_.string() + ": " + std::strerror(errno));
+    }
+}
+
+void JsonLines::Write(const nlohmann::ordered_json& line) {
+    file_ << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n'
+          << std::flush;
+    if (!file_) {
+        throw CommandError("cannot write " + path_.string() + ": " + std::strerror(errno));
+    }
+}
+
+nlohmann::ordered_json JsonOf(const Value& value) {
+    struct Convert {
+        nlohmann::ordered_json operator()(std::monostate) const { return nullptr; }
+        nlohmann::ordered_json operator()(std::int64_t number) const { return number; }
+        nlohmann::ordered_json operator()(double number) const { return number; }
+        nlohmann::ordered_json operator()(const std::string& text) const { return text; }
+    };
+    return std::visit(Convert{}, value.Get());
+}
+
+void Trace::CallEnded(const Position& where, const Call& call) {
+    nlohmann::ordered_json line;
+    line["seq"] = ++seq_;
+    line["op"] = CallKindText(call.kind);
+    line["database"] = where.database;
+    if (where.step) {
+        line["step"] = where.step->name;
+    }
+    if (!call.sql.empty()) {
+        line["sql"] = WithoutPasswords(call.sql);
+    }
+    if (!call.params.empty()) {
+        auto& params = line["params"] = nlohmann::ordered_json::array();
+        for (const Value& value : call.params) {
+            params.push_back(JsonOf(value));
+        }
+    }
+    if (!call.service.empty()) {
+        line["service"] = call.service;
+    }
+    if (call.siteId) {
+        line["site"] = *call.siteId;
+    }
+    if (call.componentId) {
+        line["component"] = *call.componentId;
+    }
+    if (!call.source.empty()) {
+        line["source"] = call.source;
+        line["destination"] = call.destination;
+    }
+    line["ms"] =
+        std::round(std::chrono::duration<double, std::milli>(call.duration).count() * 1000) / 1000;
+    lines_.Write(line);
+}
+
+}  // namespace twupdate::cli

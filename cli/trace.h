@@ -1,0 +1,38 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "cli/run_sink.h"
+
+namespace twupdate::cli {
+
+/// A file of JSON objects, one a line, each line flushed as it is written.
+class JsonLines {
+  public:
+    /// @throws CommandError when the file cannot be made
+    explicit JsonLines(const std::filesystem::path& file);
+    /// @throws CommandError when the line cannot be written
+    void Write(const nlohmann::ordered_json& line);
+
+  private:
+    std::filesystem::path path_;
+    std::ofstream file_;
+};
+
+/// A parameter of a command, as JSON.
+nlohmann::ordered_json JsonOf(const Value& value);
+
+/// --trace: one line for each call that the component makes.
+class Trace final : public RunSink {
+  public:
+    explicit Trace(const std::filesystem::path& file) : lines_(file) {}
+    void CallEnded(const Position& where, const Call& call) override;
+
+  private:
+    JsonLines lines_;
+    std::uint64_t seq_ = 0;
+};
+
+}  // namespace twupdate::cli
