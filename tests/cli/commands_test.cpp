@@ -1,0 +1,322 @@
+#include <gmock/gmock.h>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+using Commands = InstallationTest;
+
+// --- create-core -------------------------------------------------------------------------------
+
+TEST_F(Commands, CreateCoreMakesTheCentralDatabase) {
+    const Outcome outcome = Run({"create-core"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Central database tw_tarnwick created at version 1.0265."));
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.tables "
+                   "WHERE table_schema = 'tw_tarnwick';"),
+              "23");
+    EXPECT_NE(Cell("SELECT COUNT(*) FROM tw_tarnwick.country;"), "0");
+}
+
+TEST_F(Commands, CreateCoreLeavesAnExistingCentralDatabaseAlone) {
+    MakeCentralDatabase();
+    const Outcome outcome = Run({"create-core"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("exists already; nothing was done"));
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(InstallationVersion(), "1");
+}
+
+TEST_F(Commands, CreateCoreWarnsOfAnUnfinishedCentralDatabase) {
+    Execute("CREATE DATABASE tw_tarnwick;");
+    const Outcome outcome = Run({"create-core"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("warning: the central database tw_tarnwick has no table "
+                                       "installation"));
+}
+
+// --- upgrade -----------------------------------------------------------------------------------
+
+TEST_F(Commands, UpgradeBringsAnOldInstallationToTheCurrentVersion) {
+    MakeCentralDatabase();
+    MakeSite(1, "1.0000", sample::AllGroups());
+    MakeSite(4, "1.0000");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(SiteVersion(4), "1.0265");
+    EXPECT_THAT(outcome.out,
+                HasSubstr("Upgrading the installation from 1.0000 to 1.0265; 2 sites to upgrade."));
+    // 18 + 23 rungs of the central ladders, 92 + 84 of a site's.
+    EXPECT_THAT(outcome.out, ContainsRegex("tw_tarnwick: ladders from 1.0000 done: 41 steps, "
+                                           "[0-9,]+ statements, [0-9.]+ s\n"));
+    EXPECT_THAT(outcome.out, ContainsRegex("tw_4: ladders from 1.0000 done: 176 steps, [0-9,]+ "
+                                           "statements, [0-9.]+ s \\(2 of 2 sites\\)\n"));
+    EXPECT_THAT(outcome.out, ContainsRegex("Done: 3 databases, 393 steps, [0-9,]+ statements in "));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b")));  // no progress line in a file
+}
+
+TEST_F(Commands, UpgradeHasNothingToDoTheSecondTime) {
+    MakeNearlyCurrentInstallation();
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+    const Outcome second = Run({"upgrade"});
+    EXPECT_EQ(second.status, 0);
+    EXPECT_THAT(second.out, HasSubstr("The installation is at 1.0265 already; nothing was done."));
+    EXPECT_EQ(second.err, "");
+}
+
+TEST_F(Commands, UpgradeOfACurrentInstallationWarnsOfOlderSites) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    MakeSiteRow(3, "1.0100");
+    MakeSiteRow(9, "1.0100");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("2 sites are older than the installation (the first is site 3)"));
+    EXPECT_EQ(SiteVersion(3), "1.01");
+}
+
+TEST_F(Commands, UpgradeLeavesOutSitesThatAreDeletedOrInTransaction) {
+    MakeNearlyCurrentInstallation();
+    MakeSiteRow(2, "1.0100");
+    MakeSiteRow(5, "1.0100");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
+    Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 5;");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(SiteVersion(2), "1.01");
+    EXPECT_EQ(SiteVersion(5), "1.01");
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+}
+
+TEST_F(Commands, UpgradeRefusesAnInstallationNewerThanItself) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0270;");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("the installation is at 1.0270, newer than the 1.0265"));
+    EXPECT_EQ(InstallationVersion(), "1.027");
+}
+
+TEST_F(Commands, QuietPrintsNothingWhenAllIsWell) {
+    MakeNearlyCurrentInstallation();
+    const Outcome outcome = Run({"--quiet", "upgrade"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST_F(Commands, UpgradePrintsItsResultAsJson) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0262");
+    const Outcome outcome = Run({"upgrade", "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const auto result = outcome.Json();
+    ASSERT_TRUE(result.is_object()) << outcome.out;
+    EXPECT_EQ(result["command"], "upgrade");
+    EXPECT_EQ(result["result"], "done");
+    EXPECT_EQ(result["from"], 1.0262);
+    EXPECT_EQ(result["databases"], 2);
+    EXPECT_EQ(result["sites"], 1);
+    EXPECT_EQ(result["steps"], 3);  // ServerStep_1_0264, the import below 1.0263, one of the site
+    ASSERT_EQ(result["upgraded"].size(), 2U);
+    EXPECT_EQ(result["upgraded"][0]["database"], "tw_tarnwick");
+    EXPECT_EQ(result["upgraded"][1]["database"], "tw_7");
+    EXPECT_EQ(result["upgraded"][1]["from"], 1.0262);
+    EXPECT_EQ(result["upgraded"][1]["steps"], 1);
+}
+
+TEST_F(Commands, UpgradeDrawsAProgressLineOnATerminal) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0200");
+    const Outcome outcome = RunOnTerminal(With({"upgrade"}));
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[Ktw_tarnwick  server "));
+    EXPECT_THAT(outcome.out, HasSubstr("  0/1 sites  "));
+    EXPECT_THAT(outcome.out, HasSubstr("Done: 2 databases"));
+    // The line is gone when the summary stands there.
+    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[KDone: "));
+}
+
+TEST_F(Commands, TheProgressLineFitsTheTerminal) {
+    MakeNearlyCurrentInstallation();
+    const Outcome outcome = RunOnTerminal(With({"upgrade"}), 30);
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    std::size_t drawings = 0;
+    for (auto at = outcome.out.find("\x1b[K"); at != std::string::npos;
+         at = outcome.out.find("\x1b[K", at + 1)) {
+        const auto begin = at + 3;
+        const auto line = outcome.out.substr(begin, outcome.out.find('\r', begin) - begin);
+        if (line.rfind("tw_", 0) == 0) {
+            ++drawings;
+            EXPECT_LE(line.size(), 29U) << line;
+        }
+    }
+    EXPECT_GE(drawings, 1U);
+}
+
+// --- upgrade-site ------------------------------------------------------------------------------
+
+TEST_F(Commands, UpgradeSiteRecordsTheNewVersion) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0000");
+    const Outcome outcome = Run({"upgrade-site", "7"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(SiteVersion(7), "1.0265");
+    EXPECT_EQ(InstallationVersion(), "1");
+}
+
+TEST_F(Commands, UpgradeSiteRecordsNothingWhenToldSo) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0000");
+    const Outcome outcome = Run({"upgrade-site", "7", "--no-record"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(SiteVersion(7), "1");
+}
+
+TEST_F(Commands, UpgradeSiteStartsFromTheVersionThatItIsTold) {
+    MakeCentralDatabase();
+    MakeUpgradedSite(7, "1.0000");
+    const Outcome outcome = Run({"--json", "upgrade-site", "7", "--from", "1.0262"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.Json()["steps"], 1);  // SiteSchemaStep_1_0264
+    EXPECT_EQ(SiteVersion(7), "1.0265");
+}
+
+TEST_F(Commands, UpgradeSiteNeedsNoCentralDatabaseWhenItNeitherReadsNorRecords) {
+    MakeCentralDatabase();
+    MakeUpgradedSite(7, "1.0265");
+    Execute("DROP DATABASE tw_tarnwick;");
+    const Outcome outcome = Run({"upgrade-site", "7", "--from", "1.0262", "--no-record"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+}
+
+TEST_F(Commands, UpgradeSiteOfACurrentSiteHasNothingToDo) {
+    MakeCentralDatabase();
+    MakeSiteRow(7, "1.0265");
+    const Outcome outcome = Run({"upgrade-site", "7"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Site 7 is at 1.0265 already; nothing was done."));
+}
+
+TEST_F(Commands, UpgradeSiteRefusesWhatTheUpgradeLeavesOut) {
+    MakeCentralDatabase();
+    MakeSiteRow(7, "1.0000");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1;");
+    const Outcome deleted = Run({"upgrade-site", "7"});
+    EXPECT_EQ(deleted.status, 1);
+    EXPECT_THAT(deleted.err, HasSubstr("site 7 is hard-deleted"));
+    const Outcome unknown = Run({"upgrade-site", "8"});
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_THAT(unknown.err, HasSubstr("tw_tarnwick.site has no site 8"));
+}
+
+// --- import-master-data ------------------------------------------------------------------------
+
+TEST_F(Commands, ImportMasterDataUpgradesTheCopiesInASite) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0000");
+    for (const std::string& statement : sample::Layouts().ImportedMasterData(7)) {
+        Execute(statement);
+    }
+    const Outcome outcome = Run({"--json", "import-master-data", "7"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.Json()["from"], 1);
+    EXPECT_EQ(outcome.Json()["steps"], 41);
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.columns WHERE table_schema = 'tw_7' "
+                   "AND table_name = 'tw_installation' AND column_name = 'mailserverusername';"),
+              "1");
+    EXPECT_EQ(Cell("SELECT version FROM tw_7.tw_installation;"), "1");
+    EXPECT_EQ(InstallationVersion(), "1");
+}
+
+TEST_F(Commands, ImportMasterDataSaysThatThereAreNoCopies) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0000");
+    const Outcome outcome = Run({"import-master-data", "7"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("tw_7 has no table tw_installation"));
+    const Outcome missing = Run({"import-master-data", "8"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.err, HasSubstr("there is no database tw_8"));
+}
+
+// --- status ------------------------------------------------------------------------------------
+
+TEST_F(Commands, StatusShowsTheInstallationAndItsSites) {
+    MakeCentralDatabase();
+    MakeSiteRow(1, "1.0000");
+    MakeSiteRow(30, "1.0262");
+    MakeSiteRow(5, "1.0265");
+    MakeSiteRow(6, "1.0300");
+    MakeSiteRow(7, "1.0000");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 7;");
+    Execute("UPDATE tw_tarnwick.site SET sitename = 'Caf\xC3\xA9 \"Z\"' WHERE siteid = 30;");
+    const Outcome outcome = Run({"status"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "Installation: version 1.0000 of 1.0265; 18 server steps and 23 server data steps "
+              "pending.\n"
+              "\n"
+              "Site  Name      Version  State         Schema steps  Content steps\n"
+              "   1  Site 1    1.0000   old                     92             84\n"
+              "   5  Site 5    1.0265   current                  0              0\n"
+              "   6  Site 6    1.0300   newer                    0              0\n"
+              "   7  Site 7    1.0000   hard-deleted            92             84\n"
+              "  30  Caf\xC3\xA9 \"Z\"  1.0262   old                      1              0\n");
+}
+
+TEST_F(Commands, StatusKnowsSitesInTransactionOnceTheColumnIsThere) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    MakeSiteRow(5, "1.0200");
+    Execute("UPDATE tw_tarnwick.site SET transaction = -1;");
+    const auto result = Run({"--json", "status"}).Json();
+    ASSERT_TRUE(result.is_object());
+    EXPECT_EQ(result["installation"]["version"], 1.0265);
+    EXPECT_EQ(result["installation"]["pending_server_steps"], 0);
+    ASSERT_EQ(result["sites"].size(), 1U);
+    EXPECT_EQ(result["sites"][0]["id"], 5);
+    EXPECT_EQ(result["sites"][0]["name"], "Site 5");
+    EXPECT_EQ(result["sites"][0]["version"], 1.02);
+    EXPECT_EQ(result["sites"][0]["state"], "in transaction");
+}
+
+TEST_F(Commands, StatusOfHostileNamesIsStillJson) {
+    MakeCentralDatabase();
+    MakeSiteRow(5, "1.0200");
+    Execute("UPDATE tw_tarnwick.site SET sitename = 'a\\\"b\\nc\\td\\\\';");
+    const auto result = Run({"--json", "status"}).Json();
+    ASSERT_TRUE(result.is_object());
+    EXPECT_EQ(result["sites"][0]["name"], "a\"b\nc\td\\");
+    EXPECT_THAT(Run({"status"}).out, HasSubstr("a\"b c d\\"));
+}
+
+TEST_F(Commands, StatusOfAnEmptyInstallationSaysThatThereAreNoSites) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    EXPECT_EQ(Run({"status"}).out,
+              "Installation: version 1.0265 of 1.0265; 0 server steps and 0 server data steps "
+              "pending.\nNo sites.\n");
+}
+
+TEST_F(Commands, ShowsAVersionOfNullAsSuch) {
+    MakeCentralDatabase();
+    MakeSiteRow(5, "1.0200");
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY version DOUBLE NULL;");
+    Execute("UPDATE tw_tarnwick.site SET version = NULL;");
+    EXPECT_THAT(Run({"status"}).out, ContainsRegex("   5  Site 5  NULL     no version"));
+    const auto result = Run({"--json", "status"}).Json();
+    EXPECT_TRUE(result["sites"][0]["version"].is_null());
+    EXPECT_EQ(result["sites"][0]["state"], "no version");
+}
+
+}  // namespace
+}  // namespace twupdate::test

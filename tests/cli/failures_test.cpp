@@ -1,0 +1,239 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+using Failures = InstallationTest;
+
+TEST_F(Failures, WrongPasswordSaysWhoWasRefused) {
+    Execute("CREATE USER IF NOT EXISTS 'operator'@'localhost' IDENTIFIED BY 'right';");
+    WriteFile(folder_ / "password", "wrong\n");
+    chmod((folder_ / "password").c_str(), 0600);
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const Outcome outcome = RunProgram({"--socket", socket, "--user", "operator", "--password-file",
+                                        (folder_ / "password").string(), "status"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("cannot connect to the server: Access denied for user "
+                                       "'operator'@'localhost'"));
+    EXPECT_THAT(outcome.err, HasSubstr("(1045)"));
+    EXPECT_THAT(outcome.err, Not(HasSubstr("wrong")));
+}
+
+TEST_F(Failures, ThePasswordComesFromItsFileTheEnvironmentOrAnOptionFile) {
+    Execute("CREATE USER IF NOT EXISTS 'operator'@'localhost' IDENTIFIED BY 'right';");
+    Execute("GRANT ALL ON *.* TO 'operator'@'localhost';");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const auto says = [&](const Outcome& outcome) {
+        EXPECT_THAT(outcome.err, HasSubstr("there is no central database"));
+    };
+    WriteFile(folder_ / "password", "right\n");
+    chmod((folder_ / "password").c_str(), 0600);
+    says(RunProgram({"--socket", socket, "--user", "operator", "--password-file",
+                     (folder_ / "password").string(), "status"}));
+    says(
+        RunProgram({"--socket", socket, "--user", "operator", "status"}, {{"MYSQL_PWD", "right"}}));
+    WriteFile(folder_ / "options.cnf",
+              "[client]\nsocket=" + socket + "\n[twupdate]\nuser=operator\npassword=right\n");
+    says(RunProgram({"--defaults-file", (folder_ / "options.cnf").string(), "status"}));
+}
+
+TEST_F(Failures, NoCentralDatabaseSaysHowToMakeOne) {
+    for (const char* command : {"status", "upgrade"}) {
+        const Outcome outcome = Run({command});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("there is no central database tw_tarnwick on this "
+                                           "server; create-core makes one"));
+    }
+}
+
+TEST_F(Failures, AnInstallationWithoutAVersionIsNamed) {
+    MakeCentralDatabase();
+    Execute("ALTER TABLE tw_tarnwick.installation MODIFY version DOUBLE NULL;");
+    Execute("UPDATE tw_tarnwick.installation SET version = NULL;");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("tw_tarnwick.installation.version is NULL"));
+    Execute("DELETE FROM tw_tarnwick.installation;");
+    EXPECT_THAT(Run({"upgrade"}).err, HasSubstr("tw_tarnwick.installation has no row"));
+}
+
+TEST_F(Failures, ASiteWithoutAVersionIsLeftOutAndNamed) {
+    MakeNearlyCurrentInstallation();
+    MakeSiteRow(5, "1.0200");
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY version DOUBLE NULL;");
+    Execute("UPDATE tw_tarnwick.site SET version = NULL;");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("warning: site 5 is left out: its version in "
+                                       "tw_tarnwick.site is NULL"));
+    const Outcome one = Run({"upgrade-site", "5"});
+    EXPECT_EQ(one.status, 1);
+    EXPECT_THAT(one.err, HasSubstr("the version of site 5 in tw_tarnwick.site is NULL; say with "
+                                   "--from"));
+}
+
+TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(3, "1.0262");
+    MakeSiteRow(8, "1.0262");
+    MakeUpgradedSite(9, "1.0262");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                ContainsRegex("^twupdate: failed: database tw_8, site schema ladder, step "
+                              "SiteSchemaStep_1_0264: .*tw_8.*: server error 1[0-9]* "
+                              "\\(42[0-9S]*\\): .*\n"));
+    EXPECT_THAT(outcome.err, HasSubstr("Upgraded to the end: 2 databases (tw_tarnwick, tw_3). Run "
+                                       "the same command again: it resumes where it stopped.\n"));
+    EXPECT_EQ(SiteVersion(3), "1.0265");
+    EXPECT_EQ(SiteVersion(8), "1.0262");
+    EXPECT_EQ(SiteVersion(9), "1.0262");
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+
+    // Once the cause is mended the same command goes on with the sites that are left.
+    Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 8;");
+    const Outcome again = Run({"--json", "upgrade"});
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(again.Json()["sites"], 1);
+    EXPECT_EQ(SiteVersion(9), "1.0265");
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+}
+
+TEST_F(Failures, AFailureIsToldInJson) {
+    MakeNearlyCurrentInstallation();
+    MakeSiteRow(8, "1.0262");
+    const Outcome outcome = Run({"--json", "upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto result = outcome.Json();
+    ASSERT_TRUE(result.is_object()) << outcome.out;
+    EXPECT_EQ(result["result"], "failed");
+    EXPECT_EQ(result["error"]["database"], "tw_8");
+    EXPECT_EQ(result["error"]["ladder"], "site schema");
+    EXPECT_EQ(result["error"]["step"], "SiteSchemaStep_1_0264");
+    EXPECT_THAT(result["error"]["statement"].get<std::string>(), HasSubstr("tw_8"));
+    EXPECT_GT(result["error"]["code"].get<int>(), 0);
+    EXPECT_EQ(result["upgraded"].size(), 1U);
+}
+
+TEST_F(Failures, ASiteIdTooLargeForTheComponentIsAnError) {
+    MakeNearlyCurrentInstallation();
+    Execute("INSERT INTO tw_tarnwick.site(siteid, version) VALUES(4294967301, 1.0262);");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("siteid"));
+    EXPECT_THAT(Run({"status"}).out, HasSubstr("4294967301"));
+}
+
+/// A copy of the data files that a test may spoil.
+fs::path CopyOfTheDataFiles(const TemporaryFolder& folder) {
+    const fs::path install = folder / "component";
+    fs::create_directories(install);
+    fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources",
+             fs::copy_options::recursive);
+    return install;
+}
+
+TEST_F(Failures, AShortLineInADataFileIsNamed) {
+    const fs::path install = CopyOfTheDataFiles(folder_);
+    WriteFile(install / "resources" / "currencyData.txt", "1\tGBP\t\xC2\xA3\n2\tUSD\n");
+    const Outcome outcome = Run({"--install-folder", install.string(), "create-core"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("currencyData.txt"));
+    EXPECT_THAT(outcome.err, HasSubstr("line 2"));
+    EXPECT_THAT(outcome.err, HasSubstr("DROP DATABASE tw_tarnwick"));
+    // Creation looks at the name alone, so resuming would find the database "there".
+    EXPECT_THAT(outcome.err, Not(HasSubstr("resumes")));
+}
+
+TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {
+    MakeNearlyCurrentInstallation();
+    // A file in the place of a folder cannot be written into, by root neither.
+    WriteFile(folder_ / "file", "");
+    const Outcome outcome = Run({"--trace", (folder_ / "file" / "trace").string(), "upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("cannot write " + (folder_ / "file" / "trace").string()));
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+}
+
+TEST_F(Failures, AFolderOfASiteThatCannotBeMadeStopsTheRunAndIsNamed) {
+    MakeNearlyCurrentInstallation();
+    MakeSite(7, "1.0000");
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0000;");
+    const fs::path install = CopyOfTheDataFiles(folder_);
+    WriteFile(folder_ / "templates" / "site" / "index.htm", "x");
+    WriteFile(folder_ / "wwwroot" / "sites", "a file where a folder belongs");
+    const Outcome outcome = Run({"--install-folder", install.string(), "upgrade-site", "7"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr((folder_ / "wwwroot" / "sites" / "7").string()));
+    EXPECT_THAT(outcome.err, HasSubstr("database tw_7, site "));
+}
+
+TEST_F(Failures, AStatementIsCutInTheMessage) {
+    const fs::path install = CopyOfTheDataFiles(folder_);
+    std::string words;
+    for (int i = 0; i < 2000; ++i) {
+        words += "word" + std::to_string(i) + "\n";
+    }
+    words += std::string(60, 'x') + "\n";  // longer than the column
+    WriteFile(install / "resources" / "englishwordData.txt", words);
+    const Outcome outcome = Run({"--install-folder", install.string(), "create-core"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("INSERT INTO tw_tarnwick.englishword(word) VALUES('word0')"));
+    EXPECT_THAT(outcome.err, ContainsRegex("\\[[0-9]+ bytes in all\\]"));
+    EXPECT_LT(outcome.err.size(), 1500U);
+}
+
+TEST_F(Failures, AnInterruptedRunIsResumedByTheSameCommand) {
+    MakeCentralDatabase();
+    for (const std::int32_t site : {1, 2, 3}) {
+        MakeSite(site, "1.0000");
+    }
+    const fs::path trace = folder_ / "trace";
+    {
+        Program upgrade(With({"--trace", trace.string(), "upgrade"}));
+        ASSERT_TRUE(WaitUntil([] { return SiteVersion(1) == "1.0265"; }));
+        upgrade.Signal(SIGKILL);
+        EXPECT_EQ(upgrade.Wait().status, 128 + SIGKILL);
+    }
+    EXPECT_EQ(InstallationVersion(), "1");
+    EXPECT_GT(JsonLinesOf(trace).size(), 100U);  // line by line, so nothing is lost with it
+    const Outcome again = Run({"--json", "upgrade"});
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_LE(again.Json()["sites"], 2);
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+    for (const std::int32_t site : {1, 2, 3}) {
+        EXPECT_EQ(SiteVersion(site), "1.0265");
+    }
+}
+
+TEST_F(Failures, ALostServerEndsTheRun) {
+    MakeCentralDatabase();
+    MakeSite(1, "1.0000", sample::AllGroups());
+    MakeSite(2, "1.0000", sample::AllGroups());
+    Program upgrade(With({"upgrade"}));
+    ASSERT_TRUE(WaitUntil([] { return SiteVersion(1) == "1.0265"; }));
+    CliServer::Get().Server().Kill();
+    const Outcome outcome = upgrade.Wait();
+    CliServer::Get().ForgetConnection();
+    CliServer::Get().Server().Start();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, ContainsRegex("server error 20(06|13)"));
+    const Outcome again = Run({"upgrade"});
+    EXPECT_EQ(again.status, 0) << again.err;
+}
+
+}  // namespace
+}  // namespace twupdate::test

@@ -1,0 +1,138 @@
+#include "cli/installation_fixture.h"
+
+#include <stdexcept>
+
+namespace twupdate::test {
+namespace {
+
+void DropDatabases(host::Connection& root) {
+    std::vector<std::string> names;
+    const auto rows = root.Query("SHOW DATABASES LIKE 'tw\\_%';");
+    while (rows->Next()) {
+        names.push_back(rows->Get(0).ToText());
+    }
+    for (const std::string& name : names) {
+        root.Execute("DROP DATABASE " + name + ";");
+    }
+}
+
+class StopServerAtEnd : public testing::Environment {
+  public:
+    void TearDown() override { CliServer::Get().ShutDown(); }
+};
+
+[[maybe_unused]] const auto* const kStopServerAtEnd =
+    testing::AddGlobalTestEnvironment(new StopServerAtEnd);
+
+}  // namespace
+
+CliServer& CliServer::Get() {
+    static CliServer server;
+    return server;
+}
+
+host::Connection& CliServer::Root() {
+    if (!server_) {
+        folder_ = std::make_unique<TemporaryFolder>();
+        host::PrivateServerOptions options;
+        options.fast = true;
+        server_ = std::make_unique<host::PrivateServer>(*folder_ / "server", options);
+    }
+    if (!root_) {
+        root_ = host::Connection::Open(server_->ConnectOptions());
+    }
+    return *root_;
+}
+
+void CliServer::ShutDown() {
+    root_.reset();
+    server_.reset();
+    folder_.reset();
+}
+
+InstallationTest::InstallationTest() {
+    DropDatabases(CliServer::Get().Root());
+}
+
+InstallationTest::~InstallationTest() = default;
+
+void InstallationTest::Execute(const std::string& sql) {
+    CliServer::Get().Root().Execute(sql);
+}
+
+std::string InstallationTest::Cell(const std::string& sql) {
+    const auto rows = CliServer::Get().Root().Query(sql);
+    if (!rows->Next()) {
+        return "(no row)";
+    }
+    const Value value = rows->Get(0);
+    return value.IsNull() ? "NULL" : value.ToText();
+}
+
+std::string InstallationTest::InstallationVersion() {
+    return Cell("SELECT version FROM tw_tarnwick.installation;");
+}
+
+std::string InstallationTest::SiteVersion(std::int32_t siteId) {
+    return Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = " + std::to_string(siteId) +
+                ";");
+}
+
+void InstallationTest::MakeCentralDatabase() {
+    const sample::Layouts layouts;
+    for (const std::string& statement : layouts.Central()) {
+        Execute(statement);
+    }
+    for (const std::string& statement : layouts.Logs(1)) {
+        Execute(statement);
+    }
+}
+
+void InstallationTest::MakeSiteRow(std::int32_t siteId, const std::string& version) {
+    Execute("INSERT INTO tw_tarnwick.site(siteid, sitename, version) VALUES(" +
+            std::to_string(siteId) + ", 'Site " + std::to_string(siteId) + "', " + version + ");");
+}
+
+void InstallationTest::MakeSite(std::int32_t siteId, const std::string& version,
+                                const sample::Groups& groups) {
+    const sample::Layouts layouts;
+    for (const std::string& statement : layouts.Site(siteId, groups)) {
+        Execute(statement);
+    }
+    MakeSiteRow(siteId, version);
+}
+
+void InstallationTest::MakeNearlyCurrentInstallation() {
+    const Outcome created = Run({"create-core"});
+    if (created.status != 0) {
+        throw std::runtime_error("create-core failed: " + created.err);
+    }
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+}
+
+void InstallationTest::MakeUpgradedSite(std::int32_t siteId, const std::string& version) {
+    MakeSite(siteId);
+    const Outcome upgraded = Run({"upgrade-site", std::to_string(siteId)});
+    if (upgraded.status != 0) {
+        throw std::runtime_error("upgrade-site failed: " + upgraded.err);
+    }
+    Execute("UPDATE tw_tarnwick.site SET version = " + version +
+            " WHERE siteid = " + std::to_string(siteId) + ";");
+}
+
+std::vector<std::string> InstallationTest::Connect() {
+    CliServer::Get().Root();
+    return {"--socket", CliServer::Get().Server().Socket().string(), "--user", "root"};
+}
+
+std::vector<std::string> InstallationTest::With(const std::vector<std::string>& arguments) {
+    auto words = Connect();
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+}
+
+Outcome InstallationTest::Run(const std::vector<std::string>& arguments) {
+    return RunProgram(With(arguments));
+}
+
+}  // namespace twupdate::test

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/program.h"
+#include "sample/layouts.h"
+#include "twupdate_host/connection.h"
+#include "twupdate_host/private_server.h"
+
+namespace twupdate::test {
+
+/// The private server of this test program, started when it is first asked for.
+class CliServer {
+  public:
+    static CliServer& Get();
+    host::PrivateServer& Server() { return *server_; }
+    /// A connection as the server's root, opened again after the server was stopped.
+    host::Connection& Root();
+    void ForgetConnection() { root_.reset(); }
+    /// Lets go of the server and its folder, before the program ends.
+    void ShutDown();
+
+  private:
+    std::unique_ptr<TemporaryFolder> folder_;
+    std::unique_ptr<host::PrivateServer> server_;
+    std::shared_ptr<host::Connection> root_;
+};
+
+/// A test against the server: begins without any database of an installation.
+class InstallationTest : public testing::Test {
+  protected:
+    InstallationTest();
+    ~InstallationTest() override;
+
+    // --- the installation --------------------------------------------------------------------
+
+    /// The central database at 1.0000, and the logs database.
+    void MakeCentralDatabase();
+    /// A site as a row of tw_tarnwick.site, with the database that belongs to it at 1.0000.
+    void MakeSite(std::int32_t siteId, const std::string& version = "1.0000",
+                  const sample::Groups& groups = {});
+    /// The row alone.
+    void MakeSiteRow(std::int32_t siteId, const std::string& version);
+    /// An installation that has a short way to go: the central database as create-core makes it,
+    /// set back to 1.0262, so that few steps are pending.
+    void MakeNearlyCurrentInstallation();
+    /// The database of a site that has come to the current version, and its row at `version`.
+    void MakeUpgradedSite(std::int32_t siteId, const std::string& version);
+
+    static void Execute(const std::string& sql);
+    static std::string Cell(const std::string& sql);  ///< "NULL" for NULL, "(no row)" without one
+    static std::string InstallationVersion();
+    static std::string SiteVersion(std::int32_t siteId);
+
+    // --- the program -------------------------------------------------------------------------
+
+    /// How to reach the server as root.
+    static std::vector<std::string> Connect();
+    /// Runs the program against the server.
+    static Outcome Run(const std::vector<std::string>& arguments);
+    static std::vector<std::string> With(const std::vector<std::string>& arguments);
+
+    TemporaryFolder folder_;
+};
+
+}  // namespace twupdate::test

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace twupdate::test {
+
+/// How a run of the program ended and what it printed.
+struct Outcome {
+    int status = -1;  ///< exit status; 128 + the signal that ended it
+    std::string out;
+    std::string err;
+
+    /// The standard output as JSON; a null value when it is none.
+    nlohmann::json Json() const;
+};
+
+/// A program that runs in the background of a test. It is killed when it still runs at the end.
+class Program {
+  public:
+    /// Starts twupdate with an environment that holds PATH and these variables alone.
+    explicit Program(const std::vector<std::string>& arguments,
+                     const std::map<std::string, std::string>& environment = {});
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    void Signal(int signal) const;
+    bool Running();
+    /// Waits for the end.
+    Outcome Wait();
+
+  private:
+    int pid_ = 0;
+    int waitStatus_ = 0;
+    bool ended_ = false;
+    std::filesystem::path folder_;
+};
+
+/// Runs twupdate to its end.
+Outcome RunProgram(const std::vector<std::string>& arguments,
+                   const std::map<std::string, std::string>& environment = {});
+
+/// Runs twupdate on a terminal of that width; `out` holds all that appears on it.
+Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 120);
+
+/// A folder that is removed with everything in it at the end of its life.
+class TemporaryFolder {
+  public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    const std::filesystem::path& Path() const { return path_; }
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+std::string ContentOf(const std::filesystem::path& file);
+void WriteFile(const std::filesystem::path& file, const std::string& content);
+/// Each line of the file as JSON; fails the test for a line that is none.
+std::vector<nlohmann::json> JsonLinesOf(const std::filesystem::path& file);
+
+/// Waits until the condition holds, up to ten seconds.
+bool WaitUntil(const std::function<bool()>& condition);
+
+}  // namespace twupdate::test

@@ -1,0 +1,110 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "cli/program.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// Wrong use: exit 2, a reason on the error output, nothing on the standard output.
+void ExpectWrongUse(const std::vector<std::string>& arguments, const std::string& reason) {
+    const Outcome outcome = RunProgram(arguments);
+    EXPECT_EQ(outcome.status, 2) << testing::PrintToString(arguments);
+    EXPECT_THAT(outcome.err, HasSubstr(reason)) << testing::PrintToString(arguments);
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST(Usage, NeedsACommand) {
+    ExpectWrongUse({}, "A subcommand is required");
+}
+
+TEST(Usage, NamesWhatItDoesNotKnow) {
+    ExpectWrongUse({"upgrdae"}, "upgrdae");
+    ExpectWrongUse({"status", "--colour"}, "--colour");
+}
+
+TEST(Usage, TakesSiteIdsFrom1ToTheLargest32BitInteger) {
+    for (const char* id : {"0", "-3", "seven", "2147483648"}) {
+        ExpectWrongUse({"upgrade-site", id}, id);
+        ExpectWrongUse({"import-master-data", id}, id);
+    }
+    ExpectWrongUse({"upgrade-site"}, "ID is required");
+}
+
+TEST(Usage, TakesNoVersionBelow0) {
+    ExpectWrongUse({"upgrade-site", "7", "--from", "-1"}, "--from");
+    ExpectWrongUse({"upgrade-site", "7", "--from", "old"}, "--from");
+}
+
+TEST(Usage, RefusesPasswordsOnTheCommandLineWithoutRepeatingThem) {
+    const std::vector<std::vector<std::string>> ways{{"-psecret", "status"},
+                                                     {"-p", "secret", "status"},
+                                                     {"--password=secret", "status"},
+                                                     {"--password", "secret", "status"},
+                                                     {"status", "--password"}};
+    for (const auto& arguments : ways) {
+        const Outcome outcome = RunProgram(arguments);
+        EXPECT_EQ(outcome.status, 2) << testing::PrintToString(arguments);
+        EXPECT_THAT(outcome.err, HasSubstr("--password-file")) << testing::PrintToString(arguments);
+        EXPECT_THAT(outcome.err, Not(HasSubstr("secret"))) << testing::PrintToString(arguments);
+    }
+}
+
+TEST(Usage, RefusesAPasswordFileThatEverybodyMayRead) {
+    TemporaryFolder folder;
+    WriteFile(folder / "password", "secret\n");
+    chmod((folder / "password").c_str(), 0644);
+    ExpectWrongUse({"--password-file", (folder / "password").string(), "status"}, "chmod 600");
+}
+
+TEST(Usage, NamesAPasswordFileThatCannotBeRead) {
+    ExpectWrongUse({"--password-file", "/nowhere/password", "status"}, "/nowhere/password");
+}
+
+TEST(Usage, NamesAnInstallFolderThatIsNotThere) {
+    ExpectWrongUse({"--install-folder", "/nowhere", "status"}, "/nowhere");
+}
+
+TEST(Usage, TakesEitherAServerOrAPrivateOne) {
+    ExpectWrongUse({"--datadir", "/tmp/x", "--socket", "/tmp/y", "status"}, "--datadir");
+}
+
+TEST(Usage, PrintsItsVersion) {
+    const Outcome outcome = RunProgram({"--version"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("twupdate 1.0.265"));
+    EXPECT_THAT(outcome.out, HasSubstr("1.0265"));
+}
+
+TEST(Usage, ListsItsCommands) {
+    const Outcome outcome = RunProgram({"--help"});
+    EXPECT_EQ(outcome.status, 0);
+    for (const char* command :
+         {"create-core", "upgrade", "upgrade-site", "import-master-data", "status"}) {
+        EXPECT_THAT(outcome.out, HasSubstr(command));
+    }
+    EXPECT_THAT(outcome.out, Not(HasSubstr("--password,")));
+}
+
+TEST(Usage, SaysThatNoServerAnswers) {
+    const Outcome outcome = RunProgram({"--socket", "/nowhere/mysqld.sock", "status"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("cannot connect to the server"));
+    EXPECT_THAT(outcome.err, HasSubstr("(2002)"));
+}
+
+TEST(Usage, SaysItInJsonToo) {
+    const Outcome outcome = RunProgram({"--json", "--socket", "/nowhere/mysqld.sock", "status"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto result = outcome.Json();
+    ASSERT_TRUE(result.is_object()) << outcome.out;
+    EXPECT_EQ(result["result"], "failed");
+    EXPECT_THAT(result["error"]["text"].get<std::string>(), HasSubstr("cannot connect"));
+}
+
+}  // namespace
+}  // namespace twupdate::test
