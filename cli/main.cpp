@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
         return invocation.run(invocation.global, console);
     } catch (const CommandError& error) {
         return fail(error, error.Code());
-    } catch (const HostError& error) {
+    } catch (const twupdate::HostError& error) {
         return fail(CommandError(DescribeError(error)), kFailed);
     } catch (const std::exception& error) {
         return fail(error, kFailed);

@@ -132,7 +132,10 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
         app.exit(request);
         status = kDone;
     } catch (const CLI::ParseError& error) {
-        std::cerr << "twupdate: " << error.what() << '\n'
+        // A word that is no command is told as a missing command otherwise.
+        const bool noCommand = app.get_subcommands().empty() && app.remaining_size() > 0;
+        std::cerr << "twupdate: "
+                  << (noCommand ? "unknown: " + app.remaining().front() : error.what()) << '\n'
                   << "Try 'twupdate --help' or 'twupdate COMMAND --help'.\n";
         status = kWrongUse;
     }

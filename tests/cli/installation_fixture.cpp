@@ -1,5 +1,9 @@
 #include "cli/installation_fixture.h"
 
+#include <fmt/format.h>
+
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace twupdate::test {
@@ -86,6 +90,24 @@ void InstallationTest::MakeCentralDatabase() {
     for (const std::string& statement : layouts.Logs(1)) {
         Execute(statement);
     }
+    FillComponents();
+}
+
+void InstallationTest::FillComponents() {
+    std::ifstream file(std::string(TWUPDATE_SOURCE_FOLDER) + "/resources/componentData.txt");
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(file, line);) {
+        std::string row = "(";
+        std::istringstream fields(line);
+        for (std::string field; std::getline(fields, field, '\t');) {
+            row += (row.size() > 1 ? ", '" : "'") + field + "'";
+        }
+        rows.push_back(row + ")");
+    }
+    Execute("INSERT INTO tw_tarnwick.component(componentid, componentname, foldername, "
+            "componentfile, available, published, mandatory, layoutcomponent, standalone, "
+            "section, allowcopy, allowcopywithoutdata, widget) VALUES" +
+            fmt::format("{}", fmt::join(rows, ", ")) + ";");
 }
 
 void InstallationTest::MakeSiteRow(std::int32_t siteId, const std::string& version) {

@@ -40,7 +40,7 @@ class InstallationTest : public testing::Test {
 
     // --- the installation --------------------------------------------------------------------
 
-    /// The central database at 1.0000, and the logs database.
+    /// The central database at 1.0000 with its components, and the logs database.
     void MakeCentralDatabase();
     /// A site as a row of tw_tarnwick.site, with the database that belongs to it at 1.0000.
     void MakeSite(std::int32_t siteId, const std::string& version = "1.0000",
@@ -53,6 +53,7 @@ class InstallationTest : public testing::Test {
     /// The database of a site that has come to the current version, and its row at `version`.
     void MakeUpgradedSite(std::int32_t siteId, const std::string& version);
 
+    static void FillComponents();
     static void Execute(const std::string& sql);
     static std::string Cell(const std::string& sql);  ///< "NULL" for NULL, "(no row)" without one
     static std::string InstallationVersion();
