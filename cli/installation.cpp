@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -80,22 +80,27 @@ double Installation::VersionFrom(const std::string& table) {
     return version.ToDouble();
 }
 
+bool Installation::HasDatabase(const std::string& name) {
+    // A table of a database that is not there is told like any table that is not there.
+    const auto databases = Databases();
+    return std::find(databases.begin(), databases.end(), name) != databases.end();
+}
+
 double Installation::Version() {
     try {
         return VersionFrom("tw_tarnwick.installation");
     } catch (const HostError& error) {
-        if (error.Code() == kUnknownDatabase) {
-            throw CommandError(
-                "there is no central database tw_tarnwick on this server; "
-                "create-core makes one");
+        if (error.Code() != kUnknownTable && error.Code() != kUnknownDatabase) {
+            throw;
         }
-        if (error.Code() == kUnknownTable) {
+        if (!HasDatabase("tw_tarnwick")) {
             throw CommandError(
-                "the central database tw_tarnwick has no table installation: it is not complete, "
-                "as after an interrupted create-core; drop it and run create-core again, or bring "
-                "it back from a backup");
+                "there is no central database tw_tarnwick on this server; create-core makes one");
         }
-        throw;
+        throw CommandError(
+            "the central database tw_tarnwick has no table installation: it is not complete, as "
+            "after an interrupted create-core; drop it and run create-core again, or bring it "
+            "back from a backup");
     }
 }
 
@@ -103,15 +108,15 @@ double Installation::ImportedVersion(std::int32_t siteId) {
     try {
         return VersionFrom(fmt::format("tw_{}.tw_installation", siteId));
     } catch (const HostError& error) {
-        if (error.Code() == kUnknownDatabase) {
+        if (error.Code() != kUnknownTable && error.Code() != kUnknownDatabase) {
+            throw;
+        }
+        if (!HasDatabase(fmt::format("tw_{}", siteId))) {
             throw CommandError(fmt::format("there is no database tw_{} on this server", siteId));
         }
-        if (error.Code() == kUnknownTable) {
-            throw CommandError(fmt::format(
-                "tw_{0} has no table tw_installation: it carries no copy of the central tables",
-                siteId));
-        }
-        throw;
+        throw CommandError(fmt::format(
+            "tw_{} has no table tw_installation: it carries no copy of the central tables",
+            siteId));
     }
 }
 

@@ -54,6 +54,8 @@ class Installation {
     /// @throws CommandError when the database has no such copy, or its version is NULL
     double ImportedVersion(std::int32_t siteId);
 
+    bool HasDatabase(const std::string& name);
+
     /// The names of the databases that the user sees, of those that belong to the installation.
     std::vector<std::string> Databases();
 

@@ -104,10 +104,11 @@ void InstallationTest::FillComponents() {
         }
         rows.push_back(row + ")");
     }
-    Execute("INSERT INTO tw_tarnwick.component(componentid, componentname, foldername, "
-            "componentfile, available, published, mandatory, layoutcomponent, standalone, "
-            "section, allowcopy, allowcopywithoutdata, widget) VALUES" +
-            fmt::format("{}", fmt::join(rows, ", ")) + ";");
+    Execute(
+        "INSERT INTO tw_tarnwick.component(componentid, componentname, foldername, "
+        "componentfile, available, published, mandatory, layoutcomponent, standalone, "
+        "section, allowcopy, allowcopywithoutdata, widget) VALUES" +
+        fmt::format("{}", fmt::join(rows, ", ")) + ";");
 }
 
 void InstallationTest::MakeSiteRow(std::int32_t siteId, const std::string& version) {
