@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "support/temporary_folder.h"
 #include "twupdate_host/connection.h"
@@ -432,6 +433,33 @@ TEST_F(HostConnection, ManyDifferentPreparedStatementsAreNotAllKept) {
                                     "WHERE VARIABLE_NAME = 'Prepared_stmt_count'"));
     EXPECT_LE(kept, 8);
     EXPECT_GE(kept, 1);
+}
+
+TEST_F(HostConnection, StatementBeyondTheServersLimitIsNamedAndBreaksNothing) {
+    const auto root = Connection::Open(server->ConnectOptions());
+    root->Execute("SET GLOBAL max_allowed_packet = 1048576");
+    const auto connection = Connection::Open(Guest());
+    root->Execute("SET GLOBAL max_allowed_packet = 1073741824");
+    const std::string select = "SELECT LENGTH('" + std::string(1048576, 'x') + "')";
+    const HostError error = ErrorOf([&] { connection->Query(select); });
+    EXPECT_EQ(error.Code(), 2020u);
+    EXPECT_THAT(error.what(), HasSubstr("max_allowed_packet"));
+    EXPECT_EQ(Cell(connection, "SELECT 1"), "1");
+}
+
+TEST_F(HostConnection, DatabaseThatIsMadeHoldsWhatTheConnectionSends) {
+    for (const auto& [charset, expected] :
+         {std::pair{"utf8mb4", "utf8mb4"}, std::pair{"latin1", "latin1"}}) {
+        auto options = Guest();
+        options.charset = charset;
+        const auto connection = Connection::Open(options);
+        connection->Execute("CREATE DATABASE tw_6");
+        EXPECT_EQ(Cell(connection,
+                       "SELECT default_character_set_name FROM "
+                       "information_schema.schemata WHERE schema_name = 'tw_6'"),
+                  expected);
+        connection->Execute("DROP DATABASE tw_6");
+    }
 }
 
 // --- loss ------------------------------------------------------------------------------------
