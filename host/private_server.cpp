@@ -95,18 +95,27 @@ std::string EndInWords(int status) {
     return "ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// The last lines of a log, for an error's text.
-std::string TailOf(const fs::path& log) {
+/// What a log says about a failure, from a byte on: its last errors, or its last lines where it
+/// names none.
+std::string Complaints(const fs::path& log, std::uintmax_t from) {
     std::ifstream file(log);
+    file.seekg(static_cast<std::streamoff>(from));
+    std::deque<std::string> errors;
     std::deque<std::string> lines;
+    const auto keep = [](std::deque<std::string>& kept, const std::string& line) {
+        kept.push_back(line);
+        if (kept.size() > kLogLinesShown) {
+            kept.pop_front();
+        }
+    };
     for (std::string line; std::getline(file, line);) {
-        lines.push_back(line);
-        if (lines.size() > kLogLinesShown) {
-            lines.pop_front();
+        keep(lines, line);
+        if (line.find("ERROR") != std::string::npos) {
+            keep(errors, line);
         }
     }
-    std::string text = "\nThe end of " + log.string() + ":";
-    for (const std::string& line : lines) {
+    std::string text = "\n" + log.string() + " says:";
+    for (const std::string& line : errors.empty() ? lines : errors) {
         text += "\n    " + line;
     }
     return text;
@@ -174,6 +183,8 @@ void PrivateServer::Start() {
     }
     Lock();
     try {
+        std::error_code none;
+        logStart_ = fs::exists(ErrorLog(), none) ? fs::file_size(ErrorLog()) : 0;
         RefuseForeignServer();
         InitialiseIfEmpty();
         Spawn();
@@ -274,7 +285,7 @@ void PrivateServer::InitialiseIfEmpty() {
     if (end_ != EndInWords(0)) {
         throw PrivateServerError("the folder " + folder_.string() +
                                  " cannot be initialised: mariadb-install-db " + end_ +
-                                 TailOf(ErrorLog()));
+                                 Complaints(ErrorLog(), logStart_));
     }
     fs::remove(marker);
 }
@@ -310,7 +321,7 @@ void PrivateServer::WaitUntilItAnswers() {
     while (std::chrono::steady_clock::now() < end) {
         if (HasEnded()) {
             throw PrivateServerError("the server in " + folder_.string() + " does not start: it " +
-                                     end_ + TailOf(ErrorLog()));
+                                     end_ + Complaints(ErrorLog(), logStart_));
         }
         std::error_code error;
         if (fs::exists(Socket(), error)) {
@@ -329,7 +340,7 @@ void PrivateServer::WaitUntilItAnswers() {
     }
     throw PrivateServerError("the server in " + folder_.string() + " is not up after " +
                              std::to_string(options_.startTimeout.count()) + " seconds: " + answer +
-                             TailOf(ErrorLog()));
+                             Complaints(ErrorLog(), logStart_));
 }
 
 bool PrivateServer::HasEnded() {

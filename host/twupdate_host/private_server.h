@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -14,7 +15,7 @@
 namespace twupdate::host {
 
 /// A private server cannot be initialised, started or stopped. The text says why; for a failed
-/// start it ends with the last lines of the server's own log.
+/// start it ends with what the server's own log says.
 class PrivateServerError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -84,7 +85,8 @@ class PrivateServer {
     PrivateServerOptions options_;
     pid_t pid_ = 0;
     int lock_ = -1;
-    std::string end_;  ///< how the last server process ended, in words
+    std::uintmax_t logStart_ = 0;  ///< where in the error log this start begins
+    std::string end_;              ///< how the last server process ended, in words
 };
 
 }  // namespace twupdate::host

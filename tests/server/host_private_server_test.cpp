@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -250,6 +251,11 @@ TEST(PrivateServer, StartThatFailsShowsTheServersOwnWords) {
                         PrivateServerOptions{.fast = true, .serverOptions = {"--no-such-option"}}),
         AllOf(HasSubstr("does not start"), HasSubstr("unknown option '--no-such-option'")));
     EXPECT_EQ(ErrorOfStarting(folder / "data"), "(it started)") << "the folder is free again";
+    EXPECT_THAT(
+        ErrorOfStarting(folder / "data",
+                        PrivateServerOptions{.fast = true, .serverOptions = {"--no-such-thing"}}),
+        AllOf(HasSubstr("no-such-thing"), testing::Not(HasSubstr("no-such-option"))))
+        << "what was wrong earlier is of no interest";
 }
 
 TEST(PrivateServer, RunsForAnOrdinaryUser) {
@@ -263,6 +269,7 @@ TEST(PrivateServer, RunsForAnOrdinaryUser) {
         if (setgid(kNobody) != 0 || setuid(kNobody) != 0) {
             return 98;
         }
+        setenv("TMPDIR", folder.Path().c_str(), 1);  // root's may be closed to others
         const PrivateServer server(folder / "data", kFast);
         return Cell(server, "SELECT 1") == "1" ? 0 : 1;
     });
