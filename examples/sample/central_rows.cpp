@@ -91,7 +91,8 @@ void AddAccounts(Utility& host, const InstallationOptions& options,
                      -0.005, 0.0, 0.1);
         accounts.Row(AccountId(plan.siteId, kAffiliate), plan.siteId, kAffiliate, 0.0, 1, 0, 0.0,
                      -1.9, 0.0, 0.0, 7.5);
-        for (std::int32_t user = 4; user < 4 + kAccountsPerSite; ++user) {
+        const std::int32_t accountsInBulk = std::min(options.rows, kAccountsPerSite);
+        for (std::int32_t user = 4; user < 4 + accountsInBulk; ++user) {
             const double balance = static_cast<double>(random.Between(-50000, 50000)) / 100;
             accounts.Row(AccountId(plan.siteId, user), plan.siteId, user, 250.0, 1, 14, 0.0,
                          balance, balance, 0.0, static_cast<double>(random.Below(200)) / 10);

@@ -62,7 +62,7 @@ void WriteSite(const InstallationOptions& options, const SitePlan& plan) {
     WriteFile(web / "images" / "no-extension", "");
     WriteFile(secure / "files" / "letter.doc", std::string(77, 'D'));
     // outside the site's folder, where a stored path tries to get
-    WriteFile(options.root / "wwwroot" / "secret.txt", "not for visitors\n");
+    WriteFile(options.root / "wwwroot" / "sites" / "secret.txt", "not for visitors\n");
     Random random = RandomFor(options, plan.siteId, 5);
     for (std::int32_t reply = kFirstBulkId; reply < kFirstBulkId + options.rows; ++reply) {
         const std::string stored = UploadedFile(reply);

@@ -28,7 +28,8 @@ struct SitePlan {
 
 struct InstallationOptions {
     std::int32_t sites = 5;
-    /// Rows in each of the large tables: pages, users, hits, orders, postings, form records, …
+    /// Rows in each of the large tables: pages, users, hits, orders, postings, form records, … With
+    /// 0 there are only the rows with fixed ids.
     std::int32_t rows = 100;
     std::uint64_t seed = 1;
     /// Where the installation's files go; empty: none are written. The component's own folder is

@@ -445,6 +445,9 @@ void AddSiteRows(Utility& host, const InstallationOptions& options, const Layout
             }
         }
     }
+    if (options.rows == 0) {
+        return;
+    }
     SiteRows rows(host, options, plan.siteId);
     rows.AddPages();
     rows.AddTexts();
