@@ -138,6 +138,12 @@ std::vector<std::string> UserOption() {
     return geteuid() == 0 ? std::vector<std::string>{"--user=root"} : std::vector<std::string>{};
 }
 
+/// Temporary tables stay in the server's own folder. A server that starts deletes what lies in its
+/// folder for them; in a shared one those are the tables of another server at work.
+std::string TemporaryTables(const fs::path& folder) {
+    return "--tmpdir=" + folder.string();
+}
+
 std::vector<std::string> StorageOptions(bool fast) {
     if (!fast) {
         return {};
@@ -274,6 +280,7 @@ void PrivateServer::InitialiseIfEmpty() {
     std::vector<std::string> words = {program,
                                       "--no-defaults",
                                       "--datadir=" + folder_.string(),
+                                      TemporaryTables(folder_),
                                       "--auth-root-authentication-method=normal",
                                       "--skip-test-db",
                                       "--skip-name-resolve"};
@@ -296,6 +303,7 @@ void PrivateServer::Spawn() {
     std::vector<std::string> words = {FindProgram("mariadbd", "mariadb-server-core"),
                                       "--no-defaults",
                                       "--datadir=" + folder_.string(),
+                                      TemporaryTables(folder_),
                                       "--socket=" + Socket().string(),
                                       "--pid-file=" + (folder_ / "twupdate.pid").string(),
                                       "--skip-networking",

@@ -63,6 +63,12 @@ int InAnotherProcess(const Work& work) {
     return status;
 }
 
+TEST(PrivateServer, KeepsItsTemporaryTablesAwayFromOtherServers) {
+    const TemporaryFolder folder;
+    const PrivateServer server(folder / "data", kFast);
+    EXPECT_EQ(Cell(server, "SELECT @@tmpdir"), (folder / "data").string());
+}
+
 TEST(PrivateServer, MakesItsFolderAndKeepsItsDataFromStartToStart) {
     const TemporaryFolder folder;
     const fs::path data = folder / "deep/er";
