@@ -1,7 +1,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
+#include "dbutil/site_files.h"
 #include "dbutil/sql.h"
 #include "migrations/site_content/rows.h"
 #include "twupdate/update.h"
@@ -12,10 +14,23 @@ namespace {
 std::string ReadWholeFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (!file.good() && !file.eof()) {
+    if (!file.is_open() || file.bad()) {
         throw FileError("cannot read " + path.string());
     }
     return content;
+}
+
+/// The site's robots.txt; an empty path when there is none. What it holds becomes public, so a link
+/// counts only when it stays in the site's own folder.
+std::filesystem::path RobotsFile(const std::filesystem::path& installFolder, std::int32_t siteId) {
+    const auto folder = InstallationRoot(installFolder) / "wwwroot" / "sites" / Sql(siteId);
+    std::error_code error;
+    const auto realFolder = std::filesystem::canonical(folder, error);
+    const auto file =
+        error ? realFolder : std::filesystem::canonical(folder / "robots.txt", error);
+    const bool isOwn = !error && LiesWithin(realFolder, file) &&
+                       std::filesystem::is_regular_file(file, error);
+    return isOwn ? file : std::filesystem::path();
 }
 
 bool StandsIn(std::string_view text, std::string_view opening, std::string_view closing) {
@@ -52,9 +67,8 @@ void Update::SiteContentStep_1_0019(std::int32_t siteId, Boolean& result) {
 
 void Update::SiteContentStep_1_0030(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
-    const std::filesystem::path robots =
-        Host().InstallFolder() / ".." / "wwwroot" / "sites" / std::to_string(siteId) / "robots.txt";
-    if (!std::filesystem::is_regular_file(robots)) {
+    const auto robots = RobotsFile(Host().InstallFolder(), siteId);
+    if (robots.empty()) {
         return;
     }
     const std::int32_t featureId = HomePage(siteId);
