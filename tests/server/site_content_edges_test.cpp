@@ -363,8 +363,20 @@ TEST_F(SiteContentRobots, AnEmptyFileIsAnEmptyText) {
     EXPECT_THAT(PlainTexts(), ElementsAre("5 | 0 | "));
 }
 
-// --- An old central database
-// ----------------------------------------------------------------------
+TEST_F(SiteContentRobots, ALinkOutOfTheSitesFolderIsNoFileOfTheSite) {
+    SetPages(5, 6);
+    WriteFile("secret.txt", "not for the public");
+    WriteFile("wwwroot/sites/7/other.txt", "x");
+    std::filesystem::create_symlink(Root() / "secret.txt", Root() / kFile);
+    RunStep("SiteContentStep_1_0030", 7);
+    EXPECT_THAT(PlainTexts(), IsEmpty());
+    std::filesystem::remove(Root() / kFile);
+    std::filesystem::create_symlink("other.txt", Root() / kFile);
+    RunStep("SiteContentStep_1_0030", 7);
+    EXPECT_THAT(PlainTexts(), ElementsAre("5 | 0 | 78"));
+}
+
+// --- An old central database --------------------------------------------------------------------
 
 class SiteContentUnderAnOldCentralDatabase : public SiteContentTest {
   protected:
