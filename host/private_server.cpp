@@ -148,7 +148,7 @@ std::vector<std::string> StorageOptions(bool fast) {
     if (!fast) {
         return {};
     }
-    return {"--innodb-flush-log-at-trx-commit=0",
+    return {"--innodb-flush-log-at-trx-commit=2",
             "--innodb-flush-method=nosync",
             "--innodb-doublewrite=0",
             "--innodb-log-file-size=32M",

@@ -34,7 +34,8 @@ class ServerEnvironment : public testing::Environment {
         if (!server_) {
             host::PrivateServerOptions options;
             options.fast = true;
-            options.serverOptions = {"--character-set-server=utf8mb4"};
+            // a killed server may leave a page half written
+            options.serverOptions = {"--innodb-doublewrite=1"};
             server_ = std::make_unique<host::PrivateServer>(Folder() / "data", options);
         }
         return *server_;
