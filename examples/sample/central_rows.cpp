@@ -48,7 +48,7 @@ void AddSites(Utility& host, const InstallationOptions& options,
 }
 
 /// Host names, and the documents that a site shows when none is asked for. A number and a slash
-/// name a page; the last row of a site wins.
+/// name a page; the last row of a site wins, but for a number that no page can have.
 void AddDomains(Utility& host, const std::vector<SitePlan>& sites) {
     BulkInsert domains(host, "tw_tarnwick.domain(siteid, domainname, ipaddress, tcpport)");
     BulkInsert documents(host, "tw_tarnwick.defaultdocument(siteid, document, sequence)");
@@ -63,6 +63,7 @@ void AddDomains(Utility& host, const std::vector<SitePlan>& sites) {
         if (plan.siteId % 3 == 1) {
             documents.Row(plan.siteId, "4/default.htm", 2);
             documents.Row(plan.siteId, "2/", 3);
+            documents.Row(plan.siteId, "20080131120000/index.htm", 4);
         } else if (plan.siteId % 3 == 2) {
             documents.Row(plan.siteId, "/3/index.htm", 2);
             documents.Row(plan.siteId, "news2/index.htm", 3);

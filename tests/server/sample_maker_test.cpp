@@ -1,7 +1,8 @@
 // The sample maker makes the same installation again, and the one that it promises.
+#include <sys/wait.h>
+
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "sample_installation.h"
 
@@ -161,6 +162,57 @@ TEST_F(SampleMaker, UploadedFilesArePresentOrLostAsTheRecordsSay) {
 TEST_F(SampleMaker, RefusesAServerWithAnInstallation) {
     sample::MakeInstallation(Host(), Options(0, 0));
     EXPECT_THROW(sample::MakeInstallation(Host(), Options(0, 0)), HostError);
+}
+
+// --- the program --------------------------------------------------------------------------------
+
+class SampleProgram : public SampleMaker {
+  protected:
+    /// Runs the program with these arguments. @returns its exit code
+    int Run(const std::string& arguments) const {
+        const std::string output = (Root() / "output.txt").string();
+        const int status = std::system(
+            (std::string(TWUPDATE_SAMPLE_PROGRAM) + " " + arguments + " >" + output + " 2>&1")
+                .c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    std::string Output() const { return ReadFile("output.txt"); }
+    static std::string Server() {
+        return "--socket " + ServerTest::Server().Socket().string() + " --user root ";
+    }
+};
+
+TEST_F(SampleProgram, MakesWhatTheLibraryMakes) {
+    ASSERT_EQ(0, Run(Server() + "--sites 3 --rows 20 --seed 5 --install-root " + Root().string()))
+        << Output();
+    EXPECT_THAT(Output(), testing::HasSubstr("An installation at version 1.0000 with 3 sites.\n"
+                                             "  site 1 at 1.0000\n"
+                                             "  site 2 at 1.0050\n"
+                                             "  site 3 at 1.0210\n"));
+    const State byProgram = StateOfAll();
+    const auto size = Files().size();
+    DropDatabases();
+    RemoveFiles();
+    auto options = Options(3, 20);
+    options.seed = 5;
+    sample::MakeInstallation(Host(), options);
+    EXPECT_TRUE(SameState(byProgram, StateOfAll()));
+    EXPECT_EQ(size, Files().size() + 1) << "the output is the only other file";
+}
+
+TEST_F(SampleProgram, FailsWhereAnInstallationIsAlready) {
+    ASSERT_EQ(0, Run(Server() + "--sites 0"));
+    EXPECT_EQ(1, Run(Server() + "--sites 0"));
+    EXPECT_THAT(Output(), testing::HasSubstr("database exists"));
+    EXPECT_THAT(Output(), testing::HasSubstr("CREATE DATABASE tw_tarnwick;"));
+}
+
+TEST_F(SampleProgram, SaysWhatIsWrongWithItsOptions) {
+    EXPECT_EQ(2, Run("--sites many"));
+    EXPECT_EQ(2, Run("--sites -1"));
+    EXPECT_EQ(2, Run("--colour blue"));
+    EXPECT_EQ(0, Run("--help"));
+    EXPECT_EQ(1, Run("--socket /nonexistent/socket"));
 }
 
 }  // namespace
