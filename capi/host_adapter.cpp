@@ -38,9 +38,19 @@ class Result {
         return callbacks_->Table().result_eof(callbacks_->Context(), handle_) != 0;
     }
 
+    /// @throws HostError that names the column
     Value Read(const std::string& column) const {
         twu_value value{};
-        callbacks_->Call(sql_, callbacks_->Table().result_field, handle_, column.c_str(), &value);
+        try {
+            callbacks_->Call(sql_, callbacks_->Table().result_field, handle_, column.c_str(),
+                             &value);
+        } catch (const HostError& error) {
+            if (std::string_view(error.what()).find(column) != std::string_view::npos) {
+                throw;
+            }
+            throw HostError(error.Statement(), error.Code(), error.SqlState(),
+                            "column " + column + ": " + error.what());
+        }
         return ToValue(value, sql_, column);
     }
 
@@ -69,13 +79,15 @@ class CField final : public Field {
     std::string column_;
 };
 
-/// A column that is not there is noticed when its value is read.
 class CFields final : public Fields {
   public:
     explicit CFields(const Result& result) : result_(result) {}
     const Field& Item(std::string_view column) const override {
         auto found = fields_.find(column);
         if (found == fields_.end()) {
+            // Reading it is the only way to learn whether the result has this column, and that
+            // must be told here: where a text is read, an error in Field::Value counts as "".
+            (void)result_.Read(std::string(column));
             found = fields_.try_emplace(std::string(column), result_, column).first;
         }
         return found->second;
@@ -135,7 +147,7 @@ class CDatabase final : public Database {
 
     void GetLastInsertId(std::int32_t& id) override {
         std::int64_t wide = 0;
-        callbacks_->Call("GetLastInsertId()", callbacks_->Table().last_insert_id, &wide);
+        callbacks_->Call("GetLastInsertId", callbacks_->Table().last_insert_id, &wide);
         if (!std::in_range<std::int32_t>(wide)) {
             throw OverflowError("last insert id " + std::to_string(wide) +
                                 ": outside the range of a 32-bit integer");
@@ -166,7 +178,7 @@ class CCommand final : public Command {
     ~CCommand() override { Close(); }
 
     void Make() {
-        callbacks_->Call("NewCommand()", callbacks_->Table().command_new, &handle_);
+        callbacks_->Call("NewCommand", callbacks_->Table().command_new, &handle_);
         isOpen_ = true;
     }
 
@@ -243,7 +255,7 @@ class CComponentList final : public ComponentList {
 
     std::shared_ptr<Component> Item(std::int32_t componentId) override {
         twu_component component{};
-        const std::string about = "ComponentList.Item(" + std::to_string(componentId) + ")";
+        const std::string about = "ComponentList.Item " + std::to_string(componentId);
         callbacks_->Call(about, callbacks_->Table().component_item, componentId, &component);
         return std::make_shared<CComponent>(componentId, component, about);
     }
@@ -256,7 +268,7 @@ class CApplication final : public Application {
   public:
     explicit CApplication(SharedCallbacks callbacks) : callbacks_(std::move(callbacks)) {}
     void Refresh() override {
-        callbacks_->Call("Refresh()", callbacks_->Table().refresh_application);
+        callbacks_->Call("Refresh", callbacks_->Table().refresh_application);
     }
 
   private:
@@ -296,9 +308,8 @@ class CComponentHost final : public ComponentHost {
     template <typename Callback>
     void Serve(const std::string& name, Callback callback, std::int32_t siteId,
                std::int32_t componentId) const {
-        callbacks_->Call(
-            name + "(" + std::to_string(siteId) + ", " + std::to_string(componentId) + ")",
-            callback, siteId, componentId);
+        callbacks_->Call(name + " " + std::to_string(siteId) + " " + std::to_string(componentId),
+                         callback, siteId, componentId);
     }
 
     SharedCallbacks callbacks_;
@@ -309,26 +320,26 @@ class CObserver final : public Observer {
     explicit CObserver(SharedCallbacks callbacks) : callbacks_(std::move(callbacks)) {}
 
     void LadderStarting(Ladder ladder, const std::string& database, double version) override {
-        Tell("LadderStarting()", callbacks_->Table().ladder_starting, ToC(ladder), database.c_str(),
+        Tell("LadderStarting", callbacks_->Table().ladder_starting, ToC(ladder), database.c_str(),
              version);
     }
     void LadderEnded(Ladder ladder, const std::string& database) override {
-        Tell("LadderEnded()", callbacks_->Table().ladder_ended, ToC(ladder), database.c_str());
+        Tell("LadderEnded", callbacks_->Table().ladder_ended, ToC(ladder), database.c_str());
     }
     void StepStarting(const LadderStep& step, const std::string& database) override {
-        Tell("StepStarting()", callbacks_->Table().step_starting, ToC(step), database.c_str());
+        Tell("StepStarting", callbacks_->Table().step_starting, ToC(step), database.c_str());
     }
     void StepEnded(const LadderStep& step, const std::string& database) override {
-        Tell("StepEnded()", callbacks_->Table().step_ended, ToC(step), database.c_str());
+        Tell("StepEnded", callbacks_->Table().step_ended, ToC(step), database.c_str());
     }
     void SiteWalkStarting() override {
-        Tell("SiteWalkStarting()", callbacks_->Table().site_walk_starting);
+        Tell("SiteWalkStarting", callbacks_->Table().site_walk_starting);
     }
     void SiteStarting(std::int32_t siteId, double version) override {
-        Tell("SiteStarting()", callbacks_->Table().site_starting, siteId, version);
+        Tell("SiteStarting", callbacks_->Table().site_starting, siteId, version);
     }
     void SiteEnded(std::int32_t siteId) override {
-        Tell("SiteEnded()", callbacks_->Table().site_ended, siteId);
+        Tell("SiteEnded", callbacks_->Table().site_ended, siteId);
     }
 
   private:
@@ -364,12 +375,12 @@ class CUtility final : public Utility {
     std::filesystem::path InstallFolder() override {
         const auto callback = callbacks_->Table().install_folder;
         return callback == nullptr ? Utility::InstallFolder()
-                                   : std::filesystem::path(Ask("InstallFolder()", callback));
+                                   : std::filesystem::path(Ask("InstallFolder", callback));
     }
     std::shared_ptr<Observer> GetObserver() override { return observer_; }
     std::string LocalHostName() override {
         const auto callback = callbacks_->Table().local_host_name;
-        return callback == nullptr ? Utility::LocalHostName() : Ask("LocalHostName()", callback);
+        return callback == nullptr ? Utility::LocalHostName() : Ask("LocalHostName", callback);
     }
 
   private:
@@ -392,7 +403,7 @@ class CFeature final : public Feature {
         twu_value value{};
         twu_error error;
         const twu_status status = getSetting_(cart_, name.c_str(), &value, &error);
-        const std::string about = "GetSetting(" + name + ")";
+        const std::string about = "GetSetting " + name;
         if (status != TWU_OK) {
             ThrowFailure(status, error, about);
         }

@@ -62,11 +62,26 @@ TEST_F(HostAdapter, NamesAColumnThatIsNotThere) {
     fake.answers["SELECT 1;"] = {{{"a", std::int64_t{1}}}};
     const auto recordset = utility->GetDatabase()->OpenRecordset("SELECT 1;", 0, 0);
     try {
-        (void)recordset->Fields().Item("b").Value();
-        FAIL();
+        (void)recordset->Fields().Item("b");
+        FAIL() << "a step may swallow what Value() throws, but not this";
     } catch (const HostError& error) {
         EXPECT_STREQ(error.what(), "no column b");
         EXPECT_EQ(error.Statement(), "SELECT 1;");
+    }
+}
+
+TEST_F(HostAdapter, NamesTheColumnWhereTheCallbackDoesNot) {
+    fake.answers["SELECT 1;"] = {{{"price", std::int64_t{1}}}};
+    fake.failures["result_field"] = {TWU_HOST_ERROR, 2013, "HY000", "lost connection", {}, false};
+    const auto reader = utility->GetDatabase()->OpenReader("SELECT 1;");
+    try {
+        (void)reader->GetField("price");
+        FAIL();
+    } catch (const HostError& error) {
+        EXPECT_STREQ(error.what(), "column price: lost connection");
+        EXPECT_EQ(error.Statement(), "SELECT 1;");
+        EXPECT_EQ(error.Code(), 2013U);
+        EXPECT_EQ(error.SqlState(), "HY000");
     }
 }
 
@@ -166,7 +181,7 @@ TEST_F(HostAdapter, NamesTheServiceThatFailed) {
         utility->GetComponentHost()->RefreshSiteComponent(7, shop);
         FAIL();
     } catch (const HostError& error) {
-        EXPECT_EQ(error.Statement(), "RefreshSiteComponent(7, 1000)");
+        EXPECT_EQ(error.Statement(), "RefreshSiteComponent 7 1000");
         EXPECT_EQ(error.Code(), 3U);
     }
 }
@@ -178,7 +193,7 @@ TEST_F(HostAdapter, MissesAServiceOnlyWhenItIsNeeded) {
         FAIL();
     } catch (const HostError& error) {
         EXPECT_STREQ(error.what(), "the host does not have this service");
-        EXPECT_EQ(error.Statement(), "ComponentList.Item(1000)");
+        EXPECT_EQ(error.Statement(), "ComponentList.Item 1000");
     }
     EXPECT_THROW(UtilityWithout(&twu_host_callbacks::reset_site_component)
                      ->GetComponentHost()
