@@ -1,5 +1,6 @@
 #include "capi/error.h"
 
+#include <exception>
 #include <filesystem>
 #include <new>
 
@@ -24,7 +25,7 @@ void WriteHostError(twu_error& error, const HostError& failure) {
 void WriteCurrentException(twu_error& error) noexcept {
     try {
         try {
-            throw;
+            std::rethrow_exception(std::current_exception());
         } catch (const HostError& failure) {
             WriteHostError(error, failure);
         } catch (const ConversionError& failure) {

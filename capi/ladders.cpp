@@ -14,17 +14,24 @@ constexpr std::size_t kLadders = 4;
 struct CLadder {
     explicit CLadder(Ladder ladder) : name(LadderName(ladder)) {
         const auto ladderSteps = LadderSteps(ladder);
-        texts.reserve(2 * ladderSteps.size());  // the steps point into it
         for (const LadderStep& step : ladderSteps) {
-            const auto* stepName = texts.emplace_back(step.name).c_str();
-            const auto* description = texts.emplace_back(step.description).c_str();
-            steps.push_back({static_cast<twu_ladder>(ladder), step.number, step.threshold, stepName,
-                             description, step.built ? kTrue : kFalse});
+            names.emplace_back(step.name);
+            descriptions.emplace_back(step.description);
+        }
+        for (std::size_t i = 0; i < ladderSteps.size(); ++i) {
+            const LadderStep& step = ladderSteps[i];
+            steps.push_back({static_cast<twu_ladder>(ladder), step.number, step.threshold,
+                             names[i].c_str(), descriptions[i].c_str(),
+                             step.built ? kTrue : kFalse});
         }
     }
+    // A copy's steps would point into the texts of the original.
+    CLadder(const CLadder&) = delete;
+    CLadder& operator=(const CLadder&) = delete;
 
     std::string name;
-    std::vector<std::string> texts;
+    std::vector<std::string> names;
+    std::vector<std::string> descriptions;
     std::vector<twu_step> steps;
 };
 

@@ -4,7 +4,6 @@
 #include "capi/host_adapter.h"
 #include "twupdate/twupdate.h"
 
-using twupdate::capi::Callbacks;
 using twupdate::capi::Guarded;
 using twupdate::capi::InvalidArgument;
 

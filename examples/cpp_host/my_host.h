@@ -55,7 +55,7 @@ class Connection {
         if (value.IsNull()) {
             return "NULL";
         }
-        const std::string text = value.ToText();
+        std::string text = value.ToText();
         if (!std::holds_alternative<std::string>(value.Get())) {
             return text;
         }

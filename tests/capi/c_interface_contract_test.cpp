@@ -1,8 +1,7 @@
 // What every host must do, asked of a host behind the C interface: the reference host, reached
 // through C callbacks. What comes out of the adapter must be what went in.
 
-#include <stdlib.h>
-
+#include <cstdlib>
 #include <filesystem>
 
 #include "capi/host_adapter.h"

@@ -43,6 +43,10 @@ struct RequiredCallback {
     std::size_t offset;
 };
 
+void PrintTo(const RequiredCallback& callback, std::ostream* out) {
+    *out << callback.name;
+}
+
 class RequiredCallbacks : public testing::TestWithParam<RequiredCallback> {};
 
 TEST_P(RequiredCallbacks, IsMissedByName) {
@@ -460,6 +464,10 @@ struct FailingCall {
     std::string statement;  ///< what the error must name
     const char* text = "Deadlock found";
 };
+
+void PrintTo(const FailingCall& call, std::ostream* out) {
+    *out << call.name;
+}
 
 class FailingCalls : public testing::TestWithParam<FailingCall> {};
 

@@ -24,6 +24,10 @@ struct Example {
     const char* command;  ///< the program, with what it needs before its arguments
 };
 
+void PrintTo(const Example& example, std::ostream* out) {
+    *out << example.name;
+}
+
 struct Outcome {
     int exitCode = -1;
     std::string output;  ///< standard output and standard error
