@@ -7,8 +7,8 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <optional>
 #include <string>
+#include <utility>
 
 #include "bench/replay.h"
 #include "sample/installation.h"
@@ -16,9 +16,9 @@
 #include "sample/older_host.h"
 #include "twupdate/update.h"
 
+namespace twupdate {
 namespace {
 
-using namespace twupdate;
 using Clock = std::chrono::steady_clock;
 
 int FromEnvironment(const char* name, int otherwise) {
@@ -30,8 +30,8 @@ int FromEnvironment(const char* name, int otherwise) {
 class ManySites {
   public:
     /// @param databases  whether the sites have one, with the tables of every site at 1.0000
-    ManySites(int sites, const std::string& version, bool databases)
-        : sites_(sites), version_(version), databases_(databases) {
+    ManySites(int sites, std::string version, bool databases)
+        : sites_(sites), version_(std::move(version)), databases_(databases) {
         std::filesystem::create_directories(InstallFolder());
         std::filesystem::create_directory_symlink(
             sample::InstallationOptions::DefaultResourceFolder(), InstallFolder() / "resources");
@@ -199,5 +199,6 @@ void ImportWords(benchmark::State& state) {
 BENCHMARK(ImportWords)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
+}  // namespace twupdate
 
 BENCHMARK_MAIN();

@@ -48,7 +48,7 @@ constexpr std::array<FieldCode, 24> kFieldCodes{{
 
 /// One order-details tag in a text.
 struct Tag {
-    std::size_t begin;
+    std::size_t begin = 0;
     std::string_view whole;
     std::string_view name;
     std::string_view identifier;

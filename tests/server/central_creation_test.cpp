@@ -77,9 +77,9 @@ TEST_F(CentralCreation, FillsTheReferenceTablesAndNoOther) {
                                                           {"englishword", "*"},
                                                           {"component", kComponentColumns},
                                                           {"componenttype", "*"}}) {
-        EXPECT_TRUE(Sorted(Rows("SELECT " + columns + " FROM tw_tarnwick." + table)) ==
-                    Sorted(Shipped(table)))
-            << table;
+        std::string query = "SELECT ";
+        query.append(columns).append(" FROM tw_tarnwick.").append(table);
+        EXPECT_TRUE(Sorted(Rows(query)) == Sorted(Shipped(table))) << table;
     }
     EXPECT_THAT(Rows("SELECT dev FROM tw_tarnwick.component"), Each("0"));
     for (const std::string table :

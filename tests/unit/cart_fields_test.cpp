@@ -303,7 +303,7 @@ TEST(OrderDetailsTags, TakesAnEmailOfTenMegabytes) {
 }
 
 TEST(OrderDetailsTags, TakesATagOfTenMegabytes) {
-    const std::string name(10'000'000, 'n');
+    const std::string name = Repeated("n", 10'000'000);
     EXPECT_LT(Milliseconds("<#OrderDetails:Name=" + name + ",Id=total#>",
                            [&](const std::string& converted) {
                                EXPECT_TRUE(converted == "<#Embed.17.3:" + name + "#>");
