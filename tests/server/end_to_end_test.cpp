@@ -1,9 +1,11 @@
 // The whole upgrade of whole installations: what it changes, what it leaves alone, how it resumes.
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <iostream>
 #include <regex>
 #include <stdexcept>
+#include <thread>
 
 #include "sample/random.h"
 #include "sample_installation.h"
@@ -388,6 +390,51 @@ TEST_F(Cuts, AServerKilledAtAnyMomentComesBackAndTheNextUpgradeCompletesIt) {
         ASSERT_TRUE(SameState(expected, StateOfAll()));
         ++i;
     }
+}
+
+TEST_F(Cuts, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompletesIt) {
+    using std::chrono::milliseconds;
+    MakeOld();
+    const auto undisturbed = Faulty();
+    const auto begin = std::chrono::steady_clock::now();
+    UpgradeInstallation(undisturbed);
+    const auto duration =
+        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
+    const State expected = StateOfAll();
+    const auto log = undisturbed->Log();
+
+    sample::Random random(11);
+    const int kills = Soak() ? 20 : 2;
+    int done = 0;
+    for (int attempt = 0; done < kills && attempt < 10 * kills; ++attempt) {
+        MakeAnew();
+        const auto faulty = Faulty();
+        const milliseconds wait(random.Below(static_cast<std::int32_t>(duration.count()) + 1));
+        std::thread killer([wait] {
+            std::this_thread::sleep_for(wait);
+            Server().Kill();
+        });
+        bool failed = false;
+        try {
+            UpgradeInstallation(faulty);
+        } catch (const HostError&) {
+            failed = true;
+        }
+        killer.join();
+        Server().Start();
+        Reconnect();
+        // the last call was cut before, after or in the middle of its work
+        const std::size_t last = faulty->Calls();
+        if (!failed || last >= log.size() || IsKnownHarm(log[last - 1]) || IsKnownHarm(log[last]) ||
+            IsUnlinkedDomain(log[last - 1]) || IsUnlinkedDomain(log[last])) {
+            continue;
+        }
+        SCOPED_TRACE("killed in or about: " + log[last - 1].substr(0, 200));
+        UpgradeInstallation();
+        EXPECT_TRUE(SameState(expected, StateOfAll()));
+        ++done;
+    }
+    EXPECT_EQ(kills, done);
 }
 
 }  // namespace

@@ -88,6 +88,36 @@ TEST_F(LayoutsOnServer, ASiteIsBroughtToAnOlderVersionByItsOwnSteps) {
     EXPECT_EQ("1.0001", Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 7"));
 }
 
+TEST_F(LayoutsOnServer, AnOlderSiteIsTheOneThatItsStepsMakeOneByOne) {
+    std::int32_t siteId = 10;
+    for (const double version : {1.0035, 1.0097, 1.0233}) {
+        const std::int32_t brought = siteId++;
+        const std::int32_t stepped = siteId++;
+        LoadSite(brought, sample::AllGroups(), {version, 1.0});
+        LoadSite(stepped);
+        for (const LadderStep& step : LadderSteps(Ladder::kSiteSchema)) {
+            if (step.threshold <= version) {
+                RunStep(std::string(step.name), stepped);
+            }
+        }
+        EXPECT_TRUE(SameSchema(SchemaOf("tw_" + std::to_string(stepped)),
+                               SchemaOf("tw_" + std::to_string(brought))))
+            << version;
+    }
+}
+
+TEST_F(LayoutsOnServer, AnOlderCentralDatabaseHasTheStepsUpToItsVersionOnly) {
+    LoadLogs(1);
+    LoadCentral(1.0041);
+    const Schema schema = SchemaOf("tw_tarnwick");
+    EXPECT_THAT(schema.tables.at("site").columns,
+                testing::Contains("transaction BOOL DEFAULT 0 NOT NULL"));
+    EXPECT_THAT(schema.tables.at("account").columns,
+                testing::Contains("currentbalance DOUBLE DEFAULT 0 NOT NULL"))
+        << "money is converted by 1.0047";
+    EXPECT_EQ("1.0041", Cell("SELECT version FROM tw_tarnwick.installation"));
+}
+
 TEST_F(LayoutsOnServer, AKilledServerComesBackWithWhatWasDone) {
     LoadSite(7, {});
     Sql("INSERT INTO tw_7.image(filename) VALUES('a.png');");

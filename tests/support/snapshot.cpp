@@ -156,8 +156,9 @@ std::string CellChanges(const RowSnapshot::Row& before, const RowSnapshot::Table
                         const RowSnapshot::Row& after) {
     std::vector<std::string> cells;
     for (const auto& [column, value] : after.values) {
-        const auto old = std::find_if(before.values.begin(), before.values.end(),
-                                      [&](const auto& cell) { return cell.first == column; });
+        const auto old =
+            std::find_if(before.values.begin(), before.values.end(),
+                         [&name = column](const auto& cell) { return cell.first == name; });
         if (old != before.values.end()) {
             if (old->second != value) {
                 cells.push_back(column + " " + old->second + " -> " + value);
