@@ -270,6 +270,26 @@ TEST_F(SiteSchemaFaults, ARepeatMakesADroppedSettingColumnAnewAndThenStops) {
     ExpectUndisturbedState();
 }
 
+TEST_F(SiteSchemaFaults, ARepeatMakesADroppedPriorityAnewWithItsDefaultAndThenStops) {
+    CutBefore("ALTER TABLE tw_7.navigation CHANGE COLUMN double_temp", {1.0});
+    EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.navigation WHERE xmlmappriority <> 0.5"), "0");
+    Sql("ALTER TABLE tw_7.navigation DROP COLUMN xmlmappriority;");
+    EXPECT_THAT(Recover(), ElementsAre("renamed double_temp to xmlmappriority"));
+    RunLadder(7);
+    ExpectUndisturbedState();
+}
+
+TEST_F(SiteSchemaFaults, ARepeatMakesTheFirstTimingAnewAndStopsAtTheSecond) {
+    CutBefore("ALTER TABLE tw_7.layoutzone CHANGE COLUMN double_temp startshowdelay", {1.0});
+    EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
+    EXPECT_TRUE(ColumnIsThere("layoutzone", "startshowdelay"));
+    Sql("ALTER TABLE tw_7.layoutzone DROP COLUMN startshowdelay;");
+    EXPECT_THAT(Recover(), ElementsAre("renamed double_temp to startshowdelay"));
+    RunLadder(7);
+    ExpectUndisturbedState();
+}
+
 TEST_F(SiteSchemaFaults, TimingsCutAfterTheFirstStayIncompleteWithoutAnError) {
     CutBefore("ALTER TABLE tw_7.layoutzone ADD COLUMN startfadein", {1.0});
     EXPECT_EQ(ErrorOfRepeat(1.0), 0U);
