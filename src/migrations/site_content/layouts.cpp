@@ -84,7 +84,11 @@ void Update::ConvertExplicitLayoutElements(std::int32_t siteId) {
         if (elementBySequence.empty()) {
             return;  // not the override of a layout
         }
-        const std::string sequences = TextSetting(db, featureId, "ExplicitLayoutElements");
+        const std::int32_t settingId = Int32Field(setting, "settingid");
+        const auto list = OpenRecordset(
+            Sql("SELECT text FROM ", db, ".setting WHERE settingid = ", settingId, ";"));
+        const std::string sequences = FieldText(list->Fields().Item("text"));
+        list->Close();
         if (!SettingExists(db, overrideId, "LayoutElementType")) {
             AddIntegerSetting(db, overrideId, "LayoutElementType", 1);
         }
@@ -92,8 +96,7 @@ void Update::ConvertExplicitLayoutElements(std::int32_t siteId) {
             AddTextSetting(db, overrideId, "LayoutElementIds",
                            ElementIds(sequences, elementBySequence));
         }
-        Execute(Sql("DELETE FROM ", db,
-                    ".setting WHERE settingid = ", Int32Field(setting, "settingid"), ";"));
+        Execute(Sql("DELETE FROM ", db, ".setting WHERE settingid = ", settingId, ";"));
     });
 }
 
