@@ -203,8 +203,7 @@ TEST_F(CentralFaults, AServerKilledAtAnyMomentComesBackAndTheNextRunMakesItGood)
               << repaired << " at a place that needs a repair by hand\n";
 }
 
-// --- the site walk
-// --------------------------------------------------------------------------------
+// --- the site walk -----------------------------------------------------------------------------
 
 class SiteWalk : public CentralTest {
   protected:
@@ -276,6 +275,79 @@ TEST_F(SiteWalk, ACutAtAnyStatementResumesWithTheFirstSiteThatIsNotDone) {
             EXPECT_EQ(SchemaOf("tw_" + std::to_string(id)).tables.size(), 1U);
         }
         EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
+    }
+}
+
+TEST_F(SiteWalk, AServerKilledInTheWalkComesBackAndTheNextRunDoesTheRest) {
+    constexpr std::int32_t kSites = 120;
+    std::mt19937 random(20260719);
+    const int trials = Soak() ? 30 : 2;
+    int cut = 0;
+    std::int64_t rest = 0;
+    auto whole = std::chrono::steady_clock::duration::zero();
+    for (int trial = 0; trial <= trials; ++trial) {
+        for (std::int32_t id = 1; id <= kSites; ++id) {
+            Sql("DROP DATABASE IF EXISTS tw_" + std::to_string(id) + ";");
+        }
+        Sql("DROP DATABASE IF EXISTS tw_tarnwick;");
+        LoadCurrentCentral();
+        for (std::int32_t id = 1; id <= kSites; ++id) {
+            AddSite(id, "1.0263");
+            AddDatabase(id);
+        }
+        if (trial == 0) {  // undisturbed, for the time it takes
+            const auto begin = std::chrono::steady_clock::now();
+            UpgradeInstallation();
+            whole = std::chrono::steady_clock::now() - begin;
+            continue;
+        }
+        std::thread killer([&, delay = whole * static_cast<int>(random() % 900) / 1000] {
+            std::this_thread::sleep_for(delay);
+            Server().Kill();
+        });
+        try {
+            UpgradeInstallation();
+        } catch (const HostError&) {
+            ++cut;
+        }
+        killer.join();
+        Server().Start();
+        Reconnect();
+        const auto left =
+            std::stoll(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version < 1.0265"));
+        const auto faulty = Faulty();
+        UpgradeInstallation(faulty);
+        EXPECT_EQ(Count(faulty->Log(), "CREATE TABLE IF NOT EXISTS "),
+                  static_cast<std::size_t>(left));
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1.0265"),
+                  std::to_string(kSites));
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.TABLES WHERE TABLE_NAME = "
+                       "'htmlcache'"),
+                  std::to_string(kSites));
+        EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
+        rest += left;
+    }
+    std::cout << "[ COUNT    ] " << trials << " kills, " << cut << " of them within the walk, "
+              << rest << " sites left to the next run\n";
+}
+
+TEST_F(SiteWalk, TakesThirtySitesABatch) {
+    for (const auto& [sites, searches] : std::vector<std::pair<std::int32_t, std::size_t>>{
+             {0, 1}, {1, 1}, {30, 2}, {31, 2}, {61, 3}}) {
+        Sql("DROP DATABASE IF EXISTS tw_tarnwick;");
+        LoadCurrentCentral();
+        for (std::int32_t id = 1; id <= sites; ++id) {
+            AddSite(id, "1.0264");
+        }
+        const auto faulty = Faulty();
+        UpgradeInstallation(faulty);
+        EXPECT_EQ(
+            Count(faulty->Log(), "SELECT siteid, version FROM tw_tarnwick.site WHERE siteid > "),
+            searches)
+            << sites;
+        EXPECT_EQ(Count(faulty->Log(), "UPDATE tw_tarnwick.site SET version = ?"),
+                  static_cast<std::size_t>(sites));
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version <> 1.0265"), "0");
     }
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "central_installation.h"
+#include "sample/installation.h"
 
 namespace twupdate::test {
 namespace {
@@ -12,8 +13,7 @@ using testing::IsEmpty;
 
 class CentralUpgrade : public CentralTest {};
 
-// --- layout
-// ---------------------------------------------------------------------------------------
+// --- layout ------------------------------------------------------------------------------------
 
 /// A new central database as an upgraded one differs from it.
 Schema UpgradedSchema() {
@@ -93,8 +93,7 @@ TEST_F(CentralUpgrade, OnASiteNeitherVersionsNorReferenceDataNorTheCentralDataba
                 ElementsAre("19.99 | 0.1"));
 }
 
-// --- versions
-// -------------------------------------------------------------------------------------
+// --- versions ----------------------------------------------------------------------------------
 
 TEST_F(CentralUpgrade, FromEveryThresholdEndsAlikeAndImportsOnceForEachRowBelow) {
     LoadOldInstallation();
@@ -170,8 +169,7 @@ TEST_F(CentralUpgrade, TheScheduleBeginsWithAPrimaryKeyThatALaterStepDrops) {
                             "00:00:00 | NULL"));
 }
 
-// --- money and percentages
-// ------------------------------------------------------------------------
+// --- money and percentages ---------------------------------------------------------------------
 
 TEST_F(CentralUpgrade, KeepsEveryAmountToTheCent) {
     LoadOldInstallation();
@@ -230,8 +228,51 @@ TEST_F(CentralUpgrade, ANullAmountInAnInstallationThatAllowedItStopsTheConversio
                 ElementsAre("19.99", "0.00", "4.35"));
 }
 
-// --- the data steps
-// -------------------------------------------------------------------------------
+TEST_F(CentralUpgrade, TheSamplesInstallationKeepsItsMoneyAndEndsInTheSameLayout) {
+    sample::InstallationOptions options;
+    options.sites = 12;
+    options.rows = 20;
+    const auto plans = sample::PlanSites(options.sites);
+    sample::MakeCentral(Host(), options, plans);
+    sample::MakeSite(Host(), options, plans.front());  // the root site, and the logs
+    Sql("UPDATE tw_tarnwick.site SET version = 1.0265;");
+    const auto amounts = [&] {
+        std::vector<std::string> rows;
+        for (const char* query :
+             {"SELECT accountid, CAST(creditlimit AS DECIMAL(17,2)), CAST(suggestedpayment AS "
+              "DECIMAL(17,2)), CAST(currentbalance AS DECIMAL(17,2)), CAST(futurebalance AS "
+              "DECIMAL(17,2)), CAST(pendingbalance AS DECIMAL(17,2)), CAST(associatepercentage AS "
+              "CHAR) FROM tw_tarnwick.account ORDER BY accountid",
+              "SELECT accountinvoiceid, CAST(amount AS DECIMAL(17,2)), CAST(tax AS DECIMAL(17,2)) "
+              "FROM tw_tarnwick.accountinvoice ORDER BY accountinvoiceid",
+              "SELECT accountpaymentid, CAST(amount AS DECIMAL(17,2)) FROM "
+              "tw_tarnwick.accountpayment ORDER BY accountpaymentid",
+              "SELECT id, CAST(startupcharge AS DECIMAL(17,2)), CAST(creditlimit AS "
+              "DECIMAL(17,2)), CAST(monthlyfixedcharge AS DECIMAL(17,2)) FROM "
+              "tw_tarnwick.chargingplan ORDER BY id",
+              "SELECT chargingplanid, bandstart, CAST(unitprice AS DECIMAL(17,2)) FROM "
+              "tw_tarnwick.chargingplanusageband ORDER BY chargingplanid, bandstart"}) {
+            const auto more = Rows(query);
+            EXPECT_THAT(more, testing::Not(IsEmpty())) << query;
+            rows.insert(rows.end(), more.begin(), more.end());
+        }
+        return rows;
+    };
+    const auto before = amounts();
+    UpgradeInstallation();
+    EXPECT_EQ(amounts(), before);
+    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
+    // The sample has an upgrade behind it that was cut after adding `transaction`.
+    auto expected = UpgradedSchema();
+    auto actual = SchemaOf("tw_tarnwick");
+    for (Schema* schema : {&expected, &actual}) {
+        auto& site = schema->tables["site"].columns;
+        std::sort(site.begin(), site.end());
+    }
+    EXPECT_TRUE(SameSchema(expected, actual));
+}
+
+// --- the data steps ----------------------------------------------------------------------------
 
 TEST_F(CentralUpgrade, TakesDefaultPagesFromDefaultDocuments) {
     LoadOldInstallation();

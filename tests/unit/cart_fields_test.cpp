@@ -15,7 +15,7 @@ namespace {
 
 using test::MapFeature;
 
-// --- CreateCartFieldSequence --------------------------------------------------------------------
+// --- CreateCartFieldSequence -------------------------------------------------------------------
 
 std::string Sequence(std::map<std::string, Value> settings) {
     return Update().CreateCartFieldSequence(
@@ -99,7 +99,7 @@ TEST(CartFieldSequence, NeedsACart) {
                  std::invalid_argument);
 }
 
-// --- ConvertOrderDetailsTags --------------------------------------------------------------------
+// --- ConvertOrderDetailsTags -------------------------------------------------------------------
 
 std::string Convert(std::string_view text) {
     return UpdateTestPeer::ConvertOrderDetailsTags(text);

@@ -155,7 +155,7 @@ TEST_F(ReferenceData, ComponentsComeBeforeTheirTypesAndLeaveDevAlone) {
                     "VALUES(1,100);"));
 }
 
-// --- the files that come with the component -----------------------------------------------------
+// --- the files that come with the component ----------------------------------------------------
 
 /// The fields of every line of a shipped data file; fails the test on a line that is not a row.
 std::vector<std::vector<std::string>> Shipped(const std::string& table, std::size_t fields) {

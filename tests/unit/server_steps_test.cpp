@@ -319,7 +319,7 @@ TEST_P(ServerSteps, OnlyOnTheCentralDatabaseDoDataStepsTouchRows) {
     }
 }
 
-// --- on the central database --------------------------------------------------------------------
+// --- on the central database -------------------------------------------------------------------
 
 class CentralDataSteps : public ServerSteps {};
 
@@ -457,7 +457,7 @@ TEST_P(LocalDomain, IsNotLookedForWithoutARootSite) {
     EXPECT_THAT(Log("ServerDataStep_1_0252"), ElementsAre("query " + kRootSites));
 }
 
-// --- the two runs as a whole --------------------------------------------------------------------
+// --- the two runs as a whole -------------------------------------------------------------------
 
 /// The names of the steps that a run starts.
 class StepList : public Observer {
