@@ -49,6 +49,18 @@ cmake --build "$work/consumer" >/dev/null
 check "$work/consumer/with_shared"
 check "$work/consumer/with_static"
 
+# The examples are what a reader copies: they must build outside of the tree.
+for example in embed cpp_host c_host; do
+    cp -r "$source/examples/$example" "$work/$example"
+    cmake -S "$work/$example" -B "$work/$example/build" -G Ninja \
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/usr" >/dev/null
+    cmake --build "$work/$example/build" >/dev/null
+    status=0
+    LD_LIBRARY_PATH=$libraries "$work/$example/build/$example" >/dev/null 2>"$work/usage" || status=$?
+    [[ $status == 2 ]] && grep -q usage "$work/usage" ||
+        fail "$example without arguments ends with $status"
+done
+
 # --- pkg-config ----------------------------------------------------------------------------------
 export PKG_CONFIG_PATH=$libraries/pkgconfig
 [[ $(pkg-config --modversion twupdate) == 1.0.265 ]] || fail "pkg-config names another version"
