@@ -14,15 +14,6 @@ mv "$work/first" "$work/usr"  # nothing in the tree may know where it was put
 library=$(find "$work/usr" -name 'libtwupdate.so')
 libraries=$(dirname "$library")
 
-# --- exported names ------------------------------------------------------------------------------
-exported=$(nm -DC --defined-only "$library" | sed -E 's/^[0-9a-f]+ . //; s/@@?TWUPDATE_1//' | sort -u)
-strangers=$(grep -vE '^((vtable|typeinfo|typeinfo name) for )?twupdate::|^twu_|^TWUPDATE_1$' <<<"$exported" || true)
-[[ -z $strangers ]] || fail "the shared library exports more than its own names: $strangers"
-operations=$(grep -oE '^twupdate::Update::[~A-Za-z]+' <<<"$exported" | sed 's/.*:://' | sort -u | tr '\n' ' ')
-expected="Configure CreateCartFieldSequence CreateCoreDb ShutDown UpdateImportMasterData UpdateServer UpdateSite ~Update "
-[[ $(tr ' ' '\n' <<<"$operations" | sort) == $(tr ' ' '\n' <<<"$expected" | sort) ]] ||
-    fail "of Update the shared library exports: $operations"
-
 # --- the headers stand alone ---------------------------------------------------------------------
 while read -r header; do
     printf '#include <%s>\n' "$header" |
@@ -57,8 +48,8 @@ for example in embed cpp_host c_host; do
     cmake --build "$work/$example/build" >/dev/null
     status=0
     LD_LIBRARY_PATH=$libraries "$work/$example/build/$example" >/dev/null 2>"$work/usage" || status=$?
-    [[ $status == 2 ]] && grep -q usage "$work/usage" ||
-        fail "$example without arguments ends with $status"
+    [[ $status == 2 ]] || fail "$example without arguments ends with $status"
+    grep -q usage "$work/usage" || fail "$example without arguments does not say how it is used"
 done
 
 # --- pkg-config ----------------------------------------------------------------------------------
