@@ -516,14 +516,18 @@ void Connection::Fail(std::string_view sql) {
                     mysql_error(mysql_));
 }
 
-void Connection::Send(std::string_view sql) {
+void Connection::RefuseTooLarge(std::string_view sql, std::size_t bytes) const {
     // The server would drop the connection without a word about the reason.
-    if (maxPacket_ > 0 && sql.size() >= maxPacket_) {
+    if (maxPacket_ > 0 && bytes >= maxPacket_) {
         throw HostError(std::string(sql), CR_NET_PACKET_TOO_LARGE, "HY000",
-                        "the statement has " + std::to_string(sql.size()) +
+                        "the statement has " + std::to_string(bytes) +
                             " bytes and the server takes less than " + std::to_string(maxPacket_) +
                             "; raise the server's setting max_allowed_packet and connect again");
     }
+}
+
+void Connection::Send(std::string_view sql) {
+    RefuseTooLarge(sql, sql.size());
     if (mysql_real_query(mysql_, sql.data(), static_cast<unsigned long>(sql.size())) != 0) {
         Fail(sql);
     }
@@ -589,6 +593,15 @@ std::shared_ptr<Connection::Prepared> Connection::Prepare(const std::string& sql
 
 std::shared_ptr<Connection::Prepared> Connection::RunPrepared(const std::string& sql,
                                                               std::span<const Value> parameters) {
+    // A number takes fewer bytes than this, whatever its type.
+    constexpr std::size_t kBytesOfAMarker = 16;
+    std::size_t bytes = sql.size() + kBytesOfAMarker * parameters.size();
+    for (const Value& parameter : parameters) {
+        if (const auto* text = std::get_if<std::string>(&parameter.Get())) {
+            bytes += text->size();
+        }
+    }
+    RefuseTooLarge(sql, bytes);
     auto prepared = Prepare(sql);
     try {
         prepared->Run(parameters);

@@ -110,6 +110,7 @@ class Connection {
     Connection();
     void Connect(const ConnectionOptions& options);
     void SetUpSession(const ConnectionOptions& options);
+    void RefuseTooLarge(std::string_view sql, std::size_t bytes) const;
     void Send(std::string_view sql);
     void DrainResults(std::string_view sql);
     void RefuseUnsafeSqlMode();

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "support/temporary_folder.h"
 #include "twupdate_host/connection.h"
@@ -444,6 +445,11 @@ TEST_F(HostConnection, StatementBeyondTheServersLimitIsNamedAndBreaksNothing) {
     const HostError error = ErrorOf([&] { connection->Query(select); });
     EXPECT_EQ(error.Code(), 2020u);
     EXPECT_THAT(error.what(), HasSubstr("max_allowed_packet"));
+    const HostError ofCommand = ErrorOf([&] {
+        connection->QueryPrepared("SELECT LENGTH(?)",
+                                  std::vector<Value>{std::string(1048576, 'x')});
+    });
+    EXPECT_EQ(ofCommand.Code(), 2020u);
     EXPECT_EQ(Cell(connection, "SELECT 1"), "1");
 }
 
