@@ -492,6 +492,21 @@ std::vector<Scenario> MakeScenarios() {
          {"accountpayment 1: cartorderid 0 -> 101", "accountpayment 2: cartorderid 0 -> 102",
           "accountpayment 5: cartorderid 0 -> 104", "accountpayment 8: cartorderid 0 -> 106",
           "accountpayment 11: cartorderid 0 -> 108"}},
+        // All of one amount: each commission takes what those before it have left. 3 and 4 are of
+        // one order, whose payment the first of them finds; 6 finds none left.
+        {"CommissionsOfOneAmountTakeTheirPaymentsInTurn",
+         "SiteContentStep_1_0223",
+         R"(INSERT INTO tw_tarnwick.account(accountid, siteid, userid) VALUES(1, 7, 40);
+            INSERT INTO tw_tarnwick.accountpayment(accountpaymentid, accountid, amount, paymentdate)
+            VALUES(1, 1, 5, '2020-01-01'), (2, 1, 5, '2020-01-02'), (3, 1, 5, '2020-01-03'),
+                  (4, 1, 5, NULL);
+            INSERT INTO tw_7.commission(commissionid, orderid, userid, commission, created)
+            VALUES(1, 101, 40, 5, '2020-01-03'), (2, 102, 40, 5, '2020-01-03'),
+                  (3, 103, 40, 5, '2020-01-03'), (4, 103, 40, 5, '2020-01-03'),
+                  (5, 105, 40, 5, '2020-01-03'), (6, 106, 40, 5, '2020-01-03');)",
+         {},
+         {"accountpayment 1: cartorderid 0 -> 103", "accountpayment 2: cartorderid 0 -> 102",
+          "accountpayment 3: cartorderid 0 -> 101", "accountpayment 4: cartorderid 0 -> 105"}},
         {"ProductFamiliesGetTheirOption",
          "SiteContentStep_1_0225",
          R"(INSERT INTO tw_7.formfield(formfieldid, type, options)

@@ -504,9 +504,9 @@ TEST(SiteContentForms, TheFormTablesAreRepairedInTheOrderOfTheirPages) {
 TEST(SiteContentCommissions, AnOldCentralDatabaseIsNamedInTheError) {
     const auto host = SiteSeven(AllGroups());
     host->Answer(
-        "SELECT commissionid, orderid FROM tw_7.commission WHERE orderid > 0 AND commissionid > 0 "
-        "ORDER BY commissionid LIMIT 50;",
-        {{"commissionid", "orderid"}, {{1, 1}}});
+        "SELECT commissionid FROM tw_7.commission WHERE orderid > 0 AND commissionid > 0 ORDER BY "
+        "commissionid LIMIT 50;",
+        {{"commissionid"}, {{1}}});
     Update update;
     update.Configure(host);
     try {

@@ -355,8 +355,7 @@ class TWUPDATE_EXPORT Update final {
     void MergeAddressLines(StringRef db, StringRef table, StringRef key,
                            const std::vector<std::string>& addresses);
     void RequireCartOrderColumn(std::int32_t siteId);
-    void LinkCommissionPayment(std::int32_t siteId, std::int32_t commissionId,
-                               std::int32_t orderId);
+    void LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std::int32_t upTo);
     void RecordFormFeatureId(StringRef db, std::int32_t formFeatureId);
     void MakeUrlCanonical(StringRef db, std::int32_t featureId, StringRef url);
 

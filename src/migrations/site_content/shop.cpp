@@ -1,5 +1,6 @@
 #include <array>
 #include <map>
+#include <set>
 #include <vector>
 
 #include "dbutil/sql.h"
@@ -9,6 +10,8 @@
 
 namespace twupdate {
 namespace {
+
+constexpr std::int32_t kCommissionsPerPage = 50;
 
 constexpr std::array<const char*, 13> kShowFlags{
     "ShowBillingName",      "ShowBillingOrganization", "ShowBillingAddress",
@@ -135,20 +138,20 @@ void Update::SiteContentStep_1_0223(std::int32_t siteId) {
     if (!TableExists(db, "commission")) {
         return;
     }
-    bool isChecked = false;
-    const auto commissionsOfOrders = [&](std::int32_t last) {
-        return OpenRecordset(Sql("SELECT commissionid, orderid FROM ", db,
-                                 ".commission WHERE orderid > 0 AND commissionid > ", last,
-                                 " ORDER BY commissionid LIMIT 50;"));
-    };
-    ForEachRowInPages("commissionid", commissionsOfOrders, [&](const Recordset& commission) {
-        if (!isChecked) {
-            RequireCartOrderColumn(siteId);
-            isChecked = true;
+    for (std::int32_t last = 0;;) {
+        const std::int32_t first = last;
+        ForEachRow(OpenRecordset(Sql("SELECT commissionid FROM ", db,
+                                     ".commission WHERE orderid > 0 AND commissionid > ", first,
+                                     " ORDER BY commissionid LIMIT ", kCommissionsPerPage, ";")),
+                   [&](const Recordset& row) { last = Int32Field(row, "commissionid"); });
+        if (last == first) {
+            return;
         }
-        LinkCommissionPayment(siteId, Int32Field(commission, "commissionid"),
-                              Int32Field(commission, "orderid"));
-    });
+        if (first == 0) {
+            RequireCartOrderColumn(siteId);
+        }
+        LinkCommissionPayments(siteId, first, last);
+    }
 }
 
 void Update::RequireCartOrderColumn(std::int32_t siteId) {
@@ -159,32 +162,46 @@ void Update::RequireCartOrderColumn(std::int32_t siteId) {
     }
 }
 
-/// Writes the order into the affiliate's payment of the commission: the one of the same amount
-/// that carries no order yet and whose date is nearest the commission's.
-void Update::LinkCommissionPayment(std::int32_t siteId, std::int32_t commissionId,
-                                   std::int32_t orderId) {
-    const std::string payments =
-        Sql(" FROM ", SiteDatabase(siteId), ".commission c INNER JOIN ", kCentralDatabase,
-            ".account a ON a.siteid = ", siteId, " AND a.userid = c.userid INNER JOIN ",
-            kCentralDatabase,
-            ".accountpayment p ON p.accountid = a.accountid AND p.amount = c.commission "
-            "WHERE c.commissionid = ",
-            commissionId, " AND p.cartorderid = ");
-    if (HasRow(OpenRecordset(Sql("SELECT p.accountpaymentid", payments, orderId, " LIMIT 1;")))) {
-        return;  // linked by an earlier run
-    }
-    const auto nearest = OpenRecordset(
-        Sql("SELECT p.accountpaymentid", payments,
-            "0 ORDER BY p.paymentdate IS NULL, "
-            "ABS(TIMESTAMPDIFF(SECOND, p.paymentdate, c.created)), p.accountpaymentid LIMIT 1;"));
-    // The id is a BIGINT, which text carries whole.
-    const std::string paymentId =
-        nearest->IsEOF() ? std::string() : TextField(*nearest, "accountpaymentid");
-    nearest->Close();
-    if (!paymentId.empty()) {
+/// Writes the orders of one page of commissions into the affiliates' payments of them. A
+/// commission's payment is the one of its amount that carries no order yet and whose date is
+/// nearest; the commissions choose in the order of their ids.
+void Update::LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std::int32_t upTo) {
+    // A commission whose order a matching payment carries already is left out. Of the others each
+    // gets as many candidates as there are commissions in the page: the rest cannot take them all.
+    const auto candidates = OpenRecordset(Sql(
+        "SELECT commissionid, orderid, userid, commission, accountpaymentid FROM ("
+        "SELECT c.commissionid, c.orderid, c.userid, c.commission, p.accountpaymentid, "
+        "ROW_NUMBER() OVER (PARTITION BY c.commissionid ORDER BY p.paymentdate IS NULL, "
+        "ABS(TIMESTAMPDIFF(SECOND, p.paymentdate, c.created)), p.accountpaymentid) AS place FROM ",
+        kCentralDatabase, ".account a STRAIGHT_JOIN ", kCentralDatabase,
+        ".accountpayment p ON p.accountid = a.accountid STRAIGHT_JOIN ", SiteDatabase(siteId),
+        ".commission c ON c.userid = a.userid AND c.commission = p.amount WHERE a.siteid = ",
+        siteId, " AND p.cartorderid = 0 AND c.orderid > 0 AND c.commissionid > ", above,
+        " AND c.commissionid <= ", upTo, " AND NOT EXISTS(SELECT 1 FROM ", kCentralDatabase,
+        ".accountpayment l INNER JOIN ", kCentralDatabase,
+        ".account b ON b.accountid = l.accountid WHERE b.siteid = ", siteId,
+        " AND b.userid = c.userid AND l.amount = c.commission AND l.cartorderid = c.orderid)"
+        ") candidates WHERE place <= ",
+        kCommissionsPerPage, " ORDER BY commissionid, place;"));
+    std::int32_t done = 0;
+    std::set<std::string> taken;
+    std::set<std::string> linked;
+    ForEachRow(candidates, [&](const Recordset& candidate) {
+        const std::int32_t commissionId = Int32Field(candidate, "commissionid");
+        const std::int32_t orderId = Int32Field(candidate, "orderid");
+        // The id is a BIGINT, which text carries whole.
+        const std::string paymentId = TextField(candidate, "accountpaymentid");
+        const std::string match = Sql(orderId, " ", Int32Field(candidate, "userid"), " ",
+                                      TextField(candidate, "commission"));
+        if (commissionId == done || taken.contains(paymentId) || linked.contains(match)) {
+            return;
+        }
         Execute(Sql("UPDATE ", kCentralDatabase, ".accountpayment SET cartorderid = ", orderId,
                     " WHERE accountpaymentid = ", paymentId, ";"));
-    }
+        done = commissionId;
+        taken.insert(paymentId);
+        linked.insert(match);
+    });
 }
 
 }  // namespace twupdate
