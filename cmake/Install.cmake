@@ -38,6 +38,4 @@ install(FILES ${CMAKE_BINARY_DIR}/twUpdateConfig.cmake
 
 # What the program needs beside itself.
 install(DIRECTORY resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/twupdate/resources
-        COMPONENT tool FILES_MATCHING PATTERN "*Data.txt")
-install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR}
-        COMPONENT development)
+        COMPONENT tool FILES_MATCHING PATTERN "*Data.txt" PATTERN "*-copyright.txt")
