@@ -12,8 +12,12 @@ constexpr std::int32_t kAccountsPerSite = 10;
 constexpr std::int32_t kAffiliate = 3;  ///< the user whose commissions the sites hold
 constexpr std::int32_t kMonths = 12;
 
-std::int32_t AccountId(std::int32_t siteId, std::int32_t userId) {
-    return siteId * 1000 + userId;
+/// Leaves room for every user of a site that has an account.
+std::int32_t AccountId(const InstallationOptions& options, std::int32_t siteId,
+                       std::int32_t userId) {
+    const std::int32_t accountsPerSite =
+        std::max(10'000, CommissionUser(kFirstBulkId + options.rows) + 1);
+    return siteId * accountsPerSite + userId;
 }
 
 void AddSites(Utility& host, const InstallationOptions& options,
@@ -88,35 +92,42 @@ void AddAccounts(Utility& host, const InstallationOptions& options,
     for (const SitePlan& plan : sites) {
         Random random = RandomFor(options, plan.siteId, 3);
         // amounts that a double does not hold exactly, and one that rounds to a cent
-        accounts.Row(AccountId(plan.siteId, 1), plan.siteId, 1, 1234567.89, 1, 30, 0.1, 19.99,
-                     -0.005, 0.0, 0.1);
-        accounts.Row(AccountId(plan.siteId, kAffiliate), plan.siteId, kAffiliate, 0.0, 1, 0, 0.0,
-                     -1.9, 0.0, 0.0, 7.5);
+        accounts.Row(AccountId(options, plan.siteId, 1), plan.siteId, 1, 1234567.89, 1, 30, 0.1,
+                     19.99, -0.005, 0.0, 0.1);
+        accounts.Row(AccountId(options, plan.siteId, kAffiliate), plan.siteId, kAffiliate, 0.0, 1,
+                     0, 0.0, -1.9, 0.0, 0.0, 7.5);
         const std::int32_t accountsInBulk = std::min(options.rows, kAccountsPerSite);
         for (std::int32_t user = 4; user < 4 + accountsInBulk; ++user) {
             const double balance = static_cast<double>(random.Between(-50000, 50000)) / 100;
-            accounts.Row(AccountId(plan.siteId, user), plan.siteId, user, 250.0, 1, 14, 0.0,
-                         balance, balance, 0.0, static_cast<double>(random.Below(200)) / 10);
+            accounts.Row(AccountId(options, plan.siteId, user), plan.siteId, user, 250.0, 1, 14,
+                         0.0, balance, balance, 0.0, static_cast<double>(random.Below(200)) / 10);
             const double amount = static_cast<double>(random.Between(100, 99999)) / 100;
-            invoices.Row(AccountId(plan.siteId, user), "Hosting", DateTime(random.Below(90000000)),
-                         plan.siteId, random.Between(1, 3), amount, amount * 0.175,
-                         static_cast<double>(random.Below(1000)) / 8);
-            payments.Row(AccountId(plan.siteId, user), "Card payment",
+            invoices.Row(AccountId(options, plan.siteId, user), "Hosting",
+                         DateTime(random.Below(90000000)), plan.siteId, random.Between(1, 3),
+                         amount, amount * 0.175, static_cast<double>(random.Below(1000)) / 8);
+            payments.Row(AccountId(options, plan.siteId, user), "Card payment",
                          DateTime(random.Below(90000000)), amount, 1, "");
         }
         if (!plan.groups.contains(Group::kAffiliates)) {
             continue;
         }
         // the commissions with fixed ids: the first has two candidates, the nearer one in time fits
-        const std::int32_t affiliate = AccountId(plan.siteId, kAffiliate);
+        const std::int32_t affiliate = AccountId(options, plan.siteId, kAffiliate);
         payments.Row(affiliate, "Commission", "2007-06-01 00:00:00", 1.87, 2, "too early");
         payments.Row(affiliate, "Commission", "2007-12-02 00:00:00", 1.87, 2, "");
         payments.Row(affiliate, "Commission", "2007-12-12 00:00:00", 0.03, 2, "");
         payments.Row(affiliate, "Commission", "2008-01-01 00:00:00", 2.5, 2, "without an order");
+        std::int32_t lastUser = 0;
         for (std::int32_t id = kFirstBulkId; id < kFirstBulkId + options.rows; ++id) {
-            if (id % 7 != 0) {
-                payments.Row(affiliate, "Commission", CommissionDate(id), CommissionAmount(id), 2,
-                             "");
+            const std::int32_t user = CommissionUser(id);
+            if (user != lastUser) {
+                accounts.Row(AccountId(options, plan.siteId, user), plan.siteId, user, 0.0, 1, 0,
+                             0.0, 0.0, 0.0, 0.0, 7.5);
+                lastUser = user;
+            }
+            if (id % 7 != 0) {  // one in seven is not paid yet
+                payments.Row(AccountId(options, plan.siteId, user), "Commission",
+                             CommissionDate(id), CommissionAmount(id), 2, "");
             }
         }
     }

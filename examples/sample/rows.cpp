@@ -100,4 +100,9 @@ std::string CommissionDate(std::int32_t commissionId) {
     return DateTime(std::int64_t{commissionId} * 7200);
 }
 
+std::int32_t CommissionUser(std::int32_t commissionId) {
+    constexpr std::int32_t kCommissionsPerUser = 20;
+    return kFirstBulkId + (commissionId - kFirstBulkId) / kCommissionsPerUser;
+}
+
 }  // namespace twupdate::sample

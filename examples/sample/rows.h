@@ -51,6 +51,8 @@ bool IsLost(std::int32_t replyId);
 /// affiliate for order `commissionId`. The central database holds the payments.
 double CommissionAmount(std::int32_t commissionId);
 std::string CommissionDate(std::int32_t commissionId);
+/// The user who earned it: every affiliate of the bulk has some twenty.
+std::int32_t CommissionUser(std::int32_t commissionId);
 
 inline constexpr std::int32_t kFirstBulkId = 1001;
 

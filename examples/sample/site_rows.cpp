@@ -376,8 +376,8 @@ void SiteRows::AddCommissions() {
     BulkInsert commissions(host_, Table("commission(commissionid, orderid, userid, percentage, "
                                         "commission, created)"));
     ForEachId([&](std::int32_t id) {
-        commissions.Row(id, random.Percent(95) ? id : 0, 3, 7.5, CommissionAmount(id),
-                        CommissionDate(id));
+        commissions.Row(id, random.Percent(95) ? id : 0, CommissionUser(id), 7.5,
+                        CommissionAmount(id), CommissionDate(id));
     });
     commissions.Finish();
 }
