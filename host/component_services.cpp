@@ -38,6 +38,24 @@ std::string TextOrEmpty(const Value& value) {
     return value.IsNull() ? std::string() : value.ToText();
 }
 
+/// The components of the data file that the next upgrade of the central database imports. Lines
+/// that are none are passed over; the import itself reports them.
+Components ShippedComponents(const std::filesystem::path& dataFile) {
+    Components components;
+    std::ifstream lines(dataFile, std::ios::binary);
+    for (std::string line; std::getline(lines, line);) {
+        const auto name = line.find('\t');
+        const auto folder = name == std::string::npos ? name : line.find('\t', name + 1);
+        const Value id(line.substr(0, name));
+        if (folder != std::string::npos && id.IsNumeric()) {
+            components[id.ToInt32()] = std::make_shared<StoredComponent>(
+                id.ToInt32(), line.substr(name + 1, folder - name - 1),
+                line.substr(folder + 1, line.find_first_of("\t\r", folder + 1) - folder - 1));
+        }
+    }
+    return components;
+}
+
 /// What became of the command, in words; empty for success.
 std::string RunCommand(std::vector<std::string> words) {
     std::vector<char*> arguments;
@@ -70,6 +88,7 @@ std::string RunCommand(std::vector<std::string> words) {
 
 struct ComponentServices::State {
     std::vector<std::string> command;
+    std::filesystem::path componentData;
     std::filesystem::path logPath;
     std::ofstream log;
     std::shared_ptr<Connection> connection;
@@ -77,11 +96,10 @@ struct ComponentServices::State {
     std::map<std::string, std::size_t> calls;
     std::optional<Components> components;
 
+    /// The host's own business, of which the listener does not hear.
     void ReadComponents() {
-        const StatementEvent event{.op = "query", .sql = kComponentQuery};
-        const auto rows =
-            TimedCall(listener.get(), event, [&] { return connection->Query(kComponentQuery); });
-        Components read;
+        const auto rows = connection->Query(kComponentQuery);
+        Components read = ShippedComponents(componentData);
         while (rows->Next()) {
             const std::int32_t id = rows->Get(0).ToInt32();
             read[id] = std::make_shared<StoredComponent>(id, TextOrEmpty(rows->Get(1)),
@@ -133,9 +151,10 @@ class ServicesComponentList : public ComponentList {
         }
         const auto found = state.components->find(componentId);
         if (found == state.components->end()) {
-            throw HostError(
-                kComponentQuery, 0, "",
-                "tw_tarnwick.component has no component " + std::to_string(componentId));
+            throw HostError(kComponentQuery, 0, "",
+                            "neither tw_tarnwick.component nor the data file " +
+                                state.componentData.string() + " has component " +
+                                std::to_string(componentId));
         }
         return found->second;
     }
@@ -169,6 +188,7 @@ std::shared_ptr<ComponentServices> ComponentServices::Make(
     auto state = std::make_unique<State>();
     state->connection = std::move(connection);
     state->listener = std::move(listener);
+    state->componentData = options.componentData;
     if (!options.serviceCommand.empty()) {
         state->command = SplitCommand(options.serviceCommand);
     } else if (!options.servicesLog.empty()) {

@@ -195,11 +195,25 @@ class MariaDbCommandFactory : public CommandFactory {
 
 }  // namespace
 
+namespace {
+
+ComponentServicesOptions WithComponentData(ComponentServicesOptions options,
+                                           const std::optional<std::filesystem::path>& folder) {
+    if (options.componentData.empty() && folder) {
+        options.componentData = *folder / "resources" / "componentData.txt";
+    }
+    return options;
+}
+
+}  // namespace
+
 MariaDbUtility::MariaDbUtility(std::shared_ptr<Connection> connection,
                                MariaDbUtilityOptions options)
     : connection_(std::move(connection)),
       options_(std::move(options)),
-      services_(ComponentServices::Make(options_.services, connection_, options_.listener)),
+      services_(
+          ComponentServices::Make(WithComponentData(options_.services, options_.installFolder),
+                                  connection_, options_.listener)),
       database_(std::make_shared<MariaDbDatabase>(connection_, options_.listener, services_)),
       commandFactory_(std::make_shared<MariaDbCommandFactory>(options_.listener)) {}
 

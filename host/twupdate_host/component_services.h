@@ -30,10 +30,14 @@ struct ComponentServicesOptions {
     /// line by line: {"service":"UpgradeSiteComponent","site":7,"component":1000}. Empty: the
     /// calls are only counted.
     std::filesystem::path servicesLog = {};
+    /// The component data file, which knows the components that a central database that was not
+    /// upgraded yet lacks. Empty: none; MariaDbUtility takes the one of its install folder.
+    std::filesystem::path componentData = {};
 };
 
 /// The platform's component services as far as they exist outside the platform. The component
-/// list is what tw_tarnwick.component holds; an id that is not there is a HostError naming it.
+/// list is what tw_tarnwick.component holds and, where it lacks a component, the data file; an id
+/// that is in neither is a HostError naming it.
 class ComponentServices : public ComponentHost,
                           public std::enable_shared_from_this<ComponentServices> {
   public:

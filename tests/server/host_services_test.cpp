@@ -247,16 +247,30 @@ TEST_F(HostServices, ComponentsAreReadFromTheCentralDatabaseOnce) {
     const auto nameless = utility->GetComponentHost()->GetComponentList()->Item(1100);
     EXPECT_EQ(nameless->GetComponentName(), "");
     EXPECT_EQ(nameless->GetFolderName(), "");
-    EXPECT_THAT(listener_->notes,
-                ElementsAre("query SELECT componentid, componentname, foldername FROM "
-                            "tw_tarnwick.component;",
-                            "query ok"));
+    EXPECT_THAT(listener_->notes, IsEmpty());  // no call of the component's
+}
+
+TEST_F(HostServices, ComponentsThatTheCentralDatabaseLacksAreThoseOfTheDataFile) {
+    const auto data = folder->Write("componentData.txt",
+                                    "1000\tOther\tother\tx.dll\t-1\r\n"
+                                    "\n"
+                                    "no component\n"
+                                    "word\tx\ty\n"
+                                    "5600\tShop report\tshopreport\tx.dll\t-1\r\n"
+                                    "5700\tShort\tshort\r\n");
+    const auto utility = Make({.componentData = data});
+    const auto list = utility->GetComponentHost()->GetComponentList();
+    EXPECT_EQ(list->Item(1000)->GetFolderName(), "news");
+    EXPECT_EQ(list->Item(5600)->GetComponentName(), "Shop report");
+    EXPECT_EQ(list->Item(5600)->GetFolderName(), "shopreport");
+    EXPECT_EQ(list->Item(5700)->GetFolderName(), "short");
+    EXPECT_THROW(list->Item(4), HostError);
 }
 
 TEST_F(HostServices, UnknownComponentIsAnErrorThatNamesIt) {
     const HostError error =
         ErrorOf([&] { Make()->GetComponentHost()->GetComponentList()->Item(4); });
-    EXPECT_THAT(error.what(), HasSubstr("no component 4"));
+    EXPECT_THAT(error.what(), HasSubstr("has component 4"));
 }
 
 TEST_F(HostServices, ComponentsAreReadAgainAfterAnImport) {
