@@ -36,6 +36,7 @@
 #include <stdint.h>
 
 #if defined(__GNUC__)
+/** Marks a function of this interface: what the shared library exports. */
 #define TWU_API __attribute__((visibility("default")))
 #else
 #define TWU_API
@@ -124,7 +125,8 @@ TWU_API const char* twu_error_text(const twu_error* error);
 /**
  * The statement that failed, or the name and arguments of the service that failed; "" where there
  * is none.
- * @param size  receives its length in bytes; may be NULL
+ * @param error  the error, or NULL
+ * @param size   receives its length in bytes; may be NULL
  */
 TWU_API const char* twu_error_statement(const twu_error* error, size_t* size);
 
@@ -132,10 +134,10 @@ TWU_API const char* twu_error_statement(const twu_error* error, size_t* size);
  * @name Values
  * @{ */
 
-/** Bytes with a length. `data` may be NULL when `size` is 0. */
+/** Bytes with a length. */
 typedef struct twu_text {
-    const char* data;
-    size_t size;
+    const char* data; /**< the bytes; may be NULL when there are none */
+    size_t size;      /**< their number */
 } twu_text;
 
 /** The types of a value. */
@@ -157,7 +159,7 @@ typedef struct twu_value {
         int64_t integer;
         double real;
         twu_text text;
-    } as;
+    } as; /**< the content, by type; none for TWU_NULL */
 } twu_value;
 
 /** @}
@@ -179,7 +181,7 @@ enum {
 
 /** One step of a ladder. All of it lives as long as the library is loaded. */
 typedef struct twu_step {
-    twu_ladder ladder;
+    twu_ladder ladder;       /**< the ladder that it is part of */
     int32_t number;          /**< position in its ladder, from 1 */
     double threshold;        /**< runs when the version is strictly below */
     const char* name;        /**< e.g. "SiteSchemaStep_1_0001" */
@@ -195,13 +197,16 @@ TWU_API size_t twu_ladder_size(twu_ladder ladder);
 
 /**
  * One step of a ladder.
- * @param index  from 0, in the order in which the steps run
+ * @param ladder  the ladder
+ * @param index   from 0, in the order in which the steps run
  * @return the step; NULL when there is no such step (or no memory for the list)
  */
 TWU_API const twu_step* twu_ladder_step(twu_ladder ladder, size_t index);
 
 /**
  * The steps that a database at `version` would run, in order.
+ * @param ladder    the ladder
+ * @param version   the database's version; NaN runs every step
  * @param steps     receives up to `capacity` of them; may be NULL when `capacity` is 0
  * @param capacity  places in `steps`
  * @return how many there are, which may be more than `capacity`
@@ -416,6 +421,8 @@ TWU_API twu_status twu_shut_down(twu_update* update);
 /**
  * Runs the server ladders on the copies of the central tables (prefix `tw_`) that the database of
  * an imported site carries.
+ * @param update   the update
+ * @param site_id  the site
  * @param version  the version of those copies
  * @param result   receives -1, or 0, with nothing done, when `site_id` is not above 0; may be NULL
  */
@@ -426,6 +433,7 @@ TWU_API twu_status twu_update_import_master_data(twu_update* update, int32_t sit
  * Brings the central database from `version` to the current version, then every site that is older,
  * recording each site's version as it is done and the installation's at the end. Does nothing when
  * `version` is current or the update is not configured.
+ * @param update   the update
  * @param version  the installation's version, tw_tarnwick.installation.version
  * @param result   receives -1; may be NULL
  */
@@ -434,26 +442,31 @@ TWU_API twu_status twu_update_server(twu_update* update, double version, int32_t
 /**
  * Brings one site database from `version` to the current version. Does not record the site's new
  * version: the host does, in tw_tarnwick.site.version.
- * @param result  receives -1; may be NULL
+ * @param update   the update
+ * @param site_id  the site
+ * @param version  the version of its database
+ * @param result   receives -1; may be NULL
  */
 TWU_API twu_status twu_update_site(twu_update* update, int32_t site_id, double version,
                                    int32_t* result);
 
 /** The names of a cart's seven Boolean show settings for one address block. */
 typedef struct twu_cart_settings {
-    const char* name;
-    const char* organization;
-    const char* address;
-    const char* country;
-    const char* post_code;
-    const char* email;
-    const char* telephone;
+    const char* name;         /**< position 0 */
+    const char* organization; /**< position 1 */
+    const char* address;      /**< positions 1 to 5 */
+    const char* country;      /**< position 8 */
+    const char* post_code;    /**< position 7 */
+    const char* email;        /**< position 9 */
+    const char* telephone;    /**< position 10 */
 } twu_cart_settings;
 
 /**
  * Reads one setting of a cart.
  * @param cart   what was handed to `twu_create_cart_field_sequence`
+ * @param name   the setting's name
  * @param value  is NULL (TWU_NULL), which stands for a setting that is not stored, and may be set
+ * @param error  to be filled on failure, as by the host's callbacks
  */
 typedef twu_status (*twu_get_setting)(void* cart, const char* name, twu_value* value,
                                       twu_error* error);
@@ -461,7 +474,12 @@ typedef twu_status (*twu_get_setting)(void* cart, const char* name, twu_value* v
 /**
  * The comma-separated field positions that a cart shows for one address block, e.g.
  * "0,1,2,3,4,5,6,7,8,9,10" with all settings true and "6" with none.
- * @param sequence  receives the text, which lives until the next function is called with the update
+ * @param update       the update; needs no host
+ * @param get_setting  reads the cart's settings
+ * @param cart         is handed to `get_setting`
+ * @param settings     the names to ask for
+ * @param sequence     receives the text, which lives until the next function is called with the
+ * update
  */
 TWU_API twu_status twu_create_cart_field_sequence(twu_update* update, twu_get_setting get_setting,
                                                   void* cart, const twu_cart_settings* settings,
@@ -469,6 +487,7 @@ TWU_API twu_status twu_create_cart_field_sequence(twu_update* update, twu_get_se
 
 /**
  * Creates the central database at the current version with its reference data.
+ * @param update  the update
  * @param result  receives -1, or 0, with nothing done, when a database of that name exists; may be
  *                NULL
  */
