@@ -66,7 +66,14 @@ twu_status Open(FakeHost& host, const std::string& line, const std::string& sql,
     const auto number = host.results.size();
     const auto status = host.Record(line + " -> result " + std::to_string(number), error);
     if (status == TWU_OK) {
-        host.results.push_back({sql, host.answers[sql]});
+        const auto found = host.answers.find(sql);
+        Rows rows;
+        if (found != host.answers.end()) {
+            rows = found->second;
+        } else if (host.answerOthers) {
+            rows = host.answerOthers(sql);
+        }
+        host.results.push_back({sql, std::move(rows)});
         *result = ToHandle(number);
     }
     return status;

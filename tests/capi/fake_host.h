@@ -39,7 +39,9 @@ class FakeHost {
     static twu_host_callbacks Callbacks();
 
     std::vector<std::string> log;
-    std::map<std::string, Rows> answers;  ///< by statement; others have no rows
+    std::map<std::string, Rows> answers;  ///< by statement
+    /// Asked for the rows of every other statement; without one they have none.
+    std::function<Rows(const std::string&)> answerOthers;
     /// Makes the first call whose line begins with the key fail.
     std::map<std::string, Failure> failures;
     /// Run at the first call whose line begins with the key.
