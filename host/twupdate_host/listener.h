@@ -32,7 +32,7 @@ class StatementListener {
     virtual ~StatementListener() = default;
     /// May throw: the call is then not made, and the exception ends the run.
     virtual void Before(const StatementEvent&) {}
-    /// @param error  what the call failed with, null for success
+    /// Gets what the call failed with; null for success.
     virtual void After(const StatementEvent&, std::chrono::nanoseconds /*elapsed*/,
                        const HostError* /*error*/) {}
 };
