@@ -4,9 +4,14 @@ namespace twupdate::cli {
 
 void AddCommands(CLI::App& app, Invocation& invocation) {
     AddStatus(app, invocation);
+    AddPlan(app, invocation);
+    AddCheck(app, invocation);
     AddUpgrade(app, invocation);
     AddUpgradeSite(app, invocation);
+    AddVerify(app, invocation);
     AddImportMasterData(app, invocation);
+    AddRepair(app, invocation);
+    AddRestore(app, invocation);
     AddCreateCore(app, invocation);
 }
 

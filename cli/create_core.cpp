@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "cli/failure.h"
 #include "cli/run.h"
+#include "cli/run_lock.h"
 #include "cli/session.h"
 #include "cli/text.h"
 
@@ -13,6 +14,7 @@ namespace {
 
 int CreateCore(const GlobalOptions& options, Console& console) {
     Session session(options);
+    const RunLock lock(session, options);
     bool created = false;
     Run run;
     run.start.command = "create-core";

@@ -8,6 +8,7 @@
 #include "cli/commands.h"
 #include "cli/failure.h"
 #include "cli/run.h"
+#include "cli/run_lock.h"
 #include "cli/session.h"
 #include "cli/text.h"
 
@@ -17,6 +18,7 @@ namespace {
 int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_t siteId,
                      std::optional<double> from) {
     Session session(options);
+    const RunLock lock(session, options);
     const double version = from ? *from : Installation(session.Own()).ImportedVersion(siteId);
     if (version > kCurrentVersion) {
         throw CommandError(fmt::format(

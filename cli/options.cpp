@@ -15,6 +15,7 @@ namespace {
 
 constexpr const char* kServerGroup = "Server";
 constexpr const char* kComponentGroup = "Component";
+constexpr const char* kRunGroup = "Run";
 constexpr const char* kOutputGroup = "Output";
 
 /// Takes the ways in which the server's own clients are given a password, to say why this program
@@ -106,8 +107,33 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->type_name("FILE")
         ->group(kComponentGroup);
 
+    app.add_option("--lock-wait", options.lockWaitSeconds,
+                   "Wait so long for the end of another run (default: not at all)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0, 31536000))
+        ->group(kRunGroup);
+    app.add_flag("--no-lock", options.noLock, "Do not take the lock that keeps out other runs")
+        ->group(kRunGroup);
+    app.add_option("--backup", options.backup,
+                   "Dump each database into this folder before it is first changed")
+        ->type_name("DIR")
+        ->group(kRunGroup);
+    app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
+                   "Fail when a statement waits so long for a lock that somebody else holds "
+                   "(default: the server's)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 31536000))
+        ->group(kRunGroup);
+
     app.add_option("--trace", options.trace,
                    "Record every call to the server in this file, one JSON object a line")
+        ->type_name("FILE")
+        ->group(kOutputGroup);
+    app.add_option("--events", options.events,
+                   "Record how the run goes on in this file, one JSON object a line")
+        ->type_name("FILE")
+        ->group(kOutputGroup);
+    app.add_option("--log", options.log, "Record how the run goes on in this file, for people")
         ->type_name("FILE")
         ->group(kOutputGroup);
     app.add_flag("--json", options.json, "Print the result as one JSON object")

@@ -28,6 +28,13 @@ struct GlobalOptions {
     std::optional<std::string> sqlMode;
     std::filesystem::path datadir;
 
+    std::filesystem::path backup;
+
+    // How the run goes along with others.
+    bool noLock = false;
+    unsigned lockWaitSeconds = 0;
+    std::optional<unsigned> ddlTimeoutSeconds;
+
     // What the component is told.
     std::filesystem::path installFolder;
     std::string localHostName = "localhost";
@@ -38,6 +45,8 @@ struct GlobalOptions {
 
     // What is told to people and tools.
     std::filesystem::path trace;
+    std::filesystem::path events;
+    std::filesystem::path log;
     bool json = false;
     bool quiet = false;
 };

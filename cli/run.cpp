@@ -5,8 +5,13 @@
 #include <algorithm>
 #include <memory>
 
+#include "cli/backup.h"
+#include "cli/blockers.h"
+#include "cli/events.h"
 #include "cli/progress.h"
+#include "cli/run_log.h"
 #include "cli/run_watch.h"
+#include "cli/stop_request.h"
 #include "cli/text.h"
 #include "cli/trace.h"
 
@@ -46,7 +51,9 @@ nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
 nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
                               const RunFailure* failure) {
     nlohmann::ordered_json result{{"command", run.start.command},
-                                  {"result", failure == nullptr ? "done" : "failed"}};
+                                  {"result", failure == nullptr ? "done"
+                                             : failure->stopped ? "stopped"
+                                                                : "failed"}};
     result.update(run.result);
     const Counts& counts = watch.Done();
     result["databases"] = counts.databases;
@@ -91,19 +98,37 @@ void PrintServices(Console& console, const ServiceCounts& services) {
     }
 }
 
-}  // namespace
-
-std::string FailureLine(const RunFailure& failure) {
-    std::string line = "database " + failure.where.database;
-    if (failure.where.ladder) {
-        line += fmt::format(", {} ladder", LadderName(*failure.where.ladder));
+void AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
+              Console& console) {
+    if (!options.backup.empty()) {
+        watch.AddSink(std::make_shared<Backup>(session, options, console));
     }
-    if (failure.where.step) {
-        line += fmt::format(", step {}", failure.where.step->name);
+    if (!options.trace.empty()) {
+        watch.AddSink(std::make_shared<Trace>(options.trace));
     }
-    return line + ": " +
-           DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
+    if (!options.events.empty()) {
+        watch.AddSink(std::make_shared<Events>(options.events));
+    }
+    if (!options.log.empty()) {
+        watch.AddSink(MakeRunLog(options.log));
+    }
+    watch.AddSink(std::make_shared<Progress>(console));
 }
+
+void ExplainFailure(const Session& session, Console& console, const RunFailure& failure) {
+    if (failure.stopped) {
+        console.Error("stopped as requested, before the next statement: " + FailureLine(failure));
+        return;
+    }
+    console.Error("failed: " + FailureLine(failure));
+    if (failure.code == kLockWaitTimeout) {
+        for (const std::string& holder : LockHolders(session, failure.where.database)) {
+            console.Error("a lock may be held by " + holder);
+        }
+    }
+}
+
+}  // namespace
 
 std::string WhatStands(const std::vector<DatabaseDone>& databases) {
     constexpr std::size_t kMostNames = 10;
@@ -122,11 +147,9 @@ std::string WhatStands(const std::vector<DatabaseDone>& databases) {
 
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
     const auto watch = std::make_shared<RunWatch>();
-    if (!options.trace.empty()) {
-        watch->AddSink(std::make_shared<Trace>(options.trace));
-    }
-    watch->AddSink(std::make_shared<Progress>(console));
+    AddSinks(*watch, session, options, console);
     const auto host = session.ForComponent(watch);
+    const StopSignals stopSignals;
     watch->Start(run.start);
     try {
         Update update;
@@ -135,11 +158,11 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
         watch->End();
     } catch (const std::exception& error) {
         const RunFailure failure = watch->Fail(error);
-        console.Error("failed: " + FailureLine(failure));
+        ExplainFailure(session, console, failure);
         console.Error(WhatStands(watch->Databases()) + " " + run.afterFailure);
         PrintServices(console, session.Services());
         console.Result(JsonOf(run, *watch, session.Services(), &failure));
-        return kFailed;
+        return failure.stopped ? kStopped : kFailed;
     }
     console.Say(SummaryLine(*watch));
     PrintServices(console, session.Services());

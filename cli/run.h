@@ -29,10 +29,6 @@ struct Run {
 /// @return the exit status
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run);
 
-/// "database tw_7, site schema ladder, step SiteSchemaStep_1_0028: statement: server error 1060
-/// (42S21): Duplicate column name"; on one line.
-std::string FailureLine(const RunFailure& failure);
-
 /// What a run that did not end has finished, for people; one line.
 std::string WhatStands(const std::vector<DatabaseDone>& databases);
 

@@ -84,7 +84,12 @@ struct RunFailure {
     std::uint32_t code = 0;
     std::string sqlState;
     std::string text;
+    bool stopped = false;  ///< not an error: a person asked the run to stop
 };
+
+/// "database tw_7, site schema ladder, step SiteSchemaStep_1_0028: statement: server error 1060
+/// (42S21): Duplicate column name"; on one line.
+std::string FailureLine(const RunFailure& failure);
 
 /// Is told how a run goes on; the position is the one before an end and after a start.
 class RunSink {

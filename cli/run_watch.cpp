@@ -1,9 +1,12 @@
 #include "cli/run_watch.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
 
+#include "cli/stop_request.h"
 #include "cli/text.h"
 #include "twupdate/error.h"
 
@@ -19,6 +22,16 @@ Call::Kind KindOf(std::string_view op) {
     const auto* const kind =
         std::find_if(kKinds.begin(), kKinds.end(), [op](Kind k) { return CallKindText(k) == op; });
     return kind == kKinds.end() ? Kind::kQuery : *kind;
+}
+
+/// Steps that do not simply run again when they were cut in the middle: a stop waits for their
+/// end, so that the same command resumes.
+bool MustNotBeCut(const LadderStep& step) {
+    constexpr std::array<std::string_view, 9> kSteps{
+        "SiteSchemaStep_1_0018",  "SiteSchemaStep_1_0035",  "SiteSchemaStep_1_0225",
+        "SiteContentStep_1_0007", "SiteContentStep_1_0043", "ServerStep_1_0035",
+        "ServerStep_1_0074",      "ServerDataStep_1_0252",  "ReimportReferenceData"};
+    return std::find(kSteps.begin(), kSteps.end(), step.name) != kSteps.end();
 }
 
 std::string SiteDatabaseName(std::int32_t siteId) {
@@ -47,6 +60,18 @@ std::string_view CallKindText(Call::Kind kind) {
     return "";
 }
 
+std::string FailureLine(const RunFailure& failure) {
+    std::string line = "database " + failure.where.database;
+    if (failure.where.ladder) {
+        line += fmt::format(", {} ladder", LadderName(*failure.where.ladder));
+    }
+    if (failure.where.step) {
+        line += fmt::format(", step {}", failure.where.step->name);
+    }
+    return line + ": " +
+           DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
+}
+
 void RunWatch::AddSink(std::shared_ptr<RunSink> sink) {
     sinks_.push_back(std::move(sink));
 }
@@ -70,11 +95,15 @@ RunFailure RunWatch::Fail(const std::exception& error) {
         failure.code = hostError->Code();
         failure.sqlState = hostError->SqlState();
     }
+    failure.stopped = dynamic_cast<const StopRequested*>(&error) != nullptr;
     TellSinks([&](RunSink& sink) { sink.RunFailed(failure, counts_); });
     return failure;
 }
 
 void RunWatch::Before(const host::StatementEvent& /*event*/) {
+    if (StopSignals::Requested() && !(where_.step && MustNotBeCut(*where_.step))) {
+        throw StopRequested();
+    }
     TellSinks([&](RunSink& sink) { sink.CallStarting(where_); });
 }
 

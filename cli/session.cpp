@@ -68,6 +68,7 @@ Session::Session(const GlobalOptions& options)
       connectOptions_(server_ ? server_->ConnectOptions() : ConnectionOptionsFrom(options)) {
     connectOptions_.charset = options.charset;
     connectOptions_.sqlMode = options.sqlMode;
+    connectOptions_.lockWaitTimeoutSeconds = options.ddlTimeoutSeconds;
     connection_ = Connect();
     own_ = std::make_shared<host::MariaDbUtility>(connection_);
 }

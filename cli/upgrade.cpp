@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "cli/failure.h"
 #include "cli/run.h"
+#include "cli/run_lock.h"
 #include "cli/session.h"
 #include "cli/text.h"
 
@@ -48,6 +49,7 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
 
 int Upgrade(const GlobalOptions& options, Console& console) {
     Session session(options);
+    const RunLock lock(session, options);
     Installation installation(session.Own());
     const double version = installation.Version();
     if (version > kCurrentVersion) {

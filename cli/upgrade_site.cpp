@@ -8,6 +8,7 @@
 #include "cli/commands.h"
 #include "cli/failure.h"
 #include "cli/run.h"
+#include "cli/run_lock.h"
 #include "cli/session.h"
 #include "cli/text.h"
 
@@ -58,6 +59,7 @@ void RecordVersion(Utility& host, std::int32_t siteId) {
 
 int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArguments& arguments) {
     Session session(options);
+    const RunLock lock(session, options);
     Installation installation(session.Own());
     const double version = StartingVersion(installation, arguments);
     const std::string name = fmt::format("Site {}", arguments.siteId);

@@ -30,8 +30,10 @@ std::vector<char*> Pointers(std::vector<std::string>& words) {
 [[noreturn]] void Become(std::vector<std::string> arguments,
                          const std::map<std::string, std::string>& environment) {
     std::vector<std::string> variables;
-    const char* path = std::getenv("PATH");
-    variables.push_back(std::string("PATH=") + (path == nullptr ? "" : path));
+    if (!environment.contains("PATH")) {
+        const char* path = std::getenv("PATH");
+        variables.push_back(std::string("PATH=") + (path == nullptr ? "" : path));
+    }
     for (const auto& [name, value] : environment) {
         variables.push_back(name + "=" + value);
     }

@@ -1,0 +1,207 @@
+#include "cli/dump.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "cli/child_process.h"
+#include "cli/failure.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What mariadb-dump writes when it has come to the end, and only then.
+constexpr std::string_view kEndMark = "-- Dump completed";
+constexpr std::size_t kTail = 256;
+
+/// Keeps the end of what passes through it.
+class Tail {
+  public:
+    void Add(std::string_view bytes) {
+        text_.append(bytes);
+        if (text_.size() > kTail) {
+            text_.erase(0, text_.size() - kTail);
+        }
+    }
+    bool IsWholeDump() const { return text_.find(kEndMark) != std::string::npos; }
+
+  private:
+    std::string text_;
+};
+
+bool WriteAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+/// Reads to the end; `take` returns false to give up.
+template <typename Take>
+void ReadAll(int fd, const Take& take) {
+    std::array<char, 65536> buffer;
+    for (;;) {
+        const ssize_t got = read(fd, buffer.data(), buffer.size());
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0 || !take(std::string_view(buffer.data(), static_cast<std::size_t>(got)))) {
+            return;
+        }
+    }
+}
+
+std::string Quoted(const std::string& value) {
+    std::string text = "\"";
+    for (const char c : value) {
+        text += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
+    }
+    return text + "\"";
+}
+
+std::string OptionLines(const host::ConnectionOptions& connect) {
+    std::string lines = "[client]\n";
+    const auto add = [&](std::string_view name, const std::string& value) {
+        lines += fmt::format("{}={}\n", name, Quoted(value));
+    };
+    if (connect.host) {
+        add("host", *connect.host);
+    }
+    if (connect.port) {
+        lines += fmt::format("port={}\n", *connect.port);
+    }
+    if (connect.socket) {
+        add("socket", connect.socket->string());
+    }
+    if (connect.user) {
+        add("user", *connect.user);
+    }
+    if (connect.password) {
+        add("password", *connect.password);
+    }
+    if (connect.sslCa) {
+        add("ssl-ca", connect.sslCa->string());
+    }
+    if (connect.sslVerifyServerCert.value_or(false)) {
+        lines += "ssl-verify-server-cert\n";
+    }
+    return lines;
+}
+
+}  // namespace
+
+ClientOptionFile::ClientOptionFile(const Session& session, const GlobalOptions& options)
+    : alone_(!options.datadir.empty() || !options.defaultsFile.empty()) {
+    std::string name = (fs::temp_directory_path() / "twupdate-client-XXXXXX").string();
+    const Descriptor file(mkstemp(name.data()));  // for its owner alone
+    path_ = name;
+    std::string content;
+    if (!options.defaultsFile.empty()) {
+        content = "!include " + fs::absolute(options.defaultsFile).string() + "\n";
+    }
+    content += OptionLines(session.ConnectOptions());
+    if (file.Get() < 0 || !WriteAll(file.Get(), content)) {
+        throw CommandError("cannot write " + name + ": " + std::strerror(errno));
+    }
+}
+
+ClientOptionFile::~ClientOptionFile() {
+    std::error_code ignored;
+    fs::remove(path_, ignored);
+}
+
+std::string ClientOptionFile::Argument() const {
+    return (alone_ ? "--defaults-file=" : "--defaults-extra-file=") + path_.string();
+}
+
+void DumpDatabase(const ClientOptionFile& client, const std::string& database,
+                  const fs::path& file) {
+    // A program that reads no more is told by its status, not by a signal to this one.
+    std::signal(SIGPIPE, SIG_IGN);
+    const fs::path part = file.string() + ".part";
+    Descriptor target(open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (target.Get() < 0) {
+        throw CommandError(fmt::format("cannot back up {}: cannot write {}: {}", database,
+                                       part.string(), std::strerror(errno)));
+    }
+    try {
+        Pipe dumped = Pipe::Make();
+        Pipe packed = Pipe::Make();
+        ChildProcess gzip({"gzip", "-c"}, packed.out.Get(), target.Get());
+        ChildProcess dump(
+            {"mariadb-dump", client.Argument(), "--single-transaction", "--quick", "--routines",
+             "--triggers", "--events", "--hex-blob", "--default-character-set=utf8mb4",
+             "--add-drop-database", "--databases", database},
+            -1, dumped.in.Get());
+        dumped.in.Close();
+        packed.out.Close();
+        Tail tail;
+        bool written = true;
+        ReadAll(dumped.out.Get(), [&](std::string_view bytes) {
+            tail.Add(bytes);
+            written = WriteAll(packed.in.Get(), bytes);
+            return written;
+        });
+        dumped.out.Close();
+        packed.in.Close();
+        gzip.Wait();  // the full disk is told by the one who writes
+        dump.Wait();
+        if (!written || !tail.IsWholeDump()) {
+            throw CommandError("the dump is not whole");
+        }
+        if (fsync(target.Get()) != 0) {
+            throw CommandError(std::strerror(errno));
+        }
+        target.Close();
+        fs::rename(part, file);
+    } catch (const std::exception& error) {
+        std::error_code ignored;
+        fs::remove(part, ignored);
+        throw CommandError(
+            fmt::format("cannot back up {} into {}: {}; the database was not "
+                        "touched",
+                        database, file.string(), error.what()));
+    }
+}
+
+void CheckDump(const fs::path& file) {
+    Pipe unpacked = Pipe::Make();
+    ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
+    unpacked.in.Close();
+    Tail tail;
+    ReadAll(unpacked.out.Get(), [&](std::string_view bytes) {
+        tail.Add(bytes);
+        return true;
+    });
+    gzip.Wait();
+    if (!tail.IsWholeDump()) {
+        throw CommandError(file.string() + " is not a whole dump");
+    }
+}
+
+void LoadDump(const ClientOptionFile& client, const fs::path& file) {
+    Pipe unpacked = Pipe::Make();
+    ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
+    ChildProcess load({"mariadb", client.Argument(), "--default-character-set=utf8mb4"},
+                      unpacked.out.Get(), -1);
+    unpacked.in.Close();
+    unpacked.out.Close();
+    load.Wait();
+    gzip.Wait();
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "cli/options.h"
+#include "cli/session.h"
+
+namespace twupdate::cli {
+
+/// A file by which the server's own clients reach the same server as the session, the password
+/// included; only its owner may read it. Removed at the end of its life.
+class ClientOptionFile {
+  public:
+    ClientOptionFile(const Session& session, const GlobalOptions& options);
+    ~ClientOptionFile();
+    ClientOptionFile(const ClientOptionFile&) = delete;
+    ClientOptionFile& operator=(const ClientOptionFile&) = delete;
+    /// The option that names the file to a client.
+    std::string Argument() const;
+
+  private:
+    std::filesystem::path path_;
+    bool alone_;
+};
+
+/// Dumps a database into a compressed file, which is there, whole, or not at all.
+/// @throws CommandError
+void DumpDatabase(const ClientOptionFile& client, const std::string& database,
+                  const std::filesystem::path& file);
+
+/// Reads a dump to its end.
+/// @throws CommandError when it does not end as a whole dump does
+void CheckDump(const std::filesystem::path& file);
+
+/// Puts a dumped database back in place of the one of that name.
+/// @throws CommandError
+void LoadDump(const ClientOptionFile& client, const std::filesystem::path& file);
+
+}  // namespace twupdate::cli

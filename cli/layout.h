@@ -1,0 +1,69 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "twupdate/host.h"
+
+namespace twupdate::cli {
+
+/// A column or a key of a table.
+struct LayoutItem {
+    /// e.g. "siteid INT DEFAULT '0' NOT NULL" or "KEY siteid_idx(siteid)". Types stand without
+    /// display widths; defaults are quoted. A layout that is expected may hold several, of which
+    /// any one will do.
+    std::vector<std::string> definitions;
+    std::string step;  ///< that makes it so; empty: it is there from 1.0000 on
+
+    bool Allows(const std::string& definition) const;
+};
+
+/// The tables of a database, with their columns and keys by name ("siteid", "PRIMARY KEY",
+/// "KEY siteid_idx"). The order of columns does not count.
+struct Layout {
+    struct Table {
+        bool optional = false;  ///< belongs to a feature that a site may lack
+        std::string step;       ///< as in LayoutItem
+        std::map<std::string, LayoutItem> items;
+    };
+    std::map<std::string, Table> tables;
+
+    /// The text form, one line for each table, column and key:
+    ///
+    ///     table charge optional
+    ///         chargeid INT AUTO_INCREMENT NOT NULL
+    ///         password VARCHAR(20) DEFAULT '' NOT NULL <- SiteSchemaStep_1_0007
+    std::string Text() const;
+    /// Reads the text form; blank lines and lines that begin with '#' are passed over.
+    static Layout Parse(std::string_view text);
+};
+
+/// Reads the layout of a database. One that does not exist has no tables.
+Layout ReadLayout(Utility& utility, const std::string& database);
+
+/// The layouts at the current version that this program was built with.
+const Layout& CentralLayout();
+const Layout& SiteLayout();
+
+/// One difference between a database and the layout that it should have.
+struct LayoutFinding {
+    std::string database;
+    std::string table;
+    std::string item;      ///< a column, a key, or empty for the table
+    std::string expected;  ///< definition; empty for a table
+    std::string actual;    ///< empty: it is missing
+    std::string step;      ///< that should have made it; empty: it belongs to every version
+
+    /// "tw_7.charge: column password is missing; SiteSchemaStep_1_0007 makes it: password
+    /// VARCHAR(20) …".
+    std::string Text() const;
+};
+
+/// What a database lacks or has otherwise. What it has beyond the layout is its own.
+/// @param absent  receives the names of the optional tables that it does not have
+std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
+                                   const Layout& actual, std::vector<std::string>& absent);
+
+}  // namespace twupdate::cli

@@ -1,0 +1,211 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "cli/commands.h"
+#include "cli/failure.h"
+#include "cli/installation.h"
+#include "cli/session.h"
+#include "cli/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+/// The sites that start from one version.
+struct Group {
+    double version = 0;
+    std::vector<std::int64_t> sites;
+};
+
+struct Plan {
+    double version = 0;      ///< of the installation
+    bool central = true;     ///< the central ladders run
+    std::vector<Group> old;  ///< what the run will upgrade, by version
+    std::map<SiteState, std::vector<std::int64_t>> leftOut;
+};
+
+constexpr std::array kCentralLadders{Ladder::kServer, Ladder::kServerData};
+constexpr std::array kSiteLadders{Ladder::kSiteSchema, Ladder::kSiteContent};
+
+std::string Ids(const std::vector<std::int64_t>& ids) {
+    constexpr std::size_t kMost = 12;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(ids.size(), kMost); ++i) {
+        text += (i == 0 ? "" : ", ") + std::to_string(ids[i]);
+    }
+    return ids.size() > kMost ? text + fmt::format(" and {} more", ids.size() - kMost) : text;
+}
+
+Plan MakePlan(Installation& installation, std::optional<std::int32_t> siteId) {
+    Plan plan;
+    plan.version = installation.Version();
+    plan.central = !siteId && IsBelow(plan.version, kCurrentVersion);
+    auto sites = installation.Sites();
+    if (siteId) {
+        std::erase_if(sites, [&](const SiteRow& site) { return site.siteId != *siteId; });
+        if (sites.empty()) {
+            throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
+        }
+    }
+    std::map<double, Group> groups;
+    for (const SiteRow& site : sites) {
+        if (site.State() == SiteState::kOld) {
+            auto& group = groups[*site.version];
+            group.version = *site.version;
+            group.sites.push_back(site.siteId);
+        } else if (site.State() != SiteState::kCurrent) {
+            plan.leftOut[site.State()].push_back(site.siteId);
+        }
+    }
+    for (auto& [version, group] : groups) {
+        plan.old.push_back(std::move(group));
+    }
+    return plan;
+}
+
+/// How many sites of the plan run the step.
+std::uint64_t SitesThatRun(const Plan& plan, const LadderStep& step) {
+    std::uint64_t sites = 0;
+    for (const Group& group : plan.old) {
+        sites += IsBelow(group.version, step.threshold) ? group.sites.size() : 0U;
+    }
+    return sites;
+}
+
+void PrintCentralLadder(Ladder ladder, double version, Console& console) {
+    const auto steps = PendingSteps(ladder, version);
+    console.Print(fmt::format("\n{} ladder on tw_tarnwick: {}", LadderName(ladder),
+                              Count(steps.size(), "step")));
+    for (const LadderStep& step : steps) {
+        console.Print(fmt::format("  {}  {:<24} {}", VersionText(step.threshold), step.name,
+                                  step.description));
+    }
+}
+
+void PrintSiteLadder(Ladder ladder, const Plan& plan, Console& console) {
+    std::string lines;
+    std::size_t steps = 0;
+    for (const LadderStep& step : LadderSteps(ladder)) {
+        if (const auto sites = SitesThatRun(plan, step); sites > 0) {
+            ++steps;
+            lines += fmt::format("\n  {}  {:<24} {:>9}  {}", VersionText(step.threshold), step.name,
+                                 Count(sites, "site"), step.description);
+        }
+    }
+    if (steps > 0) {
+        console.Print(
+            fmt::format("\n{} ladder: {}{}", LadderName(ladder), Count(steps, "step"), lines));
+    }
+}
+
+void Print(const Plan& plan, Console& console) {
+    console.Print(fmt::format("Installation: version {} of {}.", VersionText(plan.version),
+                              VersionText(kCurrentVersion)));
+    for (const Group& group : plan.old) {
+        console.Print(fmt::format("{} at {}: {} schema and {} content steps ({} {})",
+                                  Count(group.sites.size(), "site"), VersionText(group.version),
+                                  PendingSteps(Ladder::kSiteSchema, group.version).size(),
+                                  PendingSteps(Ladder::kSiteContent, group.version).size(),
+                                  group.sites.size() == 1 ? "site" : "sites", Ids(group.sites)));
+    }
+    for (const auto& [state, ids] : plan.leftOut) {
+        console.Print(fmt::format("Left out, {}: {} ({})", SiteStateText(state),
+                                  Count(ids.size(), "site"), Ids(ids)));
+    }
+    if (plan.central) {
+        for (const Ladder ladder : kCentralLadders) {
+            PrintCentralLadder(ladder, plan.version, console);
+        }
+    }
+    for (const Ladder ladder : kSiteLadders) {
+        PrintSiteLadder(ladder, plan, console);
+    }
+}
+
+nlohmann::ordered_json JsonOf(const Plan& plan) {
+    nlohmann::ordered_json result{
+        {"command", "plan"}, {"version", plan.version}, {"current_version", kCurrentVersion}};
+    auto& groups = result["groups"] = nlohmann::ordered_json::array();
+    for (const Group& group : plan.old) {
+        groups.push_back(
+            {{"version", group.version},
+             {"sites", group.sites},
+             {"schema_steps", PendingSteps(Ladder::kSiteSchema, group.version).size()},
+             {"content_steps", PendingSteps(Ladder::kSiteContent, group.version).size()}});
+    }
+    auto& leftOut = result["left_out"] = nlohmann::ordered_json::object();
+    for (const auto& [state, ids] : plan.leftOut) {
+        leftOut[SiteStateText(state)] = ids;
+    }
+    auto& ladders = result["ladders"] = nlohmann::ordered_json::object();
+    const auto add = [&](const LadderStep& step, std::uint64_t databases) {
+        ladders[std::string(LadderName(step.ladder))].push_back(
+            {{"threshold", step.threshold},
+             {"step", step.name},
+             {"databases", databases},
+             {"description", step.description}});
+    };
+    if (plan.central) {
+        for (const Ladder ladder : kCentralLadders) {
+            for (const LadderStep& step : PendingSteps(ladder, plan.version)) {
+                add(step, 1);
+            }
+        }
+    }
+    for (const Ladder ladder : kSiteLadders) {
+        for (const LadderStep& step : LadderSteps(ladder)) {
+            if (const auto sites = SitesThatRun(plan, step); sites > 0) {
+                add(step, sites);
+            }
+        }
+    }
+    return result;
+}
+
+int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
+    Session session(options);
+    Installation installation(session.Own());
+    Plan plan = MakePlan(installation, siteId);
+    if (!siteId && !IsBelow(plan.version, kCurrentVersion)) {
+        // The component looks at no site then.
+        console.Print(fmt::format("Installation: version {} of {}; an upgrade would do nothing.",
+                                  VersionText(plan.version), VersionText(kCurrentVersion)));
+        for (const Group& group : plan.old) {
+            console.Print(fmt::format("Older all the same, {}: {} ({}); see upgrade-site",
+                                      VersionText(group.version), Count(group.sites.size(), "site"),
+                                      Ids(group.sites)));
+        }
+        auto result = JsonOf(plan);
+        result["older_sites"] = result["groups"];
+        result["groups"] = nlohmann::ordered_json::array();
+        result["ladders"] = nlohmann::ordered_json::object();
+        console.Result(result);
+        return kDone;
+    }
+    Print(plan, console);
+    console.Result(JsonOf(plan));
+    return kDone;
+}
+
+}  // namespace
+
+void AddPlan(CLI::App& app, Invocation& invocation) {
+    auto* command = app.add_subcommand("plan", "Show what an upgrade would run; writes nothing");
+    const auto siteId = std::make_shared<std::optional<std::int32_t>>();
+    command->add_option("--site", *siteId, "Show one site alone, as upgrade-site would run it")
+        ->type_name("ID")
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    command->callback([&invocation, siteId] {
+        invocation.run = [siteId](const GlobalOptions& options, Console& console) {
+            return ShowPlan(options, console, *siteId);
+        };
+    });
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,12 @@
+#include "cli/root_site.h"
+
+namespace twupdate::cli {
+
+std::optional<std::int32_t> RootSite(Utility& utility) {
+    const auto sites = utility.GetDatabase()->OpenRecordset(
+        "SELECT siteid FROM tw_tarnwick.site WHERE parentsiteid = 0;", 0, 0);
+    return sites->IsEOF() ? std::nullopt
+                          : std::optional(sites->Fields().Item("siteid").Value().ToInt32());
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace twupdate::cli {
+
+/// Ends a run between two statements, because a person or the system asked for it.
+class StopRequested : public std::runtime_error {
+  public:
+    StopRequested() : std::runtime_error("stopped as requested") {}
+};
+
+/// For its life, Ctrl-C and SIGTERM ask the run to stop instead of ending the program; the same
+/// signal a second time ends it at once.
+class StopSignals {
+  public:
+    StopSignals();
+    ~StopSignals();
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    /// True once a signal has come.
+    static bool Requested();
+};
+
+}  // namespace twupdate::cli

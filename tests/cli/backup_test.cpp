@@ -1,0 +1,172 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "cli/installation_fixture.h"
+#include "cli/layout.h"
+#include "twupdate_host/mariadb_utility.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::Not;
+
+class Backup : public InstallationTest {
+  protected:
+    fs::path backup_ = folder_ / "backup";
+
+    /// The layout of a database and a checksum of every table in it.
+    static std::string StateOf(const std::string& database) {
+        host::MariaDbUtility utility(
+            host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
+        const auto layout = cli::ReadLayout(utility, database);
+        std::string state = layout.Text();
+        for (const auto& [table, ignored] : layout.tables) {
+            const auto rows =
+                CliServer::Get().Root().Query("CHECKSUM TABLE " + database + "." + table + ";");
+            rows->Next();
+            state += table + " " + rows->Get(1).ToText() + "\n";
+        }
+        return state;
+    }
+
+    /// A search path on which the named program is a script of the test's own.
+    std::string PathWith(const std::string& program, const std::string& script) const {
+        WriteFile(folder_ / "bin" / program, "#!/bin/sh\n" + script + "\n");
+        chmod((folder_ / "bin" / program).c_str(), 0755);
+        return (folder_ / "bin").string() + ":/usr/bin:/bin:/usr/sbin";
+    }
+};
+
+TEST_F(Backup, PutsBackEverythingAsItWas) {
+    MakeCentralDatabase();
+    MakeSite(1, "1.0000", {sample::Group::kForum});
+    MakeSite(2);
+    Execute(
+        "INSERT INTO tw_1.setting(overrideid, name, type, string_value) "
+        "VALUES(1, 'it''s \\\\ \xE2\x82\xAC', 'string', 'a\\nb\\0c');");
+    const std::string central = StateOf("tw_tarnwick");
+    const std::string one = StateOf("tw_1");
+    const Outcome upgraded = Run({"--backup", backup_.string(), "upgrade"});
+    EXPECT_EQ(upgraded.status, 0) << upgraded.err;
+    EXPECT_NE(StateOf("tw_1"), one);
+    const Outcome restored = Run({"restore", backup_.string()});
+    EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_THAT(restored.out, HasSubstr("4 databases put back."));
+    EXPECT_EQ(StateOf("tw_tarnwick"), central);
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_EQ(InstallationVersion(), "1");
+    EXPECT_EQ(SiteVersion(2), "1");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+TEST_F(Backup, OneSiteComesBackAloneWithItsVersion) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    const std::string one = StateOf("tw_1");
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
+    const std::string two = StateOf("tw_2");
+    const Outcome restored = Run({"restore", backup_.string(), "--site", "1"});
+    EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_EQ(StateOf("tw_2"), two);
+    EXPECT_EQ(SiteVersion(1), "1");
+    EXPECT_EQ(SiteVersion(2), "1.0265");
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(Run({"restore", backup_.string(), "--site", "3"}).status, 1);
+}
+
+TEST_F(Backup, AResumedRunKeepsTheFirstBackup) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const std::string one = StateOf("tw_1");
+    MakeSiteRow(2, "1.0000");  // has no database, so the run ends there
+    EXPECT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
+    const Outcome again = Run({"--backup", backup_.string(), "upgrade"});
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_THAT(again.out, HasSubstr("tw_tarnwick: keeping the backup of 20"));
+    EXPECT_EQ(Run({"restore", backup_.string(), "--site", "1"}).status, 0);
+    EXPECT_EQ(StateOf("tw_1"), one);
+}
+
+TEST_F(Backup, OfAnotherVersionIsNotMixedWithThisOne) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade-site", "1"}).status, 0);
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0262;");
+    const Outcome outcome = Run({"--backup", backup_.string(), "upgrade-site", "1"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("holds a backup of tw_1 at another version"));
+    EXPECT_EQ(SiteVersion(1), "1.0262");
+}
+
+// What a full disk does to the program that writes.
+TEST_F(Backup, ThatCannotBeWrittenStopsTheRunBeforeTheDatabaseIsTouched) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const std::string one = StateOf("tw_1");
+    const std::string path = PathWith("gzip", "echo 'gzip: No space left on device' >&2; exit 1");
+    const Outcome outcome =
+        RunProgram(With({"--backup", backup_.string(), "upgrade-site", "1"}), {{"PATH", path}});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("cannot back up tw_tarnwick into "));
+    EXPECT_THAT(outcome.err, HasSubstr("the database was not touched"));
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_FALSE(fs::exists(backup_ / "tw_tarnwick.sql.gz"));
+    EXPECT_FALSE(fs::exists(backup_ / "tw_tarnwick.sql.gz.part"));
+}
+
+TEST_F(Backup, ThatIsNotWholeStopsTheRunBeforeTheDatabaseIsTouched) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const std::string one = StateOf("tw_1");
+    const std::string path = PathWith("mariadb-dump", "echo 'CREATE DATABASE tw_1;'");
+    const Outcome outcome =
+        RunProgram(With({"--backup", backup_.string(), "upgrade-site", "1"}), {{"PATH", path}});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("the dump is not whole"));
+    EXPECT_EQ(StateOf("tw_1"), one);
+}
+
+TEST_F(Backup, ADamagedBackupIsNotPutBack) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
+    const std::string one = StateOf("tw_1");
+    fs::resize_file(backup_ / "tw_1.sql.gz", fs::file_size(backup_ / "tw_1.sql.gz") / 2);
+    const Outcome outcome = Run({"restore", backup_.string()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_EQ(InstallationVersion(), "1.0265");  // nor was the sound one beside it
+}
+
+TEST_F(Backup, NeitherShowsNorLeavesThePassword) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    Execute("CREATE OR REPLACE USER 'keeper'@'localhost' IDENTIFIED BY 'hush\"hush\\\\';");
+    Execute("GRANT ALL ON *.* TO 'keeper'@'localhost';");
+    WriteFile(folder_ / "password", "hush\"hush\\\n");
+    chmod((folder_ / "password").c_str(), 0600);
+    const std::string path =
+        PathWith("mariadb-dump", "tr '\\0' ' ' </proc/$$/cmdline >" + (folder_ / "seen").string() +
+                                     "; exec /usr/bin/mariadb-dump \"$@\"");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const Outcome outcome = RunProgram(
+        {"--socket", socket, "--user", "keeper", "--password-file", (folder_ / "password").string(),
+         "--backup", backup_.string(), "upgrade-site", "1"},
+        {{"PATH", path}, {"TMPDIR", folder_.Path().string()}});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("--defaults-extra-file="));
+    EXPECT_THAT(ContentOf(folder_ / "seen"), Not(HasSubstr("hush")));
+    for (const auto& entry : fs::directory_iterator(folder_.Path())) {
+        EXPECT_THAT(entry.path().filename().string(), Not(HasSubstr("twupdate-client")));
+    }
+}
+
+}  // namespace
+}  // namespace twupdate::test

@@ -1,0 +1,229 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+/// Each test makes a situation, sees the finding, and sees the real upgrade fail for that reason.
+class Check : public InstallationTest {
+  protected:
+    static Outcome Expect(const std::vector<std::string>& options, const std::string& finding) {
+        auto arguments = options;
+        arguments.emplace_back("check");
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 3) << outcome.out << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr(finding));
+        EXPECT_THAT(outcome.out, HasSubstr("1 finding."));
+        return outcome;
+    }
+
+    static void UpgradeFails(const std::vector<std::string>& options, const std::string& reason,
+                             int status = 1) {
+        auto arguments = options;
+        arguments.emplace_back("upgrade");
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, status) << outcome.out;
+        EXPECT_THAT(outcome.err, ContainsRegex(reason));
+    }
+
+    /// A copy of the data files that a test may spoil.
+    fs::path CopyOfTheDataFiles() const {
+        const fs::path install = folder_ / "component";
+        fs::create_directories(install);
+        fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources",
+                 fs::copy_options::recursive);
+        return install;
+    }
+};
+
+TEST_F(Check, FindsNothingInASoundInstallationAndWritesNothing) {
+    MakeCentralDatabase();
+    MakeSite(1, "1.0000", sample::AllGroups());
+    MakeSite(2, "1.0000");
+    const Outcome outcome = Run({"check"});
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    EXPECT_EQ(outcome.out, "Nothing found that would make an upgrade fail.\n");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+    EXPECT_EQ(Run({"check"}).status, 0);
+}
+
+TEST_F(Check, FindsAMissingSiteDatabase) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSiteRow(8, "1.0000");
+    Expect({}, "tw_8: the site's database is missing, so SiteSchemaStep_1_0001 fails; ");
+    UpgradeFails({}, "database tw_8, site schema ladder, step SiteSchemaStep_1_0001");
+    // The database of the root site is needed earlier.
+    Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 1;");
+    Execute("DELETE FROM tw_tarnwick.domain;");
+    Expect({}, "tw_8: the site's database is missing, so ServerDataStep_1_0252 fails; ");
+    UpgradeFails({}, "step ServerDataStep_1_0252: .*tw_8");
+}
+
+TEST_F(Check, FindsAMissingTable) {
+    MakeCentralDatabase();
+    MakeSite(8);
+    Execute("DROP TABLE tw_8.layoutzone;");
+    Expect({},
+           "tw_8.layoutzone: the table is missing, so "
+           "SiteSchemaStep_1_0005 fails; bring it back from a backup");
+    UpgradeFails({}, "database tw_8, site schema ladder, step SiteSchemaStep_1_0005");
+}
+
+TEST_F(Check, FindsALeftOverColumnOfACutConversion) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", {sample::Group::kShop, sample::Group::kAffiliates});
+    Execute("ALTER TABLE tw_8.commission ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;");
+    Expect({},
+           "tw_8.commission: a column double_temp is left over from a run that was cut, so "
+           "SiteSchemaStep_1_0035 fails; ALTER TABLE tw_8.commission DROP COLUMN double_temp");
+    UpgradeFails({},
+                 "step SiteSchemaStep_1_0035: ALTER TABLE tw_8.commission ADD COLUMN "
+                 "double_temp.*server error 1060");
+    Execute("ALTER TABLE tw_8.commission DROP COLUMN double_temp;");
+    EXPECT_EQ(Run({"check"}).status, 0);
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+TEST_F(Check, FindsALeftOverColumnInTheCentralDatabase) {
+    MakeCentralDatabase();
+    Execute("ALTER TABLE tw_tarnwick.account ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;");
+    Expect({},
+           "tw_tarnwick.account: a column double_temp is left over from a run that was cut, "
+           "so ServerStep_1_0035 fails; ");
+    UpgradeFails({}, "step ServerStep_1_0035: .*server error 1060");
+}
+
+TEST_F(Check, FindsBothNamesOfTheMappingTable) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", {sample::Group::kForms});
+    Execute("CREATE TABLE tw_8.formmappingproperty LIKE tw_8.formloadingproperty;");
+    Expect({},
+           "tw_8.formloadingproperty: formmappingproperty, its later name, is there as well, "
+           "so SiteSchemaStep_1_0032 fails; ");
+    UpgradeFails({}, "step SiteSchemaStep_1_0032: .*server error 1050");
+}
+
+TEST_F(Check, FindsFieldsWithoutTheirFormTable) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", {sample::Group::kForms});
+    Execute("INSERT INTO tw_8.formfield(featureid, type) VALUES(50, 'float');");
+    Expect({},
+           "tw_8.form_50: the table is missing, but formfield has float fields of it, so "
+           "SiteSchemaStep_1_0035 fails; ");
+    UpgradeFails({}, "step SiteSchemaStep_1_0035: .*form_50.*server error 1146");
+    Execute("UPDATE tw_8.formfield SET type = 'currency';");
+    Expect({},
+           "tw_8.form_50: the table is missing, but formfield has currency fields of it, so "
+           "SiteSchemaStep_1_0047 fails; ");
+    UpgradeFails({}, "step SiteSchemaStep_1_0047: .*form_50.*server error 1146");
+}
+
+TEST_F(Check, FindsAMissingLogsDatabase) {
+    MakeCentralDatabase();
+    Execute("DROP DATABASE tw_logs;");
+    Expect({},
+           "tw_logs: the database is missing, so ServerDataStep_1_0030 fails; CREATE DATABASE "
+           "tw_logs");
+    UpgradeFails({}, "step ServerDataStep_1_0030: .*server error 1049");
+}
+
+TEST_F(Check, FindsASiteIdThatIsTooLarge) {
+    MakeCentralDatabase();
+    Execute("INSERT INTO tw_tarnwick.site(siteid, version) VALUES(4294967301, 1.0000);");
+    Expect({}, "tw_tarnwick.site: the site id 4294967301 does not fit 32 bits");
+    UpgradeFails({}, "siteid");
+}
+
+TEST_F(Check, FindsMissingRights) {
+    MakeCentralDatabase();
+    MakeSite(8);
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_tarnwick`.* TO 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_logs`.* TO 'half'@'localhost';");
+    Execute(
+        "GRANT SELECT, INSERT, UPDATE, DELETE, CREATE, DROP, INDEX ON `tw\\_8`.* TO "
+        "'half'@'localhost';");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const Outcome found = RunProgram({"--socket", socket, "--user", "half", "check"});
+    EXPECT_EQ(found.status, 3) << found.err;
+    EXPECT_THAT(found.out, HasSubstr("tw_8: the user lacks the right ALTER; GRANT ALTER ON "
+                                     "`tw_8`.* to the user\n1 finding."));
+    const Outcome failed = RunProgram({"--socket", socket, "--user", "half", "upgrade"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, ContainsRegex("database tw_8.*ALTER TABLE.*server error 1142"));
+}
+
+TEST_F(Check, FindsAMalformedDataFile) {
+    MakeCentralDatabase();
+    const fs::path install = CopyOfTheDataFiles();
+    const std::vector<std::string> options{"--install-folder", install.string()};
+    WriteFile(install / "resources" / "componenttypeData.txt", "1\t100\n2\n");
+    Expect(options,
+           "componenttypeData.txt line 2 has 1 field, not 2, so ReimportReferenceData "
+           "fails; ");
+    UpgradeFails(options, "step ReimportReferenceData: .*componenttypeData.txt.*line 2");
+    WriteFile(install / "resources" / "componenttypeData.txt", "1\t100\n2\tmany\n");
+    Expect(options, "componenttypeData.txt line 2 has no number in field 2");
+    UpgradeFails(options, "step ReimportReferenceData: .*many.*server error 1054");
+}
+
+TEST_F(Check, FindsADataFileThatTheServerWillNotTake) {
+    MakeCentralDatabase();
+    const fs::path install = CopyOfTheDataFiles();
+    const std::vector<std::string> options{"--install-folder", install.string()};
+    std::string rows;
+    for (int i = 0; i < 200; ++i) {
+        rows += "1\t" + std::to_string(100000 + i) + "\n";
+    }
+    WriteFile(install / "resources" / "componenttypeData.txt", rows);
+    fs::remove(install / "resources" / "componentData.txt");
+    const std::string before = Cell("SELECT @@global.max_allowed_packet;");
+    Execute("SET GLOBAL max_allowed_packet = 2048;");
+    Expect(options, "componenttypeData.txt makes one statement of about ");
+    UpgradeFails(options,
+                 "max_allowed_packet|server error 1153|server error 2006|server error 2020");
+    Execute("SET GLOBAL max_allowed_packet = " + before + ";");
+}
+
+TEST_F(Check, FindsAnotherRunInProgress) {
+    MakeCentralDatabase();
+    const auto other = host::Connection::Open(CliServer::Get().Server().ConnectOptions());
+    other->Query("SELECT GET_LOCK('twupdate.run', 0);");
+    Expect({}, "another run is in progress (connection ");
+    UpgradeFails({}, "another run is in progress", 4);
+}
+
+TEST_F(Check, FindsVersionsAboveTheCurrentOne) {
+    MakeCentralDatabase();
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0300;");
+    Expect({}, "tw_tarnwick: it is at 1.0300, newer than the 1.0265 that this program knows");
+    UpgradeFails({}, "newer than the 1.0265");
+}
+
+TEST_F(Check, LooksAtOneSiteAloneAndPrintsJson) {
+    MakeCentralDatabase();
+    MakeSite(3);
+    MakeSiteRow(8, "1.0000");
+    EXPECT_EQ(Run({"check", "--site", "3"}).status, 0);
+    const Outcome outcome = Run({"--json", "check", "--site", "8"});
+    EXPECT_EQ(outcome.status, 3);
+    const auto result = outcome.Json();
+    ASSERT_TRUE(result.is_object()) << outcome.out;
+    EXPECT_EQ(result["result"], "findings");
+    ASSERT_EQ(result["findings"].size(), 1U);
+    EXPECT_EQ(result["findings"][0]["database"], "tw_8");
+    EXPECT_EQ(result["findings"][0]["step"], "SiteSchemaStep_1_0001");
+    EXPECT_EQ(Run({"check", "--site", "9"}).status, 1);
+}
+
+}  // namespace
+}  // namespace twupdate::test

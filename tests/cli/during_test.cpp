@@ -1,0 +1,236 @@
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+class During : public InstallationTest {
+  protected:
+    /// One more connection to the server, as an application has it.
+    static std::shared_ptr<host::Connection> Application() {
+        CliServer::Get().Root();
+        return host::Connection::Open(CliServer::Get().Server().ConnectOptions());
+    }
+
+    /// An application that has read the settings of site 7 and not ended its transaction: the
+    /// first ALTER TABLE of that table waits for it.
+    static std::shared_ptr<host::Connection> ReaderOfSite7() {
+        auto reader = Application();
+        reader->Execute("START TRANSACTION;");
+        reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
+        return reader;
+    }
+
+    static bool SomebodyWaits(const std::string& state) {
+        return Cell("SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%" +
+                    state + "%';") != "0";
+    }
+
+    static std::string LockHolder() { return Cell("SELECT IS_USED_LOCK('twupdate.run');"); }
+};
+
+// --- one run at a time -------------------------------------------------------------------------
+
+TEST_F(During, ASecondRunSaysWhoIsThereAndChangesNothing) {
+    MakeNearlyCurrentInstallation();
+    const auto other = Application();
+    other->Query("SELECT GET_LOCK('twupdate.run', 0);");
+    for (const auto& command : std::vector<std::vector<std::string>>{
+             {"upgrade"}, {"create-core"}, {"upgrade-site", "7"}, {"import-master-data", "7"}}) {
+        const Outcome outcome = Run(command);
+        EXPECT_EQ(outcome.status, 4) << outcome.err;
+        EXPECT_THAT(outcome.err,
+                    ContainsRegex("another run is in progress on this server: root@localhost since "
+                                  "20[0-9-]+ [0-9:]+ \\(connection [0-9]+\\)"));
+    }
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_EQ(Run({"status"}).status, 0);  // reading takes no lock
+}
+
+TEST_F(During, ARunWaitsForTheOtherWhenToldSo) {
+    MakeNearlyCurrentInstallation();
+    const auto other = Application();
+    other->Query("SELECT GET_LOCK('twupdate.run', 0);");
+    Program waiting(With({"--lock-wait", "60", "upgrade"}));
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("User lock"); }));
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    other->Query("SELECT RELEASE_LOCK('twupdate.run');");
+    const Outcome outcome = waiting.Wait();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+}
+
+TEST_F(During, WithoutTheLockARunGoesOnOnlyWhenToldSo) {
+    MakeNearlyCurrentInstallation();
+    const auto other = Application();
+    other->Query("SELECT GET_LOCK('twupdate.run', 0);");
+    // A server that refuses the lock: the statement that asks for it is ended there.
+    Program refused(With({"--lock-wait", "60", "upgrade"}));
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("User lock"); }));
+    Execute("KILL QUERY " +
+            Cell("SELECT id FROM information_schema.processlist WHERE state LIKE 'User lock';") +
+            ";");
+    const Outcome outcome = refused.Wait();
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_THAT(outcome.err,
+                AllOf(HasSubstr("the server refuses the run lock"), HasSubstr("--no-lock")));
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_EQ(Run({"--no-lock", "upgrade"}).status, 0);
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+}
+
+TEST_F(During, AKilledRunLeavesNoLock) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto reader = ReaderOfSite7();
+    Program run(With({"upgrade-site", "7"}));
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("table metadata lock"); }));
+    EXPECT_NE(LockHolder(), "NULL");
+    run.Signal(SIGKILL);
+    run.Wait();
+    EXPECT_TRUE(WaitUntil([] { return LockHolder() == "NULL"; }));
+}
+
+// --- locks of others ---------------------------------------------------------------------------
+
+TEST_F(During, ALockThatDoesNotComeInTimeIsAnErrorThatNamesItsHolder) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto reader = ReaderOfSite7();
+    const Outcome outcome = Run({"--ddl-timeout", "1", "upgrade-site", "7"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, ContainsRegex("tw_7.setting.*: server error 1205"));
+    EXPECT_THAT(outcome.err,
+                HasSubstr("a lock may be held by connection " + std::to_string(reader->ThreadId()) +
+                          " of root@localhost, idle for "));
+    EXPECT_THAT(outcome.err, HasSubstr("in a transaction since "));
+    reader->Execute("COMMIT;");
+    EXPECT_EQ(Run({"--ddl-timeout", "1", "upgrade-site", "7"}).status, 0);
+}
+
+// --- a clean stop ------------------------------------------------------------------------------
+
+TEST_F(During, CtrlCStopsAfterTheStatementInHandAndTheSameCommandResumes) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto reader = ReaderOfSite7();
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Program run(With({"upgrade-site", "7"}));
+        ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("table metadata lock"); }));
+        run.Signal(signal);
+        usleep(200000);
+        EXPECT_TRUE(run.Running());  // the statement in hand is not given up
+        reader->Execute("COMMIT;");
+        const Outcome outcome = run.Wait();
+        EXPECT_EQ(outcome.status, 5) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr("stopped as requested, before the next statement: "
+                                           "database tw_7, site schema ladder, step "
+                                           "SiteSchemaStep_1_00"));
+        EXPECT_THAT(outcome.err, HasSubstr("Run the same command again: it resumes"));
+        EXPECT_EQ(SiteVersion(7), "1");
+        reader->Execute("START TRANSACTION;");
+        reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
+    }
+    reader->Execute("COMMIT;");
+    EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
+    EXPECT_EQ(SiteVersion(7), "1.0265");
+}
+
+TEST_F(During, ASecondCtrlCStopsAtOnce) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto reader = ReaderOfSite7();
+    Program run(With({"upgrade-site", "7"}));
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("table metadata lock"); }));
+    run.Signal(SIGINT);
+    usleep(100000);
+    run.Signal(SIGINT);
+    EXPECT_TRUE(WaitUntil([&] { return !run.Running(); }));
+    EXPECT_EQ(run.Wait().status, 128 + SIGINT);
+}
+
+// --- events and log ----------------------------------------------------------------------------
+
+TEST_F(During, EventsTellHowTheRunGoesOn) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0262");
+    const auto file = folder_ / "events";
+    EXPECT_EQ(Run({"--events", file.string(), "upgrade"}).status, 0);
+    const auto events = JsonLinesOf(file);
+    std::vector<std::string> names;
+    for (const auto& event : events) {
+        EXPECT_EQ(event["v"], 1);
+        EXPECT_THAT(event["time"].get<std::string>(),
+                    ContainsRegex("^20[0-9][0-9]-[0-9-]+T[0-9:]+\\.[0-9]+Z$"));
+        names.push_back(event["event"].get<std::string>());
+    }
+    EXPECT_THAT(names, testing::ElementsAre(
+                           "run-started", "ladder-started", "step-started", "step-finished",
+                           "ladder-finished", "ladder-started", "step-started", "step-finished",
+                           "ladder-finished", "central-finished", "site-started", "ladder-started",
+                           "step-started", "step-finished", "ladder-finished", "ladder-started",
+                           "ladder-finished", "site-finished", "run-finished"));
+    EXPECT_EQ(events[0]["command"], "upgrade");
+    EXPECT_EQ(events[0]["sites_to_do"], 1);
+    EXPECT_EQ(events[3]["step"], "ServerStep_1_0264");
+    EXPECT_EQ(events[3]["database"], "tw_tarnwick");
+    EXPECT_EQ(events[7]["step"], "ReimportReferenceData");
+    // DELETE and INSERT of the two component tables.
+    EXPECT_EQ(events[7]["statements"], 4);
+    EXPECT_THAT(events[7]["slowest"]["sql"].get<std::string>(), HasSubstr("tw_tarnwick.component"));
+    EXPECT_EQ(events[10]["site"], 7);
+    EXPECT_EQ(events[10]["from"], 1.0262);
+    EXPECT_EQ(events[17]["counts"]["sites"], 1);
+    EXPECT_EQ(events[18]["counts"]["databases"], 2);
+    EXPECT_EQ(events[18]["counts"]["steps"], 3);
+}
+
+TEST_F(During, EventsTellWhatFailed) {
+    MakeNearlyCurrentInstallation();
+    MakeSiteRow(8, "1.0262");
+    const auto file = folder_ / "events";
+    EXPECT_EQ(Run({"--events", file.string(), "upgrade"}).status, 1);
+    const auto events = JsonLinesOf(file);
+    ASSERT_GE(events.size(), 2U);
+    const auto& site = events[events.size() - 2];
+    EXPECT_EQ(site["event"], "site-failed");
+    EXPECT_EQ(site["site"], 8);
+    EXPECT_EQ(site["step"], "SiteSchemaStep_1_0264");
+    EXPECT_GT(site["code"].get<int>(), 0);
+    EXPECT_EQ(events.back()["event"], "run-failed");
+    EXPECT_EQ(events.back()["counts"]["databases"], 1);
+}
+
+TEST_F(During, TheLogCanBeReadByPeople) {
+    MakeNearlyCurrentInstallation();
+    const auto file = folder_ / "run.log";
+    EXPECT_EQ(Run({"--log", file.string(), "upgrade"}).status, 0);
+    const std::string log = ContentOf(file);
+    EXPECT_THAT(log, ContainsRegex("^20[0-9-]+ [0-9:.]+ I upgrade from 1.0262 to 1.0265, 0 sites"));
+    EXPECT_THAT(log, HasSubstr("I tw_tarnwick: ServerStep_1_0264: "));
+    EXPECT_THAT(log, HasSubstr("I done: 1 database, 2 steps, "));
+}
+
+TEST_F(During, ALogThatCannotBeWrittenStopsBeforeAnyStatement) {
+    MakeNearlyCurrentInstallation();
+    WriteFile(folder_ / "file", "");
+    for (const char* option : {"--log", "--events"}) {
+        const Outcome outcome = Run({option, (folder_ / "file" / "x").string(), "upgrade"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr((folder_ / "file" / "x").string()));
+    }
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+}
+
+}  // namespace
+}  // namespace twupdate::test

@@ -1,0 +1,193 @@
+#include <gmock/gmock.h>
+
+#include <memory>
+
+#include "cli/installation_fixture.h"
+#include "cli/layout.h"
+#include "twupdate/update.h"
+#include "twupdate_host/mariadb_utility.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+/// Ends a run after the n-th statement that holds this text.
+class CutAfter : public host::StatementListener {
+  public:
+    CutAfter(std::string text, int n) : text_(std::move(text)), left_(n) {}
+    void Before(const host::StatementEvent&) override {
+        if (left_ == 0) {
+            throw HostError("", 0, "", "cut");
+        }
+    }
+    void After(const host::StatementEvent& event, std::chrono::nanoseconds,
+               const HostError*) override {
+        if (event.sql.find(text_) != std::string_view::npos) {
+            --left_;
+        }
+    }
+
+  private:
+    std::string text_;
+    int left_;
+};
+
+class Repair : public InstallationTest {
+  protected:
+    Repair() { MakeCentralDatabase(); }
+
+    /// A site whose rows make every one of these places do real work.
+    void MakeWorkingSite(std::int32_t siteId) {
+        MakeSite(siteId, "1.0000", sample::AllGroups());
+        const std::string db = "tw_" + std::to_string(siteId) + ".";
+        Execute("INSERT INTO " + db + "layoutzone(zoneid, elementid) VALUES(1, 1), (2, 1);");
+        Execute("INSERT INTO " + db +
+                "accesscodeaccount(accesscodeid, associatepercentage) "
+                "VALUES(1, 12.5), (2, 0.25);");
+        Execute("INSERT INTO " + db +
+                "formfield(formfieldid, featureid, type) "
+                "VALUES(5, 50, 'float'), (6, 50, 'float');");
+        Execute("CREATE TABLE " + db +
+                "form_50(replyid INT AUTO_INCREMENT PRIMARY KEY, "
+                "field_5 FLOAT DEFAULT 0 NOT NULL, "
+                "field_6 FLOAT DEFAULT 0 NOT NULL);");
+        Execute("INSERT INTO " + db + "form_50(field_5, field_6) VALUES(1.5, 2.5), (3, 4);");
+        Execute("INSERT INTO " + db +
+                "charge(chargeid, featureid, name, sequence) "
+                "VALUES(1, 3, 'Post', 1), (2, 3, 'Wrap', 2), (3, 3, 'Ins', "
+                "3);");
+        Execute("INSERT INTO " + db + "chargetocharge(chargeid, applytochargeid) VALUES(2, 1);");
+        Execute("INSERT INTO " + db +
+                "chargetoitemtype(chargeid, applytoitemtypeid) "
+                "VALUES(3, 8);");
+    }
+
+    static void CutUpgrade(const std::string& text, int n) {
+        host::MariaDbUtilityOptions options;
+        options.installFolder = TWUPDATE_SOURCE_FOLDER;
+        options.listener = std::make_shared<CutAfter>(text, n);
+        Update update;
+        update.Configure(std::make_shared<host::MariaDbUtility>(
+            host::Connection::Open(CliServer::Get().Server().ConnectOptions()), options));
+        EXPECT_THROW(update.UpdateSite(7, 1.0), HostError) << text;
+    }
+
+    static std::string StateOf(const std::string& database) {
+        host::MariaDbUtility utility(
+            host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
+        const auto layout = cli::ReadLayout(utility, database);
+        std::string state = layout.Text();
+        for (const auto& [table, ignored] : layout.tables) {
+            const auto rows =
+                CliServer::Get().Root().Query("CHECKSUM TABLE " + database + "." + table + ";");
+            rows->Next();
+            state += table + " " + rows->Get(1).ToText() + "\n";
+        }
+        return state;
+    }
+};
+
+struct Cut {
+    std::string text;  ///< of the statement after which the run is cut
+    int n;             ///< which of the statements with that text
+    std::string finding;
+};
+
+TEST_F(Repair, MendsWhatEachCutLeavesSoThatTheResumedRunEndsLikeAnUndisturbedOne) {
+    MakeWorkingSite(9);
+    ASSERT_EQ(Run({"upgrade-site", "9"}).status, 0);
+    const std::string undisturbed = StateOf("tw_9");
+    const std::string left = "the column double_temp is left over";
+    const std::vector<Cut> cuts{
+        {"accesscodeaccount ADD COLUMN double_temp", 1, "tw_7.accesscodeaccount: " + left},
+        {"accesscodeaccount SET double_temp", 1, "tw_7.accesscodeaccount: " + left},
+        {"accesscodeaccount DROP COLUMN associatepercentage", 1,
+         "tw_7.accesscodeaccount: the values of associatepercentage are in double_temp"},
+        {"form_50 ADD COLUMN double_temp", 2, "tw_7.form_50: " + left},
+        {"form_50 DROP COLUMN field_5", 1,
+         "tw_7.form_50: the values of field_5 are in "
+         "double_temp"},
+        {"layoutzone DROP COLUMN starthidedelay", 1,
+         "tw_7.layoutzone: the values of starthidedelay are in double_temp"},
+        {"layoutzone ADD COLUMN startshowdelay", 1,
+         "tw_7.layoutzone: 3 columns of the four timing columns missing"},
+        {"layoutzone ADD COLUMN starthidedelay", 1,
+         "tw_7.layoutzone: 1 column of the four timing columns missing"},
+        {"INSERT INTO tw_7.chargegroup(", 2, "tw_7.chargegroup: 2 groups of a conversion"},
+        {"UPDATE tw_7.charge SET chargeoptionid", 3, "tw_7.chargegroup: 3 groups of a conversion"},
+    };
+    for (const Cut& cut : cuts) {
+        Execute("DROP DATABASE IF EXISTS tw_7;");
+        Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 7;");
+        MakeWorkingSite(7);
+        CutUpgrade(cut.text, cut.n);
+        const Outcome shown = Run({"repair", "--site", "7"});
+        EXPECT_EQ(shown.status, 3) << cut.text << shown.err;
+        EXPECT_THAT(shown.out, HasSubstr(cut.finding));
+        EXPECT_EQ(Run({"repair"}).out, shown.out);  // nothing was changed, nothing else is found
+        EXPECT_EQ(Run({"repair", "--site", "7", "--apply"}).status, 0);
+        EXPECT_EQ(Run({"repair"}).status, 0) << cut.text;
+        EXPECT_EQ(Run({"check", "--site", "7"}).status, 0) << cut.text;
+        const Outcome resumed = Run({"upgrade-site", "7"});
+        EXPECT_EQ(resumed.status, 0) << cut.text << resumed.err;
+        EXPECT_EQ(StateOf("tw_7"), undisturbed) << cut.text;
+    }
+}
+
+// The addresses are made by an earlier step, so they are put in place before the cut.
+TEST_F(Repair, CopiesTheFeedAddressesThatACutRunHasNot) {
+    MakeWorkingSite(7);
+    CutUpgrade("externallookupfeedurl(", 1);
+    Execute(
+        "INSERT INTO tw_7.featurenamevalue(featureid, type, name, value, sequence) "
+        "VALUES(4, 2, 'n', 'http://a.example/', 1);");
+    EXPECT_THAT(Run({"repair"}).out,
+                HasSubstr("tw_7.externallookupfeedurl: the table is empty, and featurenamevalue "
+                          "holds 1 address; "));
+    EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
+    EXPECT_EQ(Cell("SELECT url FROM tw_7.externallookupfeedurl;"), "http://a.example/");
+    EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.externallookupfeedurl;"), "1");
+}
+
+TEST_F(Repair, RemovesChargesThatWereConvertedTwice) {
+    MakeWorkingSite(7);
+    CutUpgrade("UPDATE tw_7.charge SET chargeoptionid", 2);
+    ASSERT_EQ(Run({"upgrade-site", "7"}).status, 0);  // converts all three again
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.chargegroup;"), "5");
+    EXPECT_THAT(Run({"repair"}).out, HasSubstr("tw_7.chargegroup: 2 groups that no charge names, "
+                                               "beside others of the same name"));
+    EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.chargegroup;"), "3");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.charge c INNER JOIN tw_7.chargeoption o ON "
+                   "o.optionid = c.chargeoptionid INNER JOIN tw_7.chargegroup g ON g.groupid = "
+                   "o.groupid AND g.name = c.name;"),
+              "3");
+    EXPECT_EQ(Run({"repair"}).status, 0);
+}
+
+TEST_F(Repair, LeavesASoundInstallationAlone) {
+    MakeWorkingSite(7);
+    EXPECT_EQ(Run({"repair"}).out, "Nothing to repair.\n");
+    ASSERT_EQ(Run({"upgrade"}).status, 0);
+    const Outcome outcome = Run({"repair", "--json"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.Json()["result"], "clean");
+}
+
+TEST_F(Repair, MendsTheCentralDatabase) {
+    Execute(
+        "ALTER TABLE tw_tarnwick.account ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL, "
+        "DROP COLUMN associatepercentage;");
+    EXPECT_THAT(Run({"repair"}).out,
+                AllOf(HasSubstr("tw_tarnwick.account: the values of associatepercentage are in "
+                                "double_temp"),
+                      HasSubstr("CHANGE COLUMN double_temp associatepercentage DOUBLE")));
+    EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+}  // namespace
+}  // namespace twupdate::test
