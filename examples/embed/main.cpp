@@ -30,7 +30,8 @@ int main(int argc, char** argv) try {
     twupdate::Update update;
     update.Configure(std::make_shared<twupdate::host::MariaDbUtility>(connection, options));
     update.UpdateSite(std::stoi(argv[3]), site->Get(0).ToDouble());
-    connection->Execute("UPDATE tw_tarnwick.site SET version = 1.0265" + where);
+    const std::string version = twupdate::Value(twupdate::kCurrentVersion).ToText();
+    connection->Execute("UPDATE tw_tarnwick.site SET version = " + version + where);
 } catch (const std::exception& error) {
     std::cerr << "embed: " << error.what() << '\n';  // once it is mended, run it again
     return 1;

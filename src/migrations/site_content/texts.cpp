@@ -26,10 +26,9 @@ std::filesystem::path RobotsFile(const std::filesystem::path& installFolder, std
     const auto folder = InstallationRoot(installFolder) / "wwwroot" / "sites" / Sql(siteId);
     std::error_code error;
     const auto realFolder = std::filesystem::canonical(folder, error);
-    const auto file =
-        error ? realFolder : std::filesystem::canonical(folder / "robots.txt", error);
-    const bool isOwn = !error && LiesWithin(realFolder, file) &&
-                       std::filesystem::is_regular_file(file, error);
+    const auto file = error ? realFolder : std::filesystem::canonical(folder / "robots.txt", error);
+    const bool isOwn =
+        !error && LiesWithin(realFolder, file) && std::filesystem::is_regular_file(file, error);
     return isOwn ? file : std::filesystem::path();
 }
 
