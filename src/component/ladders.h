@@ -21,7 +21,7 @@ struct Update::Ladders {
     /// nullptr: the rung is listed, but its step is not there yet and nothing is called.
     template <typename... Steps>
     struct Rung {
-        double threshold;
+        double threshold = 0;
         std::string_view name;
         std::variant<std::nullptr_t, Steps...> step;
         std::string_view description;

@@ -48,7 +48,7 @@ fs::path FileToCopy(const fs::path& file, const fs::path& templateFolder,
     if (!fs::is_symlink(file, error)) {
         return file;
     }
-    const fs::path target = fs::canonical(file, error);
+    fs::path target = fs::canonical(file, error);
     const fs::path folder = error ? fs::path() : fs::canonical(templateFolder, error);
     if (error) {
         FailCopy(file, destination, error.message());
