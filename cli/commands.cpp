@@ -10,6 +10,7 @@ void AddCommands(CLI::App& app, Invocation& invocation) {
     AddUpgradeSite(app, invocation);
     AddVerify(app, invocation);
     AddImportMasterData(app, invocation);
+    AddRehearse(app, invocation);
     AddRepair(app, invocation);
     AddRestore(app, invocation);
     AddCreateCore(app, invocation);

@@ -15,6 +15,7 @@ void AddUpgradeSite(CLI::App& app, Invocation& invocation);
 void AddImportMasterData(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 void AddPlan(CLI::App& app, Invocation& invocation);
+void AddRehearse(CLI::App& app, Invocation& invocation);
 void AddRepair(CLI::App& app, Invocation& invocation);
 void AddRestore(CLI::App& app, Invocation& invocation);
 void AddStatus(CLI::App& app, Invocation& invocation);

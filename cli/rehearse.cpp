@@ -1,0 +1,275 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <set>
+
+#include "cli/commands.h"
+#include "cli/copy_database.h"
+#include "cli/dump.h"
+#include "cli/events.h"
+#include "cli/failure.h"
+#include "cli/layout.h"
+#include "cli/progress.h"
+#include "cli/root_site.h"
+#include "cli/run_watch.h"
+#include "cli/session.h"
+#include "cli/table.h"
+#include "cli/text.h"
+#include "cli/trace.h"
+#include "twupdate/update.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct RehearseArguments {
+    std::vector<std::int32_t> sites;
+    std::size_t sample = 0;
+    fs::path workdir;
+    bool schemaOnly = false;
+};
+
+struct Rehearsed {
+    std::vector<DatabaseDone> done;
+    std::vector<RunFailure> failed;
+    std::vector<LayoutFinding> findings;
+};
+
+/// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
+/// sample of these that has early and late versions alike.
+std::vector<SiteRow> ChosenSites(const std::vector<SiteRow>& all, const RehearseArguments& wanted) {
+    std::vector<SiteRow> old;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(old), [&](const SiteRow& site) {
+        const bool named =
+            std::find(wanted.sites.begin(), wanted.sites.end(), site.siteId) != wanted.sites.end();
+        return site.State() == SiteState::kOld && (wanted.sites.empty() || named);
+    });
+    if (wanted.sample == 0 || wanted.sample >= old.size()) {
+        return old;
+    }
+    std::stable_sort(old.begin(), old.end(),
+                     [](const SiteRow& a, const SiteRow& b) { return a.version < b.version; });
+    std::vector<SiteRow> sample;
+    for (std::size_t i = 0; i < wanted.sample; ++i) {
+        sample.push_back(old[i * old.size() / wanted.sample]);
+    }
+    return sample;
+}
+
+/// What reaches the copy: the source's way of working, and nothing of its way there.
+GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& workdir) {
+    GlobalOptions copy;
+    copy.datadir = workdir / "server";
+    copy.charset = options.charset;
+    copy.sqlMode = options.sqlMode;
+    copy.installFolder = workdir / "component";
+    copy.localHostName = options.localHostName;
+    copy.servicesLog = workdir / "services.jsonl";
+    return copy;
+}
+
+/// A run must not copy files into the platform's own folders, so it gets a component folder of
+/// its own, with the data files.
+void MakeComponentFolder(const GlobalOptions& options, const fs::path& folder) {
+    fs::create_directories(folder);
+    fs::copy(InstallFolder(options) / "resources", folder / "resources",
+             fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+}
+
+/// Sites that are not rehearsed are marked in the copy as if they were gone.
+void LeaveOut(host::Connection& copy, const std::vector<SiteRow>& all,
+              const std::vector<SiteRow>& chosen) {
+    std::set<std::int64_t> ids;
+    for (const SiteRow& site : chosen) {
+        ids.insert(site.siteId);
+    }
+    for (const SiteRow& site : all) {
+        if (!ids.contains(site.siteId)) {
+            copy.Execute(fmt::format(
+                "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", site.siteId));
+        }
+    }
+}
+
+/// Upgrades the copy. A site that fails is noted and left out, and the run goes on without it.
+void Upgrade(Session& copy, double version, const std::vector<SiteRow>& chosen,
+             const std::vector<std::shared_ptr<RunSink>>& sinks, Rehearsed& rehearsed) {
+    for (bool again = true; again;) {
+        again = false;
+        const auto watch = std::make_shared<RunWatch>();
+        for (const auto& sink : sinks) {
+            watch->AddSink(sink);
+        }
+        Update update;
+        update.Configure(copy.ForComponent(watch));
+        watch->Start({"rehearse", version, chosen});
+        try {
+            update.UpdateServer(version);
+            watch->End();
+        } catch (const std::exception& error) {
+            rehearsed.failed.push_back(watch->Fail(error));
+            if (const auto site = rehearsed.failed.back().where.siteId) {
+                copy.GetConnection()->Execute(fmt::format(
+                    "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", *site));
+                again = true;
+            }
+        }
+        for (const DatabaseDone& done : watch->Databases()) {
+            const bool known = std::any_of(
+                rehearsed.done.begin(), rehearsed.done.end(),
+                [&](const DatabaseDone& other) { return other.database == done.database; });
+            if (!known) {  // the central ladders run again with each attempt
+                rehearsed.done.push_back(done);
+            }
+        }
+    }
+}
+
+void VerifyCopy(const Session& copy, Rehearsed& rehearsed) {
+    for (const DatabaseDone& done : rehearsed.done) {
+        std::vector<std::string> absent;
+        for (auto& finding : Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
+                                     ReadLayout(*copy.Own(), done.database), absent)) {
+            rehearsed.findings.push_back(std::move(finding));
+        }
+    }
+}
+
+void Print(const Rehearsed& rehearsed, Console& console) {
+    using Align = TextTable::Align;
+    TextTable table({{"Database"},
+                     {"From"},
+                     {"Steps", Align::kRight},
+                     {"Statements", Align::kRight},
+                     {"Time", Align::kRight}});
+    for (const DatabaseDone& done : rehearsed.done) {
+        table.AddRow({done.database, VersionText(done.from), std::to_string(done.steps),
+                      std::to_string(done.statements), DurationText(done.duration)});
+    }
+    for (const std::string& line : table.Lines()) {
+        console.Print(line);
+    }
+    for (const RunFailure& failure : rehearsed.failed) {
+        console.Print("would fail: " + FailureLine(failure));
+    }
+    for (const LayoutFinding& finding : rehearsed.findings) {
+        console.Print("differs afterwards: " + finding.Text());
+    }
+    console.Say(fmt::format(
+        "Rehearsed: {} upgraded, {}, {}.", Count(rehearsed.done.size(), "database"),
+        Count(rehearsed.failed.size(), "failure"), Count(rehearsed.findings.size(), "difference")));
+}
+
+nlohmann::ordered_json JsonOf(const Rehearsed& rehearsed, bool clean) {
+    nlohmann::ordered_json result{{"command", "rehearse"},
+                                  {"result", clean ? "clean" : "findings"}};
+    auto& done = result["upgraded"] = nlohmann::ordered_json::array();
+    for (const DatabaseDone& database : rehearsed.done) {
+        done.push_back({{"database", database.database},
+                        {"from", database.from},
+                        {"steps", database.steps},
+                        {"statements", database.statements},
+                        {"seconds", std::chrono::duration<double>(database.duration).count()}});
+    }
+    auto& failed = result["failures"] = nlohmann::ordered_json::array();
+    for (const RunFailure& failure : rehearsed.failed) {
+        failed.push_back({{"database", failure.where.database},
+                          {"step", failure.where.step ? failure.where.step->name : ""},
+                          {"code", failure.code},
+                          {"text", FailureLine(failure)}});
+    }
+    auto& findings = result["differences"] = nlohmann::ordered_json::array();
+    for (const LayoutFinding& finding : rehearsed.findings) {
+        findings.push_back(finding.Text());
+    }
+    return result;
+}
+
+int Rehearse(const GlobalOptions& options, Console& console, const RehearseArguments& arguments) {
+    if (fs::exists(arguments.workdir / "server")) {
+        throw CommandError(fmt::format("{} holds a rehearsal already; name another folder",
+                                       arguments.workdir.string()),
+                           kWrongUse);
+    }
+    Session source(options);
+    Installation installation(source.Own());
+    const double version = installation.Version();
+    const auto all = installation.Sites();
+    const auto chosen = ChosenSites(all, arguments);
+    if (!IsBelow(version, kCurrentVersion)) {
+        throw CommandError(
+            "the installation is not below the current version: nothing to rehearse");
+    }
+    fs::create_directories(arguments.workdir);
+    const GlobalOptions copyOptions = OptionsForTheCopy(options, arguments.workdir);
+    MakeComponentFolder(options, copyOptions.installFolder);
+    Session copy(copyOptions);
+    const ClientOptionFile from(source, options);
+    const ClientOptionFile to(copy, copyOptions);
+    std::vector<std::string> databases{"tw_tarnwick"};
+    if (installation.HasDatabase("tw_logs")) {
+        databases.emplace_back("tw_logs");
+    }
+    for (const SiteRow& site : chosen) {
+        databases.push_back(fmt::format("tw_{}", site.siteId));
+    }
+    if (const auto root = RootSite(*source.Own())) {
+        const std::string database = fmt::format("tw_{}", *root);
+        if (std::find(databases.begin(), databases.end(), database) == databases.end()) {
+            databases.push_back(database);  // the central ladder writes a domain into it
+        }
+    }
+    for (const std::string& database : databases) {
+        // The versions are rows of the central database, so it is always copied whole.
+        const bool schemaOnly = arguments.schemaOnly && database != "tw_tarnwick";
+        if (installation.HasDatabase(database)) {
+            CopyDatabase(from, to, database, schemaOnly);
+            console.Say(fmt::format("{}: copied", database));
+        }
+    }
+    LeaveOut(*copy.GetConnection(), all, chosen);
+    std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
+    if (!options.trace.empty()) {
+        sinks.push_back(std::make_shared<Trace>(options.trace));
+    }
+    if (!options.events.empty()) {
+        sinks.push_back(std::make_shared<Events>(options.events));
+    }
+    Rehearsed rehearsed;
+    Upgrade(copy, version, chosen, sinks, rehearsed);
+    VerifyCopy(copy, rehearsed);
+    Print(rehearsed, console);
+    const bool clean = rehearsed.failed.empty() && rehearsed.findings.empty();
+    console.Result(JsonOf(rehearsed, clean));
+    return clean ? kDone : kFindings;
+}
+
+}  // namespace
+
+void AddRehearse(CLI::App& app, Invocation& invocation) {
+    auto* command = app.add_subcommand(
+        "rehearse", "Upgrade a copy on a private server; the source is only read");
+    const auto arguments = std::make_shared<RehearseArguments>();
+    command->add_option("--site", arguments->sites, "Copy this site (may be repeated)")
+        ->type_name("ID")
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    command->add_option("--sample", arguments->sample, "Copy so many of the sites")
+        ->type_name("N")
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    command->add_option("--workdir", arguments->workdir, "A folder for the private server")
+        ->type_name("DIR")
+        ->required();
+    command->add_flag("--schema-only", arguments->schemaOnly,
+                      "Copy the tables of the sites without their rows");
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return Rehearse(options, console, *arguments);
+        };
+    });
+}
+
+}  // namespace twupdate::cli
