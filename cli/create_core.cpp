@@ -19,6 +19,7 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     Run run;
     run.start.command = "create-core";
     run.start.version = kCurrentVersion;
+    run.result["created"] = false;
     run.operation = [&](Update& update, Utility& /*host*/) {
         created = update.CreateCoreDb() == kTrue;
         run.result["created"] = created;

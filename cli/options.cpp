@@ -32,6 +32,20 @@ void RefusePasswords(CLI::App& app) {
         ->group("");
 }
 
+/// An empty value is a variable of the shell that was not set.
+std::string NotEmpty(const std::string& value) {
+    return value.empty() ? "the value must not be empty" : "";
+}
+
+/// What the central database's column of domain names takes.
+std::string IsHostName(const std::string& name) {
+    constexpr std::size_t kLongest = 100;
+    const bool hasBlank = name.find_first_of(" \t\r\n") != std::string::npos;
+    return name.empty() || name.size() > kLongest || hasBlank
+               ? "a host name has 1 to 100 characters and no blank"
+               : "";
+}
+
 std::string VersionLine() {
     return fmt::format("twupdate {} (brings databases to version {})", TWUPDATE_VERSION,
                        VersionText(kCurrentVersion));
@@ -70,6 +84,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kServerGroup);
     app.add_option("--charset", options.charset, "Character set of the connection")
         ->type_name("NAME")
+        ->check(NotEmpty)
         ->capture_default_str()
         ->group(kServerGroup);
     app.add_option("--sql-mode", options.sqlMode,
@@ -95,6 +110,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--local-host-name", options.localHostName,
                    "Local host name that is registered as a domain of the root site")
         ->type_name("NAME")
+        ->check(IsHostName)
         ->capture_default_str()
         ->group(kComponentGroup);
     app.add_option("--service-command", options.serviceCommand,
@@ -105,6 +121,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--services-log", options.servicesLog,
                    "Record component services in this file, one JSON object a line")
         ->type_name("FILE")
+        ->check(NotEmpty)
         ->group(kComponentGroup);
 
     app.add_option("--lock-wait", options.lockWaitSeconds,
@@ -117,6 +134,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--backup", options.backup,
                    "Dump each database into this folder before it is first changed")
         ->type_name("DIR")
+        ->check(NotEmpty)
         ->group(kRunGroup);
     app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
                    "Fail when a statement waits so long for a lock that somebody else holds "
@@ -128,13 +146,16 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--trace", options.trace,
                    "Record every call to the server in this file, one JSON object a line")
         ->type_name("FILE")
+        ->check(NotEmpty)
         ->group(kOutputGroup);
     app.add_option("--events", options.events,
                    "Record how the run goes on in this file, one JSON object a line")
         ->type_name("FILE")
+        ->check(NotEmpty)
         ->group(kOutputGroup);
     app.add_option("--log", options.log, "Record how the run goes on in this file, for people")
         ->type_name("FILE")
+        ->check(NotEmpty)
         ->group(kOutputGroup);
     app.add_flag("--json", options.json, "Print the result as one JSON object")
         ->group(kOutputGroup);

@@ -54,7 +54,9 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
                                   {"result", failure == nullptr ? "done"
                                              : failure->stopped ? "stopped"
                                                                 : "failed"}};
-    result.update(run.result);
+    if (!run.result.is_null()) {  // an operation that failed may not have come so far
+        result.update(run.result);
+    }
     const Counts& counts = watch.Done();
     result["databases"] = counts.databases;
     result["sites"] = counts.sites;
@@ -72,8 +74,11 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
 
 std::string SummaryLine(const RunWatch& watch) {
     const Counts& counts = watch.Done();
-    return fmt::format("Done: {}, {}, {} in {}.", Count(counts.databases, "database"),
-                       Count(counts.steps, "step"), Count(counts.statements, "statement"),
+    const std::string ladders = counts.databases == 0
+                                    ? std::string()  // a creation walks no ladder
+                                    : fmt::format("{}, {}, ", Count(counts.databases, "database"),
+                                                  Count(counts.steps, "step"));
+    return fmt::format("Done: {}{} in {}.", ladders, Count(counts.statements, "statement"),
                        DurationText(watch.Elapsed()));
 }
 

@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+#include "twupdate/value.h"
+
 namespace twupdate::cli {
 namespace {
 
@@ -273,7 +275,7 @@ std::string Printable(std::string_view text) {
 std::string DescribeError(std::string_view statement, std::uint32_t code, std::string_view sqlState,
                           std::string_view text) {
     std::string line;
-    if (!statement.empty()) {
+    if (!statement.empty() && !text.starts_with(statement)) {  // a host may name it itself
         line += ShortStatement(WithoutPasswords(statement)) + ": ";
     }
     if (code != 0) {
@@ -285,6 +287,13 @@ std::string DescribeError(std::string_view statement, std::uint32_t code, std::s
 
 std::string DescribeError(const HostError& error) {
     return DescribeError(error.Statement(), error.Code(), error.SqlState(), error.what());
+}
+
+std::string IsVersion(const std::string& word) {
+    const Value version(word);
+    return version.IsNumeric() && version.ToDouble() >= 0
+               ? ""
+               : "'" + word + "' is no version; a version is a number such as 1.0050";
 }
 
 }  // namespace twupdate::cli

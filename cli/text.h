@@ -40,4 +40,7 @@ std::string DescribeError(std::string_view statement, std::uint32_t code, std::s
                           std::string_view text);
 std::string DescribeError(const HostError& error);
 
+/// What a parser says of a word that is no version; nothing of a decimal number not below 0.
+std::string IsVersion(const std::string& word);
+
 }  // namespace twupdate::cli

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <limits>
 
 #include "cli/commands.h"
 #include "cli/failure.h"
@@ -20,13 +21,22 @@ std::vector<SiteRow> InState(const std::vector<SiteRow>& sites, SiteState state)
     return chosen;
 }
 
-/// A site without a version is passed over by the site walk, as if it were current.
-void WarnOfSitesWithoutVersion(const std::vector<SiteRow>& sites, Console& console) {
+/// Refuses an old site that the site walk could not take: it would be passed over in silence, or
+/// stop the run half-way.
+void RefuseUnreadableSites(const std::vector<SiteRow>& sites) {
     for (const SiteRow& site : InState(sites, SiteState::kNoVersion)) {
-        console.Warn(fmt::format(
-            "site {} is left out: its version in tw_tarnwick.site is NULL; set it to the version "
-            "of its layout (0 runs every step)",
+        throw CommandError(fmt::format(
+            "the version of site {} in tw_tarnwick.site is NULL; set it to the version of its "
+            "layout (0 runs every step); nothing was done",
             site.siteId));
+    }
+    for (const SiteRow& site : InState(sites, SiteState::kOld)) {
+        if (site.siteId < 1 || site.siteId > std::numeric_limits<std::int32_t>::max()) {
+            throw CommandError(fmt::format(
+                "tw_tarnwick.site has a site {}, but a siteid lies between 1 and 2147483647; "
+                "nothing was done",
+                site.siteId));
+        }
     }
 }
 
@@ -59,10 +69,10 @@ int Upgrade(const GlobalOptions& options, Console& console) {
             VersionText(version), VersionText(kCurrentVersion)));
     }
     const auto sites = installation.Sites();
-    WarnOfSitesWithoutVersion(sites, console);
     if (!IsBelow(version, kCurrentVersion)) {
         return NothingToDo(version, sites, console);
     }
+    RefuseUnreadableSites(sites);
     Run run;
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
     run.result["from"] = version;

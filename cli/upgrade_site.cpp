@@ -105,7 +105,7 @@ void AddUpgradeSite(CLI::App& app, Invocation& invocation) {
         ->add_option("--from", arguments->from,
                      "Start from this version instead of the recorded one")
         ->type_name("VERSION")
-        ->check(CLI::NonNegativeNumber);
+        ->check(IsVersion);
     command->add_flag("--no-record", arguments->noRecord,
                       "Do not record the site's new version in the central database");
     command->callback([&invocation, arguments] {

@@ -223,8 +223,9 @@ std::string Update::CreateCartFieldSequence(
     if (IsTrue(*cart, nameSetting)) {
         sequence += ",0";
     }
+    const bool organization = IsTrue(*cart, organizationSetting);
     const bool address = IsTrue(*cart, addressSetting);
-    if (address || IsTrue(*cart, organizationSetting)) {
+    if (organization || address) {
         sequence += ",1";
     }
     if (address) {

@@ -46,7 +46,11 @@ std::string Update::FieldText(const Field& field) {
 }
 
 std::int32_t Update::NumberOrDefault(const Value& value, std::int32_t defaultNumber) {
-    return value.IsNumeric() ? value.ToInt32() : defaultNumber;
+    try {
+        return value.IsNumeric() ? value.ToInt32() : defaultNumber;
+    } catch (const OverflowError&) {
+        return defaultNumber;  // no 32-bit integer, so none of the platform's numbers
+    }
 }
 
 std::string Update::DecodeAngleBrackets(std::string_view text) {

@@ -69,19 +69,35 @@ TEST_F(Failures, AnInstallationWithoutAVersionIsNamed) {
     EXPECT_THAT(Run({"upgrade"}).err, HasSubstr("tw_tarnwick.installation has no row"));
 }
 
-TEST_F(Failures, ASiteWithoutAVersionIsLeftOutAndNamed) {
+TEST_F(Failures, ASiteWithoutAVersionIsNamedBeforeAnythingIsDone) {
     MakeNearlyCurrentInstallation();
     MakeSiteRow(5, "1.0200");
     Execute("ALTER TABLE tw_tarnwick.site MODIFY version DOUBLE NULL;");
     Execute("UPDATE tw_tarnwick.site SET version = NULL;");
     const Outcome outcome = Run({"upgrade"});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr("warning: site 5 is left out: its version in "
-                                       "tw_tarnwick.site is NULL"));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("twupdate: the version of site 5 in tw_tarnwick.site is "
+                                       "NULL; set it to the version of its layout"));
+    EXPECT_EQ(InstallationVersion(), "1.0262");
     const Outcome one = Run({"upgrade-site", "5"});
     EXPECT_EQ(one.status, 1);
     EXPECT_THAT(one.err, HasSubstr("the version of site 5 in tw_tarnwick.site is NULL; say with "
                                    "--from"));
+}
+
+TEST_F(Failures, ASiteIdThatIsNoneIsNamedBeforeAnythingIsDone) {
+    MakeNearlyCurrentInstallation();
+    MakeSiteRow(5, "1.0262");
+    for (const char* id : {"-3", "0", "5000000000"}) {
+        Execute(std::string("UPDATE tw_tarnwick.site SET siteid = ") + id + ";");
+        const Outcome outcome = Run({"upgrade"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr(std::string("twupdate: tw_tarnwick.site has a site ") +
+                                           id + ", but a siteid lies between"));
+        EXPECT_EQ(InstallationVersion(), "1.0262");
+    }
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1;");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
 }
 
 TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
@@ -155,6 +171,14 @@ TEST_F(Failures, AShortLineInADataFileIsNamed) {
     EXPECT_THAT(outcome.err, HasSubstr("DROP DATABASE tw_tarnwick"));
     // Creation looks at the name alone, so resuming would find the database "there".
     EXPECT_THAT(outcome.err, Not(HasSubstr("resumes")));
+    EXPECT_THAT(outcome.err, Not(HasSubstr("json")));
+
+    Execute("DROP DATABASE tw_tarnwick;");
+    const Outcome json = Run({"--json", "--install-folder", install.string(), "create-core"});
+    EXPECT_EQ(json.status, 1);
+    EXPECT_EQ(json.Json()["result"], "failed");
+    EXPECT_EQ(json.Json()["created"], false);
+    EXPECT_THAT(json.Json()["error"].dump(), HasSubstr("currencyData.txt"));
 }
 
 TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {

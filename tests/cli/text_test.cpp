@@ -103,5 +103,12 @@ TEST(DisplayWidth, CountsCharacters) {
     EXPECT_EQ(DisplayWidth("caf\xC3\xA9"), 4U);
 }
 
+TEST(DescribeError, NamesACallOnce) {
+    EXPECT_EQ(DescribeError(HostError("Reset 7 1", 0, "", "Reset 7 1: ended with status 1")),
+              "Reset 7 1: ended with status 1");
+    EXPECT_EQ(DescribeError(HostError("Reset 7 1", 0, "", "ended with status 1")),
+              "Reset 7 1: ended with status 1");
+}
+
 }  // namespace
 }  // namespace twupdate::cli

@@ -38,6 +38,20 @@ TEST(Usage, TakesSiteIdsFrom1ToTheLargest32BitInteger) {
 TEST(Usage, TakesNoVersionBelow0) {
     ExpectWrongUse({"upgrade-site", "7", "--from", "-1"}, "--from");
     ExpectWrongUse({"upgrade-site", "7", "--from", "old"}, "--from");
+    ExpectWrongUse({"upgrade-site", "7", "--from", "1,5"}, "'1,5' is no version");
+    ExpectWrongUse({"import-master-data", "7", "--from", "inf"}, "'inf' is no version");
+}
+
+TEST(Usage, TakesNoEmptyValues) {
+    for (const char* option : {"--trace", "--events", "--log", "--services-log", "--charset"}) {
+        ExpectWrongUse({option, "", "status"}, "must not be empty");
+    }
+}
+
+TEST(Usage, TakesALocalHostNameThatTheColumnHolds) {
+    for (const std::string& name : {std::string(), std::string("a b"), std::string(101, 'a')}) {
+        ExpectWrongUse({"--local-host-name", name, "status"}, "1 to 100 characters");
+    }
 }
 
 TEST(Usage, RefusesPasswordsOnTheCommandLineWithoutRepeatingThem) {

@@ -60,6 +60,8 @@ TEST(NumberOrDefault, TakesTheDefaultForBlanksNullAndWords) {
     EXPECT_EQ(Peer::NumberOrDefault("12", 5), 12);
     EXPECT_EQ(Peer::NumberOrDefault("twelve", 5), 5);
     EXPECT_EQ(Peer::NumberOrDefault(Value(), 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault("3000000000", 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault(-2147483649.0, 5), 5);
     EXPECT_EQ(Peer::NumberOrDefault(2.5, 5), 2);
     EXPECT_EQ(Peer::NumberOrDefault(3.5, 5), 4);
 }

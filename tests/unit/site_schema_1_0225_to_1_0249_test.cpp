@@ -39,7 +39,7 @@ std::vector<StepCase> StepCases_1_0225_to_1_0249() {
                     SendsOnce("ALTER TABLE tw_7.externallookupfeedfield "
                               "ADD COLUMN lookupfieldid INT AUTO_INCREMENT FIRST, "
                               "ADD PRIMARY KEY(lookupfieldid);"),
-                    TestsIndex("externallookupfeedfield"),
+                    TestsIndex("externallookupfeedfield"), TestsIndex("externallookupfeedfield"),
                     Sends("ALTER TABLE tw_7.externallookupfeedfield DROP INDEX fieldid_idx;"),
                     Sends("ALTER TABLE tw_7.externallookupfeedfield "
                           "ADD INDEX fieldid_idx(fieldid);"),

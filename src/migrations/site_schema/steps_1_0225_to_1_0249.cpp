@@ -66,7 +66,9 @@ void Update::SiteSchemaStep_1_0229(std::int32_t siteId) {
                         "ADD PRIMARY KEY(lookupfieldid);"));
         }
         // The index was unique; a plain one takes its place, on every run.
-        DropIndex(db, "externallookupfeedfield", "fieldid_idx");
+        if (IndexExists(db, "externallookupfeedfield", "fieldid_idx")) {
+            DropIndex(db, "externallookupfeedfield", "fieldid_idx");
+        }
         AddIndex(db, "externallookupfeedfield", "fieldid_idx", "fieldid");
         AddColumnIfMissing(db, "externallookupfeedfield", "linkonextended",
                            "BOOL DEFAULT 0 NOT NULL");
