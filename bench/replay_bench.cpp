@@ -67,7 +67,7 @@ void ComponentAgainstReplay(benchmark::State& state) {
     OneOldSite site;
     for ([[maybe_unused]] auto _ : state) {
         const auto result = bench::Compare(
-            site.Server(), site.InstallFolder(), FromEnvironment("TWUPDATE_BENCH_ROUNDS", 7),
+            site.Server(), site.InstallFolder(), FromEnvironment("TWUPDATE_BENCH_ROUNDS", 41),
             [&] { site.Restore(); },
             [](const std::shared_ptr<Utility>& host) {
                 Update update;

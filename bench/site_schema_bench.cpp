@@ -196,7 +196,7 @@ void WholeSchemaLadderAgainstReplay(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
         const auto result =
             bench::Compare(installation.Server(), installation.Root() / "update",
-                           FromEnvironment("TWUPDATE_BENCH_ROUNDS", 7), restore,
+                           FromEnvironment("TWUPDATE_BENCH_ROUNDS", 41), restore,
                            [](const std::shared_ptr<Utility>& host) {
                                Update update;
                                update.Configure(host);

@@ -168,7 +168,7 @@ Layout Layout::Parse(std::string_view text) {
         if (parts[0].starts_with("table ")) {
             std::string name = parts[0].substr(6);
             const bool optional = name.ends_with(kOptional);
-            name = name.substr(0, name.find(' '));
+            name.resize(std::min(name.find(' '), name.size()));
             table = &layout.tables[name];
             table->optional = optional;
             table->step = step;
