@@ -434,7 +434,9 @@ TEST_F(SiteWalk, AThousandSitesAtMixedVersionsAreVisitedOnceEachInAscendingOrder
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1.0265"), "980");
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1"), "20");
     // The log of the test itself is a megabyte or two.
+#ifndef __SANITIZE_ADDRESS__  // which keeps freed memory for a while
     EXPECT_LT(host->observer->lastMegabytes - host->observer->firstMegabytes, 8.0);
+#endif
 }
 
 }  // namespace
