@@ -30,9 +30,9 @@ int FromEnvironment(const char* name, int otherwise) {
 /// A private server with a central database at 1.0264 and sites of one version.
 class ManySites {
   public:
-    /// @param databases  whether the sites have one, with the tables of every site at 1.0000
-    ManySites(int sites, std::string version, bool databases)
-        : sites_(sites), version_(std::move(version)), databases_(databases) {
+    /// @param tables  whether the sites' databases have the tables of every site at 1.0000
+    ManySites(int sites, std::string version, bool tables)
+        : sites_(sites), version_(std::move(version)), tables_(tables) {
         std::filesystem::create_directories(InstallFolder());
         std::filesystem::create_directory_symlink(
             sample::InstallationOptions::DefaultResourceFolder(), InstallFolder() / "resources");
@@ -55,8 +55,8 @@ class ManySites {
         std::string rows;
         for (int id = 1; id <= sites_; ++id) {
             rows += (rows.empty() ? "(" : ",(") + std::to_string(id) + "," + version_ + ")";
-            for (const std::string& statement :
-                 databases_ ? layouts_.Site(id, {}) : std::vector<std::string>()) {
+            const std::vector<std::string> empty{"CREATE DATABASE tw_" + std::to_string(id)};
+            for (const std::string& statement : tables_ ? layouts_.Site(id, {}) : empty) {
                 connection->Execute(statement);
             }
         }
@@ -78,7 +78,7 @@ class ManySites {
 
     int sites_;
     std::string version_;
-    bool databases_;
+    bool tables_;
     sample::Layouts layouts_;
     bench::TemporaryFolder folder_;
     host::PrivateServer server_{folder_.Path() / "data", {.fast = true, .serverOptions = {}}};

@@ -17,8 +17,9 @@ using test::RecordingHost;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// A version at which no step of any ladder is left, but which is still below the current one.
-constexpr double kNoStepsLeft = 1.0264;
+// A version at which no step of the central ladders is left, but which is still below the current
+// one.
+constexpr double kNoServerStepsLeft = 1.0264;
 
 std::string SitesAbove(std::int32_t lastSiteId) {
     return "SELECT siteid, version FROM tw_tarnwick.site WHERE siteid > " +
@@ -26,8 +27,9 @@ std::string SitesAbove(std::int32_t lastSiteId) {
            " AND version < ? AND harddeleted = 0 AND transaction = 0 ORDER BY siteid LIMIT 30;";
 }
 
-/// Sites `first` to `last` as the enumeration returns them.
-test::ResultSet Sites(std::int32_t first, std::int32_t last, double version = kNoStepsLeft) {
+/// Sites `first` to `last` as the enumeration returns them; at the current version, which a server
+/// would not return, none of them runs a step.
+test::ResultSet Sites(std::int32_t first, std::int32_t last, double version = kCurrentVersion) {
     test::ResultSet sites{{"siteid", "version"}, {}};
     for (std::int32_t id = first; id <= last; ++id) {
         sites.rows.push_back({id, version});
@@ -120,13 +122,13 @@ TEST_F(Drivers, ImportMasterDataNeedsAPositiveSite) {
 }
 
 TEST_F(Drivers, ImportMasterDataWalksNoSitesAndWritesNoVersion) {
-    EXPECT_EQ(update.UpdateImportMasterData(7, kNoStepsLeft), -1);
+    EXPECT_EQ(update.UpdateImportMasterData(7, kNoServerStepsLeft), -1);
     EXPECT_THAT(host->log, IsEmpty());
 }
 
 TEST_F(Drivers, ACurrentSiteIsLeftAlone) {
     EXPECT_EQ(update.UpdateSite(7, kCurrentVersion), -1);
-    EXPECT_EQ(update.UpdateSite(7, kNoStepsLeft), -1);
+    EXPECT_EQ(update.UpdateSite(7, 2), -1);
     EXPECT_THAT(host->log, IsEmpty());
 }
 
@@ -138,13 +140,13 @@ TEST_F(Drivers, ACurrentInstallationExaminesNoSite) {
 }
 
 TEST_F(Drivers, WithoutOldSitesOneQueryAndTheInstallationWrite) {
-    EXPECT_EQ(update.UpdateServer(kNoStepsLeft), -1);
+    EXPECT_EQ(update.UpdateServer(kNoServerStepsLeft), -1);
     EXPECT_THAT(host->log, ElementsAre(EnumerationLine(0), kInstallationWriteLine));
 }
 
 TEST_F(Drivers, ThirtySitesMakeTwoQueriesTheSecondEmpty) {
     host->Answer(SitesAbove(0), Sites(1, 30));
-    update.UpdateServer(kNoStepsLeft);
+    update.UpdateServer(kNoServerStepsLeft);
     std::vector<std::string> expected{EnumerationLine(0)};
     for (std::int32_t id = 1; id <= 30; ++id) {
         expected.push_back(SiteWriteLine(id));
@@ -157,7 +159,7 @@ TEST_F(Drivers, ThirtySitesMakeTwoQueriesTheSecondEmpty) {
 TEST_F(Drivers, ThirtyOneSitesMakeBatchesOfThirtyAndOne) {
     host->Answer(SitesAbove(0), Sites(101, 130));
     host->Answer(SitesAbove(130), Sites(500, 500));
-    update.UpdateServer(kNoStepsLeft);
+    update.UpdateServer(kNoServerStepsLeft);
     ASSERT_EQ(host->log.size(), 34U);
     EXPECT_EQ(host->log[0], EnumerationLine(0));
     EXPECT_EQ(host->log[30], SiteWriteLine(130));
@@ -168,7 +170,7 @@ TEST_F(Drivers, ThirtyOneSitesMakeBatchesOfThirtyAndOne) {
 
 TEST_F(Drivers, BindsTheVersionOnceForAllSites) {
     host->Answer(SitesAbove(0), Sites(1, 3));
-    update.UpdateServer(kNoStepsLeft);
+    update.UpdateServer(kNoServerStepsLeft);
     EXPECT_EQ(host->commandsMade, 3);  // the site writes, the enumeration, the installation write
     EXPECT_EQ(host->commandsClosed, 3);
     EXPECT_EQ(host->parametersBound, 3);
@@ -177,7 +179,7 @@ TEST_F(Drivers, BindsTheVersionOnceForAllSites) {
 TEST_F(Drivers, AFailureWritesNoVersion) {
     host->Answer(SitesAbove(0), Sites(1, 3));
     host->FailAt(3);  // the write of site 2
-    EXPECT_THROW(update.UpdateServer(kNoStepsLeft), HostError);
+    EXPECT_THROW(update.UpdateServer(kNoServerStepsLeft), HostError);
     EXPECT_THAT(host->log, ElementsAre(EnumerationLine(0), SiteWriteLine(1), SiteWriteLine(2)));
     host->openRecordsets = 0;  // given up, not closed
 }
@@ -185,7 +187,7 @@ TEST_F(Drivers, AFailureWritesNoVersion) {
 TEST_F(Drivers, AFailingHostCallReachesTheCallerUnchanged) {
     host->FailAt(1, 2013);
     try {
-        update.UpdateServer(kNoStepsLeft);
+        update.UpdateServer(kNoServerStepsLeft);
         FAIL() << "nothing was thrown";
     } catch (const HostError& error) {
         EXPECT_EQ(error.Code(), 2013U);
@@ -197,7 +199,7 @@ TEST_F(Drivers, AFailingHostCallReachesTheCallerUnchanged) {
 TEST_F(Drivers, ASiteVersionThatIsNullIsAClearError) {
     host->Answer(SitesAbove(0), {{"siteid", "version"}, {{4, Value()}}});
     try {
-        update.UpdateServer(kNoStepsLeft);
+        update.UpdateServer(kNoServerStepsLeft);
         FAIL() << "nothing was thrown";
     } catch (const ConversionError& error) {
         EXPECT_STREQ(error.what(), "column version: NULL where a number must be");
@@ -208,7 +210,7 @@ TEST_F(Drivers, ASiteVersionThatIsNullIsAClearError) {
 TEST_F(Drivers, ASiteIdBeyondThirtyTwoBitsIsAClearError) {
     host->Answer(SitesAbove(0), {{"siteid", "version"}, {{std::int64_t{3000000000}, 1.0}}});
     try {
-        update.UpdateServer(kNoStepsLeft);
+        update.UpdateServer(kNoServerStepsLeft);
         FAIL() << "nothing was thrown";
     } catch (const OverflowError& error) {
         EXPECT_STREQ(error.what(), "column siteid: 3000000000 does not fit a 32-bit integer");
@@ -255,7 +257,7 @@ TEST_F(Drivers, TheObserverIsToldOfLaddersSitesAndTheWalk) {
     const auto observer = std::make_shared<ListingObserver>();
     host->observer = observer;
     host->Answer(SitesAbove(0), Sites(5, 5));
-    update.UpdateServer(kNoStepsLeft);
+    update.UpdateServer(kNoServerStepsLeft);
     EXPECT_THAT(observer->told,
                 ElementsAre("ladder server tw_tarnwick", "end server tw_tarnwick",
                             "ladder server data tw_tarnwick", "end server data tw_tarnwick", "walk",
@@ -267,7 +269,7 @@ TEST_F(Drivers, TheObserverIsNotToldOfTheEndOfWhatFails) {
     const auto observer = std::make_shared<ListingObserver>();
     host->observer = observer;
     host->FailAt(1);
-    EXPECT_THROW(update.UpdateSite(5, 1.0263), HostError);  // only SiteSchemaStep_1_0264 is left
+    EXPECT_THROW(update.UpdateSite(5, 1.0263), HostError);
     EXPECT_THAT(observer->told,
                 ElementsAre("site 5", "ladder site schema tw_5", "step SiteSchemaStep_1_0264"));
 }
@@ -349,12 +351,14 @@ TEST_F(WholeInstallation, TheServerRunsComeInFullBeforeTheSites) {
     AnswerSites(1.0263);
     update.UpdateServer(1.0);
     std::vector<std::string> expected = NamesOf({Ladder::kServer, Ladder::kServerData}, 1.0);
-    expected.emplace_back("SiteSchemaStep_1_0264");
+    for (const std::string& step : NamesOf({Ladder::kSiteSchema, Ladder::kSiteContent}, 1.0263)) {
+        expected.push_back(step);
+    }
     EXPECT_EQ(StepsRun(), expected);
 }
 
 TEST_F(WholeInstallation, RefreshesTheApplicationOnceAfterTheSitesBelow1_0041) {
-    AnswerSites(kNoStepsLeft);
+    AnswerSites(kCurrentVersion);
     update.UpdateServer(1.0040);
     ASSERT_GE(host->log.size(), 3U);
     const std::vector<std::string> tail(host->log.end() - 4, host->log.end());

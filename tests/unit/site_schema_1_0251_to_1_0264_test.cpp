@@ -348,7 +348,7 @@ TEST_F(SiteSchema_1_0251_to_1_0264, TheLastStepLeavesNothingToASecondRunOfTheLad
     peer.RunSiteSchemaLadder(7, 1.0);
     const auto tables = Tables();
     host->log.clear();
-    peer.RunSiteSchemaLadder(7, 1.0264);
+    peer.RunSiteSchemaLadder(7, kCurrentVersion);
     EXPECT_THAT(host->log, IsEmpty());
     peer.RunSiteSchemaLadder(7, 1.0);
     ExpectSameTables(tables);
