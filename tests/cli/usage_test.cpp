@@ -120,5 +120,52 @@ TEST(Usage, SaysItInJsonToo) {
     EXPECT_THAT(result["error"]["text"].get<std::string>(), HasSubstr("cannot connect"));
 }
 
+/// What the page writes with "…" for a value, as a regular expression.
+std::string PatternOf(const std::string& message) {
+    static const std::string ellipsis = "…";
+    std::string pattern;
+    for (std::size_t i = 0; i < message.size(); ++i) {
+        if (message.compare(i, ellipsis.size(), ellipsis) == 0) {
+            pattern += ".+";
+            i += ellipsis.size() - 1;
+        } else {
+            pattern += std::string("()[]*+?.").find(message[i]) == std::string::npos
+                           ? std::string(1, message[i])
+                           : std::string("[") + message[i] + "]";
+        }
+    }
+    return pattern;
+}
+
+TEST(Usage, FindsEveryMessageOfTheParserOnThePageOfErrors) {
+    const std::string page = ContentOf(TWUPDATE_SOURCE_FOLDER "/docs/errors.md");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> uses{
+        {{}, "A subcommand is required"},
+        {{"upgrdae"}, "unknown: …"},
+        {{"status", "--colour"}, "The following argument was not expected: …"},
+        {{"status", "upgrade", "--colour"}, "The following arguments were not expected: …"},
+        {{"upgrade-site"}, "… is required"},
+        {{"rehearse"}, "… is required"},
+        {{"--port"}, "…: 1 required … missing"},
+        {{"--port", "1", "--port", "2", "status"}, "…: At Most 1 required but received 2"},
+        {{"--port", "65536", "status"}, "…: Value … not in range … to …"},
+        {{"upgrade-site", "0"}, "…: Value … not in range … to …"},
+        {{"--json=yes!", "status"}, "Could not convert: … = …"},
+        {{"--port", "1", "--datadir", "x", "status"}, "… excludes …"},
+        {{"--defaults-file", "/nowhere", "status"}, "…: File does not exist: …"},
+        {{"--install-folder", "/nowhere", "status"}, "…: Directory does not exist: …"},
+        {{"--defaults-file", "/", "status"}, "…: File is actually a directory: …"},
+        {{"--install-folder", "/dev/null", "status"}, "…: Directory is actually a file: …"}};
+    for (const auto& [arguments, message] : uses) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        EXPECT_THAT(page, HasSubstr("`" + message + "`"));
+        const Outcome outcome = RunProgram(arguments);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_THAT(outcome.err, testing::StartsWith("twupdate: "));
+        EXPECT_THAT(outcome.err.substr(0, outcome.err.find('\n')),
+                    testing::MatchesRegex("twupdate: " + PatternOf(message)));
+    }
+}
+
 }  // namespace
 }  // namespace twupdate::test
