@@ -1,21 +1,7 @@
+#include "dbutil/replace_all.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
-namespace {
-
-std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to) {
-    std::string replaced;
-    replaced.reserve(text.size());
-    std::size_t done = 0;
-    for (auto at = text.find(from); at != std::string_view::npos; at = text.find(from, done)) {
-        replaced.append(text, done, at - done).append(to);
-        done = at + from.size();
-    }
-    return replaced.append(text, done);
-}
-
-}  // namespace
-
 std::string Update::SqlEscape(std::string_view text) {
     // One pass does what the three replacements (quote, then backslash, then CR LF) do in turn:
     // none of them makes a character that a later one would find.

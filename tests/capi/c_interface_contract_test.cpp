@@ -1,13 +1,11 @@
 // What every host must do, asked of a host behind the C interface: the reference host, reached
 // through C callbacks. What comes out of the adapter must be what went in.
 
-#include <cstdlib>
-#include <filesystem>
-
 #include "capi/host_adapter.h"
+#include "contract/contract_server.h"
 #include "contract/host_contract.h"
+#include "tests/capi/c_values.h"
 #include "twupdate_host/mariadb_utility.h"
-#include "twupdate_host/private_server.h"
 
 namespace twupdate::test {
 namespace {
@@ -17,7 +15,9 @@ struct Context {
     std::shared_ptr<host::MariaDbUtility> host;
     std::vector<std::string> services;
     bool servicesFail = false;
-    std::string text;  ///< what the last callback handed out
+    // What the last callback handed out.
+    capi_test::Cell value;
+    std::string text;
     std::string folder;
 };
 
@@ -51,32 +51,16 @@ Command& CommandOf(void* handle) {
     return **static_cast<CommandHandle*>(handle);
 }
 
-void HandOut(Context& context, const Value& value, twu_value& out) {
-    const auto& data = value.Get();
-    if (const auto* integer = std::get_if<std::int64_t>(&data)) {
-        out.type = TWU_INTEGER;
-        out.as.integer = *integer;
-    } else if (const auto* real = std::get_if<double>(&data)) {
-        out.type = TWU_REAL;
-        out.as.real = *real;
-    } else if (const auto* text = std::get_if<std::string>(&data)) {
-        context.text = *text;
-        out.type = TWU_TEXT;
-        out.as.text = {context.text.data(), context.text.size()};
+Value ToParameter(const twu_value& value) {
+    const capi_test::Cell cell = capi_test::ToCell(value);
+    if (const auto* integer = std::get_if<std::int64_t>(&cell)) {
+        return *integer;
     }
-}
-
-Value ToValue(const twu_value& value) {
-    switch (value.type) {
-        case TWU_INTEGER:
-            return value.as.integer;
-        case TWU_REAL:
-            return value.as.real;
-        case TWU_TEXT:
-            return std::string(value.as.text.data, value.as.text.size);
-        default:
-            return {};
+    if (const auto* real = std::get_if<double>(&cell)) {
+        return *real;
     }
+    const auto* text = std::get_if<std::string>(&cell);
+    return text == nullptr ? Value() : Value(*text);
 }
 
 twu_status Serve(void* context, const char* service, std::int32_t site, std::int32_t component,
@@ -119,7 +103,8 @@ void AddResults(twu_host_callbacks& table) {
     table.result_field = [](void* context, void* handle, const char* column, twu_value* value,
                             twu_error* error) {
         return Answering(error, [&] {
-            HandOut(Of(context), ResultOf(handle).Fields().Item(column).Value(), *value);
+            Of(context).value = ResultOf(handle).Fields().Item(column).Value().Get();
+            capi_test::ToValue(Of(context).value, *value);
         });
     };
     table.result_next = [](void*, void* handle, twu_error* error) {
@@ -136,7 +121,7 @@ void AddCommands(twu_host_callbacks& table) {
     };
     table.command_add_parameter = [](void*, void* command, const twu_value* value,
                                      twu_error* error) {
-        return Answering(error, [&] { CommandOf(command).AddParameter(ToValue(*value)); });
+        return Answering(error, [&] { CommandOf(command).AddParameter(ToParameter(*value)); });
     };
     table.command_set_text = [](void*, void* command, const char* sql, size_t size,
                                 twu_error* error) {
@@ -191,42 +176,10 @@ void AddServices(twu_host_callbacks& table) {
     };
 }
 
-/// One private server for all tests, in a folder of its own that goes with it.
-class Server {
-  public:
-    static host::PrivateServer& Get() {
-        static Server server;
-        return *server.server_;
-    }
-    ~Server() {
-        server_.reset();
-        std::filesystem::remove_all(folder_);
-    }
-
-  private:
-    Server() {
-        std::string name = (std::filesystem::temp_directory_path() / "twupdate-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        folder_ = name;
-        server_ = std::make_unique<host::PrivateServer>(folder_ / "server",
-                                                        host::PrivateServerOptions{.fast = true});
-    }
-
-    std::filesystem::path folder_;
-    std::unique_ptr<host::PrivateServer> server_;
-};
-
 class HostBehindTheCInterface : public HostUnderTest {
   public:
     HostBehindTheCInterface() {
-        const auto connection = host::Connection::Open(Server::Get().ConnectOptions());
-        connection->Execute("CREATE DATABASE IF NOT EXISTS tw_tarnwick");
-        connection->Execute(
-            "CREATE OR REPLACE TABLE tw_tarnwick.component(componentid INT DEFAULT 0 NOT NULL, "
-            "componentname VARCHAR(255), foldername VARCHAR(50), PRIMARY KEY(componentid))");
-        context_.host = std::make_shared<host::MariaDbUtility>(connection);
+        context_.host = std::make_shared<host::MariaDbUtility>(ConnectForContract());
         twu_host_callbacks table{};
         table.size = sizeof(table);
         AddStatements(table);
@@ -239,9 +192,7 @@ class HostBehindTheCInterface : public HostUnderTest {
     std::shared_ptr<Utility> Host() override { return utility_; }
     void AddComponent(std::int32_t id, const std::string& name,
                       const std::string& folder) override {
-        context_.host->GetConnection()->ExecutePrepared(
-            "INSERT INTO tw_tarnwick.component VALUES(?, ?, ?)",
-            std::vector<Value>{id, name, folder});
+        StoreComponent(*context_.host->GetConnection(), id, name, folder);
     }
     bool FailServices() override {
         context_.servicesFail = true;

@@ -24,19 +24,6 @@ std::string Text(double number) {
     return {text, std::to_chars(text, text + sizeof(text), number).ptr};
 }
 
-Cell ToCell(const twu_value& value) {
-    switch (value.type) {
-        case TWU_INTEGER:
-            return value.as.integer;
-        case TWU_REAL:
-            return value.as.real;
-        case TWU_TEXT:
-            return std::string(value.as.text.data, value.as.text.size);
-        default:
-            return {};
-    }
-}
-
 std::string Shown(const Cell& cell) {
     if (const auto* integer = std::get_if<std::int64_t>(&cell)) {
         return "integer " + std::to_string(*integer);
@@ -46,19 +33,6 @@ std::string Shown(const Cell& cell) {
     }
     const auto* text = std::get_if<std::string>(&cell);
     return text == nullptr ? "NULL" : "text " + *text;
-}
-
-void ToValue(const Cell& cell, twu_value& value) {
-    if (const auto* integer = std::get_if<std::int64_t>(&cell)) {
-        value.type = TWU_INTEGER;
-        value.as.integer = *integer;
-    } else if (const auto* real = std::get_if<double>(&cell)) {
-        value.type = TWU_REAL;
-        value.as.real = *real;
-    } else if (const auto* text = std::get_if<std::string>(&cell)) {
-        value.type = TWU_TEXT;
-        value.as.text = {text->data(), text->size()};
-    }
 }
 
 twu_status Open(FakeHost& host, const std::string& line, const std::string& sql, void** result,

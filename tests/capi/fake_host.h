@@ -6,14 +6,13 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
+#include "c_values.h"
 #include "twupdate/twupdate.h"
 
 namespace capi_test {
 
-using Cell = std::variant<std::monostate, std::int64_t, double, std::string>;
 using Row = std::map<std::string, Cell>;
 using Rows = std::vector<Row>;
 

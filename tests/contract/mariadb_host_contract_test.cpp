@@ -1,12 +1,9 @@
-#include <unistd.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
+#include "contract/contract_server.h"
 #include "contract/host_contract.h"
 #include "twupdate_host/mariadb_utility.h"
-#include "twupdate_host/private_server.h"
 
 namespace twupdate::test {
 namespace {
@@ -31,51 +28,19 @@ class ServiceListener : public host::StatementListener {
     }
 };
 
-/// One private server for all tests, in a folder of its own that goes with it.
-class Server {
-  public:
-    static host::PrivateServer& Get() {
-        static Server server;
-        return *server.server_;
-    }
-    ~Server() {
-        server_.reset();
-        std::filesystem::remove_all(folder_);
-    }
-
-  private:
-    Server() {
-        std::string name = (std::filesystem::temp_directory_path() / "twupdate-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        folder_ = name;
-        server_ = std::make_unique<host::PrivateServer>(folder_ / "server",
-                                                        host::PrivateServerOptions{.fast = true});
-    }
-
-    std::filesystem::path folder_;
-    std::unique_ptr<host::PrivateServer> server_;
-};
-
 class MariaDbHostUnderTest : public HostUnderTest {
   public:
     MariaDbHostUnderTest() {
-        const auto connection = host::Connection::Open(Server::Get().ConnectOptions());
-        connection->Execute("CREATE DATABASE IF NOT EXISTS tw_tarnwick");
-        connection->Execute(
-            "CREATE OR REPLACE TABLE tw_tarnwick.component(componentid INT DEFAULT 0 NOT NULL, "
-            "componentname VARCHAR(255), foldername VARCHAR(50), PRIMARY KEY(componentid))");
         // `test -e FLAG SERVICE SITE COMPONENT` would not do: the words that are added are in the
         // way. A script looks for the flag.
-        const auto folder = Server::Get().Folder().parent_path();
+        const auto folder = ContractServer::Get().Folder().parent_path();
         flag_ = folder / "services-work";
         std::ofstream(flag_).flush();
         const auto script = folder / "service";
         std::ofstream(script) << "#!/bin/sh\ntest -e '" << flag_.string() << "'\n";
         std::filesystem::permissions(script, std::filesystem::perms::owner_all);
         host_ = std::make_shared<host::MariaDbUtility>(
-            connection,
+            ConnectForContract(),
             host::MariaDbUtilityOptions{.listener = listener_,
                                         .services = {.serviceCommand = script.string()}});
     }
@@ -83,8 +48,7 @@ class MariaDbHostUnderTest : public HostUnderTest {
     std::shared_ptr<Utility> Host() override { return host_; }
     void AddComponent(std::int32_t id, const std::string& name,
                       const std::string& folder) override {
-        host_->GetConnection()->ExecutePrepared("INSERT INTO tw_tarnwick.component VALUES(?, ?, ?)",
-                                                std::vector<Value>{id, name, folder});
+        StoreComponent(*host_->GetConnection(), id, name, folder);
     }
     bool FailServices() override { return std::filesystem::remove(flag_); }
     bool ServiceCalls(std::vector<std::string>& calls) override {

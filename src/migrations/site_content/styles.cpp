@@ -7,24 +7,13 @@
 #include <string_view>
 #include <tuple>
 
+#include "dbutil/replace_all.h"
 #include "dbutil/sql.h"
 #include "migrations/site_content/rows.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
 namespace {
-
-std::string ReplaceTreeLink(std::string_view name) {
-    constexpr std::string_view kOld = "span.TreeLink";
-    constexpr std::string_view kNew = "div.twTreeNode span.SiteTreeLink[suffix]";
-    std::string replaced;
-    std::size_t done = 0;
-    for (auto at = name.find(kOld); at != std::string_view::npos; at = name.find(kOld, done)) {
-        replaced.append(name, done, at - done).append(kNew);
-        done = at + kOld.size();
-    }
-    return replaced.append(name, done);
-}
 
 /// The zone that a layout tag's name carries: 12 for ".LOnavlink12 A:Hover"; none for
 /// ".LOheading1".
@@ -101,7 +90,8 @@ void Update::SiteContentStep_1_0009(std::int32_t siteId, Boolean& result) {
                           ".tag t WHERE t.name LIKE 'span.TreeLink%';"));
     ForEachRow(treeLinks, [&](const Recordset& tag) {
         const std::string name = TextField(tag, "name");
-        const std::string newName = ReplaceTreeLink(name);
+        const std::string newName =
+            ReplaceAll(name, "span.TreeLink", "div.twTreeNode span.SiteTreeLink[suffix]");
         if (newName == name) {
             return;  // found in another letter case only
         }
