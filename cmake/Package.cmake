@@ -13,6 +13,7 @@ install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/twupdate
         COMPONENT tool FILES_MATCHING PATTERN "*.md")
 install(DIRECTORY examples/embed examples/cpp_host examples/c_host examples/python_host
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libtwupdate-dev/examples COMPONENT development
+        USE_SOURCE_PERMISSIONS
         PATTERN "__pycache__" EXCLUDE)
 install(FILES packaging/twupdate.bash RENAME twupdate
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)

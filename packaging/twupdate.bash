@@ -15,7 +15,7 @@ _twupdate() {
             --services-log | --trace | --events | --log)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return ;;
-        --datadir | --install-folder)
+        --datadir | --install-folder | --backup | --workdir)
             mapfile -t COMPREPLY < <(compgen -d -- "$word")
             return ;;
     esac
