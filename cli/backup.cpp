@@ -56,7 +56,7 @@ void Backup::DumpCentral() {
     }
 }
 
-void Backup::DumpSite(std::int32_t siteId) {
+void Backup::DumpSite(std::int64_t siteId) {
     const std::string database = fmt::format("tw_{}", siteId);
     if (!dumped_.insert(database).second || !installation_.HasDatabase(database)) {
         return;  // a missing database is for the step to tell that needs it

@@ -26,7 +26,7 @@ class Backup final : public RunSink {
 
   private:
     void DumpCentral();
-    void DumpSite(std::int32_t siteId);
+    void DumpSite(std::int64_t siteId);
     void Dump(const std::string& database, double version);
 
     std::shared_ptr<Utility> own_;  ///< on a connection of its own

@@ -8,6 +8,7 @@
 #include "cli/check_finding.h"
 #include "cli/commands.h"
 #include "cli/failure.h"
+#include "cli/root_site.h"
 #include "cli/session.h"
 #include "cli/text.h"
 
@@ -21,44 +22,72 @@ CheckFinding NewerFinding(const std::string& database, double version) {
             "use the program that brought it there"};
 }
 
-std::vector<CheckFinding> CheckAll(const Session& session, const GlobalOptions& options,
-                                   std::optional<std::int32_t> siteId) {
+struct Checked {
+    std::vector<CheckFinding> findings;
+    std::vector<std::string> notes;  ///< what could not be looked at
+};
+
+/// What the central ladders write to.
+std::vector<PendingDatabase> CentralPending(const Session& session, double version) {
+    using Kind = PendingDatabase::Kind;
+    std::vector<PendingDatabase> pending{{"tw_tarnwick", Kind::kCentral, version},
+                                         {"tw_logs", Kind::kLogs, version}};
+    if (const auto root = RootSite(*session.Own()); root && IsBelow(version, 1.0252)) {
+        pending.push_back({fmt::format("tw_{}", *root), Kind::kRootSite, version});
+    }
+    return pending;
+}
+
+Checked CheckAll(const Session& session, const GlobalOptions& options,
+                 std::optional<std::int32_t> siteId) {
+    using Kind = PendingDatabase::Kind;
     Installation installation(session.Own());
     const double version = installation.Version();
-    std::vector<CheckFinding> findings;
-    std::vector<std::string> written;
+    Checked checked;
+    auto& findings = checked.findings;
+    std::vector<PendingDatabase> pending;
     const bool central = !siteId && IsBelow(version, kCurrentVersion);
     if (version > kCurrentVersion) {
         findings.push_back(NewerFinding("tw_tarnwick", version));
     }
     if (central) {
-        written = {"tw_tarnwick", "tw_logs"};
+        pending = CentralPending(session, version);
         CheckCentral(session, version, findings);
         CheckDataFiles(session, InstallFolder(options), findings);
     }
-    bool found = false;
+    std::vector<SiteRow> sites;
     for (const SiteRow& site : installation.Sites()) {
         if (siteId ? site.siteId != *siteId : !central) {
             continue;
         }
-        found = true;
+        sites.push_back(site);
         if (site.State() == SiteState::kNewer) {
             findings.push_back(NewerFinding(fmt::format("tw_{}", site.siteId), *site.version));
         } else if (site.State() == SiteState::kOld) {
-            written.push_back(fmt::format("tw_{}", site.siteId));
+            pending.push_back({fmt::format("tw_{}", site.siteId), Kind::kSite, *site.version});
+            if (siteId) {
+                pending.push_back({"tw_tarnwick", Kind::kRecord, 0});
+            }
+        }
+    }
+    if (siteId && sites.empty()) {
+        throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
+    }
+    const auto unreadable = CheckRights(*session.GetConnection(), pending, findings);
+    for (const SiteRow& site : sites) {
+        if (site.State() == SiteState::kOld &&
+            !unreadable.contains(fmt::format("tw_{}", site.siteId))) {
             CheckSite(session, site, findings);
         }
     }
-    if (siteId && !found) {
-        throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
-    }
-    CheckServer(session, written, findings);
-    return findings;
+    CheckServer(session, pending, findings);
+    CheckSpace(session, pending, findings, checked.notes);
+    return checked;
 }
 
 int Check(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
     Session session(options);
-    const auto findings = CheckAll(session, options, siteId);
+    const auto [findings, notes] = CheckAll(session, options, siteId);
     auto list = nlohmann::ordered_json::array();
     for (const CheckFinding& finding : findings) {
         console.Print(finding.Text());
@@ -68,11 +97,15 @@ int Check(const GlobalOptions& options, Console& console, std::optional<std::int
                         {"problem", finding.problem},
                         {"cure", finding.cure}});
     }
+    for (const std::string& note : notes) {
+        console.Say("note: " + note);
+    }
     console.Say(findings.empty() ? "Nothing found that would make an upgrade fail."
                                  : fmt::format("{}.", Count(findings.size(), "finding")));
     console.Result({{"command", "check"},
                     {"result", findings.empty() ? "clean" : "findings"},
-                    {"findings", list}});
+                    {"findings", list},
+                    {"notes", notes}});
     return findings.empty() ? kDone : kFindings;
 }
 

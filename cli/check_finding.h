@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,9 +23,45 @@ struct CheckFinding {
     std::string Text() const;
 };
 
-/// The server and the user: rights, another run in progress.
-void CheckServer(const Session& session, const std::vector<std::string>& databases,
+/// A database that the upgrade will read or write, and the version that says how far it has to go:
+/// its own, or the central database's for what the central ladders do in others.
+struct PendingDatabase {
+    enum class Kind : std::uint8_t {
+        kCentral,
+        kLogs,
+        kRootSite,  ///< as far as the central ladders write into it
+        kSite,
+        kRecord,  ///< the central database when one site alone is upgraded
+    };
+    std::string name;
+    Kind kind = Kind::kSite;
+    double version = 0;
+};
+
+/// The server: another run in progress, its version, settings under which a statement fails.
+void CheckServer(const Session& session, const std::vector<PendingDatabase>& pending,
                  std::vector<CheckFinding>& findings);
+
+/// What a server of that version cannot do of what is pending.
+/// @param version  as SELECT VERSION() gives it
+/// @param strict   whether the session's sql_mode is strict
+void CheckVersion(const std::string& version, bool strict,
+                  const std::vector<PendingDatabase>& pending, std::vector<CheckFinding>& findings);
+
+/// The rights of the user, from SHOW GRANTS.
+/// @return the databases that the user may not read
+std::set<std::string> CheckRights(host::Connection& connection,
+                                  const std::vector<PendingDatabase>& pending,
+                                  std::vector<CheckFinding>& findings);
+
+/// Whether the user may write on a server that is read_only.
+/// @param superSuffices  as on servers before MariaDB 10.11
+bool MayWriteReadOnly(host::Connection& connection, bool superSuffices);
+
+/// The free space where the server keeps its data, against the largest table that will be changed.
+/// @param notes  receives a line when the space cannot be seen from here
+void CheckSpace(const Session& session, const std::vector<PendingDatabase>& pending,
+                std::vector<CheckFinding>& findings, std::vector<std::string>& notes);
 
 /// The data files that the pending central steps import, against their format and against the
 /// server's max_allowed_packet.

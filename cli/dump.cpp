@@ -65,6 +65,15 @@ void ReadAll(int fd, const Take& take) {
     }
 }
 
+/// Whether the disk that holds the file has no room for one more block. The program that wrote to
+/// it says so on its own error output alone.
+bool IsFull(const fs::path& file) {
+    constexpr std::uintmax_t kBlock = 4096;
+    std::error_code error;
+    const fs::space_info space = fs::space(file, error);
+    return !error && space.available < kBlock;
+}
+
 std::string Quoted(const std::string& value) {
     std::string text = "\"";
     for (const char c : value) {
@@ -170,11 +179,12 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         fs::rename(part, file);
     } catch (const std::exception& error) {
         std::error_code ignored;
+        const std::string full = IsFull(part) ? " (the disk is full)" : "";
         fs::remove(part, ignored);
         throw CommandError(
-            fmt::format("cannot back up {} into {}: {}; the database was not "
+            fmt::format("cannot back up {} into {}: {}{}; the database was not "
                         "touched",
-                        database, file.string(), error.what()));
+                        database, file.string(), error.what(), full));
     }
 }
 

@@ -9,6 +9,6 @@ namespace twupdate::cli {
 
 /// The site that the central ladder takes for the root: ServerDataStep_1_0252 registers the local
 /// host name in its database.
-std::optional<std::int32_t> RootSite(Utility& utility);
+std::optional<std::int64_t> RootSite(Utility& utility);
 
 }  // namespace twupdate::cli

@@ -491,6 +491,11 @@ void Connection::SetUpSession(const ConnectionOptions& options) {
         Execute("SET SESSION lock_wait_timeout = " + seconds +
                 ", innodb_lock_wait_timeout = " + seconds);
     }
+    // A server's defaults for new sessions are meant for people and applications: they would make
+    // a statement fail, hand back a part of its rows, or lose what was written without a commit.
+    Execute(
+        "SET SESSION autocommit = 1, sql_safe_updates = 0, sql_big_selects = 1, "
+        "sql_select_limit = 18446744073709551615 /*M!100101 , max_statement_time = 0 */");
     // A database that is made over this connection holds what comes over it.
     Execute("SET SESSION character_set_server = " + std::string(mysql_character_set_name(mysql_)));
     const auto limits = Query("SELECT @@SESSION.max_allowed_packet AS bytes");

@@ -37,10 +37,7 @@ CliServer& CliServer::Get() {
 
 host::Connection& CliServer::Root() {
     if (!server_) {
-        folder_ = std::make_unique<TemporaryFolder>();
-        host::PrivateServerOptions options;
-        options.fast = true;
-        server_ = std::make_unique<host::PrivateServer>(*folder_ / "server", options);
+        Start({});
     }
     if (!root_) {
         root_ = host::Connection::Open(server_->ConnectOptions());
@@ -48,10 +45,34 @@ host::Connection& CliServer::Root() {
     return *root_;
 }
 
+void CliServer::Start(const std::vector<std::string>& options) {
+    if (!folder_) {
+        folder_ = std::make_unique<TemporaryFolder>();
+    }
+    host::PrivateServerOptions server;
+    server.fast = true;
+    server.serverOptions = options;
+    server_ = std::make_unique<host::PrivateServer>(*folder_ / "server", server);
+}
+
+void CliServer::RestartWith(const std::vector<std::string>& options) {
+    root_.reset();
+    server_.reset();
+    Start(options);
+}
+
 void CliServer::ShutDown() {
     root_.reset();
     server_.reset();
     folder_.reset();
+}
+
+GlobalSetting::GlobalSetting(const std::string& name, const std::string& value) : name_(name) {
+    CliServer::Get().Root().Execute("SET GLOBAL " + name + " = " + value + ";");
+}
+
+GlobalSetting::~GlobalSetting() {
+    CliServer::Get().Root().Execute("SET GLOBAL " + name_ + " = DEFAULT;");
 }
 
 InstallationTest::InstallationTest() {

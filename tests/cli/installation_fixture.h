@@ -23,13 +23,40 @@ class CliServer {
     /// A connection as the server's root, opened again after the server was stopped.
     host::Connection& Root();
     void ForgetConnection() { root_.reset(); }
+    /// Starts the server anew on the same data, with these options of its own.
+    void RestartWith(const std::vector<std::string>& options);
     /// Lets go of the server and its folder, before the program ends.
     void ShutDown();
 
   private:
+    void Start(const std::vector<std::string>& options);
+
     std::unique_ptr<TemporaryFolder> folder_;
     std::unique_ptr<host::PrivateServer> server_;
     std::shared_ptr<host::Connection> root_;
+};
+
+/// The server with options of its own for the time of a test.
+class ServerOptions {
+  public:
+    explicit ServerOptions(const std::vector<std::string>& options) {
+        CliServer::Get().RestartWith(options);
+    }
+    ~ServerOptions() { CliServer::Get().RestartWith({}); }
+    ServerOptions(const ServerOptions&) = delete;
+    ServerOptions& operator=(const ServerOptions&) = delete;
+};
+
+/// A setting that the server gives new sessions, for the time of a test.
+class GlobalSetting {
+  public:
+    GlobalSetting(const std::string& name, const std::string& value);
+    ~GlobalSetting();
+    GlobalSetting(const GlobalSetting&) = delete;
+    GlobalSetting& operator=(const GlobalSetting&) = delete;
+
+  private:
+    std::string name_;
 };
 
 /// A test against the server: begins without any database of an installation.

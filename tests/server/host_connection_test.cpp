@@ -368,6 +368,29 @@ TEST_F(HostConnection, SessionHasTheSqlModeThatIsGiven) {
     EXPECT_EQ(RefusalOf(options).Code(), 1231u);
 }
 
+// What a server gives new sessions is meant for people and applications. Any of these would make a
+// fixed statement fail, hand back fewer rows than there are, or lose what was written at the end.
+TEST_F(HostConnection, SessionIsFreeOfWhatAServerSetsForItsPeople) {
+    const auto root = Connection::Open(server->ConnectOptions());
+    const std::vector<std::pair<std::string, std::string>> settings{{"autocommit", "OFF"},
+                                                                    {"sql_safe_updates", "ON"},
+                                                                    {"max_join_size", "1000"},
+                                                                    {"sql_select_limit", "1"},
+                                                                    {"max_statement_time", "0.25"}};
+    for (const auto& [name, value] : settings) {
+        root->Execute("SET GLOBAL " + name + " = " + value);
+    }
+    const auto connection = Connection::Open(Guest());
+    EXPECT_EQ(Cell(connection, "SELECT @@autocommit"), "1");
+    EXPECT_EQ(Cell(connection, "SELECT @@sql_safe_updates"), "0");
+    EXPECT_EQ(Cell(connection, "SELECT @@sql_big_selects"), "1");
+    EXPECT_EQ(Cell(connection, "SELECT @@sql_select_limit"), "18446744073709551615");
+    EXPECT_EQ(Cell(connection, "SELECT @@max_statement_time"), "0");
+    for (const auto& [name, value] : settings) {
+        root->Execute("SET GLOBAL " + name + " = DEFAULT");
+    }
+}
+
 TEST_F(HostConnection, LockIsWaitedForNoLongerThanGiven) {
     const auto holder = Connection::Open(Guest());
     holder->Execute("LOCK TABLES tw_5.thing WRITE");

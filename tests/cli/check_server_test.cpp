@@ -1,0 +1,350 @@
+// What `check` finds out about the server and the user. Each test makes a situation, sees the
+// finding, and sees the real upgrade fail for that reason.
+#include <gmock/gmock.h>
+
+#include "cli/check_finding.h"
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class CheckServer : public InstallationTest {
+  protected:
+    /// The one finding.
+    static void Finds(const std::string& finding, const std::vector<std::string>& options = {}) {
+        auto arguments = options;
+        arguments.emplace_back("check");
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 3) << outcome.out << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr(finding));
+        EXPECT_THAT(outcome.out, HasSubstr("\n1 finding.\n"));
+    }
+
+    static void UpgradeFails(const std::string& reason,
+                             const std::vector<std::string>& options = {}) {
+        auto arguments = options;
+        arguments.emplace_back("upgrade");
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 1) << outcome.out;
+        EXPECT_THAT(outcome.err, ContainsRegex(reason));
+    }
+
+    static void Goes() {
+        const Outcome outcome = Run({"check"});
+        EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+        const Outcome upgrade = Run({"upgrade"});
+        EXPECT_EQ(upgrade.status, 0) << upgrade.err;
+    }
+
+    void MakeInstallation(const sample::Groups& groups = {}) {
+        MakeCentralDatabase();
+        MakeSite(8, "1.0000", groups);
+    }
+
+    /// Runs the program as the user "half".
+    static Outcome RunAsHalf(const std::string& command) {
+        const auto socket = CliServer::Get().Server().Socket().string();
+        return RunProgram({"--socket", socket, "--user", "half", command});
+    }
+
+    /// A refused UPDATE cuts a conversion where a repeat cannot go on.
+    static void DropLeftOver(const std::string& table) {
+        Execute("ALTER TABLE " + table + " DROP COLUMN IF EXISTS double_temp;");
+    }
+
+    static void MakeUserHalf() { Execute("CREATE OR REPLACE USER 'half'@'localhost';"); }
+};
+
+// --- sql_mode ----------------------------------------------------------------------------------
+
+TEST_F(CheckServer, FindsAnSqlModeThatRefusesTheCountOfThreads) {
+    MakeInstallation({sample::Group::kForum});
+    Execute("INSERT INTO tw_8.forum(featureid, threadid) VALUES(50, 1), (50, 1);");
+    const std::vector<std::string> options{"--sql-mode", "ONLY_FULL_GROUP_BY,STRICT_ALL_TABLES"};
+    Finds(
+        "tw_8.forum: sql_mode has ONLY_FULL_GROUP_BY, which refuses the count of the threads, so "
+        "SiteContentStep_1_0037 fails; run with --sql-mode 'STRICT_ALL_TABLES'",
+        options);
+    UpgradeFails("step SiteContentStep_1_0037: .*server error 1055", options);
+    EXPECT_EQ(Run({"--sql-mode", "STRICT_ALL_TABLES", "upgrade"}).status, 0);
+}
+
+TEST_F(CheckServer, PassesOverThatModeWhereNoThreadsAreCounted) {
+    MakeInstallation({sample::Group::kForum});
+    const GlobalSetting mode("sql_mode", "'ONLY_FULL_GROUP_BY'");
+    Goes();
+}
+
+TEST_F(CheckServer, FindsAnSqlModeWithoutEmptyDefaults) {
+    MakeInstallation();
+    const GlobalSetting mode("sql_mode", "'EMPTY_STRING_IS_NULL'");
+    Finds(
+        "sql_mode has EMPTY_STRING_IS_NULL, with which no column takes the default ''; run with "
+        "--sql-mode ''");
+    UpgradeFails("step ServerStep_1_0002: .*server error 1067");
+    EXPECT_EQ(Run({"--sql-mode", "", "upgrade"}).status, 0);
+}
+
+// No statement fails: an empty text in which a step replaces something becomes NULL.
+TEST_F(CheckServer, FindsAnSqlModeThatWritesOtherRows) {
+    MakeInstallation();
+    Execute("INSERT INTO tw_8.email(featureid, type, message) VALUES(50, 'x', '');");
+    const std::vector<std::string> options{"--sql-mode", "ORACLE"};
+    Finds("sql_mode has ORACLE, with which REPLACE and LENGTH give something else", options);
+    EXPECT_EQ(Run({"--sql-mode", "ORACLE", "upgrade"}).status, 0);
+    EXPECT_EQ(Cell("SELECT message FROM tw_8.email WHERE emailid = 1;"), "NULL");
+}
+
+// --- settings that the connection does not depend on -------------------------------------------
+
+TEST_F(CheckServer, AnUpgradeDoesNotDependOnWhatTheServerGivesNewSessions) {
+    MakeInstallation(sample::AllGroups());
+    MakeSite(9);
+    const GlobalSetting commit("autocommit", "OFF");
+    const GlobalSetting safe("sql_safe_updates", "ON");
+    const GlobalSetting joins("max_join_size", "1000");
+    const GlobalSetting rows("sql_select_limit", "1");
+    Goes();
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(SiteVersion(8), "1.0265");
+    EXPECT_EQ(SiteVersion(9), "1.0265");
+}
+
+// --- settings of the server --------------------------------------------------------------------
+
+TEST_F(CheckServer, FindsThatNewTransactionsAreReadOnly) {
+    MakeInstallation();
+    const GlobalSetting setting("tx_read_only", "ON");
+    Finds("tx_read_only is ON: a new session may write nothing; SET GLOBAL tx_read_only = OFF");
+    UpgradeFails("step ServerStep_1_0002: .*server error 1792");
+}
+
+TEST_F(CheckServer, FindsAServerThatIsReadOnlyForTheUser) {
+    MakeInstallation();
+    const GlobalSetting setting("read_only", "ON");
+    Goes();  // root may write nevertheless
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0000;");
+    MakeUserHalf();
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    Execute("GRANT SUPER ON *.* TO 'half'@'localhost';");  // not enough since 10.11
+    EXPECT_THAT(RunAsHalf("check").out,
+                HasSubstr("read_only is ON, as on a replica: the user may write nothing; connect "
+                          "to the server that is written to\n1 finding."));
+    EXPECT_THAT(RunAsHalf("upgrade").err, ContainsRegex("server error 1290 .*read-only"));
+    Execute("GRANT READ ONLY ADMIN ON *.* TO 'half'@'localhost';");
+    EXPECT_EQ(RunAsHalf("check").status, 0);
+    EXPECT_EQ(RunAsHalf("upgrade").status, 0);
+}
+
+TEST_F(CheckServer, FindsThatEveryTableMustHaveAPrimaryKey) {
+    MakeInstallation();
+    const GlobalSetting setting("innodb_force_primary_key", "ON");
+    Finds("innodb_force_primary_key is ON: a table without a primary key");
+    UpgradeFails("step ServerStep_1_0002: .*server error 1173");
+}
+
+TEST_F(CheckServer, FindsAnAlgorithmThatMayNotCopyATable) {
+    MakeInstallation();
+    for (const std::string algorithm : {"INSTANT", "NOCOPY", "INPLACE"}) {
+        const GlobalSetting setting("alter_algorithm", algorithm);
+        Finds("alter_algorithm is " + algorithm +
+              ": a change that needs a copy of the table is "
+              "refused; ");
+        UpgradeFails("ALTER TABLE .*server error 1846");
+    }
+    Goes();
+}
+
+TEST_F(CheckServer, FindsAnEngineThatTheServerForces) {
+    MakeInstallation();
+    const GlobalSetting setting("enforce_storage_engine", "Aria");
+    Finds(
+        "enforce_storage_engine is Aria, and default_storage_engine another: no table can be "
+        "made; ");
+    UpgradeFails("CREATE TABLE .*server error 1290");
+}
+
+TEST_F(CheckServer, FindsThatNoStatementsCanBePrepared) {
+    MakeInstallation();
+    const GlobalSetting setting("max_prepared_stmt_count", "0");
+    Finds("max_prepared_stmt_count is 0 with 0 in use, and an upgrade needs 9; ");
+    UpgradeFails("server error 1461");
+}
+
+TEST_F(CheckServer, FindsABinaryLogThatCannotTakeTheStatements) {
+    MakeInstallation();
+    const ServerOptions options({"--log-bin=binary", "--server-id=1", "--binlog-format=STATEMENT",
+                                 "--transaction-isolation=READ-COMMITTED"});
+    Finds(
+        "binlog_format is STATEMENT and the transaction isolation below REPEATABLE-READ: InnoDB "
+        "refuses to write; SET GLOBAL binlog_format = MIXED");
+    UpgradeFails("server error 1665");
+    Execute("SET GLOBAL binlog_format = MIXED;");
+    DropLeftOver("tw_tarnwick.account");
+    Goes();
+}
+
+TEST_F(CheckServer, FindsAServerThatWritesNoTable) {
+    MakeInstallation();
+    const ServerOptions options({"--innodb-read-only"});
+    Finds("innodb_read_only is ON: no table can be written; start the server without it");
+    UpgradeFails("step ServerStep_1_0002: .*server error 1036");
+}
+
+// --- the version -------------------------------------------------------------------------------
+
+// A server can be made to say another version, not to be one: the failure itself needs a server of
+// that age. Its errors would be 1101 and 1064.
+TEST_F(CheckServer, FindsAServerThatIsTooOld) {
+    MakeInstallation();
+    const ServerOptions options({"--version=5.5.68-MariaDB"});
+    const Outcome outcome = Run({"check"});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.out,
+              "the server is 5.5.68-MariaDB, on which a LONGTEXT column takes no default; use "
+              "MariaDB 10.2.1 or later\n"
+              "tw_8.navigation: the server is 5.5.68-MariaDB, which has no ROW_NUMBER(), so "
+              "SiteContentStep_1_0020 fails; use MariaDB 10.2.1 or later\n"
+              "2 findings.\n");
+}
+
+/// How many findings a version makes for an installation at 1.0000.
+std::size_t FindingsOf(const std::string& version, bool strict = true) {
+    using Kind = cli::PendingDatabase::Kind;
+    std::vector<cli::CheckFinding> findings;
+    cli::CheckVersion(version, strict,
+                      {{"tw_tarnwick", Kind::kCentral, 1.0}, {"tw_8", Kind::kSite, 1.0}}, findings);
+    return findings.size();
+}
+
+TEST(CheckVersion, KnowsWhatEachServerCannotDo) {
+    for (const char* sound :
+         {"10.2.1-MariaDB", "10.11.19-MariaDB-0+deb12u1", "11.4.2-MariaDB-log", "12.0.1-MariaDB"}) {
+        EXPECT_EQ(FindingsOf(sound), 0U) << sound;
+    }
+    EXPECT_EQ(FindingsOf("10.2.0-MariaDB"), 1U);
+    EXPECT_EQ(FindingsOf("10.1.48-MariaDB"), 2U);
+    EXPECT_EQ(FindingsOf("10.1.48-MariaDB", false), 1U);
+    EXPECT_EQ(FindingsOf("5.7.44-log"), 2U);
+    EXPECT_EQ(FindingsOf("8.0.36"), 1U);
+    EXPECT_EQ(FindingsOf("8.0.36", false), 0U);
+}
+
+TEST(CheckVersion, LooksAtPendingStepsAlone) {
+    using Kind = cli::PendingDatabase::Kind;
+    std::vector<cli::CheckFinding> findings;
+    cli::CheckVersion("5.5.68-MariaDB", true,
+                      {{"tw_tarnwick", Kind::kCentral, 1.0253}, {"tw_8", Kind::kSite, 1.0248}},
+                      findings);
+    EXPECT_THAT(findings, IsEmpty());
+    cli::CheckVersion("5.5.68-MariaDB", true, {{"tw_8", Kind::kSite, 1.0247}}, findings);
+    EXPECT_THAT(findings, SizeIs(1));
+}
+
+// --- rights ------------------------------------------------------------------------------------
+
+// One right at a time, in the order in which an upgrade first needs each.
+TEST_F(CheckServer, FindsEachRightThatIsMissing) {
+    MakeCentralDatabase();
+    MakeSite(1);  // the root site: the central ladder gives it a domain
+    MakeSite(8, "1.0000", sample::AllGroups());
+    Execute("UPDATE tw_tarnwick.site SET parentsiteid = 1 WHERE siteid = 8;");
+    MakeUserHalf();
+    const std::vector<std::pair<std::string, std::vector<std::string>>> rights{
+        {"tw_tarnwick", {"SELECT", "ALTER", "CREATE", "UPDATE", "DELETE", "INSERT"}},
+        {"tw_logs", {"SELECT", "ALTER"}},
+        {"tw_1", {"SELECT", "INSERT", "ALTER", "CREATE", "UPDATE", "DELETE"}},
+        {"tw_8", {"SELECT", "ALTER", "CREATE", "DROP", "UPDATE", "DELETE", "INSERT"}}};
+    for (const auto& [database, list] : rights) {
+        for (const std::string& right : list) {
+            Execute("GRANT " + right + " ON `" + database + "`.* TO 'half'@'localhost';");
+        }
+    }
+    for (const auto& [database, list] : rights) {
+        for (const std::string& right : list) {
+            const std::string one = right + " ON `" + database + "`.*";
+            Execute("REVOKE " + one + " FROM 'half'@'localhost';");
+            if (one != "SELECT ON `tw_tarnwick`.*") {  // without it nothing can be checked
+                EXPECT_EQ(RunAsHalf("check").out, database + ": the user lacks the right " + right +
+                                                      "; GRANT " + one +
+                                                      " to the user\n1 finding.\n");
+            }
+            const Outcome failed = RunAsHalf("upgrade");
+            EXPECT_EQ(failed.status, 1) << one;
+            EXPECT_THAT(failed.err, ContainsRegex("server error 1142 .*" + right +
+                                                  " command denied .*" + database))
+                << one;
+            Execute("GRANT " + one + " TO 'half'@'localhost';");
+            for (const char* table : {"tw_tarnwick.account", "tw_1.setting", "tw_8.setting"}) {
+                Execute(std::string("ALTER TABLE ") + table +
+                        " DROP COLUMN IF EXISTS double_temp;");
+            }
+        }
+    }
+    EXPECT_EQ(RunAsHalf("check").status, 0);
+    EXPECT_EQ(RunAsHalf("upgrade").status, 0);
+}
+
+TEST_F(CheckServer, OneSiteAloneNeedsTheCentralDatabaseForItsVersion) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    MakeSite(8);
+    MakeUserHalf();
+    Execute("GRANT ALL PRIVILEGES ON tw_8.* TO 'half'@'localhost';");
+    Execute("GRANT SELECT ON tw_tarnwick.* TO 'half'@'localhost';");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const std::vector<std::string> half{"--socket", socket, "--user", "half"};
+    const auto run = [&](std::vector<std::string> command) {
+        command.insert(command.begin(), half.begin(), half.end());
+        return RunProgram(command);
+    };
+    EXPECT_THAT(run({"check", "--site", "8"}).out,
+                HasSubstr("tw_tarnwick: the user lacks the right UPDATE; "));
+    EXPECT_THAT(run({"upgrade-site", "8"}).err,
+                ContainsRegex("UPDATE tw_tarnwick.site SET version.*server error 1142"));
+    Execute("GRANT UPDATE ON tw_tarnwick.* TO 'half'@'localhost';");
+    EXPECT_EQ(run({"check", "--site", "8"}).status, 0);
+    EXPECT_EQ(run({"upgrade-site", "8"}).status, 0);
+}
+
+TEST_F(CheckServer, CountsTheRightsOfARoleThatIsSwitchedOn) {
+    MakeInstallation();
+    MakeUserHalf();
+    Execute("CREATE OR REPLACE ROLE upgrader;");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO upgrader;");
+    Execute("GRANT upgrader TO 'half'@'localhost';");
+    // A role that is granted but not switched on gives nothing: the databases are not even seen.
+    EXPECT_EQ(RunAsHalf("check").status, 1);
+    Execute("SET DEFAULT ROLE upgrader FOR 'half'@'localhost';");
+    EXPECT_EQ(RunAsHalf("check").status, 0);
+    EXPECT_EQ(RunAsHalf("upgrade").status, 0);
+    Execute("DROP ROLE upgrader;");
+}
+
+// The server does not add up a user's grants that fit one database; it takes the most special one.
+TEST_F(CheckServer, KnowsThatASpecialGrantHidesAGeneralOne) {
+    MakeInstallation();
+    MakeUserHalf();
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    EXPECT_EQ(RunAsHalf("check").status, 0);
+    Execute("GRANT SELECT, INSERT, UPDATE, DELETE, CREATE ON tw_8.* TO 'half'@'localhost';");
+    EXPECT_THAT(RunAsHalf("check").out,
+                HasSubstr("tw_8: the user lacks the right ALTER; GRANT ALTER ON "));
+    EXPECT_THAT(RunAsHalf("upgrade").err,
+                ContainsRegex("database tw_8.*ALTER TABLE.*server error 1142"));
+}
+
+TEST_F(CheckServer, AsksForNoRightsWhereTheServerKnowsNone) {
+    MakeInstallation();
+    const ServerOptions options({"--skip-grant-tables"});
+    Goes();
+}
+
+}  // namespace
+}  // namespace twupdate::test

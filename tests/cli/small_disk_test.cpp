@@ -1,0 +1,126 @@
+// A disk that is full: what `check` says before, how a run fails there, and that nothing is lost.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+constexpr const char* kInside = "TWUPDATE_TEST_ON_SMALL_DISK";
+constexpr const char* kSmallDisk = "/dev/shm";
+
+/// Each test runs once more in a process with mounts of its own, in which /dev/shm, where the
+/// server and all files of these tests are, is a disk of 400 MB. It goes with that process.
+class SmallDisk : public InstallationTest {
+  protected:
+    /// Runs the test in that process, unless this is it.
+    /// @return whether there is nothing more to do here
+    static bool RanThere() {
+        if (std::getenv(kInside) != nullptr) {
+            return false;
+        }
+        const std::string unshare = geteuid() == 0 ? "unshare -m" : "unshare -Urm";
+        const std::string mount = std::string("mount -t tmpfs -o size=400m none ") + kSmallDisk;
+        if (std::system((unshare + " " + mount + " 2>/dev/null").c_str()) != 0) {
+            MarkSkipped();
+            return true;
+        }
+        const auto* const info = testing::UnitTest::GetInstance()->current_test_info();
+        const std::string test = std::string(info->test_suite_name()) + "." + info->name();
+        const std::string command = unshare + " sh -c '" + mount + " && " + kInside + "=1 exec " +
+                                    fs::read_symlink("/proc/self/exe").string() +
+                                    " --gtest_brief=1 --gtest_filter=" + test + "'";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        return true;
+    }
+    static void MarkSkipped() { GTEST_SKIP() << "this system lets nobody mount"; }
+
+    static std::uintmax_t Free() { return fs::space(kSmallDisk).available; }
+
+    /// Fills the disk but for so many bytes.
+    void LeaveFree(std::uintmax_t bytes) const {
+        const std::uintmax_t size = Free() - bytes;
+        WriteFile(Ballast(), std::string(size, 'x'));
+        ASSERT_EQ(fs::file_size(Ballast()), size);
+    }
+    void MakeRoom() const { fs::remove(Ballast()); }
+    fs::path Ballast() const { return folder_ / "ballast"; }
+
+    /// A shop whose orders take about 35 MB.
+    void MakeShopWithManyOrders() {
+        MakeCentralDatabase();
+        MakeSite(8, "1.0000", {sample::Group::kShop});
+        Execute(
+            "INSERT INTO tw_8.customerorder(grossamount, billingname, billingaddress, "
+            "shippingaddress) SELECT seq, REPEAT('n', 100), REPEAT('b', 200), REPEAT('s', 200) "
+            "FROM tw_8.seq_1_to_50000;");
+        Execute("ANALYZE TABLE tw_8.customerorder;");
+    }
+};
+
+TEST_F(SmallDisk, IsFoundBeforeAnUpgradeFailsThereAndNothingIsLost) {
+    if (RanThere()) {
+        return;
+    }
+    MakeShopWithManyOrders();
+    EXPECT_EQ(Run({"check"}).status, 0);
+    LeaveFree(20000000);
+    const Outcome found = Run({"check"});
+    EXPECT_EQ(found.status, 3) << found.err;
+    EXPECT_THAT(found.out, ContainsRegex("^tw_8.customerorder: a change that copies the table "
+                                         "needs [2-5][0-9]\\.[0-9] MB, and the data folder /dev/"
+                                         "shm/.* has [12][0-9]\\.[0-9] MB free; make room\n"
+                                         "1 finding.\n$"));
+    const Outcome failed = Run({"upgrade"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, ContainsRegex("tw_8.customerorder.*server error (1114|1021|1030)"));
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_8.customerorder;"), "50000");
+    EXPECT_EQ(SiteVersion(8), "1");
+    MakeRoom();
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+    EXPECT_EQ(SiteVersion(8), "1.0265");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_8.customerorder WHERE grossamount = orderid;"),
+              "50000");
+}
+
+TEST_F(SmallDisk, StopsABackupBeforeTheDatabaseIsTouched) {
+    if (RanThere()) {
+        return;
+    }
+    MakeCentralDatabase();
+    MakeSite(8);
+    // What gzip cannot make small.
+    for (int i = 0; i < 8; ++i) {
+        Execute(
+            "INSERT INTO tw_8.text(text) SELECT GROUP_CONCAT(HEX(RANDOM_BYTES(1024)) SEPARATOR "
+            "'') FROM tw_8.seq_1_to_400;");
+    }
+    LeaveFree(2000000);
+    const fs::path backup = folder_ / "backup";
+    const Outcome failed = Run({"--backup", backup.string(), "upgrade-site", "8"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, AllOf(HasSubstr("cannot back up tw_8 into "),
+                                  HasSubstr(" (the disk is full); the database was not touched")));
+    EXPECT_EQ(SiteVersion(8), "1");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.tables WHERE table_schema = 'tw_8' AND "
+                   "table_name = 'chargegroup';"),
+              "0");
+    EXPECT_TRUE(fs::exists(backup / "tw_tarnwick.sql.gz"));
+    EXPECT_FALSE(fs::exists(backup / "tw_8.sql.gz"));
+    EXPECT_FALSE(fs::exists(backup / "tw_8.sql.gz.part"));
+    MakeRoom();
+    EXPECT_EQ(Run({"--backup", backup.string(), "upgrade-site", "8"}).status, 0);
+    EXPECT_TRUE(fs::exists(backup / "tw_8.sql.gz"));
+}
+
+}  // namespace
+}  // namespace twupdate::test
