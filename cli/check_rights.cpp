@@ -114,7 +114,8 @@ bool IsGranted(const std::vector<Grant>& grants, const std::string& database,
     });
 }
 
-bool HasTable(host::Connection& connection, const std::string& database, std::string_view table) {
+bool TableIsThere(host::Connection& connection, const std::string& database,
+                  std::string_view table) {
     return connection
         .Query(fmt::format("SELECT 1 FROM information_schema.tables WHERE table_schema = '{}' AND "
                            "table_name = '{}';",
@@ -135,7 +136,7 @@ std::vector<std::string_view> MissingRights(host::Connection& connection,
             });
         const bool known = std::find(missing.begin(), missing.end(), need.right) != missing.end();
         if (needed && !known && !IsGranted(grants, database, need.right) &&
-            (need.table.empty() || HasTable(connection, database, need.table))) {
+            (need.table.empty() || TableIsThere(connection, database, need.table))) {
             missing.push_back(need.right);
         }
     }
