@@ -28,6 +28,20 @@ void Descriptor::Close() {
     }
 }
 
+bool WriteAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
 Pipe Pipe::Make() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {

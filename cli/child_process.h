@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace twupdate::cli {
@@ -22,6 +23,9 @@ class Descriptor {
   private:
     int fd_ = -1;
 };
+
+/// Writes all of the bytes; false, with errno set, when that fails.
+bool WriteAll(int fd, std::string_view bytes);
 
 struct Pipe {
     Descriptor out;  ///< to read from

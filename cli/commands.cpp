@@ -9,6 +9,7 @@ void AddCommands(CLI::App& app, Invocation& invocation) {
     AddUpgrade(app, invocation);
     AddUpgradeSite(app, invocation);
     AddVerify(app, invocation);
+    AddReport(app, invocation);
     AddImportMasterData(app, invocation);
     AddRehearse(app, invocation);
     AddRepair(app, invocation);

@@ -18,6 +18,7 @@ void AddPlan(CLI::App& app, Invocation& invocation);
 void AddRehearse(CLI::App& app, Invocation& invocation);
 void AddRepair(CLI::App& app, Invocation& invocation);
 void AddRestore(CLI::App& app, Invocation& invocation);
+void AddReport(CLI::App& app, Invocation& invocation);
 void AddStatus(CLI::App& app, Invocation& invocation);
 
 }  // namespace twupdate::cli

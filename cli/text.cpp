@@ -228,11 +228,16 @@ std::string DurationText(std::chrono::nanoseconds duration) {
     return fmt::format("{} h {:02} min", whole / 3600, whole % 3600 / 60);
 }
 
-std::string Count(std::uint64_t number, std::string_view noun, std::string_view plural) {
+std::string Grouped(std::uint64_t number) {
     std::string digits = std::to_string(number);
     for (std::size_t i = digits.size(); i > 3; i -= 3) {
         digits.insert(i - 3, ",");
     }
+    return digits;
+}
+
+std::string Count(std::uint64_t number, std::string_view noun, std::string_view plural) {
+    const std::string digits = Grouped(number);
     if (number == 1) {
         return fmt::format("{} {}", digits, noun);
     }

@@ -25,6 +25,9 @@ std::string VersionText(double version);
 /// "0.4 s", "12 s", "3 min 05 s", "2 h 07 min".
 std::string DurationText(std::chrono::nanoseconds duration);
 
+/// "1,234,567".
+std::string Grouped(std::uint64_t number);
+
 /// "1 site", "2 sites", "1,234 sites"; the plural is the noun with an s unless it is given.
 std::string Count(std::uint64_t number, std::string_view noun, std::string_view plural = {});
 

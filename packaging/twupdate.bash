@@ -23,6 +23,8 @@ _twupdate() {
         mapfile -t COMPREPLY < <(compgen -W "$(_twupdate_options ${command:+"$command"})" -- "$word")
     elif [[ -z $command ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word")
+    elif [[ $command == report ]]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
     fi
 }
 complete -o filenames -F _twupdate twupdate

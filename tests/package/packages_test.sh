@@ -26,18 +26,25 @@ manage --install "$work/packages"/*.deb
 
 for file in bin/twupdate share/twupdate/resources/countryData.txt include/twupdate/update.h \
             include/twupdate/twupdate.h share/man/man1/twupdate.1 share/man/man1/twupdate-upgrade.1 \
+            share/man/man1/twupdate-report.1 \
             share/bash-completion/completions/twupdate share/zsh/vendor-completions/_twupdate \
             share/doc/twupdate/copyright share/doc/libtwupdate1/copyright; do
     [[ -s $root/usr/$file ]] || fail "no /usr/$file"
 done
+grep -q '^\.B \\-\\-events FILE' "$root/usr/share/man/man1/twupdate-report.1" ||
+    fail "the manual page of report does not name --events"
 "$root/usr/bin/twupdate" --version | grep -q 'version 1.0265' || fail "twupdate --version"
 
 # The completion offers what the program lists.
 completed=$(PATH=$root/usr/bin:$PATH bash -c '
     . "$1"; COMP_WORDS=(twupdate upgrade-s); COMP_CWORD=1; _twupdate; echo "${COMPREPLY[@]}"
     COMP_WORDS=(twupdate upgrade-site --f); COMP_CWORD=2; _twupdate; echo "${COMPREPLY[@]}"
-    ' - "$root/usr/share/bash-completion/completions/twupdate")
-[[ $completed == $'upgrade-site\n--from' ]] || fail "completion offers: $completed"
+    COMP_WORDS=(twupdate repo); COMP_CWORD=1; _twupdate; echo "${COMPREPLY[@]}"
+    COMP_WORDS=(twupdate report --e); COMP_CWORD=2; _twupdate; echo "${COMPREPLY[@]}"
+    cd "$2"; COMP_WORDS=(twupdate report READ); COMP_CWORD=2; _twupdate; echo "${COMPREPLY[@]}"
+    ' - "$root/usr/share/bash-completion/completions/twupdate" "$source")
+[[ $completed == $'upgrade-site\n--from\nreport\n--events\nREADME.md' ]] ||
+    fail "completion offers: $completed"
 
 cmake -S "$source/tests/package/consumer" -B "$work/consumer" -G Ninja \
     -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null

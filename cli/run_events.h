@@ -1,0 +1,105 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace twupdate::cli {
+
+/// UTC, as the events have it.
+using EventTime = std::chrono::sys_time<std::chrono::milliseconds>;
+using EventDuration = std::chrono::nanoseconds;
+
+/// A step in one database.
+struct StepRecord {
+    std::string name;
+    std::string ladder;  ///< e.g. "site schema"
+    EventTime start;
+    EventDuration duration{0};  ///< of one that has not ended: to the last event of its database
+    std::uint64_t statements = 0;
+    bool ended = false;
+    std::string slowest;  ///< its statement that took longest; empty without any
+    EventDuration slowestTime{0};
+};
+
+struct LadderRecord {
+    std::string name;
+    EventTime start;
+    EventTime end;
+};
+
+/// A database that a run has begun to upgrade.
+struct DatabaseRecord {
+    std::string name;
+    std::optional<std::int64_t> siteId;
+    double from = 0;
+    EventTime start;
+    EventDuration duration{0};
+    std::uint64_t statements = 0;
+    bool ended = false;  ///< all its ladders have
+    std::vector<LadderRecord> ladders;
+    std::vector<StepRecord> steps;
+
+    std::uint64_t StepsEnded() const;
+};
+
+/// A call to one of the component's services.
+struct ServiceRecord {
+    std::string name;
+    std::string database;
+    std::optional<std::int64_t> componentId;
+    EventTime time;
+    EventDuration duration{0};
+    bool failed = false;
+};
+
+/// Where and why a run ended before its time.
+struct FailureRecord {
+    std::string database;  ///< the one in hand, or where the run stood
+    std::string ladder;    ///< empty between ladders
+    std::string step;      ///< empty between steps
+    std::string statement;
+    std::uint64_t code = 0;  ///< the server's; 0 when it was no error of the server
+    std::string sqlState;
+    std::string error;
+    EventTime time;
+};
+
+enum class RunEnd : std::uint8_t {
+    kFinished,
+    kFailed,
+    kStopped,  ///< as was asked for
+    kNone      ///< the events break off: the program was killed, or still runs
+};
+
+/// What the events tell of one run.
+struct RunRecord {
+    std::string command;
+    double from = 0;
+    double to = 0;
+    std::uint64_t sitesToDo = 0;
+    EventTime start;
+    EventTime lastEvent;
+    EventDuration duration{0};  ///< of one that did not finish: to its last event
+    RunEnd end = RunEnd::kNone;
+    bool cutLine = false;  ///< the file ends in the middle of an event
+    std::uint64_t statements = 0;
+    std::vector<DatabaseRecord> databases;  ///< in the order in which they were begun
+    std::vector<ServiceRecord> services;
+    std::optional<FailureRecord> failure;  ///< also where a run was stopped
+
+    std::uint64_t DatabasesEnded() const;
+    std::uint64_t SitesEnded() const;
+    std::uint64_t StepsEnded() const;
+    /// The database that was begun and has not ended; nullptr without one.
+    const DatabaseRecord* InHand() const;
+};
+
+/// Reads what --events has written: one run, or several behind one another.
+/// @throws CommandError for a file that cannot be read or holds something else
+std::vector<RunRecord> ReadRuns(const std::filesystem::path& file);
+
+}  // namespace twupdate::cli
