@@ -121,6 +121,10 @@ std::string Complaints(const fs::path& log, std::uintmax_t from) {
     return text;
 }
 
+fs::path LockFile(const fs::path& folder) {
+    return folder / "twupdate.lock";
+}
+
 bool IsOwnFile(const std::string& name) {
     return name.starts_with("twupdate.");
 }
@@ -213,7 +217,7 @@ void PrivateServer::Lock() {
         // The server's root has no password: the folder is its door.
         fs::permissions(folder_, fs::perms::owner_all, error);
     }
-    const fs::path path = folder_ / "twupdate.lock";
+    const fs::path path = LockFile(folder_);
     lock_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lock_ < 0) {
         throw PrivateServerError("the folder " + folder_.string() +
@@ -235,6 +239,12 @@ void PrivateServer::Unlock() {
     }
 }
 
+void PrivateServer::Refuse(const std::string& reason) const {
+    std::error_code ignored;
+    fs::remove(LockFile(folder_), ignored);
+    throw PrivateServerError(reason);
+}
+
 void PrivateServer::RefuseForeignServer() const {
     // A server that somebody else started there holds a lock on its system tablespace. Ours would
     // wait half a minute for it.
@@ -248,8 +258,8 @@ void PrivateServer::RefuseForeignServer() const {
     const bool known = fcntl(file, F_GETLK, &wanted) == 0;
     close(file);
     if (known && wanted.l_type != F_UNLCK) {
-        throw PrivateServerError("a server (process " + std::to_string(wanted.l_pid) +
-                                 ") already uses the data in " + folder_.string());
+        Refuse("a server (process " + std::to_string(wanted.l_pid) + ") already uses the data in " +
+               folder_.string());
     }
 }
 
@@ -270,8 +280,7 @@ void PrivateServer::InitialiseIfEmpty() {
     }
     if (!empty) {
         if (!fs::is_directory(folder_ / "mysql") || !fs::exists(folder_ / "ibdata1")) {
-            throw PrivateServerError("the folder " + folder_.string() +
-                                     " is not empty and holds no server's data");
+            Refuse("the folder " + folder_.string() + " is not empty and holds no server's data");
         }
         return;
     }

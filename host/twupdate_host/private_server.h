@@ -74,6 +74,8 @@ class PrivateServer {
   private:
     void Lock();
     void Unlock();
+    /// Leaves the folder as it was found.
+    [[noreturn]] void Refuse(const std::string& reason) const;
     void RefuseForeignServer() const;
     void InitialiseIfEmpty();
     void Spawn();

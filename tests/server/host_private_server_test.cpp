@@ -174,6 +174,7 @@ TEST(PrivateServer, ServerThatSomebodyElseRunsInTheFolderIsNamed) {
     EXPECT_THAT(ErrorOfStarting(folder / "data"),
                 AllOf(HasSubstr("already uses the data"),
                       HasSubstr("process " + std::to_string(server.Pid()))));
+    EXPECT_FALSE(fs::exists(folder / "data/twupdate.lock")) << "no lock is left in its folder";
     EXPECT_EQ(Cell(server, "SELECT 1"), "1");
 }
 
@@ -229,7 +230,7 @@ TEST(PrivateServer, FolderWithOtherFilesIsRefusedAndLeftAlone) {
     folder.Write("letter.txt", "Dear reader");
     EXPECT_THAT(ErrorOfStarting(folder.Path()), HasSubstr("holds no server's data"));
     EXPECT_EQ(folder.Read("letter.txt"), "Dear reader");
-    EXPECT_FALSE(fs::exists(folder / "ibdata1"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.Path()), {}), 1) << "no lock is left";
 }
 
 TEST(PrivateServer, InitialisationThatWasCutOffIsBegunAgain) {
