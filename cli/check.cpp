@@ -53,7 +53,7 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
     if (central) {
         pending = CentralPending(session, version);
         CheckCentral(session, version, findings);
-        CheckDataFiles(session, InstallFolder(options), findings);
+        CheckDataFiles(session, InstallFolderWithData(options), findings);
     }
     std::vector<SiteRow> sites;
     for (const SiteRow& site : installation.Sites()) {

@@ -1,9 +1,12 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 
 #include "cli/commands.h"
 #include "cli/failure.h"
+#include "cli/installation.h"
+#include "cli/layout.h"
 #include "cli/run.h"
 #include "cli/run_lock.h"
 #include "cli/session.h"
@@ -12,9 +15,54 @@
 namespace twupdate::cli {
 namespace {
 
+/// What tells a central database whose creation was cut or failed from a finished one; empty when
+/// it is finished. One that ladders still have to bring up to date is not looked at.
+std::string Unfinished(const Session& session, const std::filesystem::path& installFolder) {
+    host::Connection& connection = *session.GetConnection();
+    const Layout layout = ReadLayout(*session.Own(), "tw_tarnwick");
+    if (!layout.tables.contains("installation")) {
+        return "it has no table installation";
+    }
+    const auto version = connection.Query("SELECT version FROM tw_tarnwick.installation;");
+    if (!version->Next()) {
+        return "its table installation has no row";
+    }
+    if (version->Get(0).IsNull() || IsBelow(version->Get(0).ToDouble(), kCurrentVersion)) {
+        return "";
+    }
+    for (const auto& [name, table] : CentralLayout().tables) {
+        if (!layout.tables.contains(name)) {
+            return "it has no table " + name;
+        }
+    }
+    // The last import of a creation.
+    std::error_code ignored;
+    const auto data = installFolder / "resources" / "componenttypeData.txt";
+    const bool hasData = std::filesystem::file_size(data, ignored) > 0 && !ignored;
+    return hasData && !connection.Query("SELECT 1 FROM tw_tarnwick.componenttype LIMIT 1;")->Next()
+               ? "its table componenttype has no rows"
+               : "";
+}
+
+void RefuseUnfinished(const Session& session, const std::filesystem::path& installFolder) {
+    if (!Installation(session.Own()).HasDatabase("tw_tarnwick")) {
+        return;
+    }
+    const std::string unfinished = Unfinished(session, installFolder);
+    if (!unfinished.empty()) {
+        throw CommandError(fmt::format(
+            "the central database tw_tarnwick is there, but not complete: {}; nothing was done; "
+            "after a create-core that failed drop it (DROP DATABASE tw_tarnwick) and run "
+            "create-core again, otherwise bring it back from a backup",
+            unfinished));
+    }
+}
+
 int CreateCore(const GlobalOptions& options, Console& console) {
+    const auto installFolder = InstallFolderWithData(options);
     Session session(options);
     const RunLock lock(session, options);
+    RefuseUnfinished(session, installFolder);
     bool created = false;
     Run run;
     run.start.command = "create-core";
@@ -31,16 +79,7 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     run.afterFailure =
         "What was created stands. Once the cause is mended, drop the unfinished database (DROP "
         "DATABASE tw_tarnwick) if it is there, and run the same command again.";
-    const int status = CarryOut(session, options, console, run);
-    if (status == kDone && !created) {
-        // An unfinished creation is left as it is; reading its version says whether it is one.
-        try {
-            Installation(session.Own()).Version();
-        } catch (const CommandError& error) {
-            console.Warn(error.what());
-        }
-    }
-    return status;
+    return CarryOut(session, options, console, run);
 }
 
 }  // namespace

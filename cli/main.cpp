@@ -4,6 +4,7 @@
 #include "cli/failure.h"
 #include "cli/options.h"
 #include "cli/text.h"
+#include "cli/trace.h"
 
 int main(int argc, char** argv) {
     using namespace twupdate::cli;
@@ -19,6 +20,7 @@ int main(int argc, char** argv) {
         return code;
     };
     try {
+        RequireWritable(invocation.global);
         return invocation.run(invocation.global, console);
     } catch (const CommandError& error) {
         return fail(error, error.Code());

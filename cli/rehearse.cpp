@@ -76,7 +76,7 @@ GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& wo
 /// its own, with the data files.
 void MakeComponentFolder(const GlobalOptions& options, const fs::path& folder) {
     fs::create_directories(folder);
-    fs::copy(InstallFolder(options) / "resources", folder / "resources",
+    fs::copy(InstallFolderWithData(options) / "resources", folder / "resources",
              fs::copy_options::recursive | fs::copy_options::overwrite_existing);
 }
 

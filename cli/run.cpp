@@ -137,17 +137,29 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
 
 std::string WhatStands(const std::vector<DatabaseDone>& databases) {
     constexpr std::size_t kMostNames = 10;
-    if (databases.empty()) {
-        return "No database was upgraded to the end.";
+    std::vector<std::string> names;
+    bool central = false;
+    for (const DatabaseDone& done : databases) {
+        if (done.database == "tw_tarnwick") {
+            central = true;
+        } else {
+            names.push_back(done.database);
+        }
     }
-    std::string names;
-    for (std::size_t i = 0; i < std::min(databases.size(), kMostNames); ++i) {
-        names += (i == 0 ? "" : ", ") + databases[i].database;
+    const std::string more =
+        names.size() > kMostNames ? fmt::format(" and {} more", names.size() - kMostNames) : "";
+    std::string line = "No database was upgraded to the end.";
+    if (!names.empty()) {
+        const auto end =
+            names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), kMostNames));
+        line = fmt::format("Upgraded to the end: {} ({}{}).", Count(names.size(), "database"),
+                           fmt::join(names.begin(), end, ", "), more);
     }
-    if (databases.size() > kMostNames) {
-        names += fmt::format(" and {} more", databases.size() - kMostNames);
-    }
-    return fmt::format("Upgraded to the end: {} ({}).", Count(databases.size(), "database"), names);
+    // Its version waits for the last site, so that a run that resumes walks its ladders again.
+    return line + (central
+                       ? " The ladders of tw_tarnwick have ended; its version is recorded after "
+                         "the last site."
+                       : "");
 }
 
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {

@@ -1,15 +1,13 @@
 #include "cli/session.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <stdexcept>
 #include <system_error>
 #include <vector>
 
 #include "cli/failure.h"
+#include "twupdate_host/password_file.h"
 
 namespace twupdate::cli {
 namespace {
@@ -19,6 +17,14 @@ namespace fs = std::filesystem;
 template <typename Text>
 std::optional<Text> IfGiven(const Text& text) {
     return text.empty() ? std::nullopt : std::optional<Text>(text);
+}
+
+std::string PasswordFrom(const fs::path& file) {
+    try {
+        return host::ReadPasswordFile(file);
+    } catch (const std::runtime_error& error) {
+        throw CommandError(error.what(), kWrongUse);
+    }
 }
 
 host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
@@ -109,29 +115,6 @@ ServiceCounts Session::Services() const {
     return counts;
 }
 
-std::string PasswordFrom(const std::filesystem::path& file) {
-    std::ifstream stream(file);
-    if (!stream) {
-        throw CommandError(
-            "cannot read the password file " + file.string() + ": " + std::strerror(errno),
-            kWrongUse);
-    }
-    // A pipe, as of a password manager, has no readers but this program.
-    struct stat status {};
-    if (stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-        (status.st_mode & S_IROTH) != 0) {
-        throw CommandError("everybody may read the password file " + file.string() +
-                               "; make it yours alone (chmod 600)",
-                           kWrongUse);
-    }
-    std::string password;
-    std::getline(stream, password);
-    if (!password.empty() && password.back() == '\r') {
-        password.pop_back();
-    }
-    return password;
-}
-
 std::filesystem::path InstallFolder(const GlobalOptions& options) {
     if (!options.installFolder.empty()) {
         return fs::absolute(options.installFolder);
@@ -151,6 +134,20 @@ std::filesystem::path InstallFolder(const GlobalOptions& options) {
         "no folder resources with the reference data beside the program; name the component's "
         "folder with --install-folder",
         kWrongUse);
+}
+
+fs::path InstallFolderWithData(const GlobalOptions& options) {
+    const fs::path folder = InstallFolder(options);
+    std::error_code ignored;
+    if (!fs::is_directory(folder / "resources", ignored)) {
+        throw CommandError(
+            fmt::format(
+                "{} has no folder resources with the reference data; --install-folder names "
+                "the folder in which resources lies",
+                folder.string()),
+            kWrongUse);
+    }
+    return folder;
 }
 
 }  // namespace twupdate::cli

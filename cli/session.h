@@ -55,13 +55,13 @@ class Session {
     std::shared_ptr<host::MariaDbUtility> component_;
 };
 
-/// The first line of a password file.
-/// @throws CommandError when it cannot be read, or everybody may read it
-std::string PasswordFrom(const std::filesystem::path& file);
-
 /// The component's folder: the one that is named, or the first of these that holds `resources`:
 /// the program's folder, `../share/twupdate` beside it, the folders above it (a build tree).
 /// @throws CommandError when there is none
 std::filesystem::path InstallFolder(const GlobalOptions& options);
+
+/// The same, for commands that import the reference data: without it they would leave tables empty.
+/// @throws CommandError when the folder that is named has no `resources`
+std::filesystem::path InstallFolderWithData(const GlobalOptions& options);
 
 }  // namespace twupdate::cli

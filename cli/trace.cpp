@@ -1,5 +1,7 @@
 #include "cli/trace.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -9,6 +11,29 @@
 #include "cli/text.h"
 
 namespace twupdate::cli {
+namespace {
+
+/// @param makesFolders  whether the writer makes the folders that are missing
+bool IsWritable(const std::filesystem::path& file, bool makesFolders) {
+    if (access(file.c_str(), F_OK) == 0) {
+        return access(file.c_str(), W_OK) == 0;
+    }
+    auto folder = std::filesystem::absolute(file).parent_path();
+    while (makesFolders && errno == ENOENT && access(folder.c_str(), F_OK) != 0) {
+        folder = folder.parent_path();
+    }
+    return errno == ENOENT && access(folder.c_str(), W_OK) == 0;
+}
+
+}  // namespace
+
+void RequireWritable(const GlobalOptions& options) {
+    for (const auto& file : {options.trace, options.events, options.log}) {
+        if (!file.empty() && !IsWritable(file, file == options.log)) {
+            throw CommandError("cannot write " + file.string() + ": " + std::strerror(errno));
+        }
+    }
+}
 
 JsonLines::JsonLines(const std::filesystem::path& file)
     : path_(file), file_(file, std::ios::binary | std::ios::trunc) {

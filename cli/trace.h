@@ -4,6 +4,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "cli/options.h"
 #include "cli/run_sink.h"
 
 namespace twupdate::cli {
@@ -20,6 +21,11 @@ class JsonLines {
     std::filesystem::path path_;
     std::ofstream file_;
 };
+
+/// Whether the files that the options name can be written, found out without touching them: a
+/// command that finds nothing to do opens none.
+/// @throws CommandError
+void RequireWritable(const GlobalOptions& options);
 
 /// A parameter of a command, as JSON.
 nlohmann::ordered_json JsonOf(const Value& value);

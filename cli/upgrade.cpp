@@ -58,6 +58,7 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
 }
 
 int Upgrade(const GlobalOptions& options, Console& console) {
+    InstallFolderWithData(options);  // wrong use is told before anything is done
     Session session(options);
     const RunLock lock(session, options);
     Installation installation(session.Own());

@@ -11,6 +11,7 @@
 #include "sample/installation.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/mariadb_utility.h"
+#include "twupdate_host/password_file.h"
 #include "twupdate_host/private_server.h"
 
 namespace {
@@ -21,6 +22,7 @@ struct Options {
     sample::InstallationOptions installation;
     host::ConnectionOptions connection;
     std::optional<std::filesystem::path> dataFolder;
+    std::optional<std::filesystem::path> passwordFile;
 };
 
 void AddOptions(CLI::App& app, Options& options) {
@@ -53,12 +55,18 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--host", options.connection.host);
     app.add_option("--port", options.connection.port);
     app.add_option("--user", options.connection.user,
-                   "the password comes from option files or MYSQL_PWD");
+                   "the password comes from --password-file, option files or MYSQL_PWD");
+    app.add_option("--password-file", options.passwordFile, "file whose first line is the password")
+        ->type_name("FILE")
+        ->excludes("--datadir");
 }
 
 void Make(const Options& options) {
     std::optional<host::PrivateServer> server;
     host::ConnectionOptions connection = options.connection;
+    if (options.passwordFile) {
+        connection.password = host::ReadPasswordFile(*options.passwordFile);
+    }
     if (options.dataFolder) {
         server.emplace(*options.dataFolder,
                        host::PrivateServerOptions{.fast = true, .serverOptions = {}});

@@ -1,9 +1,13 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include "cli/installation_fixture.h"
 
 namespace twupdate::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 using testing::AllOf;
 using testing::ContainsRegex;
@@ -36,12 +40,44 @@ TEST_F(Commands, CreateCoreLeavesAnExistingCentralDatabaseAlone) {
     EXPECT_EQ(InstallationVersion(), "1");
 }
 
-TEST_F(Commands, CreateCoreWarnsOfAnUnfinishedCentralDatabase) {
+TEST_F(Commands, CreateCoreTellsAnUnfinishedCentralDatabaseFromAFinishedOne) {
+    const auto refuses = [](const std::string& what) {
+        const Outcome outcome = Run({"create-core"});
+        EXPECT_EQ(outcome.status, 1) << outcome.out;
+        EXPECT_EQ(outcome.err,
+                  "twupdate: the central database tw_tarnwick is there, but not complete: " + what +
+                      "; nothing was done; after a create-core that failed drop it (DROP DATABASE "
+                      "tw_tarnwick) and run create-core again, otherwise bring it back from a "
+                      "backup\n");
+    };
     Execute("CREATE DATABASE tw_tarnwick;");
-    const Outcome outcome = Run({"create-core"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.err, HasSubstr("warning: the central database tw_tarnwick has no table "
-                                       "installation"));
+    refuses("it has no table installation");
+    Execute("DROP DATABASE tw_tarnwick;");
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    EXPECT_EQ(Run({"create-core"}).status, 0);
+    Execute("DELETE FROM tw_tarnwick.componenttype;");
+    refuses("its table componenttype has no rows");
+    Execute("DROP TABLE tw_tarnwick.schedule;");
+    refuses("it has no table schedule");
+    Execute("DELETE FROM tw_tarnwick.installation;");
+    refuses("its table installation has no row");
+}
+
+TEST_F(Commands, CreateCoreAfterOneThatFailedSaysWhatToDo) {
+    const fs::path install = folder_ / "component";
+    fs::create_directories(install);
+    fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources",
+             fs::copy_options::recursive);
+    WriteFile(install / "resources" / "currencyData.txt", "2\tUSD\n");
+    const std::vector<std::string> create{"--install-folder", install.string(), "create-core"};
+    EXPECT_EQ(Run(create).status, 1);
+    const Outcome again = Run(create);
+    EXPECT_EQ(again.status, 1);
+    EXPECT_THAT(again.err, HasSubstr("not complete: its table componenttype has no rows"));
+    Execute("DROP DATABASE tw_tarnwick;");
+    fs::copy_file(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources" / "currencyData.txt",
+                  install / "resources" / "currencyData.txt", fs::copy_options::overwrite_existing);
+    EXPECT_EQ(Run(create).status, 0);
 }
 
 // --- upgrade -----------------------------------------------------------------------------------

@@ -111,8 +111,11 @@ TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
                 ContainsRegex("^twupdate: failed: database tw_8, site schema ladder, step "
                               "SiteSchemaStep_1_0264: .*tw_8.*: server error 1[0-9]* "
                               "\\(42[0-9S]*\\): .*\n"));
-    EXPECT_THAT(outcome.err, HasSubstr("Upgraded to the end: 2 databases (tw_tarnwick, tw_3). Run "
-                                       "the same command again: it resumes where it stopped.\n"));
+    EXPECT_THAT(
+        outcome.err,
+        HasSubstr("Upgraded to the end: 1 database (tw_3). The ladders of tw_tarnwick have "
+                  "ended; its version is recorded after the last site. Run the same command "
+                  "again: it resumes where it stopped.\n"));
     EXPECT_EQ(SiteVersion(3), "1.0265");
     EXPECT_EQ(SiteVersion(8), "1.0262");
     EXPECT_EQ(SiteVersion(9), "1.0262");
@@ -189,6 +192,48 @@ TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr("cannot write " + (folder_ / "file" / "trace").string()));
     EXPECT_EQ(InstallationVersion(), "1.0262");
+}
+
+TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
+    MakeCentralDatabase();
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0265;");
+    WriteFile(folder_ / "file", "");
+    for (const char* option : {"--trace", "--events", "--log"}) {
+        for (const char* command : {"upgrade", "status"}) {
+            const std::string bad = (folder_ / "file" / "x").string();
+            const Outcome outcome = Run({option, bad, command});
+            EXPECT_EQ(outcome.status, 1) << option;
+            EXPECT_EQ(outcome.err, "twupdate: cannot write " + bad + ": Not a directory\n");
+            EXPECT_EQ(outcome.out, "");
+        }
+    }
+    const std::string lost = (folder_ / "none" / "x").string();
+    EXPECT_THAT(Run({"--trace", lost, "upgrade"}).err, HasSubstr("No such file or directory"));
+    // The folders of a log are made.
+    EXPECT_EQ(Run({"--log", lost, "upgrade"}).status, 0);
+    EXPECT_EQ(Run({"--trace", (folder_ / "x").string(), "upgrade"}).status, 0);
+}
+
+TEST_F(Failures, AnInstallFolderWithoutDataIsWrongUse) {
+    MakeNearlyCurrentInstallation();
+    const std::string folder = folder_.Path().string();
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"upgrade"},
+             {"create-core"},
+             {"import-master-data", "7"},
+             {"check"},
+             {"rehearse", "--workdir", (folder_ / "rehearsal").string()}}) {
+        auto arguments = std::vector<std::string>{"--install-folder", folder};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 2) << command.front();
+        EXPECT_EQ(outcome.err, "twupdate: " + folder +
+                                   " has no folder resources with the reference data; "
+                                   "--install-folder names the folder in which resources lies\n");
+    }
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_NE(Cell("SELECT COUNT(*) FROM tw_tarnwick.component;"), "0");
+    EXPECT_EQ(Run({"--install-folder", folder, "status"}).status, 0);
 }
 
 TEST_F(Failures, AFolderOfASiteThatCannotBeMadeStopsTheRunAndIsNamed) {

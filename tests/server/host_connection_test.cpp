@@ -1,11 +1,7 @@
 // Signing in, the session, and what the connection refuses.
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <functional>
@@ -15,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/free_port.h"
 #include "support/temporary_folder.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/private_server.h"
@@ -27,19 +24,6 @@ using host::ConnectionOptions;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
-
-/// A TCP port that nobody uses at the moment.
-int FreePort() {
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof(address);
-    bind(probe, reinterpret_cast<sockaddr*>(&address), length);
-    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
-    close(probe);
-    return ntohs(address.sin_port);
-}
 
 /// Sets an environment variable for the time of a test.
 class Environment {

@@ -200,6 +200,22 @@ TEST_F(SampleProgram, MakesWhatTheLibraryMakes) {
     EXPECT_EQ(size, Files().size() + 1) << "the output is the only other file";
 }
 
+TEST_F(SampleProgram, TakesThePasswordFromAFile) {
+    Sql("CREATE OR REPLACE USER 'maker'@'localhost' IDENTIFIED BY 'hush';");
+    Sql("GRANT ALL ON *.* TO 'maker'@'localhost';");
+    WriteFile("password", "hush\n");
+    fs::permissions(Root() / "password", fs::perms::owner_read);
+    const std::string maker = "--socket " + ServerTest::Server().Socket().string() +
+                              " --user maker --sites 0 --password-file ";
+    EXPECT_EQ(0, Run(maker + (Root() / "password").string())) << Output();
+    EXPECT_EQ(1, Run(maker + (Root() / "missing").string()));
+    EXPECT_THAT(Output(), testing::HasSubstr("cannot read the password file "));
+    fs::permissions(Root() / "password", fs::perms::others_read, fs::perm_options::add);
+    EXPECT_EQ(1, Run(maker + (Root() / "password").string()));
+    EXPECT_THAT(Output(), testing::HasSubstr("chmod 600"));
+    Sql("DROP USER 'maker'@'localhost';");
+}
+
 TEST_F(SampleProgram, FailsWhereAnInstallationIsAlready) {
     ASSERT_EQ(0, Run(Server() + "--sites 0"));
     EXPECT_EQ(1, Run(Server() + "--sites 0"));

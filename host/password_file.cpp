@@ -1,0 +1,33 @@
+#include "twupdate_host/password_file.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+
+namespace twupdate::host {
+
+std::string ReadPasswordFile(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    if (!stream) {
+        throw std::runtime_error("cannot read the password file " + file.string() + ": " +
+                                 std::strerror(errno));
+    }
+    // A pipe, as of a password manager, has no readers but this program.
+    struct stat status {};
+    if (stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+        (status.st_mode & S_IROTH) != 0) {
+        throw std::runtime_error("everybody may read the password file " + file.string() +
+                                 "; make it yours alone (chmod 600)");
+    }
+    std::string password;
+    std::getline(stream, password);
+    if (!password.empty() && password.back() == '\r') {
+        password.pop_back();
+    }
+    return password;
+}
+
+}  // namespace twupdate::host
