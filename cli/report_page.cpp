@@ -292,7 +292,7 @@ std::string Failures(std::span<const RunRecord> runs) {
     for (std::size_t i = 0; i < shown; ++i) {
         html += FailureText(groups[i]);
     }
-    return Section("failures", "Failures", html + AndMore(groups.size(), shown, "kind of failure"));
+    return Section("failures", "Failures", html + AndMore(groups.size(), shown, "failure group"));
 }
 
 // --- the timeline --------------------------------------------------------------------------------

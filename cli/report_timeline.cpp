@@ -245,7 +245,9 @@ std::vector<AxisMark> AxisMarks(EventTime start, EventDuration length) {
         return marks;
     }
     const double begin = duration<double>(start.time_since_epoch()).count();
-    for (double at = std::ceil(begin / step) * step; at <= begin + whole; at += step) {
+    const double last = std::floor((begin + whole) / step);
+    for (int i = 0; std::ceil(begin / step) + i <= last; ++i) {
+        const double at = (std::ceil(begin / step) + i) * step;
         const auto time = static_cast<std::time_t>(at);
         marks.push_back(
             {(at - begin) / whole, step < 86400 ? fmt::format("{:%H:%M}", fmt::gmtime(time))

@@ -27,8 +27,8 @@ void SortFromLargest(std::vector<Total>& totals, const Key& key) {
                      [&](const Total& a, const Total& b) { return key(a) > key(b); });
 }
 
-template <typename Total>
-std::vector<Total> Values(std::map<std::string_view, Total>& totals) {
+template <typename Key, typename Total>
+std::vector<Total> Values(std::map<Key, Total>& totals) {
     std::vector<Total> values;
     values.reserve(totals.size());
     for (auto& [key, total] : totals) {
@@ -108,10 +108,7 @@ std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs) {
                                     failure.code == 0 ? failure.error : std::string());
         groups[key].occurrences.push_back({&run, IsMended(failure, run, runs.subspan(i + 1))});
     }
-    std::vector<FailureGroup> sorted;
-    for (auto& [key, group] : groups) {
-        sorted.push_back(std::move(group));
-    }
+    auto sorted = Values(groups);
     SortFromLargest(sorted, [](const FailureGroup& group) { return group.occurrences.size(); });
     return sorted;
 }

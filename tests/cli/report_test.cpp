@@ -484,6 +484,32 @@ TEST(ReportPage, StaysSmallForManySites) {
     EXPECT_THAT(page, HasSubstr("<dd id=\"sites\">1,000 of 1,000</dd>"));
 }
 
+TEST(ReportPage, SaysWhatIsLeftOutOfLongLists) {
+    // 120 runs: a database that is lost in 80 of them, and 40 failures of one kind each.
+    std::string events;
+    for (int i = 0; i < 120; ++i) {
+        events += RunStarted(3 * i, 1) + Service(3 * i, "Upgrade", 100, i < 25) +
+                  SiteFails(3 * i, 7, i < 80 ? 1146 : 3000 + i, "x");
+    }
+    const std::string page = cli::ReportPage(Runs(events));
+    const auto times = [&](const std::string& part) {
+        std::size_t count = 0;
+        for (auto at = page.find(part); at != std::string::npos; at = page.find(part, at + 1)) {
+            ++count;
+        }
+        return count;
+    };
+    EXPECT_THAT(page, HasSubstr("20 more earlier runs are not shown."));         // of the table
+    EXPECT_THAT(page, HasSubstr("108 more earlier runs are not shown."));        // of the figures
+    EXPECT_THAT(page, HasSubstr("60 more earlier failures are not shown."));     // of 80
+    EXPECT_THAT(page, HasSubstr("11 more failure groups are not shown."));       // of 41
+    EXPECT_THAT(page, HasSubstr("5 more earlier failed calls are not shown."));  // of 25
+    EXPECT_EQ(times("<svg class=\"timeline\""), 12U);
+    EXPECT_EQ(times("<h3>SiteSchemaStep_1_0264: server error "), 30U);
+    // None but the last, which the outcome tells, is passed over.
+    EXPECT_THAT(page, HasSubstr("<strong>✗ 119 failures</strong> of earlier runs were not made"));
+}
+
 // --- the command ---------------------------------------------------------------------------------
 
 class Report : public testing::Test {

@@ -80,9 +80,9 @@ class Browser:
         self._devtools("Emulation.setDeviceMetricsOverride", width=width, height=height,
                        deviceScaleFactor=1, mobile=True)
 
-    def prefer(self, scheme):
-        """The reader's colours: light or dark."""
-        self._devtools("Emulation.setEmulatedMedia", features=[
+    def prefer(self, scheme, medium="screen"):
+        """The reader's colours, light or dark, on a screen or in print."""
+        self._devtools("Emulation.setEmulatedMedia", media=medium, features=[
             {"name": "prefers-color-scheme", "value": scheme}])
 
     def open(self, file):
