@@ -50,11 +50,11 @@ class Table {
   public:
     /// @param columns  titles; one that begins with # is of numbers
     Table(std::string_view id, std::string_view caption,
-          const std::vector<std::string_view>& columns) {
-        html_ = fmt::format(
-            "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"{1}\">\n"
-            "<table id=\"{0}\"><caption>{1}</caption>\n<thead><tr>",
-            id, caption);
+          const std::vector<std::string_view>& columns)
+        : html_(fmt::format(
+              "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"{1}\">\n"
+              "<table id=\"{0}\"><caption>{1}</caption>\n<thead><tr>",
+              id, caption)) {
         for (const std::string_view column : columns) {
             isNumber_.push_back(column.starts_with('#'));
             html_ += fmt::format("<th scope=\"col\"{}>{}</th>", Kind(isNumber_.size() - 1),
