@@ -172,6 +172,9 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     app.get_formatter()->column_width(36);
     AddGlobalOptions(app, invocation.global);
     AddCommands(app, invocation);
+    for (CLI::App* command : app.get_subcommands({})) {
+        command->footer("The options of twupdate --help may stand here, too.");
+    }
     try {
         app.parse(argc, argv);
         return true;

@@ -25,6 +25,9 @@ if(TARGET twupdate_host)
           ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
   install(DIRECTORY host/twupdate_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
           COMPONENT development FILES_MATCHING PATTERN "*.h")
+  configure_file(cmake/twupdate-host.pc.in twupdate-host.pc @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/twupdate-host.pc
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endif()
 
 install(EXPORT twUpdateTargets NAMESPACE twUpdate:: DESTINATION ${TWUPDATE_CMAKE_DIR}

@@ -369,11 +369,14 @@ static int connect_to_server(struct host* host, const char* option_file) {
            mysql_query(host->mysql, sql_mode) == 0;
 }
 
-/* The number in the first row; -1 where there is none. */
+/* The number in the first row; -1, after a message, where there is none. */
 static double read_number(struct host* host, const char* sql) {
     MYSQL_RES* rows = mysql_query(host->mysql, sql) == 0 ? mysql_store_result(host->mysql) : NULL;
     const MYSQL_ROW row = rows == NULL ? NULL : mysql_fetch_row(rows);
     const double number = row == NULL || row[0] == NULL ? -1 : atof(row[0]);
+    if (number < 0) {
+        fprintf(stderr, "c_host: no number from %s %s\n", sql, mysql_error(host->mysql));
+    }
     mysql_free_result(rows);
     return number;
 }
@@ -397,9 +400,24 @@ static twu_status upgrade(twu_update* update, struct host* host, long site) {
     snprintf(sql, sizeof sql, "UPDATE tw_tarnwick.site SET version = %.4f WHERE siteid = %ld",
              TWU_CURRENT_VERSION, site);
     if (status == TWU_OK && mysql_query(host->mysql, sql) != 0) {
+        fprintf(stderr, "c_host: the version was not written: %s\n", mysql_error(host->mysql));
         status = TWU_HOST_ERROR;
     }
     return status;
+}
+
+/* What was done stays done; when the cause is gone, the same call goes on from there. */
+static void tell(const twu_error* error) {
+    fprintf(stderr, "c_host: %s: %s", twu_status_name(twu_error_status(error)),
+            twu_error_text(error));
+    if (twu_error_code(error) != 0) { /* the server's */
+        fprintf(stderr, " (error %lu, SQLSTATE %s)", (unsigned long)twu_error_code(error),
+                twu_error_sqlstate(error));
+    }
+    if (*twu_error_statement(error, NULL) != '\0') {
+        fprintf(stderr, "\n  in: %s", twu_error_statement(error, NULL));
+    }
+    fprintf(stderr, "\n");
 }
 
 int main(int argc, char** argv) {
@@ -458,14 +476,8 @@ int main(int argc, char** argv) {
     error = twu_last_error(update);
     if (status == TWU_OK) {
         printf("done\n");
-    } else if (twu_error_status(error) == TWU_OK) {
-        fprintf(stderr, "c_host: cannot read or write the version: %s\n", mysql_error(host.mysql));
-    } else {
-        /* What was done stays done; when the cause is gone, the same call goes on from here. */
-        fprintf(stderr, "c_host: %s: %s (error %lu, SQLSTATE %s)\n  in: %s\n",
-                twu_status_name(status), twu_error_text(error),
-                (unsigned long)twu_error_code(error), twu_error_sqlstate(error),
-                twu_error_statement(error, NULL));
+    } else if (twu_error_status(error) != TWU_OK) { /* otherwise it has been told already */
+        tell(error);
     }
 
     twu_update_free(update); /* and with it the host's last reference */

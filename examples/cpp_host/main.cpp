@@ -53,8 +53,11 @@ int main(int argc, char** argv) try {
     return 0;
 } catch (const twupdate::HostError& error) {
     // What was done stays done; when the cause is gone, the same call goes on from here.
-    std::fprintf(stderr, "cpp_host: %s (error %u, SQLSTATE %s)\n  in: %s\n", error.what(),
-                 error.Code(), error.SqlState().c_str(), error.Statement().c_str());
+    std::fprintf(stderr, "cpp_host: %s", error.what());
+    if (error.Code() != 0) {  // the server's
+        std::fprintf(stderr, " (error %u, SQLSTATE %s)", error.Code(), error.SqlState().c_str());
+    }
+    std::fprintf(stderr, "\n  in: %s\n", error.Statement().c_str());
     return 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "cpp_host: %s\n", error.what());

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -308,8 +309,8 @@ class MyHost : public twupdate::Utility,
     void Run(const std::string& sql) { connection_->Query(sql); }
     double Number(const std::string& sql) {
         const Rows rows(connection_->Query(sql));
-        if (rows.AtEnd()) {
-            throw twupdate::HostError(sql, 0, "", "no such row");
+        if (rows.AtEnd() || rows.Get(0).IsNull()) {
+            throw std::runtime_error("no number from " + sql);
         }
         return rows.Get(0).ToDouble();
     }

@@ -108,6 +108,7 @@ for name, result, arguments in [
         ("twu_update_site", STATUS, (HANDLE, c_int32, c_double, POINTER(c_int32))),
         ("twu_last_error", ERROR, (HANDLE,)),
         ("twu_error_set", None, (ERROR, c_uint32, c_char_p, c_char_p)),
+        ("twu_error_status", STATUS, (ERROR,)),
         ("twu_error_text", c_char_p, (ERROR,)),
         ("twu_error_code", c_uint32, (ERROR,)),
         ("twu_error_sqlstate", c_char_p, (ERROR,)),
@@ -161,6 +162,9 @@ class Connection:
             self.fail()
         # The component escapes texts with backslashes.
         self.query(b"SET SESSION sql_mode = REPLACE(@@sql_mode, 'NO_BACKSLASH_ESCAPES', '')")
+
+    def close(self):
+        maria.mysql_close(self.mysql)
 
     def fail(self):
         raise ServerError(maria.mysql_errno(self.mysql), maria.mysql_sqlstate(self.mysql),
@@ -352,19 +356,56 @@ def guarded(method, can_fail):
 
 # --- the use --------------------------------------------------------------------------------------
 
+def number(connection, sql):
+    """The number in the first row."""
+    for row in connection.query(sql):
+        for text in row.values():
+            if text is not None:
+                return float(text)
+    raise LookupError(f"no number from {sql.decode()}")
+
+
 def upgrade(connection, update, site):
     """Runs the upgrade and gives its status."""
     if site is None:
         # The central database, then all sites. The component writes the versions itself.
-        [row] = connection.query(b"SELECT version FROM tw_tarnwick.installation")
-        return twu.twu_update_server(update, float(row[b"version"]), None)
+        version = number(connection, b"SELECT version FROM tw_tarnwick.installation")
+        return twu.twu_update_server(update, version, None)
     # One site. Its version stands in the central database; the host writes the new one.
-    [row] = connection.query(b"SELECT version FROM tw_tarnwick.site WHERE siteid = %d" % site)
-    status = twu.twu_update_site(update, site, float(row[b"version"]), None)
+    version = number(connection, b"SELECT version FROM tw_tarnwick.site WHERE siteid = %d" % site)
+    status = twu.twu_update_site(update, site, version, None)
     if status == TWU_OK:
         connection.query(b"UPDATE tw_tarnwick.site SET version = %.4f WHERE siteid = %d"
                          % (CURRENT_VERSION, site))
     return status
+
+
+class UpgradeError(Exception):
+    """What was done stays done; when the cause is gone, the same call goes on from there."""
+
+    def __init__(self, error):
+        text = twu.twu_status_name(twu.twu_error_status(error)) + b": " + twu.twu_error_text(error)
+        if code := twu.twu_error_code(error):  # the server's
+            text += b" (error %d, SQLSTATE %s)" % (code, twu.twu_error_sqlstate(error))
+        if statement := twu.twu_error_statement(error, None):
+            text += b"\n  in: " + statement
+        super().__init__(text.decode(errors="replace"))
+
+
+def run(host, site=None):
+    """Upgrades one site, or the whole installation."""
+    callbacks = host.callbacks()
+    handle, update = HANDLE(), HANDLE()
+    if twu.twu_host_new(byref(callbacks), None, byref(handle)) != TWU_OK or \
+            twu.twu_update_new(byref(update)) != TWU_OK:
+        raise UpgradeError(twu.twu_last_error(None))
+    twu.twu_configure(update, handle)
+    twu.twu_host_free(handle)  # the update has a reference of its own
+    try:
+        if upgrade(host.connection, update, site) != TWU_OK:
+            raise UpgradeError(twu.twu_last_error(update))
+    finally:
+        twu.twu_update_free(update)
 
 
 def main(arguments):
@@ -373,35 +414,13 @@ def main(arguments):
         return 2
     try:
         connection = Connection(arguments[0])
-    except ServerError as error:
+        run(Host(connection, arguments[1]), int(arguments[2]) if len(arguments) == 3 else None)
+        connection.close()
+    except (ServerError, UpgradeError, LookupError, ValueError) as error:
         print(f"python_host: {error}", file=sys.stderr)
         return 1
-    host = Host(connection, arguments[1])
-    callbacks = host.callbacks()
-    handle, update = HANDLE(), HANDLE()
-    if twu.twu_host_new(byref(callbacks), None, byref(handle)) != TWU_OK or \
-            twu.twu_update_new(byref(update)) != TWU_OK:
-        print("python_host:", twu.twu_error_text(twu.twu_last_error(None)).decode(),
-              file=sys.stderr)
-        return 1
-    twu.twu_configure(update, handle)
-    twu.twu_host_free(handle)  # the update has a reference of its own
-
-    status = upgrade(connection, update, int(arguments[2]) if len(arguments) == 3 else None)
-    if status == TWU_OK:
-        print("done")
-    else:
-        # What was done stays done; when the cause is gone, the same call goes on from here.
-        error = twu.twu_last_error(update)
-        print(f"python_host: {twu.twu_status_name(status).decode()}: "
-              f"{twu.twu_error_text(error).decode(errors='replace')} "
-              f"(error {twu.twu_error_code(error)}, "
-              f"SQLSTATE {twu.twu_error_sqlstate(error).decode()})\n"
-              f"  in: {twu.twu_error_statement(error, None).decode(errors='replace')}",
-              file=sys.stderr)
-    twu.twu_update_free(update)
-    maria.mysql_close(connection.mysql)
-    return 0 if status == TWU_OK else 1
+    print("done")
+    return 0
 
 
 if __name__ == "__main__":

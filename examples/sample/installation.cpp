@@ -1,5 +1,7 @@
 #include "sample/installation.h"
 
+#include <stdexcept>
+
 #include "sample/rows.h"
 #include "sample/shared_folder.h"
 
@@ -67,6 +69,17 @@ SitePlan KindOfSite(std::int32_t kind) {
     return plan;
 }
 
+/// Before anything is written: the files of an installation would be overwritten.
+void RefuseAnInstallation(Utility& host) {
+    const auto rows =
+        host.GetDatabase()->OpenRecordset("SHOW DATABASES LIKE 'tw\\_tarnwick';", 0, 0);
+    if (!rows->IsEOF()) {
+        throw std::runtime_error(
+            "the server has an installation already, the database tw_tarnwick; a sample is made on "
+            "a server without one");
+    }
+}
+
 }  // namespace
 
 std::filesystem::path InstallationOptions::DefaultRowFolder() {
@@ -90,6 +103,7 @@ std::vector<SitePlan> PlanSites(std::int32_t count) {
 
 void MakeInstallation(const std::shared_ptr<Utility>& host, const InstallationOptions& options) {
     const auto sites = PlanSites(options.sites);
+    RefuseAnInstallation(*host);
     if (!options.root.empty()) {
         WriteFiles(options, sites);
     }

@@ -28,12 +28,15 @@ struct Options {
 void AddOptions(CLI::App& app, Options& options) {
     auto& installation = options.installation;
     app.add_option("--sites", installation.sites, "number of sites")
+        ->type_name("N")
         ->check(CLI::Range(0, 100000))
         ->capture_default_str();
     app.add_option("--rows", installation.rows, "rows in each of a site's large tables")
+        ->type_name("N")
         ->check(CLI::Range(0, 10000000))
         ->capture_default_str();
     app.add_option("--seed", installation.seed, "another seed makes other rows")
+        ->type_name("N")
         ->capture_default_str();
     app.add_option("--install-root", installation.root,
                    "write the installation's files into this folder; the component's own folder "
@@ -51,11 +54,15 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--defaults-file", options.connection.defaultsFile,
                    "read [client] and [twupdate] of this option file only")
         ->type_name("FILE");
-    app.add_option("--socket", options.connection.socket)->type_name("FILE");
-    app.add_option("--host", options.connection.host);
-    app.add_option("--port", options.connection.port);
+    app.add_option("--socket", options.connection.socket, "Unix socket of the server")
+        ->type_name("FILE");
+    app.add_option("--host", options.connection.host, "host name of the server")->type_name("NAME");
+    app.add_option("--port", options.connection.port, "TCP port of the server")
+        ->type_name("NUMBER");
     app.add_option("--user", options.connection.user,
-                   "the password comes from --password-file, option files or MYSQL_PWD");
+                   "user name on the server; the password comes from --password-file, option files "
+                   "or MYSQL_PWD")
+        ->type_name("NAME");
     app.add_option("--password-file", options.passwordFile, "file whose first line is the password")
         ->type_name("FILE")
         ->excludes("--datadir");

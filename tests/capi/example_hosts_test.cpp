@@ -33,27 +33,27 @@ struct Outcome {
     std::string output;  ///< standard output and standard error
 };
 
-class ExampleHosts : public ServerTest, public testing::WithParamInterface<Example> {
+/// Runs a command through a shell. The folders of the test have no blanks or quotes.
+Outcome RunShell(const std::string& command) {
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) {
+        throw std::runtime_error("cannot run " + command);
+    }
+    Outcome outcome;
+    std::array<char, 4096> part{};
+    while (const std::size_t size = fread(part.data(), 1, part.size(), pipe)) {
+        outcome.output.append(part.data(), size);
+    }
+    const int status = pclose(pipe);
+    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+class ExampleTest : public ServerTest {
   protected:
-    ExampleHosts() {
+    ExampleTest() {
         WriteFile("client.cnf",
                   "[client]\nsocket=" + Server().Socket().string() + "\nuser=root\npassword=\n");
-    }
-
-    /// Runs the example through a shell. The folders of the test have no blanks or quotes.
-    Outcome RunExample(const std::string& arguments) const {
-        FILE* pipe = popen((GetParam().command + (" " + arguments) + " 2>&1").c_str(), "r");
-        if (pipe == nullptr) {
-            throw std::runtime_error("cannot run the example");
-        }
-        Outcome outcome;
-        std::array<char, 4096> part{};
-        while (const std::size_t size = fread(part.data(), 1, part.size(), pipe)) {
-            outcome.output.append(part.data(), size);
-        }
-        const int status = pclose(pipe);
-        outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return outcome;
     }
     std::string OptionFile() const { return (Root() / "client.cnf").string(); }
     std::string Arguments() const { return OptionFile() + " " + InstallFolder().string(); }
@@ -99,6 +99,13 @@ class ExampleHosts : public ServerTest, public testing::WithParamInterface<Examp
         LoadSite(7);
         LoadForm(7, 20, {{1, "text"}, {2, "float"}});
         Sql("INSERT INTO tw_7.group_table(groupid, displayname) VALUES(1, 'O''Neill \\\\ Zoë');");
+    }
+};
+
+class ExampleHosts : public ExampleTest, public testing::WithParamInterface<Example> {
+  protected:
+    static Outcome RunExample(const std::string& arguments) {
+        return RunShell(GetParam().command + (" " + arguments));
     }
 };
 
@@ -180,6 +187,39 @@ TEST_P(ExampleHosts, TellWhatThePlatformLacks) {
     EXPECT_THAT(outcome.output, testing::ContainsRegex("(component|Item) 1000"));
 }
 
+TEST_P(ExampleHosts, SaySoWhenThereIsNoSuchSite) {
+    LoadOldSite();
+    Sql("ALTER TABLE tw_tarnwick.site MODIFY version DOUBLE;");
+    Sql("UPDATE tw_tarnwick.site SET version = NULL WHERE siteid = 7;");
+    for (const char* site : {"7", "8"}) {  // the one has no version, the other is not there
+        const auto outcome = RunExample(Arguments() + " " + site);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.output,
+                    StartsWith(std::string(GetParam().name) +
+                               ": no number from SELECT version FROM tw_tarnwick.site WHERE "
+                               "siteid = " +
+                               site));
+        EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1)
+            << outcome.output;
+    }
+}
+
+TEST_P(ExampleHosts, SaySoWhenThereIsNoInstallation) {
+    const auto outcome = RunExample(Arguments());
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.output, StartsWith(std::string(GetParam().name) + ": "));
+    EXPECT_THAT(outcome.output, HasSubstr("tw_tarnwick"));
+    EXPECT_THAT(outcome.output, Not(HasSubstr("Traceback")));
+}
+
+TEST_P(ExampleHosts, SayThatTheCentralDatabaseIsTooOld) {
+    MakeSample();
+    const auto outcome = RunExample(Arguments() + " 2");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.output, HasSubstr("; upgrade the central database first\n"));
+    EXPECT_THAT(outcome.output, Not(HasSubstr("SQLSTATE"))) << "no server has refused anything";
+}
+
 TEST_P(ExampleHosts, SaySoWhenThereIsNoServer) {
     WriteFile("nobody.cnf", "[client]\nsocket=" + (Root() / "no.sock").string() + "\nuser=root\n");
     const auto outcome =
@@ -194,9 +234,42 @@ TEST_P(ExampleHosts, ExplainTheirArguments) {
     EXPECT_THAT(outcome.output, HasSubstr(" OPTION-FILE INSTALL-FOLDER [SITE]\n"));
 }
 
+#ifdef TWUPDATE_PYTHON
+TEST_F(ExampleTest, APythonProgramBuildsOnTheExample) {
+    LoadOldSite();
+    WriteFile("own.py",
+              "import sys\n"
+              "sys.path[:0] = ['" TWUPDATE_PYTHON_FOLDER
+              "']\n"
+              "sys.dont_write_bytecode = True\n"
+              "import python_host\n"
+              "class Host(python_host.Host):\n"
+              "    def step_starting(self, step, database):\n"
+              "        print('own', database.decode(), step[0].name.decode())\n"
+              "        if step[0].name == b'SiteSchemaStep_1_0005':\n"
+              "            raise RuntimeError('enough')\n"
+              "connection = python_host.Connection(sys.argv[1])\n"
+              "try:\n"
+              "    python_host.run(Host(connection, sys.argv[2]), site=7)\n"
+              "except python_host.UpgradeError as error:\n"
+              "    print(error)\n"
+              "connection.close()\n");
+    const auto outcome =
+        RunShell(TWUPDATE_PYTHON " " + (Root() / "own.py").string() + " " + Arguments());
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output,
+              "site 7 is at 1.0000\n"
+              "own tw_7 SiteSchemaStep_1_0001\n"
+              "own tw_7 SiteSchemaStep_1_0003\n"
+              "own tw_7 SiteSchemaStep_1_0005\n"
+              "TWU_HOST_ERROR: RuntimeError('enough')\n"
+              "  in: StepStarting\n");
+}
+#endif
+
 const Example kExamples[] = {
-#ifdef TWUPDATE_PYTHON_HOST
-    {"python_host", TWUPDATE_PYTHON_HOST},
+#ifdef TWUPDATE_PYTHON
+    {"python_host", TWUPDATE_PYTHON " " TWUPDATE_PYTHON_FOLDER "/python_host.py"},
 #endif
     {"cpp_host", TWUPDATE_CPP_HOST},
     {"c_host", TWUPDATE_C_HOST},

@@ -104,6 +104,16 @@ TEST(Usage, ListsItsCommands) {
     EXPECT_THAT(outcome.out, Not(HasSubstr("--password,")));
 }
 
+TEST(Usage, TellsOfEachCommandThatTheProgramsOptionsMayStandBehindIt) {
+    const std::string hint = "\nThe options of twupdate --help may stand here, too.\n";
+    for (const char* command : {"status", "upgrade", "upgrade-site", "restore", "rehearse"}) {
+        EXPECT_THAT(RunProgram({command, "--help"}).out, HasSubstr(hint)) << command;
+    }
+    EXPECT_THAT(RunProgram({"--help"}).out, Not(HasSubstr(hint)));
+    const Outcome behind = RunProgram({"status", "--socket", "/nowhere/mysqld.sock"});
+    EXPECT_THAT(behind.err, HasSubstr("cannot connect to the server"));
+}
+
 TEST(Usage, SaysThatNoServerAnswers) {
     const Outcome outcome = RunProgram({"--socket", "/nowhere/mysqld.sock", "status"});
     EXPECT_EQ(outcome.status, 1);

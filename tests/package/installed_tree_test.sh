@@ -59,6 +59,14 @@ export PKG_CONFIG_PATH=$libraries/pkgconfig
 "$compiler" -std=c++20 $(pkg-config --cflags twupdate) "$source/tests/package/consumer/consumer.cpp" \
     -o "$work/with_pkg_config" $(pkg-config --libs twupdate)
 check "$work/with_pkg_config"
+# shellcheck disable=SC2046  # several options
+"$compiler" -std=c++20 $(pkg-config --cflags twupdate-host) "$source/examples/embed/main.cpp" \
+    -o "$work/embed_with_pkg_config" $(pkg-config --libs twupdate-host)
+status=0
+LD_LIBRARY_PATH=$libraries "$work/embed_with_pkg_config" /nowhere/socket "$work" 7 2>"$work/refused" ||
+    status=$?
+[[ $status == 1 ]] || fail "embed without a server ends with $status"
+grep -q '/nowhere/socket' "$work/refused" || fail "embed says: $(cat "$work/refused")"
 
 # --- data ----------------------------------------------------------------------------------------
 for table in country currency englishword component componenttype; do

@@ -25,26 +25,62 @@ manage() { dpkg --root="$root" --force-depends --force-not-root --force-script-c
 manage --install "$work/packages"/*.deb
 
 for file in bin/twupdate share/twupdate/resources/countryData.txt include/twupdate/update.h \
-            include/twupdate/twupdate.h share/man/man1/twupdate.1 share/man/man1/twupdate-upgrade.1 \
-            share/man/man1/twupdate-report.1 \
-            share/bash-completion/completions/twupdate share/zsh/vendor-completions/_twupdate \
-            share/doc/twupdate/copyright share/doc/libtwupdate1/copyright; do
+            include/twupdate/twupdate.h share/bash-completion/completions/twupdate \
+            share/bash-completion/completions/twupdate-sample \
+            share/zsh/vendor-completions/_twupdate share/doc/twupdate/docs/start.md \
+            share/doc/libtwupdate-dev/examples/python_host/python_host.py \
+            share/doc/twupdate/copyright share/doc/twupdate/changelog.gz \
+            share/doc/libtwupdate1/copyright share/doc/libtwupdate1/changelog.gz; do
     [[ -s $root/usr/$file ]] || fail "no /usr/$file"
 done
-grep -q '^\.B \\-\\-events FILE' "$root/usr/share/man/man1/twupdate-report.1" ||
-    fail "the manual page of report does not name --events"
 "$root/usr/bin/twupdate" --version | grep -q 'version 1.0265' || fail "twupdate --version"
 
-# The completion offers what the program lists.
-completed=$(PATH=$root/usr/bin:$PATH bash -c '
-    . "$1"; COMP_WORDS=(twupdate upgrade-s); COMP_CWORD=1; _twupdate; echo "${COMPREPLY[@]}"
-    COMP_WORDS=(twupdate upgrade-site --f); COMP_CWORD=2; _twupdate; echo "${COMPREPLY[@]}"
-    COMP_WORDS=(twupdate repo); COMP_CWORD=1; _twupdate; echo "${COMPREPLY[@]}"
-    COMP_WORDS=(twupdate report --e); COMP_CWORD=2; _twupdate; echo "${COMPREPLY[@]}"
-    cd "$2"; COMP_WORDS=(twupdate report READ); COMP_CWORD=2; _twupdate; echo "${COMPREPLY[@]}"
-    ' - "$root/usr/share/bash-completion/completions/twupdate" "$source")
-[[ $completed == $'upgrade-site\n--from\nreport\n--events\nREADME.md' ]] ||
-    fail "completion offers: $completed"
+# Every command has its page, with what the manual says of it.
+commands=$("$root/usr/bin/twupdate" --help | sed -nE '/^Subcommands:/,$s/^  ([a-z-]+) .*/\1/p')
+[[ $(wc -w <<<"$commands") -ge 12 ]] || fail "the program lists: $commands"
+page() { gzip -dc "$root/usr/share/man/man1/$1.1.gz"; }
+for command in $commands; do
+    page "twupdate-$command" >"$work/page" || fail "no page of twupdate $command"
+    grep -qF ".TH \"TWUPDATE" "$work/page" || fail "twupdate-$command.1 is no manual page"
+    grep -qF "twupdate ${command//-/\\-}" "$work/page" || fail "twupdate-$command.1 has no synopsis"
+done
+page twupdate-rehearse | grep -qF '\fB\-\-workdir\fR \fIDIR\fR' || fail "rehearse.1: no --workdir"
+page twupdate-report | grep -qF '\fB\-\-events\fR \fIFILE\fR' || fail "report.1: no --events"
+page twupdate-create-core | grep -q '^Creates the central database' || fail "create-core.1: no text"
+page twupdate-status | grep -qF '.SH EXIT STATUS' || fail "status.1: no exit status"
+page twupdate | grep -qF 'MYSQL_PWD' || fail "twupdate.1: no environment"
+page twupdate-sample | grep -qF '\-\-install\-root' || fail "twupdate-sample.1: no --install-root"
+
+# The completion offers what the programs list.
+mkdir -p "$work/here/folder"
+touch "$work/here/file"
+completion=$root/usr/share/bash-completion/completions/twupdate
+offers() {  # what completion offers for the last of the words
+    (cd "$work/here" && PATH=$root/usr/bin:$PATH bash -c '
+        . "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _twupdate; echo "${COMPREPLY[*]}"
+        ' - "$completion" "$@")
+}
+expect() {  # OFFERED WORD...
+    local got
+    got=$(offers "${@:2}")
+    [[ $got == "$1" ]] || fail "completion of '${*:2}' offers: $got"
+}
+expect upgrade-site twupdate upgrade-s
+expect --from twupdate upgrade-site --f
+expect --socket twupdate upgrade --so  # the program's options stand behind a command, too
+expect "file folder" twupdate --log f
+expect "file folder" twupdate --log = f
+expect folder twupdate upgrade --backup f
+expect folder twupdate restore f
+expect --events twupdate report --ev
+expect "file folder" twupdate report f
+expect "" twupdate --port ""
+expect "upgrade upgrade-site" twupdate --no-lock up
+expect "" twupdate upgrade-site ""
+expect --install-root twupdate-sample --inst
+if command -v zsh >/dev/null; then
+    zsh -n "$root/usr/share/zsh/vendor-completions/_twupdate" || fail "the completion for zsh"
+fi
 
 cmake -S "$source/tests/package/consumer" -B "$work/consumer" -G Ninja \
     -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
