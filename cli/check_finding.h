@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/installation.h"
@@ -53,6 +54,9 @@ void CheckVersion(const std::string& version, bool strict,
 std::set<std::string> CheckRights(host::Connection& connection,
                                   const std::vector<PendingDatabase>& pending,
                                   std::vector<CheckFinding>& findings);
+
+/// Whether the user has a right in a database, by the same grants.
+bool HasRight(host::Connection& connection, const std::string& database, std::string_view right);
 
 /// Whether the user may write on a server that is read_only.
 /// @param superSuffices  as on servers before MariaDB 10.11

@@ -172,6 +172,11 @@ std::set<std::string> CheckRights(host::Connection& connection,
     return unreadable;
 }
 
+bool HasRight(host::Connection& connection, const std::string& database, std::string_view right) {
+    const auto grants = Grants(connection);
+    return !grants || IsGranted(*grants, database, right);
+}
+
 bool MayWriteReadOnly(host::Connection& connection, bool superSuffices) {
     const auto grants = Grants(connection);
     return !grants || std::any_of(grants->begin(), grants->end(), [&](const Grant& grant) {

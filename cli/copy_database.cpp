@@ -8,14 +8,19 @@
 namespace twupdate::cli {
 
 void CopyDatabase(const ClientOptionFile& from, const ClientOptionFile& to,
-                  const std::string& database, bool schemaOnly) {
-    // Views, triggers and routines are the installation's own; the ladders know none.
+                  const std::string& database, const CopyScope& scope) {
     std::vector<std::string> dump{"mariadb-dump",         from.Argument(),
                                   "--single-transaction", "--quick",
-                                  "--no-tablespaces",     "--skip-triggers",
+                                  "--no-tablespaces",     "--triggers",
                                   "--hex-blob",           "--default-character-set=utf8mb4"};
-    if (schemaOnly) {
+    if (!scope.rows) {
         dump.emplace_back("--no-data");
+    }
+    if (scope.routines) {
+        dump.emplace_back("--routines");
+    }
+    for (const std::string& table : scope.leftOut) {
+        dump.push_back(fmt::format("--ignore-table={}.{}", database, table));
     }
     dump.insert(dump.end(), {"--databases", database});
     try {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 
+#include "cli/check_finding.h"
 #include "cli/commands.h"
 #include "cli/copy_database.h"
 #include "cli/dump.h"
@@ -37,6 +38,7 @@ struct Rehearsed {
     std::vector<DatabaseDone> done;
     std::vector<RunFailure> failed;
     std::vector<LayoutFinding> findings;
+    std::vector<std::string> notes;  ///< what the copy lacks
 };
 
 /// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
@@ -54,18 +56,21 @@ std::vector<SiteRow> ChosenSites(const std::vector<SiteRow>& all, const Rehearse
     std::stable_sort(old.begin(), old.end(),
                      [](const SiteRow& a, const SiteRow& b) { return a.version < b.version; });
     std::vector<SiteRow> sample;
+    const std::size_t steps = std::max<std::size_t>(wanted.sample - 1, 1);
     for (std::size_t i = 0; i < wanted.sample; ++i) {
-        sample.push_back(old[i * old.size() / wanted.sample]);
+        sample.push_back(old[i * (old.size() - 1) / steps]);  // the first and the last among them
     }
     return sample;
 }
 
 /// What reaches the copy: the source's way of working, and nothing of its way there.
-GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& workdir) {
+GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& workdir,
+                                host::Connection& source) {
     GlobalOptions copy;
     copy.datadir = workdir / "server";
     copy.charset = options.charset;
-    copy.sqlMode = options.sqlMode;
+    const auto mode = source.Query("SELECT @@SESSION.sql_mode;");
+    copy.sqlMode = mode->Next() ? mode->Get(0).ToText() : "";
     copy.installFolder = workdir / "component";
     copy.localHostName = options.localHostName;
     copy.servicesLog = workdir / "services.jsonl";
@@ -92,6 +97,75 @@ void LeaveOut(host::Connection& copy, const std::vector<SiteRow>& all,
             copy.Execute(fmt::format(
                 "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", site.siteId));
         }
+    }
+}
+
+std::vector<std::string> Column(host::Connection& connection, const std::string& sql) {
+    std::vector<std::string> values;
+    const auto rows = connection.Query(sql);
+    while (rows->Next()) {
+        values.push_back(rows->Get(0).ToText());
+    }
+    return values;
+}
+
+/// Triggers and routines run with the rights of the account that defined them, which must be there.
+void MakeDefiners(host::Connection& source, host::Connection& copy, const std::string& database) {
+    const auto definers = source.Query(
+        fmt::format("SELECT QUOTE(LEFT(definer, CHAR_LENGTH(definer) - CHAR_LENGTH(host) - 1)), "
+                    "QUOTE(host) FROM (SELECT definer, SUBSTRING_INDEX(definer, '@', -1) AS host "
+                    "FROM (SELECT definer FROM information_schema.triggers WHERE trigger_schema = "
+                    "'{0}' UNION SELECT definer FROM information_schema.routines WHERE "
+                    "routine_schema = '{0}') d) h;",
+                    database));
+    while (definers->Next()) {
+        const std::string name = definers->Get(0).ToText();
+        const std::string host = definers->Get(1).ToText();
+        const bool role = host == "''";
+        const std::string account = role ? name : name + "@" + host;
+        copy.Execute(fmt::format("CREATE {} IF NOT EXISTS {};", role ? "ROLE" : "USER", account));
+        copy.Execute(fmt::format("GRANT ALL PRIVILEGES ON *.* TO {};", account));
+    }
+}
+
+bool MayReadRoutines(host::Connection& source) {
+    try {
+        source.Query("SELECT 1 FROM mysql.proc LIMIT 1;");
+        return true;
+    } catch (const HostError&) {
+        return false;
+    }
+}
+
+/// Copies one database after the other. What the user may not read of them is noted.
+void CopyAll(const Session& source, const Session& copy, const GlobalOptions& options,
+             const GlobalOptions& copyOptions, const std::vector<std::string>& databases,
+             bool schemaOnly, Console& console, std::vector<std::string>& notes) {
+    const ClientOptionFile from(source, options);
+    const ClientOptionFile to(copy, copyOptions);
+    host::Connection& connection = *source.GetConnection();
+    CopyScope scope;
+    scope.routines = MayReadRoutines(connection);
+    if (!scope.routines) {
+        notes.emplace_back(
+            "procedures and functions are not copied: the user may not read them (SELECT on "
+            "mysql.proc)");
+    }
+    for (const std::string& database : databases) {
+        // The versions are rows of the central database, so it is always copied whole.
+        scope.rows = !schemaOnly || database == "tw_tarnwick";
+        // A view may show another database, which is not copied; no step reads one.
+        scope.leftOut =
+            Column(connection, fmt::format("SELECT table_name FROM information_schema.tables WHERE "
+                                           "table_schema = '{}' AND table_type = 'VIEW';",
+                                           database));
+        if (!HasRight(connection, database, "TRIGGER")) {
+            notes.push_back(fmt::format(
+                "{}: triggers are not copied: the user lacks the right TRIGGER", database));
+        }
+        MakeDefiners(connection, *copy.GetConnection(), database);
+        CopyDatabase(from, to, database, scope);
+        console.Say(fmt::format("{}: copied", database));
     }
 }
 
@@ -159,6 +233,9 @@ void Print(const Rehearsed& rehearsed, Console& console) {
     for (const LayoutFinding& finding : rehearsed.findings) {
         console.Print("differs afterwards: " + finding.Text());
     }
+    for (const std::string& note : rehearsed.notes) {
+        console.Say("note: " + note);
+    }
     console.Say(fmt::format(
         "Rehearsed: {} upgraded, {}, {}.", Count(rehearsed.done.size(), "database"),
         Count(rehearsed.failed.size(), "failure"), Count(rehearsed.findings.size(), "difference")));
@@ -186,6 +263,7 @@ nlohmann::ordered_json JsonOf(const Rehearsed& rehearsed, bool clean) {
     for (const LayoutFinding& finding : rehearsed.findings) {
         findings.push_back(finding.Text());
     }
+    result["notes"] = rehearsed.notes;
     return result;
 }
 
@@ -205,11 +283,10 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
             "the installation is not below the current version: nothing to rehearse");
     }
     fs::create_directories(arguments.workdir);
-    const GlobalOptions copyOptions = OptionsForTheCopy(options, arguments.workdir);
+    const GlobalOptions copyOptions =
+        OptionsForTheCopy(options, arguments.workdir, *source.GetConnection());
     MakeComponentFolder(options, copyOptions.installFolder);
     Session copy(copyOptions);
-    const ClientOptionFile from(source, options);
-    const ClientOptionFile to(copy, copyOptions);
     std::vector<std::string> databases{"tw_tarnwick"};
     if (installation.HasDatabase("tw_logs")) {
         databases.emplace_back("tw_logs");
@@ -223,14 +300,12 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
             databases.push_back(database);  // the central ladder writes a domain into it
         }
     }
-    for (const std::string& database : databases) {
-        // The versions are rows of the central database, so it is always copied whole.
-        const bool schemaOnly = arguments.schemaOnly && database != "tw_tarnwick";
-        if (installation.HasDatabase(database)) {
-            CopyDatabase(from, to, database, schemaOnly);
-            console.Say(fmt::format("{}: copied", database));
-        }
-    }
+    std::erase_if(databases, [&](const std::string& database) {
+        return !installation.HasDatabase(database);  // the step that needs it tells
+    });
+    Rehearsed rehearsed;
+    CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
+            rehearsed.notes);
     LeaveOut(*copy.GetConnection(), all, chosen);
     std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
     if (!options.trace.empty()) {
@@ -239,7 +314,6 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     if (!options.events.empty()) {
         sinks.push_back(std::make_shared<Events>(options.events));
     }
-    Rehearsed rehearsed;
     Upgrade(copy, version, chosen, sinks, rehearsed);
     VerifyCopy(copy, rehearsed);
     Print(rehearsed, console);

@@ -118,6 +118,30 @@ TEST_F(During, ALockThatDoesNotComeInTimeIsAnErrorThatNamesItsHolder) {
     EXPECT_EQ(Run({"--ddl-timeout", "1", "upgrade-site", "7"}).status, 0);
 }
 
+TEST_F(During, TheServersPluginTellsExactlyWhoHoldsTheLock) {
+    const std::string plugins = PluginFolder();
+    if (plugins.empty()) {
+        GTEST_SKIP() << "no plugin metadata_lock_info; ./dev test unpacks it";
+    }
+    const ServerOptions options({"--plugin-dir=" + plugins, "--plugin-maturity=unknown",
+                                 "--plugin-load-add=metadata_lock_info"});
+    MakeCentralDatabase();
+    MakeSite(7);
+    MakeSite(9);
+    const auto reader = ReaderOfSite7();
+    const auto bystander = Application();  // in a transaction too, but elsewhere
+    bystander->Execute("START TRANSACTION;");
+    bystander->Query("SELECT COUNT(*) FROM tw_9.setting;");
+    const Outcome outcome = Run({"--ddl-timeout", "1", "upgrade-site", "7"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, ContainsRegex("a lock may be held by connection " +
+                                           std::to_string(reader->ThreadId()) +
+                                           " of root@localhost, idle for [0-9]+ s, holds "
+                                           "MDL_SHARED_READ on tw_7.setting\n"));
+    EXPECT_THAT(outcome.err,
+                Not(HasSubstr("connection " + std::to_string(bystander->ThreadId()) + " of")));
+}
+
 // --- a clean stop ------------------------------------------------------------------------------
 
 TEST_F(During, CtrlCStopsAfterTheStatementInHandAndTheSameCommandResumes) {

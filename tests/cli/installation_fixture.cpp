@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -65,6 +66,16 @@ void CliServer::ShutDown() {
     root_.reset();
     server_.reset();
     folder_.reset();
+}
+
+std::string PluginFolder() {
+    for (const std::string folder :
+         {"/usr/lib/mysql/plugin", TWUPDATE_SOURCE_FOLDER "/build/plugins/usr/lib/mysql/plugin"}) {
+        if (std::filesystem::exists(folder + "/metadata_lock_info.so")) {
+            return folder;
+        }
+    }
+    return "";
 }
 
 GlobalSetting::GlobalSetting(const std::string& name, const std::string& value) : name_(name) {

@@ -47,6 +47,10 @@ class ServerOptions {
     ServerOptions& operator=(const ServerOptions&) = delete;
 };
 
+/// The folder of the server's plugins: the server's own, or the one that `./dev test` unpacks.
+/// Empty where neither is there.
+std::string PluginFolder();
+
 /// A setting that the server gives new sessions, for the time of a test.
 class GlobalSetting {
   public:

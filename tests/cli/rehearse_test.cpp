@@ -45,6 +45,9 @@ TEST_F(Rehearse, UpgradesACopyAndOnlyReadsTheSource) {
     EXPECT_EQ(result["failures"][0]["database"], "tw_2");
     EXPECT_EQ(result["failures"][0]["step"], "SiteSchemaStep_1_0005");
     EXPECT_EQ(result["differences"].size(), 0U);
+    EXPECT_EQ(result["notes"][0],
+              "tw_tarnwick: triggers are not copied: the user lacks the right "
+              "TRIGGER");
 }
 
 TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsWhenToldSo) {
@@ -62,6 +65,73 @@ TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsWhenToldSo) {
     EXPECT_EQ(SiteVersion(2), "1");
     // A second rehearsal in the same folder would mix with the first.
     EXPECT_EQ(Run({"rehearse", "--workdir", (folder_ / "r").string()}).status, 2);
+}
+
+TEST_F(Rehearse, ASampleHasTheOldestSiteAndTheNewestAmongThem) {
+    MakeCentralDatabase();
+    for (const std::int32_t site : {1, 2, 3}) {
+        MakeSite(site);
+    }
+    MakeUpgradedSite(4, "1.0240");
+    MakeUpgradedSite(5, "1.0262");
+    const auto rehearsed = [&](const std::string& sample) {
+        const auto result = Run({"--json", "rehearse", "--workdir", (folder_ / sample).string(),
+                                 "--sample", sample})
+                                .Json();
+        std::vector<std::string> databases;
+        for (const auto& done : result["upgraded"]) {
+            databases.push_back(done["database"]);
+        }
+        return databases;
+    };
+    EXPECT_THAT(rehearsed("1"), testing::ElementsAre("tw_tarnwick", "tw_1"));
+    EXPECT_THAT(rehearsed("2"), testing::ElementsAre("tw_tarnwick", "tw_1", "tw_5"));
+    EXPECT_THAT(rehearsed("3"), testing::ElementsAre("tw_tarnwick", "tw_1", "tw_3", "tw_5"));
+    EXPECT_THAT(rehearsed("9"), testing::SizeIs(6));
+}
+
+// A trigger runs with the rights of an account that the copy does not have by itself.
+TEST_F(Rehearse, FindsATriggerThatMakesAStepFail) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    Execute("CREATE OR REPLACE USER 'it''s'@'10.0.0.1';");
+    Execute("GRANT ALL ON *.* TO 'it''s'@'10.0.0.1';");
+    Execute("INSERT INTO tw_2.setting(overrideid, name) VALUES(1, 'x');");
+    Execute(
+        "CREATE DEFINER='it''s'@'10.0.0.1' PROCEDURE tw_2.refuse() "
+        "SIGNAL SQLSTATE '45000' SET MESSAGE_TEXT = 'settings are frozen';");
+    Execute(
+        "CREATE DEFINER='it''s'@'10.0.0.1' TRIGGER tw_2.frozen BEFORE UPDATE ON tw_2.setting "
+        "FOR EACH ROW CALL tw_2.refuse();");
+    const auto result = Run({"--json", "rehearse", "--workdir", (folder_ / "r").string()}).Json();
+    ASSERT_EQ(result["failures"].size(), 1U) << result;
+    EXPECT_EQ(result["failures"][0]["database"], "tw_2");
+    EXPECT_EQ(result["failures"][0]["step"], "SiteSchemaStep_1_0035");
+    EXPECT_THAT(result["failures"][0]["text"].get<std::string>(), HasSubstr("settings are frozen"));
+    EXPECT_EQ(result["notes"].size(), 0U);
+    EXPECT_THAT(Run({"upgrade"}).err, HasSubstr("settings are frozen"));
+    Execute("DROP USER 'it''s'@'10.0.0.1';");
+}
+
+TEST_F(Rehearse, LeavesOutViewsWhichMayShowWhatIsNotCopied) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    Execute("CREATE DATABASE tw_9;");
+    Execute("CREATE TABLE tw_9.thing(id INT);");
+    Execute("CREATE VIEW tw_1.things AS SELECT id FROM tw_9.thing;");
+    const Outcome outcome = Run({"rehearse", "--workdir", (folder_ / "r").string()});
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+}
+
+TEST_F(Rehearse, TheCopyHasTheSqlModeOfTheSource) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const GlobalSetting mode("sql_mode", "'EMPTY_STRING_IS_NULL'");
+    const auto result = Run({"--json", "rehearse", "--workdir", (folder_ / "r").string()}).Json();
+    ASSERT_EQ(result["failures"].size(), 1U) << result;
+    EXPECT_EQ(result["failures"][0]["step"], "ServerStep_1_0002");
+    EXPECT_EQ(result["failures"][0]["code"], 1067);
 }
 
 }  // namespace

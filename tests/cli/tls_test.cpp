@@ -31,11 +31,13 @@ class Tls : public InstallationTest {
     }
     ~Tls() override { CliServer::Get().RestartWith({}); }
 
-    void Serve(const std::string& certificate) const {
-        CliServer::Get().RestartWith({"--skip-networking=0", "--bind-address=127.0.0.1",
-                                      "--port=" + std::to_string(port_),
-                                      "--ssl-cert=" + (folder_ / (certificate + ".pem")).string(),
-                                      "--ssl-key=" + (folder_ / (certificate + ".key")).string()});
+    void Serve(const std::string& certificate, const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> options{
+            "--skip-networking=0", "--bind-address=127.0.0.1", "--port=" + std::to_string(port_),
+            "--ssl-cert=" + (folder_ / (certificate + ".pem")).string(),
+            "--ssl-key=" + (folder_ / (certificate + ".key")).string()};
+        options.insert(options.end(), more.begin(), more.end());
+        CliServer::Get().RestartWith(options);
     }
 
     Outcome RunRemote(const std::vector<std::string>& arguments) const {
@@ -97,6 +99,22 @@ TEST_F(Tls, AWholeUpgradeWithItsBackupGoesOverIt) {
     EXPECT_EQ(InstallationVersion(), "1");
     const Outcome rehearsed = run({"rehearse", "--workdir", File("r")});
     EXPECT_EQ(rehearsed.status, 0) << rehearsed.err;
+}
+
+TEST_F(Tls, TheServersPluginTellsItsFreeSpaceToAUserWithTheRight) {
+    const std::string plugins = PluginFolder();
+    if (plugins.empty()) {
+        GTEST_SKIP() << "no plugin disks; ./dev test unpacks it";
+    }
+    MakeCentralDatabase();
+    MakeSite(8);
+    Serve("server",
+          {"--plugin-dir=" + plugins, "--plugin-maturity=unknown", "--plugin-load-add=disks"});
+    const Outcome seen = RunRemote({"--ssl-ca", File("ca.pem"), "check"});
+    EXPECT_EQ(seen.out, "Nothing found that would make an upgrade fail.\n") << seen.err;
+    Execute("REVOKE FILE ON *.* FROM 'remote'@'127.0.0.1';");
+    EXPECT_THAT(RunRemote({"--ssl-ca", File("ca.pem"), "check"}).out,
+                HasSubstr("note: the free space of "));
 }
 
 TEST_F(Tls, AServerOfAnotherAuthorityIsRefusedInOneLine) {
