@@ -90,6 +90,8 @@ class Preparer {
 
     static void Bind(MYSQL_BIND& bind, const Value& value) {
         bind = {};
+        // The library only reads parameters, through pointers that are not const.
+        // NOLINTBEGIN(cppcoreguidelines-pro-type-const-cast)
         if (const auto* integer = std::get_if<std::int64_t>(&value.Get())) {
             bind.buffer_type = MYSQL_TYPE_LONGLONG;
             bind.buffer = const_cast<std::int64_t*>(integer);
@@ -103,6 +105,7 @@ class Preparer {
         } else {
             bind.buffer_type = MYSQL_TYPE_NULL;
         }
+        // NOLINTEND(cppcoreguidelines-pro-type-const-cast)
     }
 
     MYSQL* mysql_;

@@ -11,9 +11,8 @@
 #include "sample/installation.h"
 #include "twupdate/update.h"
 
+namespace twupdate {
 namespace {
-
-using namespace twupdate;
 
 int FromEnvironment(const char* name, int otherwise) {
     const char* text = std::getenv(name);
@@ -86,5 +85,6 @@ void ComponentAgainstReplay(benchmark::State& state) {
 BENCHMARK(ComponentAgainstReplay)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
+}  // namespace twupdate
 
 BENCHMARK_MAIN();

@@ -16,9 +16,8 @@
 #include "tests/support/update_test_peer.h"
 #include "twupdate/update.h"
 
+namespace twupdate {
 namespace {
-
-using namespace twupdate;
 
 int FromEnvironment(const char* name, int otherwise) {
     const char* text = std::getenv(name);
@@ -168,5 +167,6 @@ void WholeRoad(benchmark::State& state) {
 BENCHMARK(WholeRoad)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
+}  // namespace twupdate
 
 BENCHMARK_MAIN();

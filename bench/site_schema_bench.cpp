@@ -15,9 +15,8 @@
 #include "tests/support/update_test_peer.h"
 #include "twupdate/update.h"
 
+namespace twupdate {
 namespace {
-
-using namespace twupdate;
 
 constexpr std::int32_t kSite = 7;
 
@@ -68,7 +67,7 @@ class Installation {
     }
 
     /// Runs the rungs of the schema ladder from one threshold to another, both included.
-    void Run(double first, double last) {
+    void Run(double first, double last) const {
         host::MariaDbUtilityOptions options;
         options.installFolder = Root() / "update";
         Update update;
@@ -217,5 +216,6 @@ BENCHMARK(WholeSchemaLadderAgainstReplay)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
+}  // namespace twupdate
 
 BENCHMARK_MAIN();

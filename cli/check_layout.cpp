@@ -54,14 +54,11 @@ bool IsFloat(const Layout::Table& table, const std::string& column) {
 void CheckDoubleTemp(const std::string& database, const Layout& layout, const std::string& step,
                      std::vector<CheckFinding>& findings) {
     for (const auto& [name, table] : layout.tables) {
-        if (!table.items.contains("double_temp")) {
-            continue;
+        bool fails = false;
+        for (const auto& [column, item] : table.items) {
+            fails = fails || (IsConverted(name, column) && IsFloat(table, column));
         }
-        const bool fails =
-            std::any_of(table.items.begin(), table.items.end(), [&](const auto& item) {
-                return IsConverted(name, item.first) && IsFloat(table, item.first);
-            });
-        if (fails) {
+        if (fails && table.items.contains("double_temp")) {
             findings.push_back(
                 {database, name, step, "a column double_temp is left over from a run that was cut",
                  fmt::format("ALTER TABLE {}.{} DROP COLUMN double_temp", database, name)});

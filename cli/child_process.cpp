@@ -50,30 +50,39 @@ Pipe Pipe::Make() {
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-ChildProcess::ChildProcess(std::vector<std::string> arguments, int in, int out)
-    : name_(arguments.front()) {
+namespace {
+
+/// Starts the program that the first argument names; -1 stands for /dev/null.
+pid_t Start(std::vector<std::string> arguments, int in, int out) {
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
         words.push_back(argument.data());
     }
     words.push_back(nullptr);
     const Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
-    pid_ = fork();
-    if (pid_ < 0) {
-        throw CommandError(fmt::format("cannot start {}: {}", name_, std::strerror(errno)));
+    const pid_t pid = fork();
+    if (pid < 0) {
+        throw CommandError(fmt::format("cannot start {}: {}", words[0], std::strerror(errno)));
     }
-    if (pid_ == 0) {
+    if (pid == 0) {
         // A Ctrl-C on the terminal is for the run to heed, between two statements.
         setpgid(0, 0);
         dup2(in < 0 ? null.Get() : in, STDIN_FILENO);
         dup2(out < 0 ? null.Get() : out, STDOUT_FILENO);
         execvp(words[0], words.data());
         const std::string line =
-            fmt::format("twupdate: cannot start {}: {}\n", name_, std::strerror(errno));
+            fmt::format("twupdate: cannot start {}: {}\n", words[0], std::strerror(errno));
         [[maybe_unused]] const auto written = write(STDERR_FILENO, line.data(), line.size());
         _exit(127);
     }
+    return pid;
 }
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments, int in, int out)
+    : name_(arguments.front()), pid_(Start(arguments, in, out)) {}
 
 ChildProcess::~ChildProcess() {
     if (pid_ > 0) {

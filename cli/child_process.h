@@ -39,7 +39,7 @@ class ChildProcess {
   public:
     /// @param in, out  its standard input and output; -1: /dev/null
     /// @throws CommandError when it cannot be started
-    ChildProcess(std::vector<std::string> arguments, int in, int out);
+    ChildProcess(const std::vector<std::string>& arguments, int in, int out);
     ~ChildProcess();  ///< Ends it when it still runs.
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -50,7 +50,7 @@ class ChildProcess {
 
   private:
     std::string name_;
-    pid_t pid_ = -1;
+    pid_t pid_;
 };
 
 }  // namespace twupdate::cli

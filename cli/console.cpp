@@ -62,7 +62,7 @@ void Console::Print(std::string_view line) {
     PutLine(stdout, line);
 }
 
-void Console::Result(const nlohmann::ordered_json& result) {
+void Console::Result(const nlohmann::ordered_json& result) const {
     if (json_) {
         // Names in the databases may hold any bytes; what is no UTF-8 must not end the program.
         PutLine(stdout, result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));

@@ -38,7 +38,7 @@ class Console {
     /// A line that was asked for; left out with --json only.
     void Print(std::string_view line);
     /// The result, as the one JSON object of --json; nothing otherwise.
-    void Result(const nlohmann::ordered_json& result);
+    void Result(const nlohmann::ordered_json& result) const;
     void Warn(std::string_view line);
     void Error(std::string_view line);
 

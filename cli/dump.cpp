@@ -39,7 +39,7 @@ class Tail {
 /// Reads to the end; `take` returns false to give up.
 template <typename Take>
 void ReadAll(int fd, const Take& take) {
-    std::array<char, 65536> buffer;
+    std::array<char, 65536> buffer{};
     for (;;) {
         const ssize_t got = read(fd, buffer.data(), buffer.size());
         if (got < 0 && errno == EINTR) {

@@ -6,8 +6,10 @@
 #include "cli/text.h"
 #include "cli/trace.h"
 
-int main(int argc, char** argv) {
-    using namespace twupdate::cli;
+namespace twupdate::cli {
+namespace {
+
+int Main(int argc, char** argv) {
     Invocation invocation;
     int status = kDone;
     if (!Parse(argc, argv, invocation, status)) {
@@ -24,9 +26,16 @@ int main(int argc, char** argv) {
         return invocation.run(invocation.global, console);
     } catch (const CommandError& error) {
         return fail(error, error.Code());
-    } catch (const twupdate::HostError& error) {
+    } catch (const HostError& error) {
         return fail(CommandError(DescribeError(error)), kFailed);
     } catch (const std::exception& error) {
         return fail(error, kFailed);
     }
+}
+
+}  // namespace
+}  // namespace twupdate::cli
+
+int main(int argc, char** argv) {
+    return twupdate::cli::Main(argc, argv);
 }

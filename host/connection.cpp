@@ -284,6 +284,7 @@ struct Connection::Prepared {
             [&](const auto& content) {
                 using Content = std::decay_t<decltype(content)>;
                 // The library only reads parameters, through pointers that are not const.
+                // NOLINTBEGIN(cppcoreguidelines-pro-type-const-cast)
                 if constexpr (std::is_same_v<Content, std::monostate>) {
                     bind.buffer_type = MYSQL_TYPE_NULL;
                 } else if constexpr (std::is_same_v<Content, std::string>) {
@@ -295,6 +296,7 @@ struct Connection::Prepared {
                         std::is_same_v<Content, double> ? MYSQL_TYPE_DOUBLE : MYSQL_TYPE_LONGLONG;
                     bind.buffer = const_cast<Content*>(&content);
                 }
+                // NOLINTEND(cppcoreguidelines-pro-type-const-cast)
             },
             value.Get());
     }
