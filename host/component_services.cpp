@@ -59,6 +59,7 @@ Components ShippedComponents(const std::filesystem::path& dataFile) {
 /// What became of the command, in words; empty for success.
 std::string RunCommand(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
@@ -183,7 +184,7 @@ ComponentServices::ComponentServices(std::unique_ptr<State> state) : state_(std:
 ComponentServices::~ComponentServices() = default;
 
 std::shared_ptr<ComponentServices> ComponentServices::Make(
-    ComponentServicesOptions options, std::shared_ptr<Connection> connection,
+    const ComponentServicesOptions& options, std::shared_ptr<Connection> connection,
     std::shared_ptr<StatementListener> listener) {
     auto state = std::make_unique<State>();
     state->connection = std::move(connection);

@@ -247,8 +247,8 @@ void CheckReadable(const std::filesystem::path& path, const std::string& what,
 
 /// A prepared statement with the buffers of its last run.
 struct Connection::Prepared {
-    Prepared(MYSQL* mysql, const std::string& text)
-        : sql(text), statement(mysql_stmt_init(mysql), &mysql_stmt_close) {
+    Prepared(MYSQL* mysql, std::string text)
+        : sql(std::move(text)), statement(mysql_stmt_init(mysql), &mysql_stmt_close) {
         if (!statement) {
             throw HostError(sql, CR_OUT_OF_MEMORY, "HY000", "out of memory");
         }
@@ -354,21 +354,21 @@ struct Connection::Prepared {
                 bind.buffer_type = MYSQL_TYPE_DOUBLE;
                 bind.buffer = &number;
                 fetch();
-                return isNull ? Value() : Value(number);
+                return isNull != 0 ? Value() : Value(number);
             }
         } else if (IsInteger(field.type) && (field.flags & UNSIGNED_FLAG) == 0) {
             std::int64_t number = 0;
             bind.buffer_type = MYSQL_TYPE_LONGLONG;
             bind.buffer = &number;
             fetch();
-            return isNull ? Value() : Value(number);
+            return isNull != 0 ? Value() : Value(number);
         }
         std::array<char, 256> small{};
         bind.buffer_type = MYSQL_TYPE_STRING;
         bind.buffer = small.data();
         bind.buffer_length = small.size();
         fetch();
-        if (isNull) {
+        if (isNull != 0) {
             return {};
         }
         if (length <= small.size()) {
@@ -410,7 +410,7 @@ Connection::~Connection() {
 
 std::shared_ptr<Connection> Connection::Open(const ConnectionOptions& options) {
     RefuseUnsafeCharset(options.charset, Describe(options));
-    const std::shared_ptr<Connection> connection(new Connection());
+    std::shared_ptr<Connection> connection(new Connection());
     connection->Connect(options);
     connection->SetUpSession(options);
     return connection;

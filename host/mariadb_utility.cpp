@@ -15,8 +15,8 @@ constexpr std::string_view kComponentsChange = "DELETE FROM tw_tarnwick.componen
 /// The rows of one statement with a cursor; the base of both kinds of result.
 class Cursor {
   public:
-    Cursor(std::unique_ptr<Rows> rows, const std::string& sql)
-        : rows_(std::move(rows)), sql_(sql), atEnd_(!rows_->Next()) {}
+    Cursor(std::unique_ptr<Rows> rows, std::string sql)
+        : rows_(std::move(rows)), sql_(std::move(sql)), atEnd_(!rows_->Next()) {}
 
     bool AtEnd() const { return atEnd_; }
     void Next() { atEnd_ = atEnd_ || !rows_->Next(); }

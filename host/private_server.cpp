@@ -37,11 +37,12 @@ std::string ErrnoText() {
 std::string FindProgram(const std::string& name, const std::string& package) {
     std::string folders = "/usr/sbin:/usr/libexec:/usr/local/sbin:/usr/local/bin:/usr/bin";
     if (const char* path = std::getenv("PATH"); path != nullptr) {
-        folders = std::string(path) + ":" + folders;
+        folders.insert(0, std::string(path) + ":");
     }
     std::istringstream list(folders);
     for (std::string folder; std::getline(list, folder, ':');) {
-        const std::string program = folder + "/" + name;
+        std::string program = folder + "/";
+        program += name;
         if (!folder.empty() && access(program.c_str(), X_OK) == 0) {
             return program;
         }
@@ -54,6 +55,7 @@ std::string FindProgram(const std::string& name, const std::string& package) {
 /// to a file. It dies with this thread. @param keep  a descriptor that it inherits, or -1
 pid_t StartProgram(std::vector<std::string> words, const fs::path& output, int keep) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
@@ -164,7 +166,7 @@ std::vector<std::string> StorageOptions(bool fast) {
 
 }  // namespace
 
-PrivateServer::PrivateServer(fs::path folder, PrivateServerOptions options)
+PrivateServer::PrivateServer(const fs::path& folder, PrivateServerOptions options)
     : folder_(fs::absolute(folder).lexically_normal()), options_(std::move(options)) {
     if (!folder_.has_filename() && folder_.has_relative_path()) {
         folder_ = folder_.parent_path();  // "folder/" is "folder"

@@ -9,7 +9,7 @@ namespace twupdate::sample {
 namespace {
 
 /// Well below the smallest max_allowed_packet in use.
-constexpr std::size_t kBytesPerStatement = 256 * 1024;
+constexpr std::size_t kBytesPerStatement = 262144;
 
 void AppendQuoted(std::string& to, std::string_view text) {
     to += '\'';

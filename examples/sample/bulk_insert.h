@@ -36,13 +36,13 @@ class BulkInsert {
     }
     /// Sends what is left. Must be called: the destructor sends nothing.
     void Finish();
+    void Add(std::size_t number) = delete;
 
   private:
     void BeginRow();
     void EndRow();
     void Separate();
     void Add(std::int32_t number);
-    void Add(std::size_t number) = delete;
     void Add(double number);
     void Add(std::string_view text);
     void Add(const std::string& text) { Add(std::string_view(text)); }

@@ -150,7 +150,7 @@ void AddStatistics(Utility& host, const InstallationOptions& options,
                        "periodstart, periodfinish, mbsent, mbrecvd)");
     BulkInsert errors(host, "tw_tarnwick.iisupdateerror(siteid, created, description)");
     BulkInsert outstanding(host, "tw_tarnwick.outstandingiisupdate(siteid, filename)");
-    constexpr std::int64_t kMonth = 30 * 86400;
+    constexpr std::int64_t kMonth = std::int64_t{30} * 86400;
     for (const SitePlan& plan : sites) {
         Random random = RandomFor(options, plan.siteId, 4);
         const std::int32_t parent = plan.siteId == sites.front().siteId ? 0 : sites.front().siteId;

@@ -14,9 +14,8 @@
 #include "twupdate_host/password_file.h"
 #include "twupdate_host/private_server.h"
 
+namespace twupdate {
 namespace {
-
-using namespace twupdate;
 
 struct Options {
     sample::InstallationOptions installation;
@@ -102,9 +101,7 @@ void Print(const Options& options) {
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     CLI::App app("Makes an old installation with believable rows, to try an upgrade on.",
                  "twupdate-sample");
     Options options;
@@ -125,4 +122,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "twupdate-sample: %s\n", error.what());
     }
     return 1;
+}
+
+}  // namespace
+}  // namespace twupdate
+
+int main(int argc, char** argv) {
+    return twupdate::Main(argc, argv);
 }

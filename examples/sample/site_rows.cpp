@@ -11,7 +11,7 @@
 namespace twupdate::sample {
 namespace {
 
-constexpr std::int64_t kThreeYears = 3 * 365 * std::int64_t{86400};
+constexpr std::int64_t kThreeYears = std::int64_t{3} * 365 * 86400;
 constexpr std::int32_t kStylesheets = 70;
 constexpr std::int32_t kTagsPerStylesheet = 4;
 

@@ -44,7 +44,7 @@ class ComponentServices : public ComponentHost,
     /// @param listener  may be null
     /// @throws std::invalid_argument for a command that cannot be split
     /// @throws FileError             for a log file that cannot be opened
-    static std::shared_ptr<ComponentServices> Make(ComponentServicesOptions options,
+    static std::shared_ptr<ComponentServices> Make(const ComponentServicesOptions& options,
                                                    std::shared_ptr<Connection> connection,
                                                    std::shared_ptr<StatementListener> listener);
     ~ComponentServices() override;

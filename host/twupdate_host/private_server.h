@@ -46,7 +46,7 @@ class PrivateServer {
     /// @throws PrivateServerError when another server runs in the folder, when the path is too
     ///         long for a Unix socket, when the folder cannot be written or holds something else
     ///         than a server's data, or when the server does not come up
-    explicit PrivateServer(std::filesystem::path folder, PrivateServerOptions options = {});
+    explicit PrivateServer(const std::filesystem::path& folder, PrivateServerOptions options = {});
     /// Stops the server.
     ~PrivateServer();
     PrivateServer(const PrivateServer&) = delete;

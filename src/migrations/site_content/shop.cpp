@@ -59,7 +59,7 @@ void Update::AddDisplaySequences(StringRef db, std::int32_t featureId) {
                });
     bool storesFlags = false;
     for (const char* flag : kShowFlags) {
-        storesFlags = storesFlags || flags.count(flag) != 0;
+        storesFlags = storesFlags || flags.contains(flag);
     }
     std::string billing = "0,1,2,3,4,5,6,7,8,9,10";
     std::string shipping = billing;
