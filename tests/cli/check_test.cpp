@@ -8,7 +8,6 @@ namespace twupdate::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 

@@ -9,11 +9,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using testing::AllOf;
 using testing::ContainsRegex;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 using Commands = InstallationTest;

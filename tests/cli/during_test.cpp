@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
-#include <signal.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <memory>
 
 #include "cli/installation_fixture.h"
@@ -12,7 +12,6 @@ namespace {
 using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
-using testing::Not;
 
 class During : public InstallationTest {
   protected:
