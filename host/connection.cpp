@@ -82,6 +82,10 @@ Value FromText(std::string_view text, enum_field_types type) {
     return text;
 }
 
+[[noreturn]] void FailWithoutRow() {
+    throw HostError("", 0, "", "the result has no current row: Next goes to the first");
+}
+
 /// The stored result of a plain statement.
 class StoredRows : public Rows {
   public:
@@ -105,6 +109,9 @@ class StoredRows : public Rows {
         return row_ != nullptr;
     }
     Value Get(std::size_t column) const override {
+        if (row_ == nullptr) {
+            FailWithoutRow();
+        }
         if (row_[column] == nullptr) {
             return {};
         }
@@ -136,13 +143,15 @@ class CopiedRows : public Rows {
         return static_cast<std::size_t>(found - columns.begin());
     }
     bool Next() override {
-        if (next_ >= rows.size()) {
-            return false;
-        }
-        ++next_;
-        return true;
+        next_ = std::min(next_, rows.size()) + 1;
+        return next_ <= rows.size();
     }
-    Value Get(std::size_t column) const override { return rows[next_ - 1][column]; }
+    Value Get(std::size_t column) const override {
+        if (next_ == 0 || next_ > rows.size()) {
+            FailWithoutRow();
+        }
+        return rows[next_ - 1][column];
+    }
 
   private:
     std::size_t next_ = 0;

@@ -123,8 +123,8 @@ TWU_API const char* twu_error_sqlstate(const twu_error* error);
 /** The error in words; "" when there is no error. */
 TWU_API const char* twu_error_text(const twu_error* error);
 /**
- * The statement that failed, or the name and arguments of the service that failed; "" where there
- * is none.
+ * The statement that failed, the name and arguments of the service or the name of the observer's
+ * method; "" where there is none.
  * @param error  the error, or NULL
  * @param size   receives its length in bytes; may be NULL
  */

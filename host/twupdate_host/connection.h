@@ -54,6 +54,7 @@ class Rows {
     /// Goes to the next row. @returns false past the last one
     virtual bool Next() = 0;
     /// The value of a column in the current row.
+    /// @throws HostError before the first row and past the last one
     virtual Value Get(std::size_t column) const = 0;
 };
 

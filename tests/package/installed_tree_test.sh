@@ -62,6 +62,11 @@ check "$work/with_pkg_config"
 # shellcheck disable=SC2046  # several options
 "$compiler" -std=c++20 $(pkg-config --cflags twupdate-host) "$source/examples/embed/main.cpp" \
     -o "$work/embed_with_pkg_config" $(pkg-config --libs twupdate-host)
+# The program of the manual, as it stands.
+sed -n '/^```cpp$/,/^```$/p' "$source/docs/embedding.md" | grep -v '^```' >"$work/manual.cpp"
+# shellcheck disable=SC2046  # several options
+"$compiler" -std=c++20 -Wall -Wextra -Werror $(pkg-config --cflags twupdate-host) "$work/manual.cpp" \
+    -o "$work/manual" $(pkg-config --libs twupdate-host)
 status=0
 LD_LIBRARY_PATH=$libraries "$work/embed_with_pkg_config" /nowhere/socket "$work" 7 2>"$work/refused" ||
     status=$?

@@ -390,6 +390,21 @@ TEST_F(HostConnection, LockIsWaitedForNoLongerThanGiven) {
 
 // --- statements ------------------------------------------------------------------------------
 
+TEST_F(HostConnection, WhereThereIsNoCurrentRowThereIsNoValue) {
+    const auto connection = Connection::Open(Guest());
+    const std::string sql = "SELECT 7";
+    for (const bool prepared : {false, true}) {
+        const auto rows = prepared ? connection->QueryPrepared(sql, {}) : connection->Query(sql);
+        EXPECT_THROW(rows->Get(0), HostError) << "before the first";
+        ASSERT_TRUE(rows->Next());
+        EXPECT_EQ(rows->Get(0), Value(7));
+        for (int past = 0; past < 3; ++past) {
+            EXPECT_FALSE(rows->Next());
+            EXPECT_THROW(rows->Get(0), HostError) << "past the last";
+        }
+    }
+}
+
 TEST_F(HostConnection, EveryResultOfAStatementIsReadToItsEnd) {
     const auto connection = Connection::Open(Guest());
     connection->Execute("CREATE OR REPLACE PROCEDURE tw_5.two() BEGIN SELECT 1; SELECT 2; END");
