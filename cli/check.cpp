@@ -47,12 +47,13 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
     auto& findings = checked.findings;
     std::vector<PendingDatabase> pending;
     const bool central = !siteId && IsBelow(version, kCurrentVersion);
+    const CheckScope scope{InstallFolder(options), options.localHostName, version, central};
     if (version > kCurrentVersion) {
         findings.push_back(NewerFinding("tw_tarnwick", version));
     }
     if (central) {
         pending = CentralPending(session, version);
-        CheckCentral(session, version, findings);
+        CheckCentral(session, scope, findings);
         CheckDataFiles(session, InstallFolderWithData(options), findings);
     }
     std::vector<SiteRow> sites;
@@ -77,7 +78,7 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
     for (const SiteRow& site : sites) {
         if (site.State() == SiteState::kOld &&
             !unreadable.contains(fmt::format("tw_{}", site.siteId))) {
-            CheckSite(session, site, findings);
+            CheckSite(session, scope, site, findings);
         }
     }
     CheckServer(session, pending, findings);

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "cli/installation.h"
+#include "cli/layout.h"
+#include "cli/pending_run.h"
 #include "cli/session.h"
 
 namespace twupdate::cli {
@@ -22,6 +24,17 @@ struct CheckFinding {
 
     /// One line: "tw_7.layoutzone: …, so SiteSchemaStep_1_0035 fails; …".
     std::string Text() const;
+};
+
+/// What is looked at, and what the upgrade would bring along.
+struct CheckScope {
+    std::filesystem::path installFolder;
+    std::string localHostName;
+    double centralVersion = 0;
+    bool upgradesCentral = false;  ///< before it comes to the sites
+
+    /// Of the central database; none when it is not upgraded.
+    PendingRun CentralRun() const;
 };
 
 /// A database that the upgrade will read or write, and the version that says how far it has to go:
@@ -72,10 +85,34 @@ void CheckSpace(const Session& session, const std::vector<PendingDatabase>& pend
 void CheckDataFiles(const Session& session, const std::filesystem::path& installFolder,
                     std::vector<CheckFinding>& findings);
 
-/// The central database and tw_logs.
-void CheckCentral(const Session& session, double version, std::vector<CheckFinding>& findings);
+/// The layout of the central database and of tw_logs, and its rows.
+void CheckCentral(const Session& session, const CheckScope& scope,
+                  std::vector<CheckFinding>& findings);
 
 /// One site that the upgrade will come to.
-void CheckSite(const Session& session, const SiteRow& site, std::vector<CheckFinding>& findings);
+void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& site,
+               std::vector<CheckFinding>& findings);
+
+// --- parts of these two ------------------------------------------------------------------------
+
+/// Tables and columns that a pending step names without asking whether they are there.
+void CheckCentralNeeds(const Session& session, const Layout& layout, const PendingRun& pending,
+                       std::vector<CheckFinding>& findings);
+void CheckSiteNeeds(const Session& session, const std::string& database, const Layout& layout,
+                    const PendingRun& pending, std::vector<CheckFinding>& findings);
+
+/// Stored rows that a pending step cannot read, convert or write.
+void CheckCentralRows(const Session& session, const CheckScope& scope, const PendingRun& pending,
+                      std::vector<CheckFinding>& findings);
+void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun& pending,
+                   std::vector<CheckFinding>& findings);
+
+/// What a pending step takes from elsewhere: the components, the central database, robots.txt and
+/// the template files.
+void CheckSiteSurroundings(const Session& session, const CheckScope& scope, std::int32_t siteId,
+                           const PendingRun& pending, std::vector<CheckFinding>& findings);
+
+/// True for the server's errors that a database, table or column is not there.
+bool IsMissing(const HostError& error);
 
 }  // namespace twupdate::cli

@@ -13,18 +13,6 @@
 namespace twupdate::cli {
 namespace {
 
-/// The first step of the ladder, pending at that version, that makes something in the table.
-std::string FirstPendingStep(const Layout::Table& table, Ladder ladder, double version) {
-    for (const LadderStep& step : PendingSteps(ladder, version)) {
-        for (const auto& [name, item] : table.items) {
-            if (item.step == step.name) {
-                return std::string(step.name);
-            }
-        }
-    }
-    return "";
-}
-
 /// Columns that a conversion turns from single into double precision. Those of forms are fields.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 9> kConverted{
     {{"account", "associatepercentage"},
@@ -66,62 +54,45 @@ void CheckDoubleTemp(const std::string& database, const Layout& layout, const st
     }
 }
 
-bool Runs(Ladder ladder, std::string_view name, double version) {
-    const auto pending = PendingSteps(ladder, version);
-    return std::any_of(pending.begin(), pending.end(),
-                       [&](const LadderStep& step) { return step.name == name; });
-}
-
 std::string SiteDatabaseOf(const SiteRow& site) {
     return fmt::format("tw_{}", site.siteId);
 }
 
-/// Fields whose form table the step describes without asking whether it is there.
-void CheckFormTables(const Session& session, const std::string& database, const Layout& layout,
-                     const std::string& type, const std::string& step,
-                     std::vector<CheckFinding>& findings) {
-    const auto rows = session.GetConnection()->Query(fmt::format(
-        "SELECT DISTINCT featureid FROM {}.formfield WHERE type = '{}';", database, type));
-    while (rows->Next()) {
-        const std::string form = "form_" + rows->Get(0).ToText();
-        if (!layout.tables.contains(form)) {
-            findings.push_back({database, form, step,
-                                fmt::format("the table is missing, but formfield has {} fields "
-                                            "of it",
-                                            type),
-                                "delete these rows of formfield, or bring the table back"});
-        }
-    }
-}
-
 }  // namespace
 
-void CheckCentral(const Session& session, double version, std::vector<CheckFinding>& findings) {
+bool IsMissing(const HostError& error) {
+    constexpr std::uint32_t kUnknownDatabase = 1049;
+    constexpr std::uint32_t kUnknownColumn = 1054;
+    constexpr std::uint32_t kUnknownTable = 1146;
+    return error.Code() == kUnknownDatabase || error.Code() == kUnknownColumn ||
+           error.Code() == kUnknownTable;
+}
+
+PendingRun CheckScope::CentralRun() const {
+    return {Ladder::kServer, Ladder::kServerData,
+            upgradesCentral ? centralVersion : kCurrentVersion};
+}
+
+void CheckCentral(const Session& session, const CheckScope& scope,
+                  std::vector<CheckFinding>& findings) {
     const std::string database = "tw_tarnwick";
     const Layout layout = ReadLayout(*session.Own(), database);
-    for (const auto& [name, table] : CentralLayout().tables) {
-        if (table.step.empty() && !layout.tables.contains(name)) {
-            std::string step = FirstPendingStep(table, Ladder::kServer, version);
-            step = step.empty() ? FirstPendingStep(table, Ladder::kServerData, version) : step;
-            if (!step.empty()) {
-                findings.push_back(
-                    {database, name, step, "the table is missing", "bring it back from a backup"});
-            }
-        }
-    }
-    if (Runs(Ladder::kServer, "ServerStep_1_0035", version)) {
+    const PendingRun pending = scope.CentralRun();
+    CheckCentralNeeds(session, layout, pending, findings);
+    if (pending.Has("ServerStep_1_0035")) {
         CheckDoubleTemp(database, layout, "ServerStep_1_0035", findings);
     }
-    if (Runs(Ladder::kServerData, "ServerDataStep_1_0030", version) &&
+    if (pending.Has("ServerDataStep_1_0030") &&
         !Installation(session.Own()).HasDatabase("tw_logs")) {
         findings.push_back({"tw_logs", "", "ServerDataStep_1_0030", "the database is missing",
                             "CREATE DATABASE tw_logs"});
     }
+    CheckCentralRows(session, scope, pending, findings);
 }
 
-void CheckSite(const Session& session, const SiteRow& site, std::vector<CheckFinding>& findings) {
+void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& site,
+               std::vector<CheckFinding>& findings) {
     const std::string database = SiteDatabaseOf(site);
-    const double version = site.version.value_or(0);
     if (site.siteId > std::numeric_limits<std::int32_t>::max()) {
         findings.push_back({"tw_tarnwick", "site", "",
                             fmt::format("the site id {} does not fit 32 bits, and the site walk "
@@ -130,49 +101,36 @@ void CheckSite(const Session& session, const SiteRow& site, std::vector<CheckFin
                             "mend or remove the row"});
         return;
     }
+    const auto siteId = static_cast<std::int32_t>(site.siteId);
     const Layout layout = ReadLayout(*session.Own(), database);
     if (layout.tables.empty() && !Installation(session.Own()).HasDatabase(database)) {
         // The central ladder comes to the root site's database before the site walk does.
-        const bool root = RootSite(*session.Own()) == static_cast<std::int32_t>(site.siteId) &&
-                          Runs(Ladder::kServerData, "ServerDataStep_1_0252",
-                               Installation(session.Own()).Version());
-        const auto pending = PendingSteps(Ladder::kSiteSchema, version);
+        const bool root =
+            RootSite(*session.Own()) == siteId && scope.CentralRun().Has("ServerDataStep_1_0252");
+        const auto steps = PendingSteps(Ladder::kSiteSchema, site.version.value_or(0));
         findings.push_back(
             {database, "",
-             root              ? "ServerDataStep_1_0252"
-             : pending.empty() ? ""
-                               : std::string(pending.front().name),
+             root            ? "ServerDataStep_1_0252"
+             : steps.empty() ? ""
+                             : std::string(steps.front().name),
              "the site's database is missing",
              fmt::format("bring it back from a backup, or mark site {} as hard-deleted",
                          site.siteId)});
         return;
     }
-    for (const auto& [name, table] : SiteLayout().tables) {
-        if (!table.optional && table.step.empty() && !layout.tables.contains(name)) {
-            const std::string step = FirstPendingStep(table, Ladder::kSiteSchema, version);
-            if (!step.empty()) {
-                findings.push_back(
-                    {database, name, step, "the table is missing", "bring it back from a backup"});
-            }
-        }
-    }
-    if (Runs(Ladder::kSiteSchema, "SiteSchemaStep_1_0032", version) &&
-        layout.tables.contains("formloadingproperty") &&
+    const PendingRun pending(Ladder::kSiteSchema, Ladder::kSiteContent, site.version.value_or(0));
+    CheckSiteNeeds(session, database, layout, pending, findings);
+    if (pending.Has("SiteSchemaStep_1_0032") && layout.tables.contains("formloadingproperty") &&
         layout.tables.contains("formmappingproperty")) {
         findings.push_back({database, "formloadingproperty", "SiteSchemaStep_1_0032",
                             "formmappingproperty, its later name, is there as well",
                             "drop or rename the one that is not in use"});
     }
-    const bool hasForms = layout.tables.contains("formfield");
-    if (Runs(Ladder::kSiteSchema, "SiteSchemaStep_1_0035", version)) {
+    if (pending.Has("SiteSchemaStep_1_0035")) {
         CheckDoubleTemp(database, layout, "SiteSchemaStep_1_0035", findings);
-        if (hasForms) {
-            CheckFormTables(session, database, layout, "float", "SiteSchemaStep_1_0035", findings);
-        }
     }
-    if (hasForms && Runs(Ladder::kSiteSchema, "SiteSchemaStep_1_0047", version)) {
-        CheckFormTables(session, database, layout, "currency", "SiteSchemaStep_1_0047", findings);
-    }
+    CheckSiteRows(session, siteId, pending, findings);
+    CheckSiteSurroundings(session, scope, siteId, pending, findings);
 }
 
 }  // namespace twupdate::cli

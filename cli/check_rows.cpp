@@ -1,0 +1,819 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <optional>
+#include <set>
+
+#include "cli/check_finding.h"
+#include "cli/root_site.h"
+#include "cli/stored_columns.h"
+#include "cli/text.h"
+
+// Stored rows against what the steps read, convert and write. A row of kSiteRows or kCentralRows is
+// one such place; all places of a table are looked at in one pass, and a place that the table's own
+// columns rule out (as NOT NULL does for NULL) costs nothing.
+namespace twupdate::cli {
+namespace {
+
+enum class Kind {
+    kNumber,     ///< read as a 32-bit number: NULL and larger numbers fail in any sql_mode
+    kText,       ///< read as a text: NULL fails in any sql_mode
+    kNotNull,    ///< written to a column that takes no NULL
+    kFloat,      ///< converted to DOUBLE where it is FLOAT: takes no NULL
+    kMoney,      ///< converted to DECIMAL(17,2) NOT NULL
+    kFits,       ///< written to the target, which has a width and a character set
+    kCondition,  ///< `value` is the condition of a row that fails
+};
+
+struct Place {
+    std::string_view step;
+    std::string_view table;
+    std::string_view columns;  ///< apart by blanks
+    Kind kind;
+    std::string_view rows = {};    ///< condition of the rows that the step takes; empty: all
+    std::string_view target = {};  ///< "table.column" for kFits; the column itself when empty
+    std::string_view value = {};   ///< what is written, where it is not the column itself
+    std::string_view guard = {};   ///< a table without which the step does not do it
+};
+
+constexpr std::string_view kCopiesFeeds = "SiteSchemaStep_1_0225";
+constexpr std::string_view kEncodesEmails = "SiteContentStep_1_0043";
+
+// In conditions "{0}" stands for the database. Braces stand nowhere else.
+constexpr std::string_view kTreeLinks = "BINARY name LIKE 'span.TreeLink%'";
+constexpr std::string_view kHeadings =
+    "BINARY name IN('.heading', '.subheading') AND overrideid <> 0";
+constexpr std::string_view kOfAZone =
+    "EXISTS(SELECT 1 FROM {0}.layoutzone z WHERE BINARY name REGEXP "
+    "CONCAT('^[.]LO(navlink|heading1|heading2|navdivider|zone)0*', z.zoneid, '([^0-9]|$)'))";
+constexpr std::string_view kLinkFields = "type IN('formlink', 'multiformlink', 'productfamily')";
+constexpr std::string_view kFileFields = "type IN('file', 'image')";
+constexpr std::string_view kLongTextFields = "type IN('dhtml', 'memo')";
+constexpr std::string_view kViewedLinkFields =
+    "type IN('multiformlink', 'productfamily') AND EXISTS(SELECT 1 FROM {0}.formtemplate v "
+    "INNER JOIN {0}.formtemplatefield t ON t.featureid = v.featureid INNER JOIN "
+    "{0}.queryfieldsrc s ON s.queryfieldid = t.queryfieldid INNER JOIN {0}.querytable q ON "
+    "q.tableid = s.tableid WHERE s.srcfieldid = formfield.formfieldid AND q.srctableid = "
+    "formfield.featureid)";
+constexpr std::string_view kCanonical =
+    "BINARY name = 'canonical' AND string_value <> '' AND EXISTS(SELECT 1 FROM {0}.override o "
+    "WHERE o.overrideid = setting.overrideid)";
+constexpr std::string_view kCanonicalInNavigation =
+    "BINARY name = 'canonical' AND string_value <> '' AND EXISTS(SELECT 1 FROM {0}.override o "
+    "INNER JOIN {0}.navigation n ON n.featureid = o.featureid WHERE o.overrideid = "
+    "setting.overrideid)";
+constexpr std::string_view kReplacementChar =
+    "BINARY name = 'DirectURLReplacementChar' AND string_value <> '' AND EXISTS(SELECT 1 FROM "
+    "{0}.override o INNER JOIN {0}.formfield f ON f.featureid = o.featureid WHERE o.overrideid = "
+    "setting.overrideid)";
+constexpr std::string_view kShopFlags =
+    "type = 'boolean' AND EXISTS(SELECT 1 FROM {0}.override o INNER JOIN {0}.feature f ON "
+    "f.featureid = o.featureid WHERE o.overrideid = setting.overrideid AND f.componentid = 1000)";
+constexpr std::string_view kUnmergedOrders =
+    "(LENGTH(billingaddress) = 0 AND LENGTH(billingaddress1) + LENGTH(billingaddress2) > 0) OR "
+    "(LENGTH(shippingaddress) = 0 AND LENGTH(shippingaddress1) + LENGTH(shippingaddress2) > 0)";
+constexpr std::string_view kUnmergedUsers =
+    "LENGTH(address) = 0 AND LENGTH(address1) + LENGTH(address2) > 0";
+constexpr std::string_view kEncodedFrom = "REPLACE(REPLACE(fromlist, '<', '&lt;'), '>', '&gt;')";
+constexpr std::string_view kEncodedSubject = "REPLACE(REPLACE(subject, '<', '&lt;'), '>', '&gt;')";
+
+constexpr std::array kSiteRows{
+    // The schema ladder
+    Place{"SiteSchemaStep_1_0014", "attribute", "value", Kind::kNotNull},
+    Place{"SiteSchemaStep_1_0014", "attribute", "value", Kind::kFits},
+    Place{"SiteSchemaStep_1_0035", "setting", "float_value", Kind::kFloat},
+    Place{"SiteSchemaStep_1_0035", "navigation", "xmlmappriority", Kind::kFloat},
+    Place{"SiteSchemaStep_1_0035", "layoutzone",
+          "startshowdelay startfadein starthidedelay startfadeout", Kind::kFloat},
+    Place{"SiteSchemaStep_1_0035", "commission", "percentage", Kind::kFloat},
+    Place{"SiteSchemaStep_1_0035", "accesscodeaccount", "associatepercentage", Kind::kFloat},
+    Place{"SiteSchemaStep_1_0035", "formfield", "featureid formfieldid", Kind::kNumber,
+          "type = 'float'"},
+    Place{"SiteSchemaStep_1_0047", "formlink", "productlinkprice", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "customerorder", "grossamount chargetotal", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "orderitem", "price", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "orderpayment", "amount", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "ordercharge", "chargeamount", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "chargeregion", "price", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "chargeregionvalueband", "bandstart price", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "commission", "commission", Kind::kMoney},
+    Place{"SiteSchemaStep_1_0047", "formfield", "featureid formfieldid", Kind::kNumber,
+          "type = 'currency'"},
+    Place{"SiteSchemaStep_1_0075", "formfield", "featureid formfieldid targetformfeatureid",
+          Kind::kNumber, kLinkFields},
+    Place{"SiteSchemaStep_1_0077", "formfield", "featureid formfieldid targetformfeatureid",
+          Kind::kNumber, kLinkFields},
+    Place{"SiteSchemaStep_1_0091", "formfieldexpressionfield", "prefix suffix", Kind::kNotNull},
+    Place{"SiteSchemaStep_1_0092", "formtemplatefield", "prefix suffix", Kind::kNotNull},
+    Place{kCopiesFeeds, "featurenamevalue", "featureid value sequence", Kind::kNotNull, "type = 2",
+          "", "", "externallookupfeedfield"},
+    Place{kCopiesFeeds, "featurenamevalue", "value", Kind::kFits, "type = 2",
+          "externallookupfeedurl.url", "", "externallookupfeedfield"},
+    Place{"SiteSchemaStep_1_0233", "formfield", "defaultvalue", Kind::kNotNull},
+    Place{"SiteSchemaStep_1_0233", "formfield", "defaultvalue", Kind::kFits},
+    Place{"SiteSchemaStep_1_0233", "featurenamevalue", "featureid name value sequence",
+          Kind::kNotNull, "type = 0", "", "", "externallookupfeedfield"},
+    Place{"SiteSchemaStep_1_0233", "featurenamevalue", "name", Kind::kFits, "type = 0",
+          "externallookupfeedparam.name", "", "externallookupfeedfield"},
+    Place{"SiteSchemaStep_1_0233", "featurenamevalue", "value", Kind::kFits, "type = 0",
+          "externallookupfeedparam.textvalue", "", "externallookupfeedfield"},
+    Place{"SiteSchemaStep_1_0233", "externallookupfeedfield",
+          "featureid formfieldid minrequestlength maxrequestlength", Kind::kNotNull,
+          "requestparamname <> ''"},
+    Place{"SiteSchemaStep_1_0233", "externallookupfeedfield", "requestparamname", Kind::kFits, "",
+          "externallookupfeedparam.name"},
+    Place{"SiteSchemaStep_1_0251", "formfield", "featureid formfieldid", Kind::kNumber,
+          kFileFields},
+    // The content ladder
+    Place{"SiteContentStep_1_0003", "formfield", "defaultvalue", Kind::kFits, "",
+          "formfield.blankoptiontext"},
+    Place{"SiteContentStep_1_0005", "layoutzone", "navuntil navfrom", Kind::kNotNull},
+    Place{"SiteContentStep_1_0005", "layoutzone", "navuntil", Kind::kCondition, "", "",
+          "navuntil - navfrom + 1 > 2147483647 OR navuntil - navfrom + 1 < -2147483648"},
+    Place{"SiteContentStep_1_0007", "charge", "chargeid featureid sequence", Kind::kNumber},
+    Place{"SiteContentStep_1_0007", "charge", "name password", Kind::kText},
+    Place{"SiteContentStep_1_0007", "charge", "name", Kind::kFits, "", "chargegroup.name"},
+    Place{"SiteContentStep_1_0007", "charge", "password", Kind::kFits, "", "chargeoption.password"},
+    Place{"SiteContentStep_1_0007", "chargetoitemtype", "applytoitemtypeid", Kind::kNotNull,
+          "chargeid IN(SELECT chargeid FROM {0}.charge)", "", "", "charge"},
+    Place{"SiteContentStep_1_0008", "feature", "featureid", Kind::kNumber, "componentid = 100"},
+    Place{"SiteContentStep_1_0009", "tag", "tagid templateid overrideid", Kind::kNumber,
+          kTreeLinks},
+    Place{"SiteContentStep_1_0009", "tag", "name", Kind::kFits, kTreeLinks, "tag.name",
+          "REPLACE(name, 'span.TreeLink', 'div.twTreeNode span.SiteTreeLink[suffix]')"},
+    Place{"SiteContentStep_1_0017", "tag", "tagid templateid", Kind::kNumber, kHeadings},
+    Place{"SiteContentStep_1_0019", "text", "textid featureid", Kind::kNumber, "texttype = 22"},
+    Place{"SiteContentStep_1_0026", "layoutelement", "name", Kind::kFits, "name = ''",
+          "layoutelement.name", "CONCAT('Layout Element ', sequence)"},
+    Place{"SiteContentStep_1_0037", "forum", "elementid", Kind::kNumber,
+          "elementid = threadid AND removed = 0"},
+    Place{kEncodesEmails, "email", "emailid", Kind::kNumber},
+    Place{kEncodesEmails, "email", "fromlist", Kind::kFits, "", "email.fromlist", kEncodedFrom},
+    Place{kEncodesEmails, "email", "subject", Kind::kFits, "", "email.subject", kEncodedSubject},
+    Place{"SiteContentStep_1_0049", "email", "emailid", Kind::kNumber},
+    Place{"SiteContentStep_1_0054", "setting", "integer_value", Kind::kNumber, kShopFlags},
+    Place{"SiteContentStep_1_0054", "setting", "name", Kind::kText, kShopFlags},
+    Place{"SiteContentStep_1_0054", "customerorder",
+          "billingaddress billingaddress1 billingaddress2 shippingaddress shippingaddress1 "
+          "shippingaddress2",
+          Kind::kText, kUnmergedOrders},
+    Place{"SiteContentStep_1_0054", "customerorder", "billingaddress1", Kind::kFits,
+          "LENGTH(billingaddress) = 0", "customerorder.billingaddress",
+          "CONCAT(billingaddress1, IF(billingaddress1 = '' OR billingaddress2 = '', '', ', '), "
+          "billingaddress2)"},
+    Place{"SiteContentStep_1_0054", "customerorder", "shippingaddress1", Kind::kFits,
+          "LENGTH(shippingaddress) = 0", "customerorder.shippingaddress",
+          "CONCAT(shippingaddress1, IF(shippingaddress1 = '' OR shippingaddress2 = '', '', ', '), "
+          "shippingaddress2)"},
+    Place{"SiteContentStep_1_0054", "security", "userid", Kind::kNumber, kUnmergedUsers},
+    Place{"SiteContentStep_1_0054", "security", "address1", Kind::kFits, "LENGTH(address) = 0",
+          "security.address",
+          "CONCAT(address1, IF(address1 = '' OR address2 = '', '', ', '), address2)"},
+    Place{"SiteContentStep_1_0055", "feature", "featureid", Kind::kNumber, "componentid = 1000"},
+    Place{"SiteContentStep_1_0061", "layoutzone", "zoneid elementid", Kind::kNumber},
+    Place{"SiteContentStep_1_0061", "tag", "tagid", Kind::kNumber, "name LIKE '.LO%'"},
+    Place{"SiteContentStep_1_0061", "tag", "templateid overrideid cssid media subownerid",
+          Kind::kNumber, kOfAZone},
+    Place{"SiteContentStep_1_0066", "cache", "cacheid", Kind::kNumber,
+          "type = 2 AND templateid > 0"},
+    Place{"SiteContentStep_1_0082", "cache", "cacheid", Kind::kNumber,
+          "type = 0 AND templateid > 0"},
+    Place{"SiteContentStep_1_0091", "form", "formfeatureid", Kind::kNumber, "formfeatureid > 0"},
+    Place{"SiteContentStep_1_0091", "feature", "componentid", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.form m WHERE m.formfeatureid = feature.featureid)", "", "",
+          "form"},
+    Place{"SiteContentStep_1_0223", "commission", "commissionid", Kind::kNumber, "orderid > 0"},
+    Place{"SiteContentStep_1_0229", "datafeedfield", "featureid", Kind::kNotNull,
+          "EXISTS(SELECT 1 FROM {0}.externallookupfeedfield e WHERE e.fieldid = "
+          "datafeedfield.fieldid)",
+          "", "", "externallookupfeedfield"},
+    Place{"SiteContentStep_1_0237", "setting", "settingid", Kind::kNumber, kCanonical},
+    Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kText,
+          "BINARY name = 'canonical' AND EXISTS(SELECT 1 FROM {0}.override o WHERE o.overrideid = "
+          "setting.overrideid)"},
+    Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kFits, kCanonical,
+          "directurl.url"},
+    Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kFits, kCanonicalInNavigation,
+          "navigation.canonical"},
+    Place{"SiteContentStep_1_0237", "override", "featureid", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.setting s WHERE s.overrideid = override.overrideid AND BINARY "
+          "s.name = 'canonical')"},
+    Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kFits, kReplacementChar,
+          "formfield.directurlreplacementchar", "LEFT(string_value, 1)", "formfield"},
+    Place{"SiteContentStep_1_0242", "formfield", "targetformfeatureid", Kind::kNumber,
+          kViewedLinkFields, "", "", "formtemplate"},
+    Place{"SiteContentStep_1_0254", "css", "cssid", Kind::kNumber},
+    Place{"SiteContentStep_1_0255", "formfield", "featureid formfieldid", Kind::kNumber,
+          kLongTextFields},
+    Place{"SiteContentStep_1_0259", "form", "formfeatureid", Kind::kNumber, "formfeatureid > 0"},
+};
+
+constexpr std::array kCentralRows{
+    Place{"ServerStep_1_0035", "account", "associatepercentage", Kind::kFloat},
+    Place{"ServerStep_1_0047", "account",
+          "creditlimit suggestedpayment currentbalance futurebalance pendingbalance", Kind::kMoney},
+    Place{"ServerStep_1_0047", "accountinvoice", "amount tax", Kind::kMoney},
+    Place{"ServerStep_1_0047", "accountpayment", "amount", Kind::kMoney},
+    Place{"ServerStep_1_0047", "chargingplan", "startupcharge creditlimit monthlyfixedcharge",
+          Kind::kMoney},
+    Place{"ServerStep_1_0047", "chargingplanusageband", "unitprice", Kind::kMoney},
+    Place{"ServerStep_1_0056", "schedule", "schedule", Kind::kNotNull},
+    Place{"ServerStep_1_0056", "schedule", "schedule", Kind::kFits},
+    Place{"ServerDataStep_1_0026", "defaultdocument", "siteid", Kind::kNumber,
+          "document REGEXP '^[0-9]+/.*' AND CAST(SUBSTRING_INDEX(document, '/', 1) AS DECIMAL(65)) "
+          "<= 2147483647"},
+};
+
+/// Why a row makes a step fail, and what to do.
+struct Condition {
+    std::string step;
+    std::string bad;      ///< the condition of such a row
+    std::string problem;  ///< without the number of rows
+    std::string cure;
+};
+
+std::vector<std::string> Words(std::string_view list) {
+    std::vector<std::string> words;
+    while (!list.empty()) {
+        const auto blank = list.find(' ');
+        words.emplace_back(list.substr(0, blank));
+        list.remove_prefix(blank == std::string_view::npos ? list.size() : blank + 1);
+    }
+    return words;
+}
+
+std::string Filled(std::string_view condition, const std::string& database) {
+    return fmt::format(fmt::runtime(condition), database);
+}
+
+/// The width of a text column of a definition such as "url VARCHAR(255) …"; nothing for a LONGTEXT.
+std::optional<std::uint64_t> WidthOf(const std::string& definition) {
+    const auto open = definition.find("CHAR(");
+    return open == std::string::npos ? std::nullopt
+                                     : std::optional(std::stoull(definition.substr(open + 5)));
+}
+
+/// The conditions of one database, and the passes over its tables.
+class RowChecks {
+  public:
+    RowChecks(const Session& session, std::string database, const Layout& expected,
+              const PendingRun& pending)
+        : connection_(*session.GetConnection()),
+          database_(std::move(database)),
+          expected_(expected),
+          pending_(pending),
+          stored_(ReadStoredTables(connection_, database_)) {
+        const auto mode = connection_.Query("SELECT @@SESSION.sql_mode;");
+        strict_ = mode->Next() && mode->Get(0).ToText().find("STRICT_") != std::string::npos;
+    }
+
+    const StoredTables& Stored() const { return stored_; }
+    /// True when the session's sql_mode refuses values that a column cannot hold.
+    bool IsStrict() const { return strict_; }
+
+    void Add(const Place& place) {
+        const auto table = stored_.tables.find(std::string(place.table));
+        if (!pending_.Has(place.step) || table == stored_.tables.end() ||
+            (!place.guard.empty() && !stored_.tables.contains(std::string(place.guard)))) {
+            return;
+        }
+        // These two work only while something is not there yet.
+        if ((place.step == kCopiesFeeds && stored_.tables.contains("externallookupfeedurl")) ||
+            (place.step == kEncodesEmails && stored_.Find("email", "ishtml") != nullptr)) {
+            return;
+        }
+        for (const std::string& name : Words(place.columns)) {
+            if (const StoredColumn* column = stored_.Find(table->first, name)) {
+                Add(place, name, *column);
+            }
+        }
+    }
+
+    /// A row that makes several steps fail alike is told of with the first of them.
+    void Add(const std::string& table, Condition condition) {
+        auto& conditions = conditions_[table];
+        if (std::none_of(conditions.begin(), conditions.end(), [&](const Condition& other) {
+                return other.bad == condition.bad && other.problem == condition.problem;
+            })) {
+            conditions.push_back(std::move(condition));
+        }
+    }
+
+    /// Looks at every table that has a condition, in one pass each.
+    void Run(std::vector<CheckFinding>& findings) const {
+        for (const auto& [table, conditions] : conditions_) {
+            if (!Pass(table, conditions, findings)) {
+                // A column is missing, which is a finding of its own; the others are looked at.
+                for (const Condition& condition : conditions) {
+                    Pass(table, {condition}, findings);
+                }
+            }
+        }
+    }
+
+  private:
+    void Add(const Place& place, const std::string& name, const StoredColumn& column) {
+        const auto add = [&](const std::string& bad, const std::string& problem,
+                             const std::string& cure) {
+            const std::string rows = Filled(place.rows, database_);
+            Add(std::string(place.table),
+                {std::string(place.step),
+                 rows.empty() ? bad : fmt::format("({}) AND ({})", rows, bad), problem, cure});
+        };
+        const auto addNull = [&](std::string_view what, std::string_view kind) {
+            if (column.nullable) {
+                add(name + " IS NULL", fmt::format("{} is NULL {}", name, what),
+                    fmt::format("give it a {}", kind));
+            }
+        };
+        switch (place.kind) {
+            case Kind::kNumber: {
+                static const std::set<std::string> small{"tinyint", "smallint", "mediumint"};
+                addNull("where a number must be", "number");
+                if (!small.contains(column.type) &&
+                    (column.type != "int" || column.fullType.ends_with("unsigned"))) {
+                    add(fmt::format("{0} < -2147483648 OR {0} > 2147483647", name),
+                        name + " does not fit a 32-bit integer", "mend it");
+                }
+                break;
+            }
+            case Kind::kText:
+                addNull("where a text must be", "text");
+                break;
+            case Kind::kNotNull:
+                if (strict_) {
+                    addNull("where the step needs a value", "value");
+                }
+                break;
+            case Kind::kFloat:
+                if (strict_ && column.type == "float") {
+                    addNull("where a number must be", "number");
+                }
+                break;
+            case Kind::kMoney:
+                if (strict_) {
+                    addNull("where an amount must be", "number");
+                    AddAmount(name, column, add);
+                }
+                break;
+            case Kind::kFits:
+                if (strict_ && !column.charset.empty()) {
+                    AddFit(place, name, column, add);
+                }
+                break;
+            case Kind::kCondition:
+                if (strict_) {
+                    add(Filled(place.value, database_), name + " leads to a number out of range",
+                        "mend it");
+                }
+                break;
+        }
+    }
+
+    template <typename AddCondition>
+    static void AddAmount(const std::string& name, const StoredColumn& column,
+                          const AddCondition& add) {
+        // DECIMAL(17,2) takes 15 digits before the point, after rounding.
+        std::string bad = fmt::format("ABS({}) >= 999999999999999.995", name);
+        if (!column.charset.empty()) {
+            bad += fmt::format(
+                " OR TRIM({}) NOT REGEXP '^[-+]?([0-9]+[.]?[0-9]*|[.][0-9]+)(e[-+]?[0-9]+)?$'",
+                name);
+        }
+        if (column.fullType != "decimal(17,2)") {
+            add(bad, name + " is no amount of at most 15 digits", "give it such an amount");
+        }
+    }
+
+    template <typename AddCondition>
+    void AddFit(const Place& place, const std::string& name, const StoredColumn& column,
+                const AddCondition& add) {
+        const Target target = TargetOf(place, name);
+        const std::string value = place.value.empty() ? name : Filled(place.value, database_);
+        if (target.width && (!place.value.empty() || column.length.value_or(0) > *target.width)) {
+            // Blanks at the end are cut off without an error.
+            add(fmt::format("{}(RTRIM({})) > {}", target.inBytes ? "LENGTH" : "CHAR_LENGTH", value,
+                            *target.width),
+                fmt::format("{} {} longer than the {} {} of {}", name,
+                            place.value.empty() ? "is" : "becomes", *target.width,
+                            target.inBytes ? "bytes" : "characters", target.name),
+                "shorten it");
+        }
+        if (target.charset != column.charset && target.charset != "utf8mb4") {
+            add(fmt::format("CONVERT(CONVERT({0} USING {1}) USING utf8mb4) <> BINARY "
+                            "CONVERT({0} USING utf8mb4)",
+                            value, target.charset),
+                fmt::format("{} has characters that {}, the character set of {}, lacks", name,
+                            target.charset, target.name),
+                "replace them");
+        }
+    }
+
+    struct Target {
+        std::string name;
+        std::optional<std::uint64_t> width;
+        bool inBytes = false;
+        std::string charset;
+    };
+
+    /// The column that the step writes: as it is, as the step alters it, or as a step makes it.
+    Target TargetOf(const Place& place, const std::string& name) const {
+        Target target;
+        const bool altered = place.target.empty();
+        target.name = altered ? fmt::format("{}.{}", place.table, name) : std::string(place.target);
+        const auto point = target.name.find('.');
+        const std::string table = target.name.substr(0, point);
+        const std::string column = target.name.substr(point + 1);
+        if (const StoredColumn* stored = stored_.Find(table, column); stored && !altered) {
+            target.width = stored->length;
+            target.inBytes = stored->type.ends_with("text");
+            target.charset = stored->charset;
+            return target;
+        }
+        if (const auto expected = expected_.tables.find(table);
+            expected != expected_.tables.end() && expected->second.items.contains(column)) {
+            target.width = WidthOf(expected->second.items.at(column).definitions.front());
+        }
+        const auto existing = stored_.tables.find(table);
+        target.charset =
+            existing == stored_.tables.end() ? stored_.charset : existing->second.charset;
+        return target;
+    }
+
+    /// False when a table or column that a condition names is missing.
+    bool Pass(const std::string& table, const std::vector<Condition>& conditions,
+              std::vector<CheckFinding>& findings) const {
+        const auto& key = stored_.tables.at(table).key;
+        std::string columns;
+        for (const Condition& condition : conditions) {
+            columns += fmt::format(
+                "{}COUNT(CASE WHEN {} THEN 1 END), {}", columns.empty() ? "" : ", ", condition.bad,
+                key.empty()
+                    ? "NULL"
+                    : fmt::format("MIN(CASE WHEN {} THEN {} END)", condition.bad, key.front()));
+        }
+        std::unique_ptr<host::Rows> rows;
+        try {
+            rows =
+                connection_.Query(fmt::format("SELECT {} FROM {}.{};", columns, database_, table));
+        } catch (const HostError& error) {
+            if (!IsMissing(error)) {
+                throw;
+            }
+            return false;
+        }
+        rows->Next();
+        for (std::size_t i = 0; i < conditions.size(); ++i) {
+            const auto count = std::stoull(rows->Get(2 * i).ToText());
+            if (count > 0) {
+                const std::string first =
+                    key.empty() ? ""
+                                : fmt::format(" ({}{} {})", count > 1 ? "first: " : "", key.front(),
+                                              rows->Get(2 * i + 1).ToText());
+                findings.push_back(
+                    {database_, table, conditions[i].step,
+                     fmt::format("{} in {}{}", conditions[i].problem, Count(count, "row"), first),
+                     conditions[i].cure});
+            }
+        }
+        return true;
+    }
+
+    host::Connection& connection_;
+    std::string database_;
+    const Layout& expected_;
+    const PendingRun& pending_;
+    StoredTables stored_;
+    bool strict_ = false;
+    std::map<std::string, std::vector<Condition>> conditions_;
+};
+
+/// What a step does with the fields of a type.
+struct FormUse {
+    std::string_view step;
+    std::string_view type;
+    std::string_view condition;  ///< of these rows of formfield
+    std::optional<Kind> kind;    ///< how it uses the column
+    bool needsTable;
+};
+
+constexpr std::array kFormUses{
+    FormUse{"SiteSchemaStep_1_0035", "float", "type = 'float'", Kind::kFloat, true},
+    FormUse{"SiteSchemaStep_1_0047", "currency", "type = 'currency'", Kind::kMoney, true},
+    FormUse{"SiteSchemaStep_1_0075", "formlink", "BINARY type = 'formlink'", std::nullopt, true},
+    FormUse{"SiteSchemaStep_1_0077", "formlink", "BINARY type = 'formlink'", std::nullopt, true},
+    FormUse{"SiteContentStep_1_0255", "dhtml and memo", kLongTextFields, Kind::kNotNull, false},
+    FormUse{"SiteContentStep_1_0255", "dhtml and memo", kLongTextFields, Kind::kFits, false},
+};
+
+struct FormColumn {
+    std::string table;
+    std::string column;
+};
+
+/// The form columns of the fields that a condition selects; none when formfield cannot tell.
+std::vector<FormColumn> FormColumns(host::Connection& connection, const std::string& database,
+                                    std::string_view condition) {
+    std::vector<FormColumn> columns;
+    try {
+        const auto rows = connection.Query(
+            fmt::format("SELECT featureid, formfieldid FROM {}.formfield WHERE {} AND featureid "
+                        "IS NOT NULL AND formfieldid IS NOT NULL ORDER BY formfieldid;",
+                        database, condition));
+        while (rows->Next()) {
+            columns.push_back({"form_" + rows->Get(0).ToText(), "field_" + rows->Get(1).ToText()});
+        }
+    } catch (const HostError& error) {
+        if (!IsMissing(error)) {
+            throw;
+        }
+    }
+    return columns;
+}
+
+/// The data tables of forms: missing ones, and their columns.
+void AddForms(host::Connection& connection, const std::string& database, const PendingRun& pending,
+              RowChecks& checks, std::vector<CheckFinding>& findings) {
+    std::set<std::pair<std::string, std::string_view>> missing;
+    for (const FormUse& use : kFormUses) {
+        if (!pending.Has(use.step)) {
+            continue;
+        }
+        for (const auto& [table, column] : FormColumns(connection, database, use.condition)) {
+            if (!checks.Stored().tables.contains(table)) {
+                if (use.needsTable && missing.emplace(table, use.type).second) {
+                    findings.push_back(
+                        {database, table, std::string(use.step),
+                         fmt::format("the table is missing, but formfield has {} fields of it",
+                                     use.type),
+                         "delete these rows of formfield, or bring the table back"});
+                }
+            } else if (use.kind) {
+                checks.Add(Place{use.step, table, column, *use.kind});
+            }
+        }
+    }
+}
+
+/// The uploaded files that SiteSchemaStep_1_0251 measures.
+void AddUploads(host::Connection& connection, const std::string& database,
+                const PendingRun& pending, RowChecks& checks, std::vector<CheckFinding>& findings) {
+    constexpr std::string_view kStep = "SiteSchemaStep_1_0251";
+    if (!pending.Has(kStep)) {
+        return;
+    }
+    std::string forms;
+    std::set<std::string> seen;
+    const auto missing = [&](const std::string& table, const std::string& what) {
+        findings.push_back({database, table, std::string(kStep), what + " is missing",
+                            "bring it back from a backup"});
+    };
+    for (const auto& [table, column] : FormColumns(connection, database, kFileFields)) {
+        if (checks.Stored().Find(table, column) == nullptr || !seen.insert(table).second) {
+            continue;
+        }
+        forms += (forms.empty() ? "" : ", ") + table.substr(table.find('_') + 1);
+        if (checks.Stored().Find(table, "replyid") == nullptr) {
+            missing(table, "the column replyid");
+        }
+    }
+    if (forms.empty()) {
+        return;
+    }
+    if (!checks.Stored().tables.contains("form")) {
+        missing("form", "the table");
+        return;
+    }
+    for (const char* column : {"formfeatureid", "securefiles"}) {
+        if (checks.Stored().Find("form", column) == nullptr) {
+            missing("form", fmt::format("the column {}", column));
+        }
+    }
+    const std::string rows = fmt::format("formfeatureid IN({})", forms);
+    checks.Add(Place{kStep, "form", "securefiles", Kind::kNumber, rows});
+}
+
+/// 1.0050 lengthens what 1.0043 leaves.
+void AddEmbedMarks(const PendingRun& pending, RowChecks& checks) {
+    struct Text {
+        std::string_view column;
+        std::string_view encoded;
+    };
+    for (const auto& [column, encoded] :
+         {Text{"fromlist", kEncodedFrom}, Text{"subject", kEncodedSubject}}) {
+        const StoredColumn* stored = checks.Stored().Find("email", std::string(column));
+        if (stored == nullptr || !stored->length) {
+            continue;
+        }
+        const bool encodes = pending.Has("SiteContentStep_1_0043") &&
+                             checks.Stored().Find("email", "ishtml") == nullptr;
+        const std::string before(encodes ? encoded : column);
+        // What is too long before is a finding of 1.0043; order details become shorter in 1.0049.
+        const std::string rows =
+            fmt::format("CHAR_LENGTH({}) <= {} AND {} NOT LIKE '%#OrderDetails:Name=%'", before,
+                        *stored->length, column);
+        const std::string target = fmt::format("email.{}", column);
+        const std::string value = fmt::format("REPLACE({}, '#Embed.', '#E-Embed.')", before);
+        checks.Add(
+            Place{"SiteContentStep_1_0050", "email", column, Kind::kFits, rows, target, value});
+    }
+}
+
+/// Rows that would be double in the keyed tables which the conversion of charges fills.
+void CheckDoubleLinks(host::Connection& connection, const std::string& database,
+                      const PendingRun& pending, const StoredTables& stored,
+                      std::vector<CheckFinding>& findings) {
+    struct Link {
+        std::string_view table;
+        std::string_view column;
+        std::string_view taken;  ///< further tables and conditions of a link that is carried over
+    };
+    // A link to a charge counts when that charge is converted before, or is the same.
+    constexpr std::array kLinks{
+        Link{"chargetocharge", "applytochargeid",
+             "INNER JOIN {0}.charge a ON a.chargeid = l.applytochargeid AND (a.sequence < "
+             "c.sequence OR (a.sequence = c.sequence AND a.chargeid <= c.chargeid))"},
+        Link{"chargetoitemtype", "applytoitemtypeid", ""}};
+    constexpr std::string_view kStep = "SiteContentStep_1_0007";
+    for (const Link& link : kLinks) {
+        const auto table = stored.tables.find(std::string(link.table));
+        if (!pending.Has(kStep) || table == stored.tables.end() || !table->second.key.empty()) {
+            continue;  // the layout's own key keeps them apart
+        }
+        try {
+            const auto rows = connection.Query(fmt::format(
+                "SELECT l.chargeid, l.{1}, COUNT(*) FROM {0}.{2} l INNER JOIN {0}.charge c ON "
+                "c.chargeid = l.chargeid {3} GROUP BY l.chargeid, l.{1} HAVING COUNT(*) > 1 ORDER "
+                "BY l.chargeid, l.{1} LIMIT 1;",
+                database, link.column, link.table, Filled(link.taken, database)));
+            if (rows->Next()) {
+                findings.push_back(
+                    {database, std::string(link.table), std::string(kStep),
+                     fmt::format("{} rows have chargeid {} and {} {}, which will be a key",
+                                 rows->Get(2).ToText(), rows->Get(0).ToText(), link.column,
+                                 rows->Get(1).ToText()),
+                     "delete all but one of them"});
+            }
+        } catch (const HostError& error) {
+            if (!IsMissing(error)) {
+                throw;
+            }
+        }
+    }
+}
+
+/// The colour names of 1.0254 in its order, each with its code. A value is lengthened by red,
+/// silver and orange; the others are here because they may shorten it before.
+constexpr std::string_view kColours =
+    "gainsboro #dcdcdc silver #c0c0c0 dimgray #696969 white #fff darkblue #00008b lightyellow "
+    "#ffffe0 lemonchiffon #fffacd blue #00f whitesmoke #f5f5f5 lightgrey #d3d3d3 darkgray #a9a9a9 "
+    "lightsteelblue #b0c4de black #000 dodgerblue #1e90ff darkkhaki #bdb76b darkred #8b0000 red "
+    "#f00 yellow #ff0 orange #ffa500";
+
+/// Style values that become too long when colour names turn into codes.
+void CheckColours(host::Connection& connection, const std::string& database,
+                  const PendingRun& pending, const StoredTables& stored,
+                  std::vector<CheckFinding>& findings) {
+    constexpr std::string_view kStep = "SiteContentStep_1_0254";
+    const StoredColumn* column = stored.Find("attribute", "value");
+    if (!pending.Has(kStep) || column == nullptr || !stored.Find("attribute", "attributeid")) {
+        return;
+    }
+    const auto width =
+        pending.Has("SiteSchemaStep_1_0014")
+            ? WidthOf(SiteLayout().tables.at("attribute").items.at("value").definitions.front())
+            : column->length;
+    if (!width || column->type.ends_with("text")) {
+        return;  // wide enough for whatever a style holds
+    }
+    const auto words = Words(kColours);
+    std::string colours;
+    for (std::size_t i = 0; i < words.size(); i += 2) {
+        colours += fmt::format("{}SELECT {}, '{}', '{}'", colours.empty() ? "" : " UNION ALL ",
+                               i / 2 + 1, words[i], words[i + 1]);
+    }
+    // No name grows by more than a third, so that shorter values need no look.
+    const auto rows = connection.Query(fmt::format(
+        "WITH RECURSIVE colour(place, name, code) AS ({0}), changed(id, place, value) AS ("
+        "SELECT attributeid, 0, CAST(value AS CHAR({1})) FROM {2}.attribute WHERE "
+        "CHAR_LENGTH(value) > {3} AND CHAR_LENGTH(value) <= {4} AND (name LIKE '%color' OR name "
+        "LIKE 'border-%') UNION ALL SELECT v.id, c.place, IF(v.value REGEXP CONCAT('(^| )', "
+        "c.name, '( |$)'), REPLACE(LCASE(v.value), c.name, c.code), v.value) FROM changed v INNER "
+        "JOIN colour c ON c.place = v.place + 1) SELECT COUNT(DISTINCT id), MIN(id) FROM changed "
+        "WHERE CHAR_LENGTH(RTRIM(value)) > {4};",
+        colours, 2 * *width, database, *width * 3 / 4, *width));
+    if (rows->Next() && rows->Get(0).ToText() != "0") {
+        const auto count = std::stoull(rows->Get(0).ToText());
+        findings.push_back({database, "attribute", std::string(kStep),
+                            fmt::format("value becomes longer than the {} characters of "
+                                        "attribute.value in {} ({}attributeid {})",
+                                        *width, Count(count, "row"), count > 1 ? "first: " : "",
+                                        rows->Get(1).ToText()),
+                            "shorten it"});
+    }
+}
+
+std::string Lower(std::string text) {
+    for (char& c : text) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return text;
+}
+
+/// The columns that ServerDataStep_1_0030 indexes in every log.
+void CheckLogs(host::Connection& connection, const PendingRun& pending,
+               std::vector<CheckFinding>& findings) {
+    constexpr std::string_view kStep = "ServerDataStep_1_0030";
+    if (!pending.Has(kStep)) {
+        return;
+    }
+    for (const auto& [name, table] : ReadStoredTables(connection, "tw_logs").tables) {
+        // The step finds them with LIKE 'tw_%', to which an underscore is any character.
+        if (name.size() < 3 || Lower(name.substr(0, 2)) != "tw") {
+            continue;
+        }
+        std::set<std::string> columns;
+        for (const auto& [column, what] : table.columns) {
+            columns.insert(Lower(column));
+        }
+        for (const char* column : {"LogTime", "target"}) {
+            if (!columns.contains(Lower(column))) {
+                findings.push_back({"tw_logs", name, std::string(kStep),
+                                    fmt::format("the column {} is missing", column),
+                                    "bring it back from a backup, or move the table to another "
+                                    "database"});
+            }
+        }
+    }
+}
+
+/// The local host name, which ServerDataStep_1_0252 makes a domain of the root site.
+void CheckRootDomain(const Session& session, const CheckScope& scope, const PendingRun& pending,
+                     const RowChecks& central, std::vector<CheckFinding>& findings) {
+    const std::string step = "ServerDataStep_1_0252";
+    std::optional<std::int32_t> root;
+    try {
+        root = pending.Has(step) ? RootSite(*session.Own()) : std::nullopt;
+    } catch (const OverflowError&) {
+        return;  // an id above 32 bits is found with the sites
+    }
+    if (root.value_or(0) <= 0) {
+        return;
+    }
+    const std::string site = fmt::format("tw_{}", *root);
+    const StoredTables stored = ReadStoredTables(*session.GetConnection(), site);
+    for (const auto& [database, tables] :
+         {std::pair<std::string, const StoredTables&>("tw_tarnwick", central.Stored()),
+          std::pair<std::string, const StoredTables&>(site, stored)}) {
+        const StoredColumn* column = tables.Find("domain", "domainname");
+        if (central.IsStrict() && column != nullptr && column->length &&
+            scope.localHostName.size() > *column->length) {
+            findings.push_back(
+                {database, "domain", step,
+                 fmt::format("the local host name has {} characters, and domainname takes {}",
+                             scope.localHostName.size(), *column->length),
+                 "give the machine a shorter name, or name one with --local-host-name"});
+        }
+    }
+    if (!stored.tables.empty() && stored.Find("domain", "domainname") == nullptr) {
+        findings.push_back({site, "domain", step,
+                            stored.tables.contains("domain") ? "the column domainname is missing"
+                                                             : "the table is missing",
+                            "bring it back from a backup"});
+    }
+}
+
+}  // namespace
+
+void CheckCentralRows(const Session& session, const CheckScope& scope, const PendingRun& pending,
+                      std::vector<CheckFinding>& findings) {
+    RowChecks checks(session, "tw_tarnwick", CentralLayout(), pending);
+    for (const Place& place : kCentralRows) {
+        checks.Add(place);
+    }
+    checks.Run(findings);
+    CheckLogs(*session.GetConnection(), pending, findings);
+    CheckRootDomain(session, scope, pending, checks, findings);
+}
+
+void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun& pending,
+                   std::vector<CheckFinding>& findings) {
+    const std::string database = fmt::format("tw_{}", siteId);
+    host::Connection& connection = *session.GetConnection();
+    RowChecks checks(session, database, SiteLayout(), pending);
+    for (const Place& place : kSiteRows) {
+        checks.Add(place);
+    }
+    AddEmbedMarks(pending, checks);
+    AddForms(connection, database, pending, checks, findings);
+    AddUploads(connection, database, pending, checks, findings);
+    checks.Run(findings);
+    CheckDoubleLinks(connection, database, pending, checks.Stored(), findings);
+    if (checks.IsStrict()) {
+        CheckColours(connection, database, pending, checks.Stored(), findings);
+    }
+}
+
+}  // namespace twupdate::cli
