@@ -96,8 +96,8 @@ void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& s
 // --- parts of these two ------------------------------------------------------------------------
 
 /// Tables and columns that a pending step names without asking whether they are there.
-void CheckCentralNeeds(const Session& session, const Layout& layout, const PendingRun& pending,
-                       std::vector<CheckFinding>& findings);
+void CheckCentralNeeds(const Session& session, const CheckScope& scope, const Layout& layout,
+                       const PendingRun& pending, std::vector<CheckFinding>& findings);
 void CheckSiteNeeds(const Session& session, const std::string& database, const Layout& layout,
                     const PendingRun& pending, std::vector<CheckFinding>& findings);
 

@@ -78,7 +78,7 @@ void CheckCentral(const Session& session, const CheckScope& scope,
     const std::string database = "tw_tarnwick";
     const Layout layout = ReadLayout(*session.Own(), database);
     const PendingRun pending = scope.CentralRun();
-    CheckCentralNeeds(session, layout, pending, findings);
+    CheckCentralNeeds(session, scope, layout, pending, findings);
     if (pending.Has("ServerStep_1_0035")) {
         CheckDoubleTemp(database, layout, "ServerStep_1_0035", findings);
     }

@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 #include <set>
+#include <span>
 #include <sstream>
 
 #include "cli/check_finding.h"
@@ -40,6 +41,19 @@ constexpr std::string_view kManyLinks =
 constexpr std::string_view kCanonicalSetting =
     "SELECT 1 FROM {0}.setting s INNER JOIN {0}.override o ON o.overrideid = s.overrideid WHERE "
     "BINARY s.name = 'canonical' AND s.string_value <> ''";
+constexpr std::string_view kExplicitElements =
+    "SELECT 1 FROM {0}.setting s INNER JOIN {0}.override o ON o.overrideid = s.overrideid WHERE "
+    "BINARY s.name = 'ExplicitLayoutElements' AND s.type = 'text'";
+constexpr std::string_view kElementsOfALayout =
+    "SELECT 1 FROM {0}.setting s INNER JOIN {0}.override o ON o.overrideid = s.overrideid INNER "
+    "JOIN {0}.layoutelement e ON e.featureid = o.featureid WHERE BINARY s.name = "
+    "'ExplicitLayoutElements' AND s.type = 'text'";
+constexpr std::string_view kViewedLinkFields =
+    "SELECT 1 FROM {0}.formtemplate v INNER JOIN {0}.formtemplatefield t ON t.featureid = "
+    "v.featureid INNER JOIN {0}.queryfieldsrc s ON s.queryfieldid = t.queryfieldid INNER JOIN "
+    "{0}.querytable q ON q.tableid = s.tableid INNER JOIN {0}.formfield f ON f.formfieldid = "
+    "s.srcfieldid AND f.featureid = q.srctableid WHERE f.type IN('multiformlink', "
+    "'productfamily')";
 constexpr std::string_view kAnyView = "SELECT 1 FROM {0}.formtemplate";
 constexpr std::string_view kAnyStylesheet = "SELECT 1 FROM {0}.css";
 constexpr std::string_view kOrderCommission = "SELECT 1 FROM {0}.commission WHERE orderid > 0";
@@ -47,6 +61,8 @@ constexpr std::string_view kOrderCommission = "SELECT 1 FROM {0}.commission WHER
 // Columns of the indexes that steps add are not here: the layout knows them.
 constexpr std::array kSiteNeeds{
     Need{"SiteSchemaStep_1_0014", "", "attribute", "value"},
+    Need{"SiteSchemaStep_1_0018", "", "layoutzone", ""},
+    Need{"SiteSchemaStep_1_0018", "", "setting", ""},
     Need{"SiteSchemaStep_1_0035", "formfield", "formfield", "featureid formfieldid type"},
     Need{"SiteSchemaStep_1_0042", "formtemplatefield", "formtemplateinstance", ""},
     Need{"SiteSchemaStep_1_0047", "formfield", "formfield", "featureid formfieldid type"},
@@ -107,6 +123,8 @@ constexpr std::array kSiteNeeds{
     Need{"SiteContentStep_1_0026", "", "layoutzone", "flyoutjs"},
     Need{"SiteContentStep_1_0026", "", "setting", "settingid overrideid name type"},
     Need{"SiteContentStep_1_0026", "", "override", "overrideid featureid"},
+    Need{"SiteContentStep_1_0026", "", "layoutelement", "elementid featureid", kExplicitElements},
+    Need{"SiteContentStep_1_0026", "", "setting", "text integer_value", kElementsOfALayout},
     Need{"SiteContentStep_1_0031", "", "feature", "featureid componentid blankcontent"},
     Need{"SiteContentStep_1_0031", "", "text", "featureid subfeatureid text"},
     Need{"SiteContentStep_1_0037", "forum", "forum", "elementid threadid removed"},
@@ -191,6 +209,8 @@ constexpr std::array kSiteNeeds{
     Need{"SiteContentStep_1_0242", "formtemplate", "querytable", "tableid srctableid", kAnyView},
     Need{"SiteContentStep_1_0242", "formtemplate", "formfield",
          "formfieldid featureid targetformfeatureid type", kAnyView},
+    Need{"SiteContentStep_1_0242", "formtemplate", "text", "textid featureid text previoustext",
+         kViewedLinkFields},
     Need{"SiteContentStep_1_0254", "", "attribute", "name value"},
     Need{"SiteContentStep_1_0254", "", "css", "cssid"},
     Need{"SiteContentStep_1_0254", "", "css", "cachebuilt", kAnyStylesheet},
@@ -204,6 +224,14 @@ constexpr std::array kSiteNeeds{
 };
 
 constexpr std::string_view kRoot = "SELECT 1 FROM {0}.site WHERE parentsiteid = 0 AND siteid > 0";
+
+/// What the data files are imported into, where there are such files.
+constexpr std::array kImportNeeds{
+    Need{"ReimportReferenceData", "", "component",
+         "componentid componentname foldername componentfile available published mandatory "
+         "layoutcomponent standalone section allowcopy allowcopywithoutdata widget"},
+    Need{"ReimportReferenceData", "", "componenttype", "componenttype componentid"},
+};
 
 constexpr std::array kCentralNeeds{
     Need{"ServerStep_1_0056", "schedule", "schedule", "schedule"},
@@ -221,9 +249,13 @@ constexpr std::array kCentralNeeds{
 /// The one step that asks whether a table is there that every installation has.
 constexpr std::string_view kTestsItsTable = "ServerStep_1_0056";
 
-/// The conversions pass over a column that is not there.
-bool IsConversion(std::string_view step) {
-    return step == "SiteSchemaStep_1_0035" || step == "SiteSchemaStep_1_0047";
+/// True for a step that alters the column and does not add it.
+bool IsAlteration(std::string_view step, std::string_view column) {
+    constexpr std::array<std::string_view, 6> kAlterations{
+        "SiteSchemaStep_1_0014", "SiteSchemaStep_1_0035", "SiteSchemaStep_1_0047",
+        "ServerStep_1_0035",     "ServerStep_1_0047",     "ServerStep_1_0056"};
+    return column == "defaultvalue" ||
+           std::find(kAlterations.begin(), kAlterations.end(), step) != kAlterations.end();
 }
 
 /// The step that adds the column or makes it with its table; empty for one that is there from the
@@ -238,7 +270,7 @@ std::string_view Maker(const Layout& expected, std::string_view table, std::stri
         return {};
     }
     const std::string_view step = item->second.step;
-    if (IsConversion(step)) {
+    if (IsAlteration(step, column)) {
         return column == "float_value" ? "SiteSchemaStep_1_0018" : std::string_view();
     }
     return step;
@@ -353,8 +385,7 @@ bool HasRows(const Session& session, const std::string& database, std::string_vi
     }
 }
 
-template <typename Needs>
-void AddNeedsOfTheSteps(const Session& session, const Databases& in, const Needs& needs,
+void AddNeedsOfTheSteps(const Session& session, const Databases& in, std::span<const Need> needs,
                         Missing& missing) {
     for (const Need& need : needs) {
         if (!in.pending.Has(need.step) ||
@@ -414,12 +445,19 @@ void CheckSiteNeeds(const Session& session, const std::string& database, const L
     CheckPrimaryKeys(database, layout, pending, findings);
 }
 
-void CheckCentralNeeds(const Session& session, const Layout& layout, const PendingRun& pending,
-                       std::vector<CheckFinding>& findings) {
+void CheckCentralNeeds(const Session& session, const CheckScope& scope, const Layout& layout,
+                       const PendingRun& pending, std::vector<CheckFinding>& findings) {
     const Databases in{"tw_tarnwick", layout, CentralLayout(), pending};
     Missing missing(pending);
     AddNeedsOfTheLayout(in, missing);
     AddNeedsOfTheSteps(session, in, kCentralNeeds, missing);
+    for (const Need& need : kImportNeeds) {
+        const std::string file = fmt::format("{}Data.txt", need.table);
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(scope.installFolder / "resources" / file, ignored)) {
+            AddNeedsOfTheSteps(session, in, std::span(&need, 1), missing);
+        }
+    }
     missing.Report(in.name, findings);
 }
 

@@ -678,7 +678,9 @@ void CheckColours(host::Connection& connection, const std::string& database,
                   std::vector<CheckFinding>& findings) {
     constexpr std::string_view kStep = "SiteContentStep_1_0254";
     const StoredColumn* column = stored.Find("attribute", "value");
-    if (!pending.Has(kStep) || column == nullptr || !stored.Find("attribute", "attributeid")) {
+    if (!pending.Has(kStep) || column == nullptr ||
+        stored.Find("attribute", "attributeid") == nullptr ||
+        stored.Find("attribute", "name") == nullptr) {
         return;
     }
     const auto width =

@@ -135,32 +135,54 @@ void CheckComponents(host::Connection& connection, const std::string& database,
 
 // --- the central database ------------------------------------------------------------------------
 
-/// SiteContentStep_1_0223 writes into a column that the central ladder makes.
+/// The commissions of a site look for their payments in the central database.
 void CheckPayments(host::Connection& connection, const CheckScope& scope,
                    const std::string& database, const PendingRun& pending,
                    std::vector<CheckFinding>& findings) {
     constexpr std::string_view kStep = "SiteContentStep_1_0223";
-    if (!pending.Has(kStep) || scope.CentralRun().Has("ServerStep_1_0223")) {
+    if (!pending.Has(kStep)) {
         return;
     }
     try {
-        const auto columns =
-            connection.Query("SHOW COLUMNS FROM tw_tarnwick.accountpayment LIKE 'cartorderid';");
-        if (columns->Next()) {
-            return;
-        }
         const auto commissions = connection.Query(
             fmt::format("SELECT 1 FROM {}.commission WHERE orderid > 0 LIMIT 1;", database));
-        if (commissions->Next()) {
-            findings.push_back({"tw_tarnwick", "accountpayment", std::string(kStep),
-                                fmt::format("the column cartorderid is missing, and {} has "
-                                            "commissions of orders",
-                                            database),
-                                "upgrade the central database first"});
+        if (!commissions->Next()) {
+            return;
         }
     } catch (const HostError& error) {
         if (!IsMissing(error)) {
             throw;
+        }
+        return;
+    }
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kColumns{
+        {{"account", "accountid"},
+         {"account", "siteid"},
+         {"account", "userid"},
+         {"accountpayment", "accountpaymentid"},
+         {"accountpayment", "accountid"},
+         {"accountpayment", "amount"},
+         {"accountpayment", "cartorderid"},
+         {"accountpayment", "paymentdate"}}};
+    const StoredTables central = ReadStoredTables(connection, "tw_tarnwick");
+    for (const auto& [table, column] : kColumns) {
+        const bool made = column == "cartorderid" && scope.CentralRun().Has("ServerStep_1_0223");
+        if (made || central.Find(std::string(table), std::string(column)) != nullptr) {
+            continue;
+        }
+        const bool hasTable = central.tables.contains(std::string(table));
+        const std::string problem = hasTable ? fmt::format("the column {} is missing", column)
+                                             : std::string("the table is missing");
+        const bool known = std::any_of(
+            findings.begin(), findings.end(), [&, name = table](const CheckFinding& finding) {
+                return finding.database == "tw_tarnwick" && finding.table == name &&
+                       finding.problem == problem;
+            });
+        if (!known) {
+            findings.push_back({"tw_tarnwick", std::string(table), std::string(kStep), problem,
+                                hasTable && column == "cartorderid"
+                                    ? "upgrade the central database first"
+                                    : "bring it back from a backup"});
         }
     }
 }

@@ -1,0 +1,252 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <set>
+
+#include "cli/installation_fixture.h"
+#include "sample/installation.h"
+#include "twupdate/ladder.h"
+#include "twupdate_host/mariadb_utility.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::HasSubstr;
+
+/// `check` against what the upgrade really does, on the sample's sites. With TWUPDATE_SOAK=1 every
+/// version, column and table takes its turn, in an ordinary run a few.
+class CheckSound : public InstallationTest {
+  protected:
+    void SetUp() override {
+        options_.sites = 0;
+        options_.rows = 0;
+        options_.root = folder_.Path();
+        host::MariaDbUtilityOptions host;
+        host.installFolder = options_.root / "update";
+        CliServer::Get().Root();
+        host_ = std::make_shared<host::MariaDbUtility>(
+            host::Connection::Open(CliServer::Get().Server().ConnectOptions()), host);
+    }
+
+    static bool IsSoak() {
+        const char* soak = std::getenv("TWUPDATE_SOAK");
+        return soak != nullptr && std::string(soak) == "1";
+    }
+
+    void MakeCentralWith(const std::vector<sample::SitePlan>& plans) {
+        sample::WriteFiles(options_, plans);
+        sample::MakeCentral(host_, options_, plans);
+        for (const sample::SitePlan& plan : plans) {
+            sample::MakeSite(host_, options_, plan);
+        }
+    }
+
+    std::vector<std::string> WithFolder(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(),
+                         {"--install-folder", (options_.root / "update").string()});
+        return arguments;
+    }
+
+    void ExpectClean(const std::vector<std::string>& arguments) {
+        const Outcome outcome = Run(WithFolder(arguments));
+        EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    }
+
+    static sample::SitePlan Plan(std::int32_t siteId, double version = 1.0) {
+        sample::SitePlan plan;
+        plan.siteId = siteId;
+        plan.groups = sample::AllGroups();
+        plan.age = {version, version};
+        plan.recordedVersion = version;
+        return plan;
+    }
+
+    /// The thresholds of the two ladders; every so many of them.
+    static std::vector<double> Versions(Ladder first, Ladder second, std::size_t stride) {
+        std::set<double> versions{1.0};
+        for (const Ladder ladder : {first, second}) {
+            for (const LadderStep& step : LadderSteps(ladder)) {
+                versions.insert(step.threshold);
+            }
+        }
+        std::vector<double> some;
+        std::size_t place = 0;
+        for (const double version : versions) {
+            if (place++ % stride == 0) {
+                some.push_back(version);
+            }
+        }
+        return some;
+    }
+
+    sample::InstallationOptions options_;
+    std::shared_ptr<host::MariaDbUtility> host_;
+};
+
+TEST_F(CheckSound, FindsNothingInSitesOfAnyVersion) {
+    std::vector<sample::SitePlan> plans;
+    for (const double version :
+         Versions(Ladder::kSiteSchema, Ladder::kSiteContent, IsSoak() ? 1 : 20)) {
+        plans.push_back(Plan(static_cast<std::int32_t>(plans.size() + 1), version));
+    }
+    MakeCentralWith(plans);
+    ExpectClean({"check"});
+    ExpectClean({"upgrade"});
+}
+
+TEST_F(CheckSound, FindsNothingInACentralDatabaseOfAnyVersion) {
+    for (const double version : Versions(Ladder::kServer, Ladder::kServerData, IsSoak() ? 1 : 12)) {
+        for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
+            Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
+        }
+        MakeCentralWith({Plan(1)});
+        sample::BringCentralTo(host_, {version, version});
+        SCOPED_TRACE(version);
+        ExpectClean({"check"});
+        ExpectClean({"upgrade"});
+    }
+}
+
+TEST_F(CheckSound, FindsNothingInASampleInstallation) {
+    options_.sites = 9;
+    options_.rows = 15;
+    sample::MakeInstallation(host_, options_);
+    ExpectClean({"check"});
+    ExpectClean({"upgrade"});
+}
+
+/// What is missing is found exactly when the upgrade fails for it.
+class CheckMissing : public CheckSound {
+  protected:
+    /// The rows of a query, in an ordinary run every so many of them.
+    static std::vector<std::vector<std::string>> Some(const std::string& sql, std::size_t stride) {
+        std::vector<std::vector<std::string>> some;
+        const auto rows = CliServer::Get().Root().Query(sql);
+        for (std::size_t place = 1; rows->Next(); ++place) {
+            if (IsSoak() || place % stride == 0) {
+                auto& row = some.emplace_back();
+                for (std::size_t i = 0; i < rows->ColumnCount(); ++i) {
+                    row.push_back(rows->Get(i).ToText());
+                }
+            }
+        }
+        return some;
+    }
+
+    /// Makes the central database at 1.0000 and the site anew.
+    void MakeBoth() {
+        for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
+            Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
+        }
+        MakeCentralWith({Plan(1)});
+    }
+
+    /// Makes the site anew, under a central database that is upgraded.
+    void MakeOnlyTheSite() {
+        if (Cell("SHOW DATABASES LIKE 'tw_1';") == "(no row)") {
+            MakeCentralWith({Plan(1)});
+            sample::BringCentralTo(host_, {kCurrentVersion, kCurrentVersion});
+        }
+        Execute("DROP DATABASE tw_1;");
+        sample::SitePlan plan = Plan(1);
+        plan.hasLog = false;
+        sample::MakeSite(host_, options_, plan);
+        Execute("UPDATE tw_tarnwick.site SET version = 1.0 WHERE siteid = 1;");
+    }
+
+    void Compare(const std::string& table, const std::string& statement, const std::string& problem,
+                 const std::vector<std::string>& check, const std::vector<std::string>& upgrade) {
+        SCOPED_TRACE(statement);
+        Execute(statement);
+        const Outcome found = Run(WithFolder(check));
+        const Outcome upgraded = Run(WithFolder(upgrade));
+        const auto result = found.Json();
+        ASSERT_TRUE(result.contains("findings")) << found.out << found.err << upgraded.err;
+        const auto& findings = result["findings"];
+        if (upgraded.status == 0) {
+            EXPECT_TRUE(findings.empty()) << found.out;
+            return;
+        }
+        ASSERT_EQ(findings.size(), 1U) << upgraded.err << found.out;
+        EXPECT_EQ(findings[0]["table"], table);
+        EXPECT_EQ(findings[0]["problem"], problem);
+        EXPECT_THAT(upgraded.err,
+                    HasSubstr("step " + findings[0]["step"].get<std::string>() + ": "));
+    }
+
+    void CompareSite(const std::string& table, const std::string& statement,
+                     const std::string& problem) {
+        MakeOnlyTheSite();
+        Compare(table, statement, problem, {"--json", "check", "--site", "1"},
+                {"upgrade-site", "1"});
+    }
+
+    void CompareCentral(const std::string& table, const std::string& statement,
+                        const std::string& problem) {
+        MakeBoth();
+        Compare(table, statement, problem, {"--json", "check"}, {"upgrade"});
+    }
+};
+
+// A column of a primary key may be what keeps the rows apart; a table's only column cannot go.
+constexpr const char* kColumns =
+    "SELECT table_name, column_name FROM information_schema.columns c WHERE table_schema = '{0}' "
+    "AND table_name NOT LIKE 'form\\_%' AND NOT (column_key = 'PRI' AND extra = '') AND EXISTS("
+    "SELECT 1 FROM information_schema.columns d WHERE d.table_schema = '{0}' AND d.table_name = "
+    "c.table_name AND d.column_name <> c.column_name) ORDER BY table_name, ordinal_position;";
+constexpr const char* kTables =
+    "SELECT table_name FROM information_schema.tables WHERE table_schema = '{0}' AND table_name "
+    "NOT LIKE 'form\\_%' ORDER BY table_name;";
+
+TEST_F(CheckMissing, FindsTheColumnsOfASiteThatAStepNeeds) {
+    MakeOnlyTheSite();
+    const auto columns = Some(fmt::format(fmt::runtime(kColumns), "tw_1"), 24);
+    ASSERT_GT(columns.size(), 5U);
+    for (const auto& column : columns) {
+        CompareSite(column[0],
+                    fmt::format("ALTER TABLE tw_1.{} DROP COLUMN {};", column[0], column[1]),
+                    "the column " + column[1] + " is missing");
+    }
+}
+
+TEST_F(CheckMissing, FindsTheTablesOfASiteThatAStepNeeds) {
+    MakeOnlyTheSite();
+    const auto tables = Some(fmt::format(fmt::runtime(kTables), "tw_1"), 9);
+    ASSERT_GT(tables.size(), 3U);
+    for (const auto& table : tables) {
+        CompareSite(table[0], fmt::format("DROP TABLE tw_1.{};", table[0]), "the table is missing");
+    }
+}
+
+TEST_F(CheckMissing, FindsTheColumnsOfTheCentralDatabaseThatAStepNeeds) {
+    MakeBoth();
+    const auto columns = Some(fmt::format(fmt::runtime(kColumns), "tw_tarnwick"), 24);
+    ASSERT_GT(columns.size(), 3U);
+    for (const auto& column : columns) {
+        // Without these nothing can be said of the installation at all.
+        if (column[1] == "version" || column[0] == "site") {
+            continue;
+        }
+        CompareCentral(
+            column[0],
+            fmt::format("ALTER TABLE tw_tarnwick.{} DROP COLUMN {};", column[0], column[1]),
+            "the column " + column[1] + " is missing");
+    }
+}
+
+TEST_F(CheckMissing, FindsTheTablesOfTheCentralDatabaseThatAStepNeeds) {
+    MakeBoth();
+    const auto tables = Some(fmt::format(fmt::runtime(kTables), "tw_tarnwick"), 9);
+    ASSERT_GT(tables.size(), 1U);
+    for (const auto& table : tables) {
+        if (table[0] == "installation" || table[0] == "site") {
+            continue;
+        }
+        CompareCentral(table[0], fmt::format("DROP TABLE tw_tarnwick.{};", table[0]),
+                       "the table is missing");
+    }
+}
+
+}  // namespace
+}  // namespace twupdate::test

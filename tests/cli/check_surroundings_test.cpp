@@ -1,0 +1,279 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ContainsRegex;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+/// What a step takes from the central database, the components and the files. Each test makes a
+/// situation, sees the finding, sees the real upgrade fail for it, mends it, and sees both succeed.
+class CheckSurroundings : public InstallationTest {
+  protected:
+    void SetUp() override {
+        MakeCentralDatabase();
+        const fs::path resources = folder_ / "update" / "resources";
+        fs::create_directories(resources.parent_path());
+        fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", resources,
+                 fs::copy_options::recursive);
+        fs::create_directories(SiteFolder());
+    }
+
+    fs::path SiteFolder() const { return folder_ / "wwwroot/sites/8"; }
+    fs::path Template() const { return folder_ / "templates/site"; }
+
+    static void ExecuteAll(const std::vector<std::string>& statements) {
+        for (const std::string& statement : statements) {
+            Execute(statement + ";");
+        }
+    }
+
+    Outcome RunHere(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"--install-folder", (folder_ / "update").string()});
+        return Run(arguments);
+    }
+
+    void ExpectFailure(const std::string& finding, const std::string& failure,
+                       const std::vector<std::string>& options = {}) const {
+        auto check = options;
+        check.emplace_back("check");
+        const Outcome found = RunHere(check);
+        EXPECT_EQ(found.status, 3) << found.out << found.err;
+        EXPECT_THAT(found.out, HasSubstr(finding));
+        EXPECT_THAT(found.out, EndsWith("\n1 finding.\n"));
+        auto upgrade = options;
+        upgrade.emplace_back("upgrade");
+        const Outcome failed = RunHere(upgrade);
+        EXPECT_EQ(failed.status, 1) << failed.out;
+        EXPECT_THAT(failed.err, ContainsRegex(failure));
+    }
+
+    void ExpectSuccess() const {
+        const Outcome clean = RunHere({"check"});
+        EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
+        const Outcome done = RunHere({"upgrade"});
+        EXPECT_EQ(done.status, 0) << done.err;
+    }
+};
+
+TEST_F(CheckSurroundings, FindsAmountsThatTheCentralDatabaseCannotConvert) {
+    ExecuteAll({"ALTER TABLE tw_tarnwick.accountinvoice MODIFY tax DOUBLE",
+                "INSERT INTO tw_tarnwick.accountinvoice(accountinvoiceid, tax) VALUES(5, NULL)"});
+    ExpectFailure(
+        "tw_tarnwick.accountinvoice: tax is NULL where an amount must be in 1 row "
+        "(accountinvoiceid 5), so ServerStep_1_0047 fails; ",
+        "step ServerStep_1_0047: .*server error 1265");
+    ExecuteAll({"UPDATE tw_tarnwick.accountinvoice SET tax = 1e15"});
+    ExpectFailure(
+        "tw_tarnwick.accountinvoice: tax is no amount of at most 15 digits in 1 row "
+        "(accountinvoiceid 5), so ServerStep_1_0047 fails; ",
+        "step ServerStep_1_0047: .*server error 1264");
+    ExecuteAll({"UPDATE tw_tarnwick.accountinvoice SET tax = 1e14"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAPercentageThatIsNull) {
+    ExecuteAll({"ALTER TABLE tw_tarnwick.account MODIFY associatepercentage FLOAT",
+                "INSERT INTO tw_tarnwick.account(accountid, associatepercentage) VALUES(5, NULL)"});
+    ExpectFailure(
+        "tw_tarnwick.account: associatepercentage is NULL where a number must be in 1 row "
+        "(accountid 5), so ServerStep_1_0035 fails; give it a number",
+        "step ServerStep_1_0035: .*server error 1048");
+    ExecuteAll({"UPDATE tw_tarnwick.account SET associatepercentage = 0",
+                "ALTER TABLE tw_tarnwick.account DROP COLUMN double_temp"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAScheduleThatIsTooLong) {
+    ExecuteAll(
+        {"CREATE TABLE tw_tarnwick.schedule(siteid INT NOT NULL, featureid INT NOT NULL, "
+         "subfeatureid INT DEFAULT 0 NOT NULL, tasktype INT NOT NULL, schedule "
+         "VARCHAR(80), lastruntime DATETIME, PRIMARY KEY(siteid, featureid, subfeatureid, "
+         "tasktype))",
+         "INSERT INTO tw_tarnwick.schedule(siteid, featureid, tasktype, schedule) VALUES(1, "
+         "1, 1, REPEAT('x', 51))"});
+    ExpectFailure(
+        "tw_tarnwick.schedule: schedule is longer than the 50 characters of schedule.schedule in "
+        "1 row (siteid 1), so ServerStep_1_0056 fails; shorten it",
+        "step ServerStep_1_0056: .*server error (1406|1265)");
+    ExecuteAll({"UPDATE tw_tarnwick.schedule SET schedule = NULL"});
+    ExpectFailure("tw_tarnwick.schedule: schedule is NULL where the step needs a value in 1 row",
+                  "step ServerStep_1_0056: .*server error 1265");
+    ExecuteAll({"UPDATE tw_tarnwick.schedule SET schedule = 'daily'"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsADefaultDocumentOfNoSite) {
+    ExecuteAll({"ALTER TABLE tw_tarnwick.defaultdocument MODIFY siteid INT",
+                // A page id of more than 32 bits is no page id, and its row is passed over.
+                "INSERT INTO tw_tarnwick.defaultdocument(siteid, document) VALUES(NULL, '12/a'), "
+                "(NULL, 'a'), (NULL, '20091231235959/a')"});
+    ExpectFailure(
+        "tw_tarnwick.defaultdocument: siteid is NULL where a number must be in 1 row, so "
+        "ServerDataStep_1_0026 fails; ",
+        "step ServerDataStep_1_0026: column siteid: NULL where a number must be");
+    ExecuteAll({"UPDATE tw_tarnwick.defaultdocument SET siteid = 1"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsALogWithoutTheIndexedColumns) {
+    ExecuteAll(
+        {"CREATE TABLE tw_logs.tw_9(logtime DATETIME)", "CREATE TABLE tw_logs.other(a INT)"});
+    ExpectFailure("tw_logs.tw_9: the column target is missing, so ServerDataStep_1_0030 fails; ",
+                  "step ServerDataStep_1_0030: .*tw_9.*server error 1072");
+    ExecuteAll({"DROP TABLE tw_logs.tw_9"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAHostNameThatIsTooLong) {
+    MakeSite(8);
+    ExecuteAll({"ALTER TABLE tw_8.domain MODIFY domainname VARCHAR(8) DEFAULT '' NOT NULL"});
+    ExpectFailure(
+        "tw_8.domain: the local host name has 9 characters, and domainname takes 8, so "
+        "ServerDataStep_1_0252 fails; ",
+        "step ServerDataStep_1_0252: .*tw_8.domain.*server error 1406",
+        {"--local-host-name", "web-one-1"});
+    ExecuteAll({"ALTER TABLE tw_8.domain MODIFY domainname VARCHAR(9) DEFAULT '' NOT NULL"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsARootSiteWithoutDomains) {
+    MakeSite(8);
+    ExecuteAll({"RENAME TABLE tw_8.domain TO tw_8.domains"});
+    ExpectFailure("tw_8.domain: the table is missing, so ServerDataStep_1_0252 fails; ",
+                  "step ServerDataStep_1_0252: .*tw_8.domain.*server error 1146");
+    ExecuteAll({"RENAME TABLE tw_8.domains TO tw_8.domain"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAComponentThatNobodyKnows) {
+    MakeSite(8);
+    const fs::path data = folder_ / "update/resources/componentData.txt";
+    const std::string whole = ContentOf(data);
+    const auto begin = whole.find("\n2400\t") + 1;
+    std::string without = whole;
+    without.erase(begin, whole.find('\n', begin) + 1 - begin);
+    WriteFile(data, without);
+    // The table has it, but the import replaces the table by the file.
+    ExpectFailure(
+        "tw_8: neither tw_tarnwick.component nor the data file has component 2400, so "
+        "SiteContentStep_1_0007 fails; bring resources/componentData.txt back from the package",
+        "step SiteContentStep_1_0007: .*has component 2400");
+    WriteFile(data, whole);
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsACentralDatabaseThatIsTooOldForTheSite) {
+    MakeSite(8, "1.0000", sample::AllGroups());
+    ExecuteAll({"INSERT INTO tw_8.commission(orderid) VALUES(5)"});
+    const Outcome found = RunHere({"check", "--site", "8"});
+    EXPECT_EQ(found.status, 3) << found.err;
+    EXPECT_THAT(found.out,
+                HasSubstr("tw_tarnwick.accountpayment: the column cartorderid is missing, so "
+                          "SiteContentStep_1_0223 fails; upgrade the central database first\n1 "
+                          "finding."));
+    const Outcome failed = RunHere({"upgrade-site", "8"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, ContainsRegex("SiteContentStep_1_0223.*no column cartorderid"));
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsRobotsThatAreNoText) {
+    MakeSite(8);
+    ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8"});
+    WriteFile(SiteFolder() / "robots.txt", "User-agent: caf\xE9\n");
+    ExpectFailure("robots.txt is not text in utf8mb4, so SiteContentStep_1_0030 fails; ",
+                  "step SiteContentStep_1_0030: .*server error 1366");
+    WriteFile(SiteFolder() / "robots.txt", "User-agent: caf\xC3\xA9\n");
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsRobotsOfAnotherCharacterSet) {
+    MakeSite(8);
+    ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8",
+                "ALTER DATABASE tw_8 CHARACTER SET latin1"});
+    WriteFile(SiteFolder() / "robots.txt", "# \xE2\x86\x92\n");
+    ExpectFailure("robots.txt is not text in utf8mb4 and latin1, so SiteContentStep_1_0030 fails; ",
+                  "step SiteContentStep_1_0030: .*server error 1366");
+    WriteFile(SiteFolder() / "robots.txt", "# caf\xC3\xA9\n");
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAFolderThatCannotBeMade) {
+    MakeSite(8);
+    WriteFile(Template() / "gs/a.txt", "a");
+    WriteFile(Template() / "EmailTest/a.txt", "a");
+    fs::remove(SiteFolder());
+    // The site's own folder is made by a later step.
+    ExpectFailure(
+        "wwwroot/sites/8/gs is a folder that cannot be made, so SiteSchemaStep_1_0079 fails; make ",
+        "step SiteSchemaStep_1_0079: cannot create the folder .*gs");
+    fs::create_directories(SiteFolder());
+    WriteFile(SiteFolder() / "EmailTest", "no folder");
+    ExpectFailure(
+        "wwwroot/sites/8/EmailTest is a file where a folder must be, so SiteContentStep_1_0063 "
+        "fails; ",
+        "step SiteContentStep_1_0063: cannot create the folder .*EmailTest");
+    fs::remove(SiteFolder() / "EmailTest");
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsTemplatesThatCannotBeCopied) {
+    MakeSite(8);
+    WriteFile(Template() / "gs/a.txt", "a");
+    fs::create_symlink("/etc/hostname", Template() / "gs/b.txt");
+    ExpectFailure(
+        "templates/site/gs/b.txt is a link that leads out of its folder, so "
+        "SiteSchemaStep_1_0079 fails; replace the link by the file",
+        "step SiteSchemaStep_1_0079: cannot copy .*b.txt");
+    fs::remove(Template() / "gs/b.txt");
+    fs::create_symlink("nothing", Template() / "gs/c.txt");
+    ExpectFailure(
+        "templates/site/gs/c.txt is a link that leads nowhere, so "
+        "SiteSchemaStep_1_0079 fails; ",
+        "step SiteSchemaStep_1_0079: cannot copy .*c.txt");
+    fs::remove(Template() / "gs/c.txt");
+    fs::create_directories(SiteFolder() / "gs/d.txt");
+    WriteFile(Template() / "gs/d.txt", "d");
+    ExpectFailure(
+        "sites/8/gs/d.txt is a folder where a file must be, so SiteSchemaStep_1_0079 "
+        "fails; ",
+        "step SiteSchemaStep_1_0079: cannot copy .*d.txt");
+    fs::remove(SiteFolder() / "gs/d.txt");
+    WriteFile(Template() / "gs/e\\f.txt", "e");
+    ExpectFailure(
+        "gs/e\\f.txt has a name that leads out of the folder, so SiteSchemaStep_1_0079 "
+        "fails; rename it",
+        "step SiteSchemaStep_1_0079: cannot copy .*leads out of the folder");
+    fs::remove(Template() / "gs/e\\f.txt");
+    // A link within the templates is copied.
+    fs::create_symlink("a.txt", Template() / "gs/g.txt");
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsComponentTemplatesThatCannotBeCopied) {
+    MakeSite(8);
+    ExecuteAll({"INSERT INTO tw_8.feature(featureid, componentid) VALUES(5, 900)"});
+    const std::string name =
+        Cell("SELECT foldername FROM tw_tarnwick.component WHERE componentid = 900;");
+    const fs::path component = folder_ / "components" / name / "template";
+    WriteFile(component / "a.txt", "a");
+    fs::create_symlink("/etc/hostname", component / "b.txt");
+    fs::create_directories(SiteFolder() / "5");
+    ExpectFailure(
+        "template/b.txt is a link that leads out of its folder, so "
+        "SiteContentStep_1_0022 fails; ",
+        "step SiteContentStep_1_0022: cannot copy .*b.txt");
+    fs::remove(component / "b.txt");
+    ExpectSuccess();
+}
+
+}  // namespace
+}  // namespace twupdate::test
