@@ -170,8 +170,8 @@ void CheckPayments(host::Connection& connection, const CheckScope& scope,
         if (made || central.Find(std::string(table), std::string(column)) != nullptr) {
             continue;
         }
-        const bool hasTable = central.tables.contains(std::string(table));
-        const std::string problem = hasTable ? fmt::format("the column {} is missing", column)
+        const bool tableIsThere = central.tables.contains(std::string(table));
+        const std::string problem = tableIsThere ? fmt::format("the column {} is missing", column)
                                              : std::string("the table is missing");
         const bool known = std::any_of(
             findings.begin(), findings.end(), [&, name = table](const CheckFinding& finding) {
@@ -180,7 +180,7 @@ void CheckPayments(host::Connection& connection, const CheckScope& scope,
             });
         if (!known) {
             findings.push_back({"tw_tarnwick", std::string(table), std::string(kStep), problem,
-                                hasTable && column == "cartorderid"
+                                tableIsThere && column == "cartorderid"
                                     ? "upgrade the central database first"
                                     : "bring it back from a backup"});
         }
@@ -229,13 +229,13 @@ class Copies {
         if (!Exists(destination)) {
             const fs::path above = destination.parent_path();
             if (std::error_code ignored; fs::exists(destination, ignored)) {
-                Add(step, destination, "is a file where a folder must be",
-                    "move the file out of the way");
+                Tell(step, destination, "is a file where a folder must be",
+                     "move the file out of the way");
                 return;
             }
             if (!Exists(above) || (!made_.contains(above) && !MayWrite(above))) {
-                Add(step, destination, "is a folder that cannot be made",
-                    fmt::format("make {} with the right to write in it", above.string()));
+                Tell(step, destination, "is a folder that cannot be made",
+                     fmt::format("make {} with the right to write in it", above.string()));
                 return;
             }
             made_.insert(destination);
@@ -249,8 +249,8 @@ class Copies {
         const fs::path components = root_ / "components";
         const fs::path folder = (components / folderName).lexically_normal();
         if (!LiesWithin(components, folder)) {
-            Add(step, folder, "leads out of " + components.string(),
-                "mend foldername of the component");
+            Tell(step, folder, "leads out of " + components.string(),
+                 "mend foldername of the component");
             return;
         }
         for (const fs::path& page : pages) {
@@ -279,7 +279,7 @@ class Copies {
             error.clear();
         }
         if (error) {
-            Add(step, source, "cannot be read", "give the right to read it");
+            Tell(step, source, "cannot be read", "give the right to read it");
         }
     }
 
@@ -287,22 +287,22 @@ class Copies {
               const fs::path& destination) {
         std::error_code error;
         if (file.filename().string().find('\\') != std::string::npos) {
-            Add(step, file, "has a name that leads out of the folder", "rename it");
+            Tell(step, file, "has a name that leads out of the folder", "rename it");
             return;
         }
         if (IsLink(file)) {
             const fs::path target = fs::canonical(file, error);
             if (error || !LiesWithin(fs::canonical(limit), target) ||
                 !fs::is_regular_file(target)) {
-                Add(step, file,
-                    error ? "is a link that leads nowhere"
-                          : "is a link that leads out of its folder",
-                    "replace the link by the file");
+                Tell(step, file,
+                     error ? "is a link that leads nowhere"
+                           : "is a link that leads out of its folder",
+                     "replace the link by the file");
                 return;
             }
         }
         if (access(file.c_str(), R_OK) != 0) {
-            Add(step, file, "cannot be read", "give the right to read it");
+            Tell(step, file, "cannot be read", "give the right to read it");
             return;
         }
         const fs::path copy = destination / file.filename();
@@ -311,10 +311,10 @@ class Copies {
         }
         const bool replaced = fs::exists(copy, error) && !IsLink(copy);
         if (replaced && IsFolder(copy)) {
-            Add(step, copy, "is a folder where a file must be", "move it out of the way");
+            Tell(step, copy, "is a folder where a file must be", "move it out of the way");
         } else if (!MayWrite(replaced ? copy : destination)) {
-            Add(step, replaced ? copy : destination, "cannot be written",
-                "give the right to write it");
+            Tell(step, replaced ? copy : destination, "cannot be written",
+                 "give the right to write it");
         }
     }
 
@@ -324,8 +324,8 @@ class Copies {
     }
 
     /// A path is named once, with the first step that comes to it.
-    void Add(std::string_view step, const fs::path& path, const std::string& what,
-             const std::string& cure) {
+    void Tell(std::string_view step, const fs::path& path, const std::string& what,
+              const std::string& cure) {
         const std::string problem = path.string() + " " + what;
         const bool known =
             std::any_of(findings_.begin(), findings_.end(),
@@ -456,14 +456,14 @@ void CheckRobots(host::Connection& connection, const CheckScope& scope, std::int
     if (file.empty() || !WantsRobots(connection, siteId, stored)) {
         return;
     }
-    const auto add = [&](const std::string& what, const std::string& cure) {
+    const auto tell = [&](const std::string& what, const std::string& cure) {
         findings.push_back({database, "plaintext", step, file.string() + " " + what, cure});
     };
     std::ifstream stream(file, std::ios::binary);
     const std::string content((std::istreambuf_iterator<char>(stream)),
                               std::istreambuf_iterator<char>());
     if (!stream.is_open() || stream.bad()) {
-        add("cannot be read", "give the right to read it");
+        tell("cannot be read", "give the right to read it");
         return;
     }
     const auto session = connection.Query(
@@ -472,9 +472,9 @@ void CheckRobots(host::Connection& connection, const CheckScope& scope, std::int
     session->Next();
     const auto packet = std::stoull(session->Get(0).ToText());
     if (content.size() >= packet) {
-        add(fmt::format("has {} bytes, and the server takes statements of {}", content.size(),
-                        packet),
-            "raise max_allowed_packet on the server");
+        tell(fmt::format("has {} bytes, and the server takes statements of {}", content.size(),
+                         packet),
+             "raise max_allowed_packet on the server");
         return;
     }
     const StoredColumn* column = stored.Find("plaintext", "text");
@@ -490,7 +490,8 @@ void CheckRobots(host::Connection& connection, const CheckScope& scope, std::int
                     "= given FROM (SELECT X'{2}' AS given) robots;",
                     client, target, Hex(content)));
     if (same->Next() && (same->Get(0).IsNull() || same->Get(0).ToText() != "1")) {
-        add(fmt::format("is not text in {}", client == target ? client : client + " and " + target),
+        tell(
+            fmt::format("is not text in {}", client == target ? client : client + " and " + target),
             "mend its bytes, or take it away");
     }
 }
