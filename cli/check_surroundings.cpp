@@ -172,7 +172,7 @@ void CheckPayments(host::Connection& connection, const CheckScope& scope,
         }
         const bool tableIsThere = central.tables.contains(std::string(table));
         const std::string problem = tableIsThere ? fmt::format("the column {} is missing", column)
-                                             : std::string("the table is missing");
+                                                 : std::string("the table is missing");
         const bool known = std::any_of(
             findings.begin(), findings.end(), [&, name = table](const CheckFinding& finding) {
                 return finding.database == "tw_tarnwick" && finding.table == name &&
