@@ -122,7 +122,7 @@ void MakeDefiners(host::Connection& source, host::Connection& copy, const std::s
         const std::string name = definers->Get(0).ToText();
         const std::string host = definers->Get(1).ToText();
         const bool role = host == "''";
-        const std::string account = role ? name : name + "@" + host;
+        const std::string account = role ? name : fmt::format("{}@{}", name, host);
         copy.Execute(fmt::format("CREATE {} IF NOT EXISTS {};", role ? "ROLE" : "USER", account));
         copy.Execute(fmt::format("GRANT ALL PRIVILEGES ON *.* TO {};", account));
     }

@@ -137,7 +137,7 @@ std::filesystem::path InstallFolder(const GlobalOptions& options) {
 }
 
 fs::path InstallFolderWithData(const GlobalOptions& options) {
-    const fs::path folder = InstallFolder(options);
+    fs::path folder = InstallFolder(options);
     std::error_code ignored;
     if (!fs::is_directory(folder / "resources", ignored)) {
         throw CommandError(
@@ -148,6 +148,23 @@ fs::path InstallFolderWithData(const GlobalOptions& options) {
             kWrongUse);
     }
     return folder;
+}
+
+void WarnWithoutSiteFiles(const GlobalOptions& options, Console& console) {
+    fs::path root = InstallFolder(options).lexically_normal().parent_path();
+    if (!InstallFolder(options).has_filename()) {
+        root = root.parent_path();  // it ended in a separator
+    }
+    for (const char* folder : {"templates", "components", "wwwroot"}) {
+        std::error_code ignored;
+        if (fs::exists(root / folder, ignored)) {
+            return;
+        }
+    }
+    console.Warn(fmt::format(
+        "{} has none of the folders templates, components and wwwroot: no file of a site is "
+        "copied; --install-folder names the component's folder inside the installation",
+        root.string()));
 }
 
 }  // namespace twupdate::cli

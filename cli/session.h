@@ -64,4 +64,8 @@ std::filesystem::path InstallFolder(const GlobalOptions& options);
 /// @throws CommandError when the folder that is named has no `resources`
 std::filesystem::path InstallFolderWithData(const GlobalOptions& options);
 
+/// Warns when the folder above the install folder holds nothing of an installation: the component
+/// passes over folders that are not there, and the files of the sites would stay old unnoticed.
+void WarnWithoutSiteFiles(const GlobalOptions& options, Console& console);
+
 }  // namespace twupdate::cli

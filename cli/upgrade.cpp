@@ -74,6 +74,7 @@ int Upgrade(const GlobalOptions& options, Console& console) {
         return NothingToDo(version, sites, console);
     }
     RefuseUnreadableSites(sites);
+    WarnWithoutSiteFiles(options, console);
     Run run;
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
     run.result["from"] = version;

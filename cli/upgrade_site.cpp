@@ -76,6 +76,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
                         {"version", version}});
         return kDone;
     }
+    WarnWithoutSiteFiles(options, console);
     Run run;
     SiteRow site;
     site.siteId = arguments.siteId;

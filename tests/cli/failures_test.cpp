@@ -108,7 +108,7 @@ TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
-                ContainsRegex("^twupdate: failed: database tw_8, site schema ladder, step "
+                ContainsRegex("twupdate: failed: database tw_8, site schema ladder, step "
                               "SiteSchemaStep_1_0264: .*tw_8.*: server error 1[0-9]* "
                               "\\(42[0-9S]*\\): .*\n"));
     EXPECT_THAT(
@@ -212,6 +212,34 @@ TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
     // The folders of a log are made.
     EXPECT_EQ(Run({"--log", lost, "upgrade"}).status, 0);
     EXPECT_EQ(Run({"--trace", (folder_ / "x").string(), "upgrade"}).status, 0);
+}
+
+TEST_F(Failures, SitesWithoutTheirFilesAreNotPassedOverInSilence) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0264");
+    MakeSite(8, "1.0264");
+    const fs::path root = folder_ / "platform";
+    const fs::path install = root / "update";
+    fs::create_directories(install);
+    fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources");
+    for (const std::string end : {"", "/"}) {
+        const Outcome outcome = Run(
+            {"--install-folder", install.string() + end, "upgrade-site", end.empty() ? "7" : "8"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_THAT(outcome.err,
+                    HasSubstr("twupdate: warning: " + root.string() +
+                              " has none of the folders templates, components and wwwroot: no file "
+                              "of a site is copied; "));
+    }
+    EXPECT_THAT(Run({"--install-folder", install.string(), "upgrade"}).err,
+                HasSubstr("no file of a site is copied"));
+    fs::create_directories(root / "wwwroot");
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0264;");
+    for (const std::string site : {"7", "8"}) {
+        const Outcome outcome = Run({"--install-folder", install.string(), "upgrade-site", site});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+    }
 }
 
 TEST_F(Failures, AnInstallFolderWithoutDataIsWrongUse) {
