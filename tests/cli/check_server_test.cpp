@@ -8,9 +8,7 @@
 namespace twupdate::test {
 namespace {
 
-using testing::AllOf;
 using testing::ContainsRegex;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;

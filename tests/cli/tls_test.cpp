@@ -10,7 +10,6 @@
 namespace twupdate::test {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;

@@ -269,11 +269,11 @@ TEST_F(Verify, FindsEachOfAHundredThingsThatAreBrokenOneAtATime) {
                 std::vector<std::string> absent;
                 const auto findings =
                     cli::Compare("tw_7", layout, cli::ReadLayout(*utility, "tw_7"), absent);
-                const bool found = std::any_of(
-                    findings.begin(), findings.end(), [&](const cli::LayoutFinding& finding) {
-                        return finding.table == table && finding.item == name &&
-                               finding.step == item.step;
-                    });
+                bool found = false;
+                for (const cli::LayoutFinding& finding : findings) {
+                    found = found || (finding.table == table && finding.item == name &&
+                                      finding.step == item.step);
+                }
                 EXPECT_TRUE(found) << sql;
                 EXPECT_THAT(absent, IsEmpty());
             }

@@ -323,7 +323,8 @@ TEST_P(HostContract, TextKeepsEveryByte) {
 
 TEST_P(HostContract, TextOfTenMegabytesGoesBothWays) {
     SKIP_WITHOUT_A_SERVER();
-    const std::string text(10'000'000, 'm');
+    constexpr std::size_t kTenMegabytes = 10'000'000;
+    const std::string text(kTenMegabytes, 'm');  // NOLINT(bugprone-string-constructor)
     Execute("INSERT INTO tw_999990.thing(id, note) VALUES(1, '" + text + "');");
     EXPECT_TRUE(Cell("SELECT note AS v FROM tw_999990.thing WHERE id = 1;") == Value(text));
 }

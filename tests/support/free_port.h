@@ -5,6 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <stdexcept>
+
 namespace twupdate::test {
 
 /// A TCP port of the local machine that nobody uses at the moment.
@@ -14,9 +16,12 @@ inline int FreePort() {
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof(address);
-    bind(probe, reinterpret_cast<sockaddr*>(&address), length);
-    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
+    const bool bound = bind(probe, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+                       getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0;
     close(probe);
+    if (!bound) {
+        throw std::runtime_error("no free TCP port");
+    }
     return ntohs(address.sin_port);
 }
 
