@@ -66,6 +66,12 @@ std::vector<std::string> LockHolders(const Session& session, const std::string& 
                 "p.command <> 'Daemon' AND p.user <> 'system user' AND "
                 "(t.trx_id IS NOT NULL OR p.command = 'Query') ORDER BY p.time DESC LIMIT 20;",
                 ours));
+    } catch (const HostError& error) {
+        constexpr std::uint32_t kAccessDenied = 1227;
+        return error.Code() == kAccessDenied
+                   ? std::vector<std::string>{"a connection that only users with the right PROCESS "
+                                              "are shown"}
+                   : std::vector<std::string>{};
     } catch (const std::exception&) {
         return {};  // what is told about the failure must not hide it
     }

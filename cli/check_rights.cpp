@@ -153,6 +153,10 @@ std::set<std::string> CheckRights(host::Connection& connection,
     if (!grants) {
         return unreadable;
     }
+    const auto user = connection.Query(
+        "SELECT CONCAT(QUOTE(SUBSTRING_INDEX(CURRENT_USER(), '@', 1)), '@', "
+        "QUOTE(SUBSTRING_INDEX(CURRENT_USER(), '@', -1)));");
+    const std::string account = user->Next() ? user->Get(0).ToText() : "CURRENT_USER()";
     std::set<std::string> seen;  // the root site may be one of the sites as well
     for (const PendingDatabase& database : pending) {
         if (!seen.insert(database.name).second) {
@@ -164,7 +168,7 @@ std::set<std::string> CheckRights(host::Connection& connection,
         }
         const std::string list = fmt::format("{}", fmt::join(missing, ", "));
         findings.push_back({database.name, "", "", "the user lacks the right " + list,
-                            fmt::format("GRANT {} ON `{}`.* to the user", list, database.name)});
+                            fmt::format("GRANT {} ON `{}`.* TO {}", list, database.name, account)});
         if (missing.front() == "SELECT") {  // the first of every list
             unreadable.insert(database.name);
         }

@@ -139,6 +139,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         ChildProcess gzip({"gzip", "-c"}, packed.out.Get(), target.Get());
         ChildProcess dump(
             {"mariadb-dump", client.Argument(), "--single-transaction", "--quick", "--routines",
+             "--skip-add-locks",  // so that putting back takes no right LOCK TABLES
              "--triggers", "--events", "--hex-blob", "--default-character-set=utf8mb4",
              "--add-drop-database", "--databases", database},
             -1, dumped.in.Get());

@@ -41,6 +41,22 @@ struct Rehearsed {
     std::vector<std::string> notes;  ///< what the copy lacks
 };
 
+/// A named site that an upgrade would not come to is a slip; nothing would be tried in its place.
+void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int32_t>& named) {
+    for (const std::int32_t siteId : named) {
+        const auto site = std::find_if(
+            all.begin(), all.end(), [siteId](const SiteRow& row) { return row.siteId == siteId; });
+        if (site == all.end()) {
+            throw CommandError(fmt::format("tw_tarnwick.site has no site {}", siteId));
+        }
+        if (site->State() != SiteState::kOld) {
+            throw CommandError(
+                fmt::format("site {} is not to be upgraded, so it is not rehearsed: {}", siteId,
+                            SiteStateText(site->State())));
+        }
+    }
+}
+
 /// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
 /// sample of these that has early and late versions alike.
 std::vector<SiteRow> ChosenSites(const std::vector<SiteRow>& all, const RehearseArguments& wanted) {
@@ -277,11 +293,12 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     Installation installation(source.Own());
     const double version = installation.Version();
     const auto all = installation.Sites();
-    const auto chosen = ChosenSites(all, arguments);
     if (!IsBelow(version, kCurrentVersion)) {
         throw CommandError(
             "the installation is not below the current version: nothing to rehearse");
     }
+    RequireOldSites(all, arguments.sites);
+    const auto chosen = ChosenSites(all, arguments);
     fs::create_directories(arguments.workdir);
     const GlobalOptions copyOptions =
         OptionsForTheCopy(options, arguments.workdir, *source.GetConnection());

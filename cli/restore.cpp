@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "cli/backup.h"
+#include "cli/check_finding.h"
 #include "cli/commands.h"
 #include "cli/dump.h"
 #include "cli/failure.h"
@@ -49,6 +50,29 @@ void RecordOldVersion(const Session& session, const fs::path& folder, std::int32
         std::span(&version, 1));
 }
 
+/// A database is dropped before it is made again, so a right that is missing must show before.
+void RequireRights(host::Connection& connection, const std::vector<std::string>& databases) {
+    for (const std::string& database : databases) {
+        for (const char* right : {"DROP", "CREATE", "ALTER", "INSERT"}) {
+            if (!HasRight(connection, database, right)) {
+                throw CommandError(fmt::format(
+                    "{}: the user lacks the right {}; nothing was put back", database, right));
+            }
+        }
+    }
+}
+
+void PutBack(const ClientOptionFile& client, const fs::path& folder, const std::string& database) {
+    try {
+        LoadDump(client, DumpFile(folder, database));
+    } catch (const CommandError& error) {
+        throw CommandError(
+            fmt::format("cannot put back {}: {}; the database is not whole now: mend the cause and "
+                        "give the same command again",
+                        database, error.what()));
+    }
+}
+
 int Restore(const GlobalOptions& options, Console& console, const fs::path& folder,
             std::optional<std::int32_t> siteId) {
     auto databases = DumpedDatabases(folder);
@@ -61,13 +85,14 @@ int Restore(const GlobalOptions& options, Console& console, const fs::path& fold
                                        siteId ? fmt::format(" of site {}", *siteId) : ""));
     }
     Session session(options);
+    RequireRights(*session.GetConnection(), databases);
     const RunLock lock(session, options);
     const ClientOptionFile client(session, options);
     for (const std::string& database : databases) {
         CheckDump(DumpFile(folder, database));  // all of them, before the first is put back
     }
     for (const std::string& database : databases) {
-        LoadDump(client, DumpFile(folder, database));
+        PutBack(client, folder, database);
         console.Say(fmt::format("{}: put back", database));
     }
     if (siteId) {

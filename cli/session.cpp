@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/failure.h"
+#include "cli/trace.h"
 #include "twupdate_host/password_file.h"
 
 namespace twupdate::cli {
@@ -96,7 +97,7 @@ std::shared_ptr<Utility> Session::ForComponent(const std::shared_ptr<RunWatch>& 
     options.observer = watch;
     options.listener = watch;
     options.services.serviceCommand = options_.serviceCommand;
-    options.services.servicesLog = options_.servicesLog;
+    options.services.servicesLog = WithFolders(options_.servicesLog);
     component_ = std::make_shared<host::MariaDbUtility>(connection_, options);
     return component_;
 }

@@ -13,13 +13,13 @@
 namespace twupdate::cli {
 namespace {
 
-/// @param makesFolders  whether the writer makes the folders that are missing
-bool IsWritable(const std::filesystem::path& file, bool makesFolders) {
+/// Whether the file can be written once the folders that are missing are made.
+bool IsWritable(const std::filesystem::path& file) {
     if (access(file.c_str(), F_OK) == 0) {
         return access(file.c_str(), W_OK) == 0;
     }
     auto folder = std::filesystem::absolute(file).parent_path();
-    while (makesFolders && errno == ENOENT && access(folder.c_str(), F_OK) != 0) {
+    while (errno == ENOENT && access(folder.c_str(), F_OK) != 0) {
         folder = folder.parent_path();
     }
     return errno == ENOENT && access(folder.c_str(), W_OK) == 0;
@@ -27,16 +27,22 @@ bool IsWritable(const std::filesystem::path& file, bool makesFolders) {
 
 }  // namespace
 
+const std::filesystem::path& WithFolders(const std::filesystem::path& file) {
+    std::error_code ignored;
+    std::filesystem::create_directories(file.parent_path(), ignored);
+    return file;
+}
+
 void RequireWritable(const GlobalOptions& options) {
-    for (const auto& file : {options.trace, options.events, options.log}) {
-        if (!file.empty() && !IsWritable(file, file == options.log)) {
+    for (const auto& file : {options.trace, options.events, options.log, options.servicesLog}) {
+        if (!file.empty() && !IsWritable(file)) {
             throw CommandError("cannot write " + file.string() + ": " + std::strerror(errno));
         }
     }
 }
 
 JsonLines::JsonLines(const std::filesystem::path& file)
-    : path_(file), file_(file, std::ios::binary | std::ios::trunc) {
+    : path_(file), file_(WithFolders(file), std::ios::binary | std::ios::trunc) {
     if (!file_) {
         throw CommandError("cannot write " + path_.string() + ": " + std::strerror(errno));
     }

@@ -114,10 +114,11 @@ int Verify(const GlobalOptions& options, Console& console, std::optional<std::in
         console.Say(fmt::format("Not at {} and not looked at: {}", VersionText(kCurrentVersion),
                                 fmt::join(verified.notUpgraded, ", ")));
     }
-    console.Say(fmt::format("{} compared: {}.", Count(verified.databases.size(), "database"),
-                            verified.findings.empty()
-                                ? "as they should be"
-                                : Count(verified.findings.size(), "difference")));
+    console.Say(
+        fmt::format("{} compared: {}.", Count(verified.databases.size(), "database"),
+                    verified.findings.empty()
+                        ? (verified.databases.size() == 1 ? "as it should be" : "as they should be")
+                        : Count(verified.findings.size(), "difference")));
     console.Result(JsonOf(verified));
     return verified.findings.empty() ? kDone : kFindings;
 }

@@ -80,6 +80,60 @@ TEST_F(Backup, OneSiteComesBackAloneWithItsVersion) {
     EXPECT_EQ(Run({"restore", backup_.string(), "--site", "3"}).status, 1);
 }
 
+TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const std::string one = StateOf("tw_1");
+    Execute("CREATE OR REPLACE USER 'night'@'localhost';");
+    Execute(
+        "GRANT SELECT, INSERT, UPDATE, DELETE, CREATE, DROP, ALTER, INDEX, TRIGGER, EVENT, SHOW "
+        "VIEW ON `tw\\_%`.* TO 'night'@'localhost';");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const auto run = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> all{"--socket", socket, "--user", "night"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return RunProgram(all);
+    };
+    const Outcome upgraded = run({"--backup", backup_.string(), "upgrade"});
+    ASSERT_EQ(upgraded.status, 0) << upgraded.err;
+    const Outcome restored = run({"restore", backup_.string()});
+    EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_EQ(StateOf("tw_1"), one);
+}
+
+TEST_F(Backup, ARightThatIsMissingIsToldBeforeAnythingIsDropped) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
+    const std::string one = StateOf("tw_1");
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    for (const std::string right : {"DROP", "CREATE", "ALTER", "INSERT"}) {
+        Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
+        const Outcome outcome =
+            RunProgram({"--socket", socket, "--user", "half", "restore", backup_.string()});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.err,
+                  "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
+        EXPECT_EQ(StateOf("tw_1"), one);
+        Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
+    }
+}
+
+TEST_F(Backup, ADatabaseThatIsNotPutBackToItsEndIsNamed) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
+    std::vector<std::string> arguments = With({"restore", backup_.string(), "--site", "1"});
+    const Outcome outcome = RunProgram(arguments, {{"PATH", PathWith("mariadb", "exit 7")}});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("twupdate: cannot put back tw_1: mariadb ended with status 7; the "
+                          "database is not whole now: mend the cause and give the same command "
+                          "again\n"));
+}
+
 TEST_F(Backup, AResumedRunKeepsTheFirstBackup) {
     MakeCentralDatabase();
     MakeSite(1);

@@ -272,7 +272,7 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
             if (one != "SELECT ON `tw_tarnwick`.*") {  // without it nothing can be checked
                 EXPECT_EQ(RunAsHalf("check").out, database + ": the user lacks the right " + right +
                                                       "; GRANT " + one +
-                                                      " to the user\n1 finding.\n");
+                                                      " TO 'half'@'localhost'\n1 finding.\n");
             }
             const Outcome failed = RunAsHalf("upgrade");
             EXPECT_EQ(failed.status, 1) << one;

@@ -155,7 +155,7 @@ TEST_F(Check, FindsMissingRights) {
     const Outcome found = RunProgram({"--socket", socket, "--user", "half", "check"});
     EXPECT_EQ(found.status, 3) << found.err;
     EXPECT_THAT(found.out, HasSubstr("tw_8: the user lacks the right ALTER; GRANT ALTER ON "
-                                     "`tw_8`.* to the user\n1 finding."));
+                                     "`tw_8`.* TO 'half'@'localhost'\n1 finding."));
     const Outcome failed = RunProgram({"--socket", socket, "--user", "half", "upgrade"});
     EXPECT_EQ(failed.status, 1);
     EXPECT_THAT(failed.err, ContainsRegex("database tw_8.*ALTER TABLE.*server error 1142"));

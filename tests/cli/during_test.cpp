@@ -117,6 +117,21 @@ TEST_F(During, ALockThatDoesNotComeInTimeIsAnErrorThatNamesItsHolder) {
     EXPECT_EQ(Run({"--ddl-timeout", "1", "upgrade-site", "7"}).status, 0);
 }
 
+TEST_F(During, AUserWhoMayNotSeeTheOthersIsToldWhichRightIsMissing) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    Execute("CREATE OR REPLACE USER 'blind'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'blind'@'localhost';");
+    const auto reader = ReaderOfSite7();
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const Outcome outcome = RunProgram(
+        {"--socket", socket, "--user", "blind", "--ddl-timeout", "1", "upgrade-site", "7"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("twupdate: a lock may be held by a connection that only users with the "
+                          "right PROCESS are shown\n"));
+}
+
 TEST_F(During, TheServersPluginTellsExactlyWhoHoldsTheLock) {
     const std::string plugins = PluginFolder();
     if (plugins.empty()) {

@@ -198,7 +198,7 @@ TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
     MakeCentralDatabase();
     Execute("UPDATE tw_tarnwick.installation SET version = 1.0265;");
     WriteFile(folder_ / "file", "");
-    for (const char* option : {"--trace", "--events", "--log"}) {
+    for (const char* option : {"--trace", "--events", "--log", "--services-log"}) {
         for (const char* command : {"upgrade", "status"}) {
             const std::string bad = (folder_ / "file" / "x").string();
             const Outcome outcome = Run({option, bad, command});
@@ -207,11 +207,22 @@ TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
             EXPECT_EQ(outcome.out, "");
         }
     }
-    const std::string lost = (folder_ / "none" / "x").string();
-    EXPECT_THAT(Run({"--trace", lost, "upgrade"}).err, HasSubstr("No such file or directory"));
-    // The folders of a log are made.
-    EXPECT_EQ(Run({"--log", lost, "upgrade"}).status, 0);
     EXPECT_EQ(Run({"--trace", (folder_ / "x").string(), "upgrade"}).status, 0);
+}
+
+TEST_F(Failures, TheFoldersOfTheFilesThatARunWritesAreMade) {
+    MakeNearlyCurrentInstallation();
+    std::vector<std::string> arguments;
+    for (const char* name : {"trace", "events", "log", "services-log"}) {
+        arguments.push_back(std::string("--") + name);
+        arguments.push_back((folder_ / name / "below" / "file").string());
+    }
+    arguments.emplace_back("upgrade");
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    for (const char* name : {"trace", "events", "log", "services-log"}) {
+        EXPECT_TRUE(fs::exists(folder_ / name / "below" / "file")) << name;
+    }
 }
 
 TEST_F(Failures, SitesWithoutTheirFilesAreNotPassedOverInSilence) {

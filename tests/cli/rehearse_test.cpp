@@ -67,6 +67,25 @@ TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsWhenToldSo) {
     EXPECT_EQ(Run({"rehearse", "--workdir", (folder_ / "r").string()}).status, 2);
 }
 
+TEST_F(Rehearse, ANamedSiteThatIsNotToBeUpgradedIsRefused) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    MakeSiteRow(3, "1.0265");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
+    const std::vector<std::pair<std::string, std::string>> refused{
+        {"2", "site 2 is not to be upgraded, so it is not rehearsed: hard-deleted"},
+        {"3", "site 3 is not to be upgraded, so it is not rehearsed: current"},
+        {"9", "tw_tarnwick.site has no site 9"}};
+    for (const auto& [site, message] : refused) {
+        const Outcome outcome =
+            Run({"rehearse", "--workdir", (folder_ / "r").string(), "--site", "1", "--site", site});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.err, "twupdate: " + message + "\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "r"));
+}
+
 TEST_F(Rehearse, ASampleHasTheOldestSiteAndTheNewestAmongThem) {
     MakeCentralDatabase();
     for (const std::int32_t site : {1, 2, 3}) {

@@ -4,6 +4,7 @@
 
 #include "cli/installation_fixture.h"
 #include "cli/layout.h"
+#include "sample/installation.h"
 #include "twupdate/update.h"
 #include "twupdate_host/mariadb_utility.h"
 
@@ -150,6 +151,20 @@ TEST_F(Repair, CopiesTheFeedAddressesThatACutRunHasNot) {
     EXPECT_EQ(Cell("SELECT url FROM tw_7.externallookupfeedurl;"), "http://a.example/");
     EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.externallookupfeedurl;"), "1");
+}
+
+TEST_F(Repair, FindsNothingInAnInstallationThatWasNeverCut) {
+    Execute("DROP DATABASE tw_tarnwick;");
+    Execute("DROP DATABASE tw_logs;");
+    const auto root = std::make_shared<host::MariaDbUtility>(
+        host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
+    sample::InstallationOptions options;
+    options.sites = 10;
+    options.rows = 0;
+    sample::MakeInstallation(root, options);
+    const Outcome outcome = Run({"repair"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "Nothing to repair.\n");
 }
 
 TEST_F(Repair, RemovesChargesThatWereConvertedTwice) {

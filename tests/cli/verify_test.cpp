@@ -165,7 +165,7 @@ TEST_F(Verify, FindsNothingInANewCentralDatabase) {
     ASSERT_EQ(Run({"create-core"}).status, 0);
     const Outcome outcome = Run({"verify"});
     EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_EQ(outcome.out, "1 database compared: as they should be.\n");
+    EXPECT_EQ(outcome.out, "1 database compared: as it should be.\n");
 }
 
 TEST_F(Verify, NamesWhatIsMissingAndTheStepThatMakesIt) {

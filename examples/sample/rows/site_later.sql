@@ -38,6 +38,17 @@ INSERT INTO tw_{siteid}.featurenamevalue(featureid, type, name, value, sequence)
 UPDATE tw_{siteid}.datafeedfield SET pointer = 1 WHERE fieldid = 1;
 UPDATE tw_{siteid}.datafeedfield SET pointer = 14 WHERE fieldid = 5;
 
+-- since: 1.0225 feeds
+-- Where the feeds send to now; the rows of type 2 stay where they were.
+INSERT INTO tw_{siteid}.externallookupfeedurl(featureid, url, sequence) VALUES
+  (16, 'http://lookup.example/find?a=1&b=2', 1),
+  (16, 'http://lookup2.example/find', 2);
+
+-- since: 1.0233 feeds
+INSERT INTO tw_{siteid}.externallookupfeedparam(featureid, name, textvalue, sequence, type) VALUES
+  (16, 'country', 'GB', 1, 0),
+  (16, 'key', 'it''s "secret"', 2, 0);
+
 -- since: 1.0235 templates
 -- Feed files that the site has written.
 INSERT INTO tw_{siteid}.rssfilelookup(queryid, viewid, instanceid, pageurl, params, pass, hash, dir) VALUES
