@@ -167,6 +167,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
             "procedures and functions are not copied: the user may not read them (SELECT on "
             "mysql.proc)");
     }
+    std::vector<std::string> withoutTriggers;
     for (const std::string& database : databases) {
         // The versions are rows of the central database, so it is always copied whole.
         scope.rows = !schemaOnly || database == "tw_tarnwick";
@@ -176,12 +177,16 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
                                            "table_schema = '{}' AND table_type = 'VIEW';",
                                            database));
         if (!HasRight(connection, database, "TRIGGER")) {
-            notes.push_back(fmt::format(
-                "{}: triggers are not copied: the user lacks the right TRIGGER", database));
+            withoutTriggers.push_back(database);
         }
         MakeDefiners(connection, *copy.GetConnection(), database);
         CopyDatabase(from, to, database, scope);
         console.Say(fmt::format("{}: copied", database));
+    }
+    if (!withoutTriggers.empty()) {
+        notes.push_back(
+            fmt::format("triggers are not copied: the user lacks the right TRIGGER on {}",
+                        fmt::join(withoutTriggers, ", ")));
     }
 }
 
