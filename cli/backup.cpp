@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "cli/check_finding.h"
 #include "cli/events.h"
 #include "cli/failure.h"
 #include "cli/root_site.h"
@@ -26,6 +27,11 @@ Backup::Backup(const Session& session, const GlobalOptions& options, Console& co
                                        error ? error.message() : "a file has that name"));
     }
     fs::permissions(folder_, fs::perms::owner_all, error);  // the dumps hold what the sites hold
+    if (!MayReadRoutines(*session.GetConnection())) {
+        console_.Warn(
+            "procedures and functions of others are not in the backup: the user may not read them "
+            "(SELECT on mysql.proc)");
+    }
 }
 
 void Backup::LadderStarting(const Position& where, double version) {

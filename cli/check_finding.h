@@ -71,6 +71,9 @@ std::set<std::string> CheckRights(host::Connection& connection,
 /// Whether the user has a right in a database, by the same grants.
 bool HasRight(host::Connection& connection, const std::string& database, std::string_view right);
 
+/// Whether the user may read the procedures and functions of others.
+bool MayReadRoutines(host::Connection& connection);
+
 /// Whether the user may write on a server that is read_only.
 /// @param superSuffices  as on servers before MariaDB 10.11
 bool MayWriteReadOnly(host::Connection& connection, bool superSuffices);

@@ -181,6 +181,15 @@ bool HasRight(host::Connection& connection, const std::string& database, std::st
     return !grants || IsGranted(*grants, database, right);
 }
 
+bool MayReadRoutines(host::Connection& connection) {
+    try {
+        connection.Query("SELECT 1 FROM mysql.proc LIMIT 1;");
+        return true;
+    } catch (const HostError&) {
+        return false;
+    }
+}
+
 bool MayWriteReadOnly(host::Connection& connection, bool superSuffices) {
     const auto grants = Grants(connection);
     return !grants || std::any_of(grants->begin(), grants->end(), [&](const Grant& grant) {

@@ -144,15 +144,6 @@ void MakeDefiners(host::Connection& source, host::Connection& copy, const std::s
     }
 }
 
-bool MayReadRoutines(host::Connection& source) {
-    try {
-        source.Query("SELECT 1 FROM mysql.proc LIMIT 1;");
-        return true;
-    } catch (const HostError&) {
-        return false;
-    }
-}
-
 /// Copies one database after the other. What the user may not read of them is noted.
 void CopyAll(const Session& source, const Session& copy, const GlobalOptions& options,
              const GlobalOptions& copyOptions, const std::vector<std::string>& databases,

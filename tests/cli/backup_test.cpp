@@ -96,6 +96,14 @@ TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
     };
     const Outcome upgraded = run({"--backup", backup_.string(), "upgrade"});
     ASSERT_EQ(upgraded.status, 0) << upgraded.err;
+    EXPECT_THAT(upgraded.err,
+                HasSubstr("twupdate: warning: procedures and functions of others are not in the "
+                          "backup: the user may not read them (SELECT on mysql.proc)\n"));
+    Execute("GRANT SELECT ON mysql.proc TO 'night'@'localhost';");
+    EXPECT_EQ(
+        run({"--backup", backup_.string(), "--quiet", "upgrade-site", "1", "--from", "1.0264"})
+            .err.find("mysql.proc"),
+        std::string::npos);
     const Outcome restored = run({"restore", backup_.string()});
     EXPECT_EQ(restored.status, 0) << restored.err;
     EXPECT_EQ(StateOf("tw_1"), one);
