@@ -15,6 +15,7 @@
 #include "sample/installation.h"
 #include "sample/layouts.h"
 #include "sample/older_host.h"
+#include "tests/support/temporary_folder.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
@@ -80,7 +81,7 @@ class ManySites {
     std::string version_;
     bool tables_;
     sample::Layouts layouts_;
-    bench::TemporaryFolder folder_;
+    test::TemporaryFolder folder_;
     host::PrivateServer server_{folder_.Path() / "data", {.fast = true, .serverOptions = {}}};
 };
 
@@ -170,7 +171,7 @@ void ResetPeak() {
 /// max_allowed_packet that it takes on the server.
 void ImportWords(benchmark::State& state) {
     constexpr int kWords = 300'000;
-    const bench::TemporaryFolder folder;
+    const test::TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path() / "resources");
     std::ofstream words(folder.Path() / "resources" / "englishwordData.txt");
     for (int i = 0; i < kWords; ++i) {

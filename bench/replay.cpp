@@ -172,23 +172,4 @@ Comparison Compare(const host::PrivateServer& server, const std::filesystem::pat
     return {recorder->statements.size(), Median(component), Median(replay), Median(ratios)};
 }
 
-TemporaryFolder::TemporaryFolder() {
-    // In memory where there is room: the wait for a disk would hide what is measured.
-    constexpr std::uintmax_t kRoom = std::uintmax_t{2} << 30;
-    std::error_code error;
-    const auto memory = std::filesystem::space("/dev/shm", error);
-    const std::filesystem::path parent =
-        !error && memory.available >= kRoom ? "/dev/shm" : std::filesystem::temp_directory_path();
-    std::string pattern = (parent / "twbenchXXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::runtime_error("cannot make a temporary folder " + pattern);
-    }
-    path_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 }  // namespace twupdate::bench

@@ -48,19 +48,4 @@ Comparison Compare(const host::PrivateServer& server, const std::filesystem::pat
                    int rounds, const std::function<void()>& restore,
                    const std::function<void(const std::shared_ptr<Utility>&)>& upgrade);
 
-/// A folder in memory, or where that has no room below the system's folder for temporary files;
-/// removed with the object.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::filesystem::path& Path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
-
 }  // namespace twupdate::bench

@@ -9,6 +9,7 @@
 
 #include "bench/replay.h"
 #include "sample/installation.h"
+#include "tests/support/temporary_folder.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
@@ -56,7 +57,7 @@ class OneOldSite {
     std::filesystem::path InstallFolder() const { return options_.root / "update"; }
 
   private:
-    bench::TemporaryFolder folder_;
+    test::TemporaryFolder folder_;
     host::PrivateServer server_{folder_.Path() / "data", {.fast = true, .serverOptions = {}}};
     sample::InstallationOptions options_;
     sample::SitePlan site_;

@@ -13,6 +13,7 @@
 
 #include "bench/replay.h"
 #include "sample/installation.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/support/update_test_peer.h"
 #include "twupdate/update.h"
 
@@ -110,7 +111,7 @@ class LargeSite {
     }
 
     int postings_;
-    bench::TemporaryFolder folder_;
+    test::TemporaryFolder folder_;
     host::PrivateServer server_{
         folder_.Path() / "data",
         {.fast = true, .serverOptions = {"--innodb-buffer-pool-size=512M"}}};

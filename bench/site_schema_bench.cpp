@@ -12,6 +12,7 @@
 
 #include "bench/replay.h"
 #include "sample/layouts.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/support/update_test_peer.h"
 #include "twupdate/update.h"
 
@@ -84,7 +85,7 @@ class Installation {
     const host::PrivateServer& Server() const { return server_; }
 
   private:
-    bench::TemporaryFolder folder_;
+    test::TemporaryFolder folder_;
     host::PrivateServer server_{folder_.Path() / "data", {.fast = true, .serverOptions = {}}};
     sample::Layouts layouts_;
 };

@@ -53,16 +53,6 @@ void Redirect(int from, const fs::path& file) {
     }
 }
 
-fs::path NewFolder() {
-    std::error_code ignored;
-    const std::string base = fs::is_directory("/dev/shm", ignored) ? "/dev/shm" : "/tmp";
-    std::string name = base + "/twupdate-cli-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot make a temporary folder in " + base);
-    }
-    return name;
-}
-
 }  // namespace
 
 nlohmann::json Outcome::Json() const {
@@ -70,8 +60,7 @@ nlohmann::json Outcome::Json() const {
 }
 
 Program::Program(const std::vector<std::string>& arguments,
-                 const std::map<std::string, std::string>& environment)
-    : folder_(NewFolder()) {
+                 const std::map<std::string, std::string>& environment) {
     pid_ = fork();
     if (pid_ == 0) {
         Redirect(STDIN_FILENO, folder_ / "in");
@@ -86,8 +75,6 @@ Program::~Program() {
         kill(pid_, SIGKILL);
         waitpid(pid_, &waitStatus_, 0);
     }
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
 }
 
 void Program::Signal(int signal) const {
@@ -133,13 +120,6 @@ Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short 
     close(terminal);
     outcome.status = ExitStatus(waitStatus);
     return outcome;
-}
-
-TemporaryFolder::TemporaryFolder() : path_(NewFolder()) {}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
 }
 
 std::string ContentOf(const fs::path& file) {

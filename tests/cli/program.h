@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "support/temporary_folder.h"
+
 namespace twupdate::test {
 
 /// How a run of the program ended and what it printed.
@@ -39,7 +41,7 @@ class Program {
     int pid_ = 0;
     int waitStatus_ = 0;
     bool ended_ = false;
-    std::filesystem::path folder_;
+    TemporaryFolder folder_;
 };
 
 /// Runs twupdate to its end.
@@ -48,20 +50,6 @@ Outcome RunProgram(const std::vector<std::string>& arguments,
 
 /// Runs twupdate on a terminal of that width; `out` holds all that appears on it.
 Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 120);
-
-/// A folder that is removed with everything in it at the end of its life.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const std::filesystem::path& Path() const { return path_; }
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 std::string ContentOf(const std::filesystem::path& file);
 void WriteFile(const std::filesystem::path& file, const std::string& content);

@@ -23,7 +23,7 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
   protected:
     /// A site at the beginning of a run, and the state at the end of an undisturbed one.
     struct Run {
-        double version;
+        double version = 0;
         bool bare = false;
     };
     struct State {

@@ -149,9 +149,7 @@ class CatalogueStatement {
                 continue;
             } else if (c == '(') {
                 ++depth;
-            } else if (c == ')' && depth-- == 0) {
-                break;
-            } else if ((c == ',' && depth == 0) || c == ';') {
+            } else if ((c == ')' && depth-- == 0) || (c == ',' && depth == 0) || c == ';') {
                 break;
             }
         }

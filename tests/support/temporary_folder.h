@@ -17,7 +17,7 @@ class TemporaryFolder {
   public:
     TemporaryFolder() {
         namespace fs = std::filesystem;
-        constexpr std::uintmax_t kRoom = std::uintmax_t{1} << 30;
+        constexpr std::uintmax_t kRoom = std::uintmax_t{1} << 28;
         std::error_code error;
         const auto memory = fs::space("/dev/shm", error);
         const fs::path parent =
@@ -37,17 +37,33 @@ class TemporaryFolder {
 
     const std::filesystem::path& Path() const { return path_; }
     /// The path of a file or folder in it.
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+    std::filesystem::path operator/(const std::filesystem::path& name) const {
+        return path_ / name;
+    }
 
-    /// Writes a file in it. @returns its path
-    std::filesystem::path Write(const std::string& name, const std::string& content) const {
-        std::ofstream(path_ / name, std::ios::binary) << content;
+    void MakeFolder(const std::filesystem::path& name) const {
+        std::filesystem::create_directories(path_ / name);
+    }
+
+    /// Writes a file in it, with the folders above it. @returns its path
+    std::filesystem::path Write(const std::filesystem::path& name,
+                                const std::string& content) const {
+        MakeFolder(name.parent_path());
+        std::ofstream file(path_ / name, std::ios::binary);
+        file << content;
+        if (!file.flush()) {
+            throw std::runtime_error("cannot write " + (path_ / name).string());
+        }
         return path_ / name;
     }
     /// The content of a file in it.
-    std::string Read(const std::string& name) const {
+    std::string Read(const std::filesystem::path& name) const {
+        const std::ifstream file(path_ / name, std::ios::binary);
+        if (!file) {
+            throw std::runtime_error("cannot read " + (path_ / name).string());
+        }
         std::ostringstream text;
-        text << std::ifstream(path_ / name, std::ios::binary).rdbuf();
+        text << file.rdbuf();
         return text.str();
     }
 

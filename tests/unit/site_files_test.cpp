@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "support/recording_host.h"
+#include "support/temporary_folder.h"
 #include "support/update_test_peer.h"
-#include "unit/temporary_folder.h"
 
 namespace twupdate::test {
 namespace {

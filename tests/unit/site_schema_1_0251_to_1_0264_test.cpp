@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "support/temporary_folder.h"
 #include "unit/site_schema_fixture.h"
-#include "unit/temporary_folder.h"
 
 namespace twupdate::test {
 

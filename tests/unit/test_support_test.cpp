@@ -10,7 +10,6 @@ namespace twupdate::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Faults : public testing::Test {
   protected:
