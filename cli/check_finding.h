@@ -115,6 +115,15 @@ void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun
 void CheckSiteSurroundings(const Session& session, const CheckScope& scope, std::int32_t siteId,
                            const PendingRun& pending, std::vector<CheckFinding>& findings);
 
+/// The session's sql_mode.
+std::string SqlMode(host::Connection& connection);
+
+/// True for an sql_mode that refuses values which a column cannot hold.
+bool IsStrict(const std::string& sqlMode);
+
+/// Adds a finding unless the same is said of that place already, with an earlier step.
+void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings);
+
 /// True for the server's errors that a database, table or column is not there.
 bool IsMissing(const HostError& error);
 

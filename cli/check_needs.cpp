@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "cli/check_finding.h"
+#include "cli/data_files.h"
 #include "cli/layout.h"
 
 // Tables and columns that a step names without asking whether they are there.
@@ -224,14 +225,6 @@ constexpr std::array kSiteNeeds{
 };
 
 constexpr std::string_view kRoot = "SELECT 1 FROM {0}.site WHERE parentsiteid = 0 AND siteid > 0";
-
-/// What the data files are imported into, where there are such files.
-constexpr std::array kImportNeeds{
-    Need{"ReimportReferenceData", "", "component",
-         "componentid componentname foldername componentfile available published mandatory "
-         "layoutcomponent standalone section allowcopy allowcopywithoutdata widget"},
-    Need{"ReimportReferenceData", "", "componenttype", "componenttype componentid"},
-};
 
 constexpr std::array kCentralNeeds{
     Need{"ServerStep_1_0056", "schedule", "schedule", "schedule"},
@@ -451,10 +444,11 @@ void CheckCentralNeeds(const Session& session, const CheckScope& scope, const La
     Missing missing(pending);
     AddNeedsOfTheLayout(in, missing);
     AddNeedsOfTheSteps(session, in, kCentralNeeds, missing);
-    for (const Need& need : kImportNeeds) {
-        const std::string file = fmt::format("{}Data.txt", need.table);
+    for (const DataFile& file : kDataFiles) {
+        const std::string name = fmt::format("{}Data.txt", file.table);
         std::error_code ignored;
-        if (std::filesystem::is_regular_file(scope.installFolder / "resources" / file, ignored)) {
+        if (std::filesystem::is_regular_file(scope.installFolder / "resources" / name, ignored)) {
+            const Need need{"ReimportReferenceData", "", file.table, file.columns};
             AddNeedsOfTheSteps(session, in, std::span(&need, 1), missing);
         }
     }

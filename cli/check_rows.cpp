@@ -46,7 +46,7 @@ constexpr std::string_view kTreeLinks = "BINARY name LIKE 'span.TreeLink%'";
 constexpr std::string_view kHeadings =
     "BINARY name IN('.heading', '.subheading') AND overrideid <> 0";
 constexpr std::string_view kOfAZone =
-    "EXISTS(SELECT 1 FROM {0}.layoutzone z WHERE BINARY name REGEXP "
+    "name LIKE '.LO%' AND EXISTS(SELECT 1 FROM {0}.layoutzone z WHERE BINARY name REGEXP "
     "CONCAT('^[.]LO(navlink|heading1|heading2|navdivider|zone)0*', z.zoneid, '([^0-9]|$)'))";
 constexpr std::string_view kLinkFields = "type IN('formlink', 'multiformlink', 'productfamily')";
 constexpr std::string_view kFileFields = "type IN('file', 'image')";
@@ -234,16 +234,6 @@ struct Condition {
     std::string cure;
 };
 
-std::vector<std::string> Words(std::string_view list) {
-    std::vector<std::string> words;
-    while (!list.empty()) {
-        const auto blank = list.find(' ');
-        words.emplace_back(list.substr(0, blank));
-        list.remove_prefix(blank == std::string_view::npos ? list.size() : blank + 1);
-    }
-    return words;
-}
-
 std::string Filled(std::string_view condition, const std::string& database) {
     return fmt::format(fmt::runtime(condition), database);
 }
@@ -264,10 +254,8 @@ class RowChecks {
           database_(std::move(database)),
           expected_(expected),
           pending_(pending),
-          stored_(ReadStoredTables(connection_, database_)) {
-        const auto mode = connection_.Query("SELECT @@SESSION.sql_mode;");
-        strict_ = mode->Next() && mode->Get(0).ToText().find("STRICT_") != std::string::npos;
-    }
+          stored_(ReadStoredTables(connection_, database_)),
+          strict_(cli::IsStrict(SqlMode(connection_))) {}
 
     const StoredTables& Stored() const { return stored_; }
     /// True when the session's sql_mode refuses values that a column cannot hold.
@@ -284,7 +272,7 @@ class RowChecks {
             (place.step == kEncodesEmails && stored_.Find("email", "ishtml") != nullptr)) {
             return;
         }
-        for (const std::string& name : Words(place.columns)) {
+        for (const std::string& name : SplitAtBlanks(place.columns)) {
             if (const StoredColumn* column = stored_.Find(table->first, name)) {
                 Add(place, name, *column);
             }
@@ -379,7 +367,7 @@ class RowChecks {
         std::string bad = fmt::format("ABS({}) >= 999999999999999.995", name);
         if (!column.charset.empty()) {
             bad += fmt::format(
-                " OR TRIM({}) NOT REGEXP '^[-+]?([0-9]+[.]?[0-9]*|[.][0-9]+)(e[-+]?[0-9]+)?$'",
+                " OR TRIM({}) NOT REGEXP '^[-+]?([0-9]+[.]?[0-9]*|[.][0-9]+)([eE][-+]?[0-9]+)?$'",
                 name);
         }
         if (column.fullType != "decimal(17,2)") {
@@ -456,7 +444,7 @@ class RowChecks {
                 "{}COUNT(CASE WHEN {} THEN 1 END), {}", columns.empty() ? "" : ", ", condition.bad,
                 key.empty()
                     ? "NULL"
-                    : fmt::format("MIN(CASE WHEN {} THEN {} END)", condition.bad, key.front()));
+                    : fmt::format("MIN(CASE WHEN {} THEN `{}` END)", condition.bad, key.front()));
         }
         std::unique_ptr<host::Rows> rows;
         try {
@@ -490,7 +478,7 @@ class RowChecks {
     const Layout& expected_;
     const PendingRun& pending_;
     StoredTables stored_;
-    bool strict_ = false;
+    bool strict_;
     std::map<std::string, std::vector<Condition>> conditions_;
 };
 
@@ -517,6 +505,10 @@ struct FormColumn {
     std::string column;
 };
 
+bool IsWholeNumber(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 /// The form columns of the fields that a condition selects; none when formfield cannot tell.
 std::vector<FormColumn> FormColumns(host::Connection& connection, const std::string& database,
                                     std::string_view condition) {
@@ -527,7 +519,11 @@ std::vector<FormColumn> FormColumns(host::Connection& connection, const std::str
                         "IS NOT NULL AND formfieldid IS NOT NULL ORDER BY formfieldid;",
                         database, condition));
         while (rows->Next()) {
-            columns.push_back({"form_" + rows->Get(0).ToText(), "field_" + rows->Get(1).ToText()});
+            const std::string form = rows->Get(0).ToText();
+            const std::string field = rows->Get(1).ToText();
+            if (IsWholeNumber(form) && IsWholeNumber(field)) {  // names go into statements
+                columns.push_back({"form_" + form, "field_" + field});
+            }
         }
     } catch (const HostError& error) {
         if (!IsMissing(error)) {
@@ -694,7 +690,7 @@ void CheckColours(host::Connection& connection, const std::string& database,
     if (!width || column->type.ends_with("text")) {
         return;  // wide enough for whatever a style holds
     }
-    const auto words = Words(kColours);
+    const auto words = SplitAtBlanks(kColours);
     std::string colours;
     for (std::size_t i = 0; i < words.size(); i += 2) {
         colours += fmt::format("{}SELECT {}, '{}', '{}'", colours.empty() ? "" : " UNION ALL ",

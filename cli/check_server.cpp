@@ -52,10 +52,6 @@ std::set<std::string> Modes(const std::string& sqlMode) {
     return modes;
 }
 
-bool IsStrict(const std::set<std::string>& modes) {
-    return modes.contains("STRICT_TRANS_TABLES") || modes.contains("STRICT_ALL_TABLES");
-}
-
 /// A dotted version as one number: 10.2.1 is 100201.
 int VersionNumber(const std::string& version) {
     std::array<int, 3> parts{};
@@ -214,6 +210,26 @@ std::string CheckFinding::Text() const {
     return where + problem + then + "; " + cure;
 }
 
+std::string SqlMode(host::Connection& connection) {
+    const auto mode = connection.Query("SELECT @@SESSION.sql_mode;");
+    return mode->Next() ? mode->Get(0).ToText() : std::string();
+}
+
+bool IsStrict(const std::string& sqlMode) {
+    return sqlMode.find("STRICT_") != std::string::npos;  // _TRANS_TABLES or _ALL_TABLES
+}
+
+void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings) {
+    const bool known =
+        std::any_of(findings.begin(), findings.end(), [&](const CheckFinding& other) {
+            return other.database == finding.database && other.table == finding.table &&
+                   other.problem == finding.problem;
+        });
+    if (!known) {
+        findings.push_back(std::move(finding));
+    }
+}
+
 void CheckVersion(const std::string& version, bool strict,
                   const std::vector<PendingDatabase>& pending,
                   std::vector<CheckFinding>& findings) {
@@ -258,7 +274,7 @@ void CheckServer(const Session& session, const std::vector<PendingDatabase>& pen
     const auto modes = Modes(Get(variables, "sql_mode"));
     const auto row = connection.Query("SELECT VERSION();");
     const std::string version = row->Next() ? row->Get(0).ToText() : "";
-    CheckVersion(version, IsStrict(modes), pending, findings);
+    CheckVersion(version, IsStrict(Get(variables, "sql_mode")), pending, findings);
     CheckSqlMode(connection, modes, pending, findings);
     CheckReadOnly(connection, version, variables, findings);
     CheckTableSettings(variables, modes, findings);

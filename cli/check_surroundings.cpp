@@ -5,6 +5,7 @@
 #include <array>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <set>
 
 #include "cli/check_finding.h"
@@ -56,8 +57,9 @@ constexpr std::array kComponentUses{
 /// Folder names by id, as text.
 using Components = std::map<std::string, std::string>;
 
-/// The components that the upgrade knows when it comes to the sites.
-Components KnownComponents(host::Connection& connection, const CheckScope& scope) {
+/// The components that the upgrade knows when it comes to the sites; nothing when their table or
+/// its columns are missing.
+std::optional<Components> KnownComponents(host::Connection& connection, const CheckScope& scope) {
     Components components;
     std::ifstream lines(scope.installFolder / "resources" / "componentData.txt");
     const bool replacesTable = lines && scope.CentralRun().Has("ReimportReferenceData");
@@ -70,10 +72,18 @@ Components KnownComponents(host::Connection& connection, const CheckScope& scope
         }
     }
     if (!replacesTable) {
-        const auto rows =
-            connection.Query("SELECT componentid, foldername FROM tw_tarnwick.component;");
-        while (rows->Next()) {
-            components[rows->Get(0).ToText()] = rows->Get(1).IsNull() ? "" : rows->Get(1).ToText();
+        try {
+            const auto rows = connection.Query(
+                "SELECT componentid, foldername, componentname FROM tw_tarnwick.component;");
+            while (rows->Next()) {
+                const Value folder = rows->Get(1);
+                components[rows->Get(0).ToText()] = folder.IsNull() ? "" : folder.ToText();
+            }
+        } catch (const HostError& error) {
+            if (!IsMissing(error)) {
+                throw;
+            }
+            return std::nullopt;
         }
     }
     return components;
@@ -99,6 +109,17 @@ std::vector<std::string> FormComponents(host::Connection& connection, const std:
     return components;
 }
 
+/// The step that comes first to the components; empty when none is pending.
+std::string_view FirstComponentStep(const PendingRun& pending) {
+    std::string_view first;
+    for (const ComponentUse& use : kComponentUses) {
+        if (pending.Has(use.step) && (first.empty() || pending.IsBefore(use.step, first))) {
+            first = use.step;
+        }
+    }
+    return first;
+}
+
 /// A component that is not known is named once, with the first step that looks it up.
 void CheckComponents(host::Connection& connection, const std::string& database,
                      const PendingRun& pending, const Components& known,
@@ -118,11 +139,8 @@ void CheckComponents(host::Connection& connection, const std::string& database,
     };
     for (const ComponentUse& at : kComponentUses) {
         if (pending.Has(at.step)) {
-            std::string_view rest = at.components;
-            while (!rest.empty()) {
-                const auto blank = std::min(rest.find(' '), rest.size());
-                use(at.step, std::string(rest.substr(0, blank)), "");
-                rest.remove_prefix(std::min(blank + 1, rest.size()));
+            for (const std::string& component : SplitAtBlanks(at.components)) {
+                use(at.step, component, "");
             }
         }
     }
@@ -173,17 +191,10 @@ void CheckPayments(host::Connection& connection, const CheckScope& scope,
         const bool tableIsThere = central.tables.contains(std::string(table));
         const std::string problem = tableIsThere ? fmt::format("the column {} is missing", column)
                                                  : std::string("the table is missing");
-        const bool known = std::any_of(
-            findings.begin(), findings.end(), [&, name = table](const CheckFinding& finding) {
-                return finding.database == "tw_tarnwick" && finding.table == name &&
-                       finding.problem == problem;
-            });
-        if (!known) {
-            findings.push_back({"tw_tarnwick", std::string(table), std::string(kStep), problem,
-                                tableIsThere && column == "cartorderid"
-                                    ? "upgrade the central database first"
-                                    : "bring it back from a backup"});
-        }
+        AddOnce({"tw_tarnwick", std::string(table), std::string(kStep), problem,
+                 tableIsThere && column == "cartorderid" ? "upgrade the central database first"
+                                                         : "bring it back from a backup"},
+                findings);
     }
 }
 
@@ -326,13 +337,7 @@ class Copies {
     /// A path is named once, with the first step that comes to it.
     void Tell(std::string_view step, const fs::path& path, const std::string& what,
               const std::string& cure) {
-        const std::string problem = path.string() + " " + what;
-        const bool known =
-            std::any_of(findings_.begin(), findings_.end(),
-                        [&](const CheckFinding& finding) { return finding.problem == problem; });
-        if (!known) {
-            findings_.push_back({"", "", std::string(step), problem, cure});
-        }
+        AddOnce({"", "", std::string(step), path.string() + " " + what, cure}, findings_);
     }
 
     fs::path root_;
@@ -471,7 +476,10 @@ void CheckRobots(host::Connection& connection, const CheckScope& scope, std::int
         "@@SESSION.sql_mode;");
     session->Next();
     const auto packet = std::stoull(session->Get(0).ToText());
-    if (content.size() >= packet) {
+    // Quotes and backslashes are doubled in the statement.
+    const auto doubled = std::count(content.begin(), content.end(), '\'') +
+                         std::count(content.begin(), content.end(), '\\');
+    if (content.size() + static_cast<std::size_t>(doubled) >= packet) {
         tell(fmt::format("has {} bytes, and the server takes statements of {}", content.size(),
                          packet),
              "raise max_allowed_packet on the server");
@@ -481,8 +489,7 @@ void CheckRobots(host::Connection& connection, const CheckScope& scope, std::int
     const std::string target = column != nullptr ? column->charset : stored.charset;
     const std::string client = session->Get(1).ToText();
     constexpr std::size_t kRest = 400;  // of the statement below
-    if (session->Get(2).ToText().find("STRICT_") == std::string::npos ||
-        2 * content.size() + kRest >= packet) {
+    if (!IsStrict(session->Get(2).ToText()) || 2 * content.size() + kRest >= packet) {
         return;
     }
     const auto same = connection.Query(
@@ -502,10 +509,15 @@ void CheckSiteSurroundings(const Session& session, const CheckScope& scope, std:
                            const PendingRun& pending, std::vector<CheckFinding>& findings) {
     host::Connection& connection = *session.GetConnection();
     const std::string database = fmt::format("tw_{}", siteId);
-    const Components known = KnownComponents(connection, scope);
-    CheckComponents(connection, database, pending, known, findings);
+    if (const auto known = KnownComponents(connection, scope)) {
+        CheckComponents(connection, database, pending, *known, findings);
+        CheckTemplates(connection, scope, siteId, pending, *known, findings);
+    } else if (const std::string_view step = FirstComponentStep(pending); !step.empty()) {
+        AddOnce({"tw_tarnwick", "component", std::string(step),
+                 "the table is missing, or a column of it", "bring it back from a backup"},
+                findings);
+    }
     CheckPayments(connection, scope, database, pending, findings);
-    CheckTemplates(connection, scope, siteId, pending, known, findings);
     CheckRobots(connection, scope, siteId, pending, findings);
 }
 

@@ -294,6 +294,16 @@ std::string DescribeError(const HostError& error) {
     return DescribeError(error.Statement(), error.Code(), error.SqlState(), error.what());
 }
 
+std::vector<std::string> SplitAtBlanks(std::string_view list) {
+    std::vector<std::string> words;
+    while (!list.empty()) {
+        const auto blank = std::min(list.find(' '), list.size());
+        words.emplace_back(list.substr(0, blank));
+        list.remove_prefix(std::min(blank + 1, list.size()));
+    }
+    return words;
+}
+
 std::string IsVersion(const std::string& word) {
     const Value version(word);
     return version.IsNumeric() && version.ToDouble() >= 0

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "twupdate/error.h"
 
@@ -30,6 +31,9 @@ std::string Grouped(std::uint64_t number);
 
 /// "1 site", "2 sites", "1,234 sites"; the plural is the noun with an s unless it is given.
 std::string Count(std::uint64_t number, std::string_view noun, std::string_view plural = {});
+
+/// The words of a list, which stand apart by single blanks.
+std::vector<std::string> SplitAtBlanks(std::string_view list);
 
 /// The number of columns that a terminal needs for the text; one for each character of UTF-8.
 std::size_t DisplayWidth(std::string_view text);

@@ -446,6 +446,28 @@ const std::vector<Situation> kSituations{
      "SiteContentStep_1_0255 fails; ",
      "step SiteContentStep_1_0255: .*server error 1265",
      {"UPDATE tw_8.form_50 SET field_7 = ''"}},
+    {"AFormWhoseKeyHasTheNameOfAKeyword",
+     {"CREATE TABLE tw_8.form_50(`order` INT PRIMARY KEY, field_7 TEXT)", Field("memo"),
+      "INSERT INTO tw_8.form_50(`order`) VALUES(3)"},
+     "form_50: field_7 is NULL where the step needs a value in 1 row (order 3), so "
+     "SiteContentStep_1_0255 fails; ",
+     "step SiteContentStep_1_0255: .*server error 1265",
+     {"UPDATE tw_8.form_50 SET field_7 = ''"}},
+    {"AChargePasswordThatIsTooLong",
+     {"ALTER TABLE tw_8.charge ADD COLUMN password VARCHAR(200) DEFAULT '' NOT NULL",
+      "INSERT INTO tw_8.charge(chargeid, password) VALUES(5, REPEAT('x', 20)), (6, REPEAT('x', "
+      "21))"},
+     "charge: password is longer than the 20 characters of chargeoption.password in 1 row "
+     "(chargeid 6), so SiteContentStep_1_0007 fails; ",
+     "step SiteContentStep_1_0007: .*server error 1406",
+     {"UPDATE tw_8.charge SET password = 'x'"}},
+    {"AStylesheetBeyond32Bits",
+     {"ALTER TABLE tw_8.css MODIFY cssid BIGINT AUTO_INCREMENT NOT NULL",
+      "INSERT INTO tw_8.css(cssid) VALUES(2147483648)"},
+     "css: cssid does not fit a 32-bit integer in 1 row (cssid 2147483648), so "
+     "SiteContentStep_1_0254 fails; ",
+     "step SiteContentStep_1_0254: .*column cssid: 2147483648 does not fit",
+     {"UPDATE tw_8.css SET cssid = 1"}},
     {"ASearchLogWithAnotherKey",
      {"CREATE TABLE tw_8.searchlog(logid INT PRIMARY KEY)"},
      "searchlog: searchlogid is to be the primary key, and the table has another one, PRIMARY "

@@ -185,6 +185,54 @@ TEST_F(CheckSurroundings, FindsACentralDatabaseThatIsTooOldForTheSite) {
     ExpectSuccess();
 }
 
+TEST_F(CheckSurroundings, FindsASiteWithoutATableOfComponents) {
+    MakeSite(8);
+    ExecuteAll({"RENAME TABLE tw_tarnwick.component TO tw_tarnwick.components"});
+    const Outcome found = RunHere({"check", "--site", "8"});
+    EXPECT_EQ(found.status, 3) << found.err;
+    EXPECT_THAT(found.out, HasSubstr("tw_tarnwick.component: the table is missing, or a column of "
+                                     "it, so SiteContentStep_1_0002 fails; "));
+    EXPECT_THAT(found.out, EndsWith("\n1 finding.\n"));
+    const Outcome failed = RunHere({"upgrade-site", "8"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, ContainsRegex("step SiteContentStep_1_0002: .*server error 1146"));
+    ExecuteAll({"RENAME TABLE tw_tarnwick.components TO tw_tarnwick.component"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAComponentWhoseFolderLeadsOut) {
+    MakeSite(8);
+    ExecuteAll({"INSERT INTO tw_8.feature(featureid, componentid) VALUES(5, 900)"});
+    const std::string name =
+        Cell("SELECT foldername FROM tw_tarnwick.component WHERE componentid = 900;");
+    const fs::path data = folder_ / "update/resources/componentData.txt";
+    const std::string whole = ContentOf(data);
+    std::string other = whole;
+    const auto line = other.find("\n900\t");
+    other.replace(other.find("\t" + name + "\t", line) + 1, name.size(), "../out");
+    WriteFile(data, other);
+    fs::create_directories(folder_ / "out/template");
+    fs::create_directories(SiteFolder() / "5");
+    ExpectFailure("out leads out of ", "step SiteContentStep_1_0022: ");
+    WriteFile(data, whole);
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsRobotsThatAreTooLarge) {
+    MakeSite(8);
+    ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8"});
+    const std::string before = Cell("SELECT @@global.max_allowed_packet;");
+    Execute("SET GLOBAL max_allowed_packet = 65536;");
+    // As it is it would fit, but not with its quotes doubled.
+    WriteFile(SiteFolder() / "robots.txt", std::string(40000, '\''));
+    ExpectFailure(
+        "robots.txt has 40000 bytes, and the server takes statements of 65536, so "
+        "SiteContentStep_1_0030 fails; ",
+        "step SiteContentStep_1_0030: ");
+    Execute("SET GLOBAL max_allowed_packet = " + before + ";");
+    ExpectSuccess();
+}
+
 TEST_F(CheckSurroundings, FindsRobotsThatAreNoText) {
     MakeSite(8);
     ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8"});

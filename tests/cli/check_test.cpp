@@ -175,6 +175,52 @@ TEST_F(Check, FindsAMalformedDataFile) {
     UpgradeFails(options, "step ReimportReferenceData: .*many.*server error 1054");
 }
 
+TEST_F(Check, FindsDataThatTheTablesWillNotTake) {
+    MakeCentralDatabase();
+    const fs::path install = CopyOfTheDataFiles();
+    const std::vector<std::string> options{"--install-folder", install.string()};
+    struct Data {
+        const char* file;
+        std::string content;
+        const char* finding;
+        const char* failure;
+    };
+    const std::string rest = "\tfile\t0\t0\t0\t0\t0\t0\t0\t0\t0\n";
+    for (const Data& data : {
+             Data{"componenttype", "1\t100\n2\t100\n\n +01 \t99.5\n",
+                  "line 4 has the same componenttype, componentid as line 1", "server error 1062"},
+             Data{"componenttype", "8388607\t1\n8388608\t1\n",
+                  "line 2 has in field 1 a number that componenttype, mediumint(9), does not hold",
+                  "server error 1264"},
+             Data{"componenttype", "1\t-2147483649\n", "line 1 has in field 2 a number",
+                  "server error 1264"},
+             Data{"component", "1\tname\tfolder\tfile\t127.5\t0\t0\t0\t0\t0\t0\t0\t0\n",
+                  "line 1 has in field 5 a number", "server error 1264"},
+             Data{"component", "1\tname\t" + std::string(51, 'x') + rest,
+                  "line 1 has in field 3 a text longer than the 50 characters of foldername",
+                  "server error 1406"},
+             Data{"component", "1\tname\tfolder\\" + rest,
+                  "line 1 has in field 3 a text that ends in a backslash", "server error 1064"},
+         }) {
+        SCOPED_TRACE(data.finding);
+        WriteFile(install / "resources" / (std::string(data.file) + "Data.txt"), data.content);
+        Expect(options, std::string(data.file) + "Data.txt " + data.finding);
+        UpgradeFails(options, std::string("step ReimportReferenceData: .*") + data.failure);
+        fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources",
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    }
+    // What the tables just take: blanks around numbers and behind texts, a backslash and its
+    // character as one, numbers that are rounded.
+    WriteFile(install / "resources" / "componentData.txt",
+              "1\tname\t" + std::string(49, 'x') + "\\\\   " + rest + " 2\tname\tfolder" + rest);
+    WriteFile(install / "resources" / "componenttypeData.txt",
+              "8388607\t-2147483648\n-8388608 \t2147483647.4\n");
+    const Outcome clean = Run({options[0], options[1], "check"});
+    EXPECT_EQ(clean.status, 0) << clean.out;
+    const Outcome done = Run({options[0], options[1], "upgrade"});
+    EXPECT_EQ(done.status, 0) << done.err;
+}
+
 TEST_F(Check, FindsADataFileThatTheServerWillNotTake) {
     MakeCentralDatabase();
     const fs::path install = CopyOfTheDataFiles();

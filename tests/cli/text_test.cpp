@@ -99,6 +99,11 @@ TEST(Printable, KeepsUtf8AndReplacesWhatIsNone) {
     EXPECT_EQ(Printable("a\x1b[31m\nb"), "a [31m b");
 }
 
+TEST(SplitAtBlanks, GivesTheWords) {
+    EXPECT_EQ(SplitAtBlanks("one two  "), (std::vector<std::string>{"one", "two", ""}));
+    EXPECT_TRUE(SplitAtBlanks("").empty());
+}
+
 TEST(DisplayWidth, CountsCharacters) {
     EXPECT_EQ(DisplayWidth("caf\xC3\xA9"), 4U);
 }
