@@ -171,6 +171,7 @@ constexpr std::array kSiteRows{
     Place{"SiteContentStep_1_0054", "security", "address1", Kind::kFits, "LENGTH(address) = 0",
           "security.address",
           "CONCAT(address1, IF(address1 = '' OR address2 = '', '', ', '), address2)"},
+    Place{"SiteContentStep_1_0054", "feature", "featureid", Kind::kNumber, "componentid = 1000"},
     Place{"SiteContentStep_1_0055", "feature", "featureid", Kind::kNumber, "componentid = 1000"},
     Place{"SiteContentStep_1_0061", "layoutzone", "zoneid elementid", Kind::kNumber},
     Place{"SiteContentStep_1_0061", "tag", "tagid", Kind::kNumber, "name LIKE '.LO%'"},
