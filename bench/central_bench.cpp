@@ -23,11 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-int FromEnvironment(const char* name, int otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::stoi(text);
-}
-
 /// A private server with a central database at 1.0264 and sites of one version.
 class ManySites {
   public:
@@ -99,7 +94,8 @@ void WalkOverCurrentSites(benchmark::State& state) {
     constexpr int kSites = 1000;
     ManySites installation(kSites, "1.0265", false);
     for ([[maybe_unused]] auto _ : state) {
-        Report(state, installation.Measure(FromEnvironment("TWUPDATE_BENCH_ROUNDS", 7)), kSites);
+        Report(state, installation.Measure(bench::FromEnvironment("TWUPDATE_BENCH_ROUNDS", 7)),
+               kSites);
     }
 }
 BENCHMARK(WalkOverCurrentSites)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -109,7 +105,8 @@ void WalkOverSitesWithNothingLeftToDo(benchmark::State& state) {
     constexpr int kSites = 1000;
     ManySites installation(kSites, "1.0264", false);
     for ([[maybe_unused]] auto _ : state) {
-        Report(state, installation.Measure(FromEnvironment("TWUPDATE_BENCH_ROUNDS", 7)), kSites);
+        Report(state, installation.Measure(bench::FromEnvironment("TWUPDATE_BENCH_ROUNDS", 7)),
+               kSites);
     }
 }
 BENCHMARK(WalkOverSitesWithNothingLeftToDo)
@@ -119,7 +116,7 @@ BENCHMARK(WalkOverSitesWithNothingLeftToDo)
 
 /// Every site runs both ladders from 1.0000.
 void WalkOverOldSites(benchmark::State& state) {
-    const int sites = FromEnvironment("TWUPDATE_BENCH_OLD_SITES", 100);
+    const int sites = bench::FromEnvironment("TWUPDATE_BENCH_OLD_SITES", 100);
     ManySites installation(sites, "1.0000", true);
     for ([[maybe_unused]] auto _ : state) {
         Report(state, installation.Measure(1), sites);

@@ -172,4 +172,9 @@ Comparison Compare(const host::PrivateServer& server, const std::filesystem::pat
     return {recorder->statements.size(), Median(component), Median(replay), Median(ratios)};
 }
 
+int FromEnvironment(const char* name, int otherwise) {
+    const char* text = std::getenv(name);
+    return text == nullptr ? otherwise : std::stoi(text);
+}
+
 }  // namespace twupdate::bench

@@ -15,18 +15,13 @@
 namespace twupdate {
 namespace {
 
-int FromEnvironment(const char* name, int otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::stoi(text);
-}
-
 /// A private server with one site of every optional feature at 1.0000 beside a current central
 /// database.
 class OneOldSite {
   public:
     OneOldSite() {
         options_.sites = 1;
-        options_.rows = FromEnvironment("TWUPDATE_BENCH_ROWS", 100);
+        options_.rows = bench::FromEnvironment("TWUPDATE_BENCH_ROWS", 100);
         options_.root = folder_.Path() / "installation";
         site_ = sample::PlanSites(1).front();
         site_.siteId = 1;
@@ -67,8 +62,8 @@ void ComponentAgainstReplay(benchmark::State& state) {
     OneOldSite site;
     for ([[maybe_unused]] auto _ : state) {
         const auto result = bench::Compare(
-            site.Server(), site.InstallFolder(), FromEnvironment("TWUPDATE_BENCH_ROUNDS", 41),
-            [&] { site.Restore(); },
+            site.Server(), site.InstallFolder(),
+            bench::FromEnvironment("TWUPDATE_BENCH_ROUNDS", 41), [&] { site.Restore(); },
             [](const std::shared_ptr<Utility>& host) {
                 Update update;
                 update.Configure(host);

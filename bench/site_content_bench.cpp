@@ -20,11 +20,6 @@
 namespace twupdate {
 namespace {
 
-int FromEnvironment(const char* name, int otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::stoi(text);
-}
-
 /// The most memory that this process has had resident since the last reset, in megabytes.
 double PeakMegabytes() {
     std::ifstream status("/proc/self/status");
@@ -142,27 +137,28 @@ void Report(benchmark::State& state, const bench::Comparison& result) {
 }
 
 void ForumWalk(benchmark::State& state) {
-    const int postings = FromEnvironment("TWUPDATE_BENCH_POSTINGS", 100'000);
+    const int postings = bench::FromEnvironment("TWUPDATE_BENCH_POSTINGS", 100'000);
     LargeSite site(10, postings);
     LargeSite tenth(10, postings / 10);
     for ([[maybe_unused]] auto _ : state) {
         state.counters["postings"] = postings;
         state.counters["MiB_of_a_tenth"] = tenth.MemoryOf(WalkForum);
         state.counters["MiB"] = site.MemoryOf(WalkForum);
-        Report(state, site.Measure(FromEnvironment("TWUPDATE_BENCH_ROUNDS", 3), WalkForum));
+        Report(state, site.Measure(bench::FromEnvironment("TWUPDATE_BENCH_ROUNDS", 3), WalkForum));
     }
 }
 BENCHMARK(ForumWalk)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void WholeRoad(benchmark::State& state) {
-    const int rows = FromEnvironment("TWUPDATE_BENCH_ROWS", 10'000);
+    const int rows = bench::FromEnvironment("TWUPDATE_BENCH_ROWS", 10'000);
     LargeSite site(rows);
     LargeSite tenth(rows / 10);
     for ([[maybe_unused]] auto _ : state) {
         state.counters["rows"] = rows;
         state.counters["MiB_of_a_tenth"] = tenth.MemoryOf(UpgradeWholeSite);
         state.counters["MiB"] = site.MemoryOf(UpgradeWholeSite);
-        Report(state, site.Measure(FromEnvironment("TWUPDATE_BENCH_ROUNDS", 3), UpgradeWholeSite));
+        Report(state,
+               site.Measure(bench::FromEnvironment("TWUPDATE_BENCH_ROUNDS", 3), UpgradeWholeSite));
     }
 }
 BENCHMARK(WholeRoad)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);

@@ -21,11 +21,6 @@ namespace {
 
 constexpr std::int32_t kSite = 7;
 
-int FromEnvironment(const char* name, int otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::stoi(text);
-}
-
 /// The greatest memory of the process since ResetPeakMemory(), in megabytes.
 double PeakMemory() {
     std::ifstream status("/proc/self/status");
@@ -133,7 +128,7 @@ void UploadedFiles(benchmark::State& state) {
 }
 BENCHMARK(UploadedFiles)
     ->Arg(1000)
-    ->Arg(FromEnvironment("TWUPDATE_BENCH_RECORDS", 100000))
+    ->Arg(bench::FromEnvironment("TWUPDATE_BENCH_RECORDS", 100000))
     ->Iterations(1)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
@@ -161,7 +156,7 @@ void FormsBecomeDouble(benchmark::State& state) {
         benchmark::Counter(forms, benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(FormsBecomeDouble)
-    ->Arg(FromEnvironment("TWUPDATE_BENCH_FORMS", 200))
+    ->Arg(bench::FromEnvironment("TWUPDATE_BENCH_FORMS", 200))
     ->Iterations(1)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
@@ -177,7 +172,7 @@ void FormsBecomeDecimal(benchmark::State& state) {
         benchmark::Counter(forms, benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(FormsBecomeDecimal)
-    ->Arg(FromEnvironment("TWUPDATE_BENCH_FORMS", 200))
+    ->Arg(bench::FromEnvironment("TWUPDATE_BENCH_FORMS", 200))
     ->Iterations(1)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
@@ -196,7 +191,7 @@ void WholeSchemaLadderAgainstReplay(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
         const auto result =
             bench::Compare(installation.Server(), installation.Root() / "update",
-                           FromEnvironment("TWUPDATE_BENCH_ROUNDS", 41), restore,
+                           bench::FromEnvironment("TWUPDATE_BENCH_ROUNDS", 41), restore,
                            [](const std::shared_ptr<Utility>& host) {
                                Update update;
                                update.Configure(host);

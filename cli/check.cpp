@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <limits>
 #include <memory>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "cli/failure.h"
 #include "cli/root_site.h"
 #include "cli/session.h"
+#include "cli/site_option.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -116,9 +116,7 @@ void AddCheck(CLI::App& app, Invocation& invocation) {
     auto* command =
         app.add_subcommand("check", "Look for what would make an upgrade fail; writes nothing");
     const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    command->add_option("--site", *siteId, "Look at one site alone")
-        ->type_name("ID")
-        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    AddSiteOption(*command, *siteId, "Look at one site alone");
     command->callback([&invocation, siteId] {
         invocation.run = [siteId](const GlobalOptions& options, Console& console) {
             return Check(options, console, *siteId);

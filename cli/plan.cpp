@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -12,6 +11,7 @@
 #include "cli/failure.h"
 #include "cli/installation.h"
 #include "cli/session.h"
+#include "cli/site_option.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -198,9 +198,7 @@ int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::
 void AddPlan(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand("plan", "Show what an upgrade would run; writes nothing");
     const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    command->add_option("--site", *siteId, "Show one site alone, as upgrade-site would run it")
-        ->type_name("ID")
-        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    AddSiteOption(*command, *siteId, "Show one site alone, as upgrade-site would run it");
     command->callback([&invocation, siteId] {
         invocation.run = [siteId](const GlobalOptions& options, Console& console) {
             return ShowPlan(options, console, *siteId);

@@ -17,6 +17,7 @@
 #include "cli/root_site.h"
 #include "cli/run_watch.h"
 #include "cli/session.h"
+#include "cli/site_option.h"
 #include "cli/table.h"
 #include "cli/text.h"
 #include "cli/trace.h"
@@ -341,9 +342,7 @@ void AddRehearse(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand(
         "rehearse", "Upgrade a copy on a private server; the source is only read");
     const auto arguments = std::make_shared<RehearseArguments>();
-    command->add_option("--site", arguments->sites, "Copy this site (may be repeated)")
-        ->type_name("ID")
-        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    AddSiteOption(*command, arguments->sites, "Copy this site (may be repeated)");
     command->add_option("--sample", arguments->sample, "Copy so many of the sites")
         ->type_name("N")
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));

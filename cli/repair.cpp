@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <limits>
 #include <memory>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "cli/repair_finding.h"
 #include "cli/run_lock.h"
 #include "cli/session.h"
+#include "cli/site_option.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -93,9 +93,7 @@ void AddRepair(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand(
         "repair", "Find, and with --apply mend, what a run that was cut has left behind");
     const auto arguments = std::make_shared<RepairArguments>();
-    command->add_option("--site", arguments->siteId, "Look at one site alone")
-        ->type_name("ID")
-        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    AddSiteOption(*command, arguments->siteId, "Look at one site alone");
     command->add_flag("--apply", arguments->apply, "Run the statements that mend what was found");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {

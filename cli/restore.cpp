@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fstream>
-#include <limits>
 #include <memory>
 #include <optional>
 
@@ -14,6 +13,7 @@
 #include "cli/failure.h"
 #include "cli/run_lock.h"
 #include "cli/session.h"
+#include "cli/site_option.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -115,9 +115,7 @@ void AddRestore(CLI::App& app, Invocation& invocation) {
     command->add_option("DIR", arguments->folder, "The folder of the backup")
         ->required()
         ->check(CLI::ExistingDirectory);
-    command->add_option("--site", arguments->siteId, "Put back one site alone")
-        ->type_name("ID")
-        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    AddSiteOption(*command, arguments->siteId, "Put back one site alone");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Restore(options, console, arguments->folder, arguments->siteId);

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <limits>
 #include <memory>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "cli/installation.h"
 #include "cli/layout.h"
 #include "cli/session.h"
+#include "cli/site_option.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -129,9 +129,7 @@ void AddVerify(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand(
         "verify", "Compare the upgraded databases with the layout that they should have");
     const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    command->add_option("--site", *siteId, "Look at one site alone")
-        ->type_name("ID")
-        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    AddSiteOption(*command, *siteId, "Look at one site alone");
     command->callback([&invocation, siteId] {
         invocation.run = [siteId](const GlobalOptions& options, Console& console) {
             return Verify(options, console, *siteId);

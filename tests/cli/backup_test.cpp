@@ -4,8 +4,6 @@
 #include <filesystem>
 
 #include "cli/installation_fixture.h"
-#include "cli/layout.h"
-#include "twupdate_host/mariadb_utility.h"
 
 namespace twupdate::test {
 namespace {
@@ -17,21 +15,6 @@ using testing::Not;
 class Backup : public InstallationTest {
   protected:
     fs::path backup_ = folder_ / "backup";
-
-    /// The layout of a database and a checksum of every table in it.
-    static std::string StateOf(const std::string& database) {
-        host::MariaDbUtility utility(
-            host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
-        const auto layout = cli::ReadLayout(utility, database);
-        std::string state = layout.Text();
-        for (const auto& [table, ignored] : layout.tables) {
-            const auto rows =
-                CliServer::Get().Root().Query("CHECKSUM TABLE " + database + "." + table + ";");
-            rows->Next();
-            state += table + " " + rows->Get(1).ToText() + "\n";
-        }
-        return state;
-    }
 
     /// A search path on which the named program is a script of the test's own.
     std::string PathWith(const std::string& program, const std::string& script) const {

@@ -7,6 +7,9 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "cli/layout.h"
+#include "twupdate_host/mariadb_utility.h"
+
 namespace twupdate::test {
 namespace {
 
@@ -112,6 +115,20 @@ std::string InstallationTest::InstallationVersion() {
 std::string InstallationTest::SiteVersion(std::int32_t siteId) {
     return Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = " + std::to_string(siteId) +
                 ";");
+}
+
+std::string InstallationTest::StateOf(const std::string& database) {
+    host::MariaDbUtility utility(
+        host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
+    const auto layout = cli::ReadLayout(utility, database);
+    std::string state = layout.Text();
+    for (const auto& [table, ignored] : layout.tables) {
+        const auto rows =
+            CliServer::Get().Root().Query("CHECKSUM TABLE " + database + "." + table + ";");
+        rows->Next();
+        state += table + " " + rows->Get(1).ToText() + "\n";
+    }
+    return state;
 }
 
 void InstallationTest::MakeCentralDatabase() {

@@ -89,6 +89,8 @@ class InstallationTest : public testing::Test {
     static std::string Cell(const std::string& sql);  ///< "NULL" for NULL, "(no row)" without one
     static std::string InstallationVersion();
     static std::string SiteVersion(std::int32_t siteId);
+    /// The layout of a database and a checksum of every table in it.
+    static std::string StateOf(const std::string& database);
 
     // --- the program -------------------------------------------------------------------------
 

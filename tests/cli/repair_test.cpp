@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "cli/installation_fixture.h"
-#include "cli/layout.h"
 #include "sample/installation.h"
 #include "twupdate/update.h"
 #include "twupdate_host/mariadb_utility.h"
@@ -73,20 +72,6 @@ class Repair : public InstallationTest {
         update.Configure(std::make_shared<host::MariaDbUtility>(
             host::Connection::Open(CliServer::Get().Server().ConnectOptions()), options));
         EXPECT_THROW(update.UpdateSite(7, 1.0), HostError) << text;
-    }
-
-    static std::string StateOf(const std::string& database) {
-        host::MariaDbUtility utility(
-            host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
-        const auto layout = cli::ReadLayout(utility, database);
-        std::string state = layout.Text();
-        for (const auto& [table, ignored] : layout.tables) {
-            const auto rows =
-                CliServer::Get().Root().Query("CHECKSUM TABLE " + database + "." + table + ";");
-            rows->Next();
-            state += table + " " + rows->Get(1).ToText() + "\n";
-        }
-        return state;
     }
 };
 

@@ -63,6 +63,7 @@ check "$work/with_pkg_config"
 "$compiler" -std=c++20 $(pkg-config --cflags twupdate-host) "$source/examples/embed/main.cpp" \
     -o "$work/embed_with_pkg_config" $(pkg-config --libs twupdate-host)
 # The program of the manual, as it stands.
+# shellcheck disable=SC2016  # the backquotes are Markdown
 sed -n '/^```cpp$/,/^```$/p' "$source/docs/embedding.md" | grep -v '^```' >"$work/manual.cpp"
 # shellcheck disable=SC2046  # several options
 "$compiler" -std=c++20 -Wall -Wextra -Werror $(pkg-config --cflags twupdate-host) "$work/manual.cpp" \
