@@ -174,7 +174,7 @@ void CheckBinaryLog(const Variables& variables, std::vector<CheckFinding>& findi
     const std::string isolation =
         Get(variables, "transaction_isolation") + Get(variables, "tx_isolation");
     if (IsOn(variables, "log_bin") && IsOn(variables, "sql_log_bin") &&
-        Get(variables, "binlog_format") == "STATEMENT" && isolation.find("READ-") == 0 &&
+        Get(variables, "binlog_format") == "STATEMENT" && isolation.starts_with("READ-") &&
         isolation.find("REPEATABLE") == std::string::npos) {
         findings.push_back(SettingFinding(
             "binlog_format is STATEMENT and the transaction isolation below REPEATABLE-READ: "
