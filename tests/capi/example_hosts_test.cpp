@@ -6,9 +6,9 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include "sample/installation.h"
+#include "support/lines.h"
 #include "support/server_test.h"
 
 namespace twupdate::test {
@@ -109,17 +109,6 @@ class ExampleHosts : public ExampleTest, public testing::WithParamInterface<Exam
     }
 };
 
-std::vector<std::string> Lines(const std::string& text, const std::string& beginning) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with(beginning)) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
-
 TEST_P(ExampleHosts, UpgradeOneSite) {
     LoadOldSite();
     Upgrade(7, 1.0);
@@ -136,9 +125,9 @@ TEST_P(ExampleHosts, UpgradeOneSite) {
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 7"), "1.0265");
 
     // 92 steps of the site schema ladder, 84 of the site content ladder.
-    EXPECT_THAT(Lines(outcome.output, "site "),
+    EXPECT_THAT(LinesOf(outcome.output, "site "),
                 ElementsAre("site 7 is at 1.0000", "site 7 is done"));
-    EXPECT_EQ(Lines(outcome.output, "  Site").size(), 176U);
+    EXPECT_EQ(LinesOf(outcome.output, "  Site").size(), 176U);
     EXPECT_THAT(outcome.output,
                 StartsWith("site 7 is at 1.0000\n  SiteSchemaStep_1_0001 on tw_7: value type and "
                            "required flag of form template criteria\n"));
@@ -156,7 +145,7 @@ TEST_P(ExampleHosts, UpgradeTheSampleInstallation) {
     EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
     EXPECT_EQ(Everything(), expected);
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
-    EXPECT_EQ(Lines(outcome.output, "  ServerStep_").size(), 18U);
+    EXPECT_EQ(LinesOf(outcome.output, "  ServerStep_").size(), 18U);
     EXPECT_THAT(outcome.output, HasSubstr("    service: refresh the application\n"));
     EXPECT_TRUE(outcome.output.ends_with("\ndone\n"));
 }

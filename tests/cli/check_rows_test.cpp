@@ -1,9 +1,8 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include <sstream>
-
 #include "cli/installation_fixture.h"
+#include "support/lines.h"
 
 namespace twupdate::test {
 namespace {
@@ -531,18 +530,6 @@ void ExecuteFor(std::int32_t siteId, const std::vector<std::string>& statements)
     for (const std::string& statement : statements) {
         CliServer::Get().Root().Execute(ForSite(siteId, statement) + ";");
     }
-}
-
-/// The lines that begin so.
-std::vector<std::string> LinesOf(const std::string& text, const std::string& beginning) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with(beginning)) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
 }
 
 // All situations in one installation, each in a site of its own.
