@@ -89,10 +89,8 @@ void CopyTemplateFile(const fs::path& file, const fs::path& templateFolder, cons
     }
 }
 
-/// False, too, for a path that cannot be looked up.
-bool FolderExists(const fs::path& folder) {
-    std::error_code ignored;
-    return fs::is_directory(folder, ignored);
+[[noreturn]] void FailLookup(const fs::path& path, const std::error_code& error) {
+    throw FileError("cannot look at " + path.string() + ": " + error.message());
 }
 
 fs::path SiteWebFolder(const fs::path& root, std::int32_t siteId) {
@@ -124,6 +122,24 @@ fs::path InstallationRoot(const fs::path& installFolder) {
 bool LiesWithin(const fs::path& folder, const fs::path& path) {
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
            folder.end();
+}
+
+bool FolderExists(const fs::path& folder) {
+    std::error_code error;
+    const fs::file_type type = fs::status(folder, error).type();
+    if (type == fs::file_type::none) {
+        FailLookup(folder, error);
+    }
+    return type == fs::file_type::directory;
+}
+
+fs::path RealPath(const fs::path& path) {
+    std::error_code error;
+    fs::path real = fs::canonical(path, error);
+    if (error == std::errc::permission_denied) {
+        FailLookup(path, error);
+    }
+    return error ? fs::path() : real;
 }
 
 void Update::CopySiteTemplate(std::int32_t siteId, StringRef subFolder) {

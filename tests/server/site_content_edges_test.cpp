@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "site_content_site.h"
+#include "support/locked_folder.h"
 #include "support/update_test_peer.h"
 #include "twupdate/error.h"
 
@@ -373,6 +374,19 @@ TEST_F(SiteContentRobots, ALinkOutOfTheSitesFolderIsNoFileOfTheSite) {
     std::filesystem::create_symlink("other.txt", Root() / kFile);
     RunStep("SiteContentStep_1_0030", 7);
     EXPECT_THAT(PlainTexts(), ElementsAre("5 | 0 | 78"));
+}
+
+TEST_F(SiteContentRobots, AFileThatMayNotBeLookedAtIsNotTakenForMissing) {
+    SetPages(5, 6);
+    WriteFile(kFile, "x");
+    const LockedFolder locked(Root(), Root() / "wwwroot/sites/7");
+    try {
+        RunStep("SiteContentStep_1_0030", 7);
+        FAIL() << "the file would be left out for ever";
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.what(),
+                  "cannot look at " + (Root() / kFile).string() + ": Permission denied");
+    }
 }
 
 // --- An old central database --------------------------------------------------------------------

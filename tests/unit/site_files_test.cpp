@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/locked_folder.h"
 #include "support/recording_host.h"
 #include "support/temporary_folder.h"
 #include "support/update_test_peer.h"
@@ -198,6 +199,21 @@ TEST_F(SiteTemplate, TheInstallFolderNeedNotExistAndMayEndInASeparator) {
     EXPECT_TRUE(Exists("wwwroot/sites/7/a.txt"));
 }
 
+TEST_F(SiteTemplate, ATemplateThatMayNotBeLookedAtIsNotTakenForMissing) {
+    folder.Write("templates/site/index.htm", "x");
+    folder.MakeFolder("wwwroot/sites/7");
+    const LockedFolder locked(folder.Path(), folder / "templates");
+    EXPECT_EQ(CopyError(),
+              "cannot look at " + (folder / "templates/site").string() + ": Permission denied");
+}
+
+TEST_F(SiteTemplate, ATemplateThatIsACircleOfLinksIsNotTakenForMissing) {
+    folder.MakeFolder("templates");
+    fs::create_directory_symlink("site", folder / "templates/site");
+    folder.MakeFolder("wwwroot/sites/7");
+    EXPECT_THAT(CopyError(), AllOf(HasSubstr("cannot look at"), HasSubstr("templates/site")));
+}
+
 class ComponentTemplate : public SiteFiles {
   protected:
     class Shop : public Component {
@@ -295,6 +311,16 @@ TEST_F(ComponentTemplate, AFolderNameThatLeavesTheComponentsIsRefused) {
     for (const char* name : {"..", "../..", "..\\..", "shop/../..", "/etc"}) {
         EXPECT_THAT(ErrorOf([&] { Copy(false, name); }), HasSubstr("leads out")) << name;
     }
+}
+
+TEST_F(ComponentTemplate, APageThatMayNotBeLookedAtIsNotTakenForMissing) {
+    folder.Write("components/shop/template/cart.htm", "cart");
+    folder.MakeFolder("wwwroot/sites/7/12");
+    Pages({12});
+    const LockedFolder locked(folder.Path(), folder / "wwwroot/sites/7");
+    EXPECT_EQ(ErrorOf([&] { Copy(true); }),
+              "cannot look at " + (folder / "wwwroot/sites/7/12").string() + ": Permission denied");
+    host->openRecordsets = 0;  // given up, not closed
 }
 
 TEST(InstallationRoot, IsTheParentOfTheInstallFolder) {

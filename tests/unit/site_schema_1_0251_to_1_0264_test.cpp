@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "support/locked_folder.h"
 #include "support/temporary_folder.h"
 #include "unit/site_schema_fixture.h"
 
@@ -215,6 +216,25 @@ TEST_F(UploadedFiles, AMissingFileIsLeftUnmeasured) {
 TEST_F(UploadedFiles, ASiteWithoutFoldersIsLeftUnmeasured) {
     SecureFiles(kTrue);
     Records({"../files/a.pdf"});
+    EXPECT_THAT(Measured(), IsEmpty());
+}
+
+TEST_F(UploadedFiles, ASiteFolderThatMayNotBeLookedAtEndsTheStep) {
+    Records({"../files/a.pdf"});
+    const LockedFolder locked(folder.Path(), folder / "root/wwwroot/sites");
+    try {
+        Run("SiteSchemaStep_1_0251");
+        FAIL() << "no file would be measured, ever";
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.what(), "cannot look at " + (folder / "root/wwwroot/sites/7").string() +
+                                    ": Permission denied");
+    }
+}
+
+TEST_F(UploadedFiles, AFolderOfAVisitorsChoiceThatMayNotBeLookedAtDoesNotEndTheUpgrade) {
+    folder.Write("root/wwwroot/sites/7/files/a.pdf", "x");
+    Records({"../files/a.pdf"});
+    const LockedFolder locked(folder.Path(), folder / "root/wwwroot/sites/7/files");
     EXPECT_THAT(Measured(), IsEmpty());
 }
 

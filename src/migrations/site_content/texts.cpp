@@ -24,11 +24,11 @@ std::string ReadWholeFile(const std::filesystem::path& path) {
 /// counts only when it stays in the site's own folder.
 std::filesystem::path RobotsFile(const std::filesystem::path& installFolder, std::int32_t siteId) {
     const auto folder = InstallationRoot(installFolder) / "wwwroot" / "sites" / Sql(siteId);
-    std::error_code error;
-    const auto realFolder = std::filesystem::canonical(folder, error);
-    const auto file = error ? realFolder : std::filesystem::canonical(folder / "robots.txt", error);
-    const bool isOwn =
-        !error && LiesWithin(realFolder, file) && std::filesystem::is_regular_file(file, error);
+    const auto realFolder = RealPath(folder);
+    const auto file = realFolder.empty() ? realFolder : RealPath(folder / "robots.txt");
+    std::error_code ignored;
+    const bool isOwn = !file.empty() && LiesWithin(realFolder, file) &&
+                       std::filesystem::is_regular_file(file, ignored);
     return isOwn ? file : std::filesystem::path();
 }
 

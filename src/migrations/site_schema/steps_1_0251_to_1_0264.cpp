@@ -18,10 +18,8 @@ namespace fs = std::filesystem;
 class Uploads {
   public:
     Uploads(const fs::path& root, bool secure, std::int32_t siteId)
-        : folder_((secure ? root / "sites_secure" : root / "wwwroot" / "sites") / Sql(siteId)) {
-        std::error_code missing;
-        realFolder_ = fs::canonical(folder_, missing);
-    }
+        : folder_((secure ? root / "sites_secure" : root / "wwwroot" / "sites") / Sql(siteId)),
+          realFolder_(RealPath(folder_)) {}
 
     /// The path that a value "../…" stands for, with this system's separators.
     std::string PathOf(std::string_view value) const {
