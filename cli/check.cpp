@@ -47,14 +47,15 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
     auto& findings = checked.findings;
     std::vector<PendingDatabase> pending;
     const bool central = !siteId && IsBelow(version, kCurrentVersion);
-    const CheckScope scope{InstallFolder(options), options.localHostName, version, central};
+    CheckScope scope{InstallFolder(options), options.localHostName, version, central,
+                     ReadStoredTables(*session.GetConnection(), "tw_tarnwick")};
     if (version > kCurrentVersion) {
         findings.push_back(NewerFinding("tw_tarnwick", version));
     }
     if (central) {
         pending = CentralPending(session, version);
         CheckCentral(session, scope, findings);
-        CheckDataFiles(session, InstallFolderWithData(options), findings);
+        CheckDataFiles(session, InstallFolderWithData(options), scope.central, findings);
     }
     std::vector<SiteRow> sites;
     for (const SiteRow& site : installation.Sites()) {
@@ -75,11 +76,15 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
         throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
     }
     const auto unreadable = CheckRights(*session.GetConnection(), pending, findings);
+    std::erase_if(sites, [&](const SiteRow& site) {
+        return site.State() != SiteState::kOld ||
+               unreadable.contains(fmt::format("tw_{}", site.siteId));
+    });
+    if (!sites.empty()) {
+        scope.components = KnownComponents(*session.GetConnection(), scope);
+    }
     for (const SiteRow& site : sites) {
-        if (site.State() == SiteState::kOld &&
-            !unreadable.contains(fmt::format("tw_{}", site.siteId))) {
-            CheckSite(session, scope, site, findings);
-        }
+        CheckSite(session, scope, site, findings);
     }
     CheckServer(session, pending, findings);
     CheckSpace(session, pending, findings, checked.notes);

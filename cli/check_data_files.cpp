@@ -186,18 +186,17 @@ class Lines {
 }  // namespace
 
 void CheckDataFiles(const Session& session, const std::filesystem::path& installFolder,
-                    std::vector<CheckFinding>& findings) {
+                    const StoredTables& central, std::vector<CheckFinding>& findings) {
     host::Connection& connection = *session.GetConnection();
     const auto rows = connection.Query("SELECT @@global.max_allowed_packet;");
     const auto packet = rows->Next() ? std::stoull(rows->Get(0).ToText()) : 0;
-    const StoredTables stored = ReadStoredTables(connection, "tw_tarnwick");
     for (const DataFile& file : kDataFiles) {
         const auto path = installFolder / "resources" / (std::string(file.table) + "Data.txt");
         std::ifstream stream(path);
         if (!stream) {
             continue;  // no file is no error: the table keeps its rows
         }
-        Lines lines(file, stored, SqlMode(connection));
+        Lines lines(file, central, SqlMode(connection));
         std::size_t number = 0;
         std::uint64_t bytes = 0;
         for (std::string line; std::getline(stream, line);) {

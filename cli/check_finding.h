@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,6 +13,7 @@
 #include "cli/layout.h"
 #include "cli/pending_run.h"
 #include "cli/session.h"
+#include "cli/stored_columns.h"
 
 namespace twupdate::cli {
 
@@ -26,12 +29,17 @@ struct CheckFinding {
     std::string Text() const;
 };
 
-/// What is looked at, and what the upgrade would bring along.
+/// The folder names of components by id, as text.
+using Components = std::map<std::string, std::string>;
+
+/// What is looked at, what the upgrade would bring along, and what is read once for all sites.
 struct CheckScope {
     std::filesystem::path installFolder;
     std::string localHostName;
     double centralVersion = 0;
-    bool upgradesCentral = false;  ///< before it comes to the sites
+    bool upgradesCentral = false;                         ///< before it comes to the sites
+    StoredTables central;                                 ///< of the central database
+    std::optional<Components> components = std::nullopt;  ///< as KnownComponents gives them
 
     /// Of the central database; none when it is not upgraded.
     PendingRun CentralRun() const;
@@ -85,8 +93,9 @@ void CheckSpace(const Session& session, const std::vector<PendingDatabase>& pend
 
 /// The data files that the pending central steps import, against their format and against the
 /// server's max_allowed_packet.
+/// @param central  the central database, which takes them
 void CheckDataFiles(const Session& session, const std::filesystem::path& installFolder,
-                    std::vector<CheckFinding>& findings);
+                    const StoredTables& central, std::vector<CheckFinding>& findings);
 
 /// The layout of the central database and of tw_logs, and its rows.
 void CheckCentral(const Session& session, const CheckScope& scope,
@@ -109,6 +118,10 @@ void CheckCentralRows(const Session& session, const CheckScope& scope, const Pen
                       std::vector<CheckFinding>& findings);
 void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun& pending,
                    std::vector<CheckFinding>& findings);
+
+/// The components that the upgrade knows when it comes to the sites; nothing when their table or
+/// its columns are missing.
+std::optional<Components> KnownComponents(host::Connection& connection, const CheckScope& scope);
 
 /// What a pending step takes from elsewhere: the components, the central database, robots.txt and
 /// the template files.

@@ -250,12 +250,12 @@ std::optional<std::uint64_t> WidthOf(const std::string& definition) {
 class RowChecks {
   public:
     RowChecks(const Session& session, std::string database, const Layout& expected,
-              const PendingRun& pending)
+              const PendingRun& pending, StoredTables stored)
         : connection_(*session.GetConnection()),
           database_(std::move(database)),
           expected_(expected),
           pending_(pending),
-          stored_(ReadStoredTables(connection_, database_)),
+          stored_(std::move(stored)),
           strict_(cli::IsStrict(SqlMode(connection_))) {}
 
     const StoredTables& Stored() const { return stored_; }
@@ -788,7 +788,7 @@ void CheckRootDomain(const Session& session, const CheckScope& scope, const Pend
 
 void CheckCentralRows(const Session& session, const CheckScope& scope, const PendingRun& pending,
                       std::vector<CheckFinding>& findings) {
-    RowChecks checks(session, "tw_tarnwick", CentralLayout(), pending);
+    RowChecks checks(session, "tw_tarnwick", CentralLayout(), pending, scope.central);
     for (const Place& place : kCentralRows) {
         checks.Add(place);
     }
@@ -801,7 +801,8 @@ void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun
                    std::vector<CheckFinding>& findings) {
     const std::string database = fmt::format("tw_{}", siteId);
     host::Connection& connection = *session.GetConnection();
-    RowChecks checks(session, database, SiteLayout(), pending);
+    RowChecks checks(session, database, SiteLayout(), pending,
+                     ReadStoredTables(connection, database));
     for (const Place& place : kSiteRows) {
         checks.Add(place);
     }

@@ -54,41 +54,6 @@ constexpr std::array kComponentUses{
     ComponentUse{"SiteContentStep_1_0258", "2600"},
 };
 
-/// Folder names by id, as text.
-using Components = std::map<std::string, std::string>;
-
-/// The components that the upgrade knows when it comes to the sites; nothing when their table or
-/// its columns are missing.
-std::optional<Components> KnownComponents(host::Connection& connection, const CheckScope& scope) {
-    Components components;
-    std::ifstream lines(scope.installFolder / "resources" / "componentData.txt");
-    const bool replacesTable = lines && scope.CentralRun().Has("ReimportReferenceData");
-    for (std::string line; std::getline(lines, line);) {
-        const auto name = line.find('\t');
-        const auto folder = name == std::string::npos ? name : line.find('\t', name + 1);
-        if (folder != std::string::npos) {
-            components[line.substr(0, name)] =
-                line.substr(folder + 1, line.find_first_of("\t\r", folder + 1) - folder - 1);
-        }
-    }
-    if (!replacesTable) {
-        try {
-            const auto rows = connection.Query(
-                "SELECT componentid, foldername, componentname FROM tw_tarnwick.component;");
-            while (rows->Next()) {
-                const Value folder = rows->Get(1);
-                components[rows->Get(0).ToText()] = folder.IsNull() ? "" : folder.ToText();
-            }
-        } catch (const HostError& error) {
-            if (!IsMissing(error)) {
-                throw;
-            }
-            return std::nullopt;
-        }
-    }
-    return components;
-}
-
 /// The components of a site's form pages; none when its tables cannot tell.
 std::vector<std::string> FormComponents(host::Connection& connection, const std::string& database) {
     std::vector<std::string> components;
@@ -182,13 +147,12 @@ void CheckPayments(host::Connection& connection, const CheckScope& scope,
          {"accountpayment", "amount"},
          {"accountpayment", "cartorderid"},
          {"accountpayment", "paymentdate"}}};
-    const StoredTables central = ReadStoredTables(connection, "tw_tarnwick");
     for (const auto& [table, column] : kColumns) {
         const bool made = column == "cartorderid" && scope.CentralRun().Has("ServerStep_1_0223");
-        if (made || central.Find(std::string(table), std::string(column)) != nullptr) {
+        if (made || scope.central.Find(std::string(table), std::string(column)) != nullptr) {
             continue;
         }
-        const bool tableIsThere = central.tables.contains(std::string(table));
+        const bool tableIsThere = scope.central.tables.contains(std::string(table));
         const std::string problem = tableIsThere ? fmt::format("the column {} is missing", column)
                                                  : std::string("the table is missing");
         AddOnce({"tw_tarnwick", std::string(table), std::string(kStep), problem,
@@ -505,13 +469,43 @@ void CheckRobots(host::Connection& connection, const CheckScope& scope, std::int
 
 }  // namespace
 
+std::optional<Components> KnownComponents(host::Connection& connection, const CheckScope& scope) {
+    Components components;
+    std::ifstream lines(scope.installFolder / "resources" / "componentData.txt");
+    const bool replacesTable = lines && scope.CentralRun().Has("ReimportReferenceData");
+    for (std::string line; std::getline(lines, line);) {
+        const auto name = line.find('\t');
+        const auto folder = name == std::string::npos ? name : line.find('\t', name + 1);
+        if (folder != std::string::npos) {
+            components[line.substr(0, name)] =
+                line.substr(folder + 1, line.find_first_of("\t\r", folder + 1) - folder - 1);
+        }
+    }
+    if (!replacesTable) {
+        try {
+            const auto rows = connection.Query(
+                "SELECT componentid, foldername, componentname FROM tw_tarnwick.component;");
+            while (rows->Next()) {
+                const Value folder = rows->Get(1);
+                components[rows->Get(0).ToText()] = folder.IsNull() ? "" : folder.ToText();
+            }
+        } catch (const HostError& error) {
+            if (!IsMissing(error)) {
+                throw;
+            }
+            return std::nullopt;
+        }
+    }
+    return components;
+}
+
 void CheckSiteSurroundings(const Session& session, const CheckScope& scope, std::int32_t siteId,
                            const PendingRun& pending, std::vector<CheckFinding>& findings) {
     host::Connection& connection = *session.GetConnection();
     const std::string database = fmt::format("tw_{}", siteId);
-    if (const auto known = KnownComponents(connection, scope)) {
-        CheckComponents(connection, database, pending, *known, findings);
-        CheckTemplates(connection, scope, siteId, pending, *known, findings);
+    if (scope.components) {
+        CheckComponents(connection, database, pending, *scope.components, findings);
+        CheckTemplates(connection, scope, siteId, pending, *scope.components, findings);
     } else if (const std::string_view step = FirstComponentStep(pending); !step.empty()) {
         AddOnce({"tw_tarnwick", "component", std::string(step),
                  "the table is missing, or a column of it", "bring it back from a backup"},
