@@ -47,9 +47,8 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options) {
         });
     Value got;
     try {
-        // A run may take longer than an idle connection is kept otherwise; the last statement on
-        // this connection is the one whose time tells since when the lock is held.
-        connection_->Execute("SET SESSION wait_timeout = 31536000;");
+        // The last statement on this connection is the one whose time tells since when the lock is
+        // held.
         const auto rows = connection_->Query(
             fmt::format("SELECT GET_LOCK('{}', {});", kName, options.lockWaitSeconds));
         got = rows->Next() ? rows->Get(0) : Value();

@@ -507,6 +507,8 @@ void Connection::SetUpSession(const ConnectionOptions& options) {
     Execute(
         "SET SESSION autocommit = 1, sql_safe_updates = 0, sql_big_selects = 1, "
         "sql_select_limit = 18446744073709551615 /*M!100101 , max_statement_time = 0 */");
+    // A run says nothing while a dump is made or a service is at work; a year is the longest.
+    Execute("SET SESSION wait_timeout = 31536000");
     // A database that is made over this connection holds what comes over it.
     Execute("SET SESSION character_set_server = " + std::string(mysql_character_set_name(mysql_)));
     const auto limits = Query("SELECT @@SESSION.max_allowed_packet AS bytes");

@@ -150,6 +150,18 @@ TEST_F(Backup, OfAnotherVersionIsNotMixedWithThisOne) {
     EXPECT_EQ(SiteVersion(1), "1.0262");
 }
 
+// The run's own connections say nothing for as long as the dump takes.
+TEST_F(Backup, ThatTakesLongerThanAnIdleConnectionIsKeptDoesNotEndTheRun) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const GlobalSetting idle("wait_timeout", "1");
+    const Outcome outcome =
+        RunProgram(With({"--backup", backup_.string(), "upgrade-site", "1"}),
+                   {{"PATH", PathWith("gzip", "sleep 2; exec /usr/bin/gzip \"$@\"")}});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(SiteVersion(1), "1.0265");
+}
+
 // What a full disk does to the program that writes.
 TEST_F(Backup, ThatCannotBeWrittenStopsTheRunBeforeTheDatabaseIsTouched) {
     MakeCentralDatabase();

@@ -356,11 +356,9 @@ TEST_F(HostConnection, SessionHasTheSqlModeThatIsGiven) {
 // fixed statement fail, hand back fewer rows than there are, or lose what was written at the end.
 TEST_F(HostConnection, SessionIsFreeOfWhatAServerSetsForItsPeople) {
     const auto root = Connection::Open(server->ConnectOptions());
-    const std::vector<std::pair<std::string, std::string>> settings{{"autocommit", "OFF"},
-                                                                    {"sql_safe_updates", "ON"},
-                                                                    {"max_join_size", "1000"},
-                                                                    {"sql_select_limit", "1"},
-                                                                    {"max_statement_time", "0.25"}};
+    const std::vector<std::pair<std::string, std::string>> settings{
+        {"autocommit", "OFF"},     {"sql_safe_updates", "ON"},     {"max_join_size", "1000"},
+        {"sql_select_limit", "1"}, {"max_statement_time", "0.25"}, {"wait_timeout", "1"}};
     for (const auto& [name, value] : settings) {
         root->Execute("SET GLOBAL " + name + " = " + value);
     }
@@ -370,6 +368,7 @@ TEST_F(HostConnection, SessionIsFreeOfWhatAServerSetsForItsPeople) {
     EXPECT_EQ(Cell(connection, "SELECT @@sql_big_selects"), "1");
     EXPECT_EQ(Cell(connection, "SELECT @@sql_select_limit"), "18446744073709551615");
     EXPECT_EQ(Cell(connection, "SELECT @@max_statement_time"), "0");
+    EXPECT_EQ(Cell(connection, "SELECT @@wait_timeout"), "31536000");
     for (const auto& [name, value] : settings) {
         root->Execute("SET GLOBAL " + name + " = DEFAULT");
     }
