@@ -45,9 +45,6 @@ std::string Unfinished(const Session& session, const std::filesystem::path& inst
 }
 
 void RefuseUnfinished(const Session& session, const std::filesystem::path& installFolder) {
-    if (!Installation(session.Own()).HasDatabase("tw_tarnwick")) {
-        return;
-    }
     const std::string unfinished = Unfinished(session, installFolder);
     if (!unfinished.empty()) {
         throw CommandError(fmt::format(
@@ -62,18 +59,22 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     const auto installFolder = InstallFolderWithData(options);
     Session session(options);
     const RunLock lock(session, options);
-    RefuseUnfinished(session, installFolder);
-    bool created = false;
+    if (Installation(session.Own()).HasDatabase("tw_tarnwick")) {
+        RefuseUnfinished(session, installFolder);
+        console.Say("The central database tw_tarnwick exists already; nothing was done.");
+        console.Result(
+            {{"command", "create-core"}, {"result", "nothing to do"}, {"created", false}});
+        return kDone;
+    }
     Run run;
     run.start.command = "create-core";
     run.start.version = kCurrentVersion;
     run.result["created"] = false;
     run.operation = [&](Update& update, Utility& /*host*/) {
-        created = update.CreateCoreDb() == kTrue;
-        run.result["created"] = created;
-        console.Say(created ? fmt::format("Central database tw_tarnwick created at version {}.",
-                                          VersionText(kCurrentVersion))
-                            : "The central database tw_tarnwick exists already; nothing was done.");
+        update.CreateCoreDb();
+        run.result["created"] = true;
+        console.Say(fmt::format("Central database tw_tarnwick created at version {}.",
+                                VersionText(kCurrentVersion)));
     };
     // Creation looks at nothing but the database's name, so a second run would find it "there".
     run.afterFailure =

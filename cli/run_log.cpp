@@ -47,7 +47,7 @@ class RunLog final : public RunSink {
     }
     void RunFailed(const RunFailure& failure, const Counts& /*counts*/) override {
         if (failure.stopped) {
-            log_.warn("stopped: {}", FailureLine(failure));
+            log_.warn("stopped as requested: {}", FailureLine(failure));
         } else {
             log_.error("failed: {}", FailureLine(failure));
         }

@@ -88,7 +88,7 @@ struct RunFailure {
 };
 
 /// "database tw_7, site schema ladder, step SiteSchemaStep_1_0028: statement: server error 1060
-/// (42S21): Duplicate column name"; on one line.
+/// (42S21): Duplicate column name"; on one line. Of a stop the place alone.
 std::string FailureLine(const RunFailure& failure);
 
 /// Is told how a run goes on; the position is the one before an end and after a start.

@@ -68,6 +68,9 @@ std::string FailureLine(const RunFailure& failure) {
     if (failure.where.step) {
         line += fmt::format(", step {}", failure.where.step->name);
     }
+    if (failure.stopped) {
+        return line;  // who asked for it needs no reason
+    }
     return line + ": " +
            DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
 }

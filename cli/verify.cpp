@@ -19,7 +19,8 @@ struct Verified {
     std::vector<std::string> databases;
     std::vector<std::string> notUpgraded;  ///< databases that are not at the current version
     std::vector<LayoutFinding> findings;
-    std::map<std::string, std::vector<std::string>> absent;  ///< optional tables by database
+    /// Optional tables of each database.
+    std::vector<std::pair<std::string, std::vector<std::string>>> absent;
 };
 
 void VerifyDatabase(Utility& utility, const std::string& database, const Layout& expected,
@@ -30,7 +31,7 @@ void VerifyDatabase(Utility& utility, const std::string& database, const Layout&
         verified.findings.push_back({database, "", "", "", "", ""});
         return;
     }
-    auto& absent = verified.absent[database];
+    auto& absent = verified.absent.emplace_back(database, std::vector<std::string>()).second;
     for (auto& finding : Compare(database, expected, actual, absent)) {
         verified.findings.push_back(std::move(finding));
     }

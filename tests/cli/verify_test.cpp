@@ -159,6 +159,10 @@ TEST_F(Verify, FindsNothingInAnUpgradedInstallationWithWhateverFeatures) {
     // What a site without forms lacks is told apart from faults.
     EXPECT_THAT(result["absent_optional_tables"]["tw_1"].dump(), HasSubstr("\"formfield\""));
     EXPECT_FALSE(result["absent_optional_tables"].contains("tw_2"));
+    const std::string lines = Run({"verify"}).out;
+    const auto three = lines.find("tw_3: without");
+    EXPECT_NE(three, std::string::npos);
+    EXPECT_LT(three, lines.find("tw_10: without"));  // by number, not by name
 }
 
 TEST_F(Verify, FindsNothingInANewCentralDatabase) {
