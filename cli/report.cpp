@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "cli/child_process.h"
 #include "cli/commands.h"
@@ -118,7 +119,8 @@ void AddReport(CLI::App& app, Invocation& invocation) {
         ->allow_extra_args(false);
     command->callback([&invocation, arguments] {
         if (arguments->events.empty() && !invocation.global.events.empty()) {
-            arguments->events.push_back(invocation.global.events);  // named before the command
+            // Named before the command; it is read here, not written.
+            arguments->events.push_back(std::exchange(invocation.global.events, {}));
         }
         if (arguments->events.empty()) {
             throw CLI::RequiredError("--events");

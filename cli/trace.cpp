@@ -1,10 +1,12 @@
 #include "cli/trace.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <variant>
 
 #include "cli/failure.h"
@@ -13,16 +15,40 @@
 namespace twupdate::cli {
 namespace {
 
-/// Whether the file can be written once the folders that are missing are made.
-bool IsWritable(const std::filesystem::path& file) {
-    if (access(file.c_str(), F_OK) == 0) {
-        return access(file.c_str(), W_OK) == 0;
+namespace fs = std::filesystem;
+
+/// Why the file cannot be written, once the folders that are missing are made; 0 when it can.
+int WriteError(const fs::path& file) {
+    std::error_code ignored;
+    if (!file.has_filename() || fs::is_directory(file, ignored)) {
+        return EISDIR;
     }
-    auto folder = std::filesystem::absolute(file).parent_path();
+    if (access(file.c_str(), F_OK) == 0) {
+        return access(file.c_str(), W_OK) == 0 ? 0 : errno;
+    }
+    auto folder = fs::absolute(file).parent_path();
     while (errno == ENOENT && access(folder.c_str(), F_OK) != 0) {
         folder = folder.parent_path();
     }
-    return errno == ENOENT && access(folder.c_str(), W_OK) == 0;
+    return errno == ENOENT && access(folder.c_str(), W_OK) == 0 ? 0 : errno;
+}
+
+/// One file for two kinds of lines would hold neither; a device may take both.
+void RequireDifferent(const std::map<std::string, fs::path>& files) {
+    std::map<fs::path, std::string> optionOf;
+    for (const auto& [option, file] : files) {
+        std::error_code ignored;
+        const fs::file_status status = fs::status(file, ignored);
+        if (fs::exists(status) && !fs::is_regular_file(status)) {
+            continue;
+        }
+        const auto [other, isNew] = optionOf.emplace(fs::weakly_canonical(file, ignored), option);
+        if (!isNew) {
+            throw CommandError(fmt::format("{} and {} name the same file {}; name another",
+                                           other->second, option, file.string()),
+                               kWrongUse);
+        }
+    }
 }
 
 }  // namespace
@@ -34,11 +60,19 @@ const std::filesystem::path& WithFolders(const std::filesystem::path& file) {
 }
 
 void RequireWritable(const GlobalOptions& options) {
-    for (const auto& file : {options.trace, options.events, options.log, options.servicesLog}) {
-        if (!file.empty() && !IsWritable(file)) {
-            throw CommandError("cannot write " + file.string() + ": " + std::strerror(errno));
+    std::map<std::string, fs::path> files{{"--trace", options.trace},
+                                          {"--events", options.events},
+                                          {"--log", options.log},
+                                          {"--services-log", options.servicesLog}};
+    std::erase_if(files, [](const auto& file) { return file.second.empty(); });
+    for (const auto& [option, file] : files) {
+        if (const int error = WriteError(file); error != 0) {
+            throw CommandError(fmt::format("cannot write {}, the file of {}: {}", file.string(),
+                                           option, std::strerror(error)),
+                               kWrongUse);
         }
     }
+    RequireDifferent(files);
 }
 
 JsonLines::JsonLines(const std::filesystem::path& file)

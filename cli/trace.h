@@ -26,9 +26,9 @@ class JsonLines {
     std::ofstream file_;
 };
 
-/// Whether the files that the options name can be written, found out without touching them: a
-/// command that finds nothing to do opens none.
-/// @throws CommandError
+/// Whether the files that the options name can be written and are different ones, found out without
+/// touching them: a command that finds nothing to do opens none.
+/// @throws CommandError (exit 2)
 void RequireWritable(const GlobalOptions& options);
 
 /// A parameter of a command, as JSON.

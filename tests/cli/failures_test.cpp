@@ -189,7 +189,7 @@ TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {
     // A file in the place of a folder cannot be written into, by root neither.
     WriteFile(folder_ / "file", "");
     const Outcome outcome = Run({"--trace", (folder_ / "file" / "trace").string(), "upgrade"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 2);
     EXPECT_THAT(outcome.err, HasSubstr("cannot write " + (folder_ / "file" / "trace").string()));
     EXPECT_EQ(InstallationVersion(), "1.0262");
 }
@@ -202,12 +202,38 @@ TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
         for (const char* command : {"upgrade", "status"}) {
             const std::string bad = (folder_ / "file" / "x").string();
             const Outcome outcome = Run({option, bad, command});
-            EXPECT_EQ(outcome.status, 1) << option;
-            EXPECT_EQ(outcome.err, "twupdate: cannot write " + bad + ": Not a directory\n");
+            EXPECT_EQ(outcome.status, 2) << option;
+            EXPECT_EQ(outcome.err, "twupdate: cannot write " + bad + ", the file of " + option +
+                                       ": Not a directory\n");
             EXPECT_EQ(outcome.out, "");
         }
     }
     EXPECT_EQ(Run({"--trace", (folder_ / "x").string(), "upgrade"}).status, 0);
+}
+
+TEST_F(Failures, AFolderIsNoFileToWriteInto) {
+    // No server is asked for: none is there.
+    for (const char* option : {"--trace", "--events", "--log", "--services-log"}) {
+        for (const std::string& bad : {folder_.Path().string(), (folder_ / "new").string() + "/"}) {
+            const Outcome outcome = RunProgram({"--socket", "/nowhere", option, bad, "upgrade"});
+            EXPECT_EQ(outcome.status, 2) << option;
+            EXPECT_EQ(outcome.err, "twupdate: cannot write " + bad + ", the file of " + option +
+                                       ": Is a directory\n");
+        }
+    }
+}
+
+TEST_F(Failures, TwoOutputsDoNotShareAFile) {
+    const std::string file = (folder_ / "one").string();
+    const std::string same = (folder_ / "." / "one").string();
+    const Outcome outcome =
+        RunProgram({"--socket", "/nowhere", "--trace", file, "--events", same, "upgrade"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err,
+              "twupdate: --events and --trace name the same file " + file + "; name another\n");
+    const Outcome devices = RunProgram(
+        {"--socket", "/nowhere", "--trace", "/dev/null", "--events", "/dev/null", "upgrade"});
+    EXPECT_EQ(devices.status, 1);  // comes as far as the server
 }
 
 TEST_F(Failures, TheFoldersOfTheFilesThatARunWritesAreMade) {
