@@ -17,7 +17,7 @@ enum class SiteState : std::uint8_t {
     kHardDeleted,    ///< left out
     kInTransaction,  ///< left out
     kNewer,          ///< above the current version: made by a newer program
-    kNoVersion,      ///< its version is NULL or no number: an upgrade leaves it out
+    kNoVersion,      ///< its version is NULL or no number: an upgrade does not begin
 };
 
 /// "current", "old", "hard-deleted", "in transaction", "newer" or "no version".

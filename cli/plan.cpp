@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <array>
 #include <map>
 #include <memory>
@@ -10,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/failure.h"
 #include "cli/installation.h"
+#include "cli/left_out.h"
 #include "cli/session.h"
 #include "cli/site_option.h"
 #include "cli/text.h"
@@ -27,20 +27,11 @@ struct Plan {
     double version = 0;      ///< of the installation
     bool central = true;     ///< the central ladders run
     std::vector<Group> old;  ///< what the run will upgrade, by version
-    std::map<SiteState, std::vector<std::int64_t>> leftOut;
+    LeftOut leftOut;
 };
 
 constexpr std::array kCentralLadders{Ladder::kServer, Ladder::kServerData};
 constexpr std::array kSiteLadders{Ladder::kSiteSchema, Ladder::kSiteContent};
-
-std::string Ids(const std::vector<std::int64_t>& ids) {
-    constexpr std::size_t kMost = 12;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(ids.size(), kMost); ++i) {
-        text += (i == 0 ? "" : ", ") + std::to_string(ids[i]);
-    }
-    return ids.size() > kMost ? text + fmt::format(" and {} more", ids.size() - kMost) : text;
-}
 
 Plan MakePlan(Installation& installation, std::optional<std::int32_t> siteId) {
     Plan plan;
@@ -59,10 +50,9 @@ Plan MakePlan(Installation& installation, std::optional<std::int32_t> siteId) {
             auto& group = groups[*site.version];
             group.version = *site.version;
             group.sites.push_back(site.siteId);
-        } else if (site.State() != SiteState::kCurrent) {
-            plan.leftOut[site.State()].push_back(site.siteId);
         }
     }
+    plan.leftOut = SitesLeftOut(sites);
     for (auto& [version, group] : groups) {
         plan.old.push_back(std::move(group));
     }
@@ -108,15 +98,14 @@ void Print(const Plan& plan, Console& console) {
     console.Print(fmt::format("Installation: version {} of {}.", VersionText(plan.version),
                               VersionText(kCurrentVersion)));
     for (const Group& group : plan.old) {
-        console.Print(fmt::format("{} at {}: {} schema and {} content steps ({} {})",
-                                  Count(group.sites.size(), "site"), VersionText(group.version),
-                                  PendingSteps(Ladder::kSiteSchema, group.version).size(),
-                                  PendingSteps(Ladder::kSiteContent, group.version).size(),
-                                  group.sites.size() == 1 ? "site" : "sites", Ids(group.sites)));
+        console.Print(fmt::format(
+            "{} at {}: {} schema and {} content steps ({} {})", Count(group.sites.size(), "site"),
+            VersionText(group.version), PendingSteps(Ladder::kSiteSchema, group.version).size(),
+            PendingSteps(Ladder::kSiteContent, group.version).size(),
+            group.sites.size() == 1 ? "site" : "sites", IdsText(group.sites)));
     }
     for (const auto& [state, ids] : plan.leftOut) {
-        console.Print(fmt::format("Left out, {}: {} ({})", SiteStateText(state),
-                                  Count(ids.size(), "site"), Ids(ids)));
+        console.Print("Left out, " + LeftOutText(state, ids));
     }
     if (plan.central) {
         for (const Ladder ladder : kCentralLadders) {
@@ -139,10 +128,7 @@ nlohmann::ordered_json JsonOf(const Plan& plan) {
              {"schema_steps", PendingSteps(Ladder::kSiteSchema, group.version).size()},
              {"content_steps", PendingSteps(Ladder::kSiteContent, group.version).size()}});
     }
-    auto& leftOut = result["left_out"] = nlohmann::ordered_json::object();
-    for (const auto& [state, ids] : plan.leftOut) {
-        leftOut[SiteStateText(state)] = ids;
-    }
+    result["left_out"] = JsonOf(plan.leftOut);
     auto& ladders = result["ladders"] = nlohmann::ordered_json::object();
     const auto add = [&](const LadderStep& step, std::uint64_t databases) {
         ladders[std::string(LadderName(step.ladder))].push_back(
@@ -179,7 +165,7 @@ int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::
         for (const Group& group : plan.old) {
             console.Print(fmt::format("Older all the same, {}: {} ({}); see upgrade-site",
                                       VersionText(group.version), Count(group.sites.size(), "site"),
-                                      Ids(group.sites)));
+                                      IdsText(group.sites)));
         }
         auto result = JsonOf(plan);
         result["older_sites"] = result["groups"];

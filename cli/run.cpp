@@ -14,6 +14,7 @@
 #include "cli/stop_request.h"
 #include "cli/text.h"
 #include "cli/trace.h"
+#include "twupdate/error.h"
 
 namespace twupdate::cli {
 namespace {
@@ -49,7 +50,7 @@ nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
 }
 
 nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
-                              const RunFailure* failure) {
+                              const RunFailure* failure, const std::string& resume = "") {
     nlohmann::ordered_json result{{"command", run.start.command},
                                   {"result", failure == nullptr ? "done"
                                              : failure->stopped ? "stopped"
@@ -67,7 +68,7 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
     result["upgraded"] = JsonOf(watch.Databases());
     if (failure != nullptr) {
         result["error"] = JsonOf(*failure);
-        result["resume"] = run.afterFailure;
+        result["resume"] = resume;
     }
     return result;
 }
@@ -133,6 +134,12 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
     }
 }
 
+std::string WhatToDo(const Run& run, const std::exception& error) {
+    return dynamic_cast<const OutdatedCentralDatabaseError*>(&error) == nullptr
+               ? run.afterFailure
+               : "The command upgrade does so, and then upgrades the older sites, this one too.";
+}
+
 }  // namespace
 
 std::string WhatStands(const std::vector<DatabaseDone>& databases) {
@@ -176,9 +183,10 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     } catch (const std::exception& error) {
         const RunFailure failure = watch->Fail(error);
         ExplainFailure(session, console, failure);
-        console.Error(WhatStands(watch->Databases()) + " " + run.afterFailure);
+        const std::string resume = WhatToDo(run, error);
+        console.Error(WhatStands(watch->Databases()) + " " + resume);
         PrintServices(console, session.Services());
-        console.Result(JsonOf(run, *watch, session.Services(), &failure));
+        console.Result(JsonOf(run, *watch, session.Services(), &failure, resume));
         return failure.stopped ? kStopped : kFailed;
     }
     console.Say(SummaryLine(*watch));

@@ -6,6 +6,7 @@
 
 #include "cli/commands.h"
 #include "cli/failure.h"
+#include "cli/left_out.h"
 #include "cli/run.h"
 #include "cli/run_lock.h"
 #include "cli/session.h"
@@ -57,6 +58,18 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
     return kDone;
 }
 
+/// Hard-deleted sites are gone for good; any other that stays as it is was perhaps forgotten.
+void TellLeftOut(const LeftOut& leftOut, Console& console) {
+    for (const auto& [state, ids] : leftOut) {
+        const std::string text = LeftOutText(state, ids);
+        if (state == SiteState::kHardDeleted) {
+            console.Say("Left out, " + text);
+        } else {
+            console.Warn("left out, " + text);
+        }
+    }
+}
+
 int Upgrade(const GlobalOptions& options, Console& console) {
     InstallFolderWithData(options);  // wrong use is told before anything is done
     Session session(options);
@@ -78,10 +91,13 @@ int Upgrade(const GlobalOptions& options, Console& console) {
     Run run;
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
     run.result["from"] = version;
+    const LeftOut leftOut = SitesLeftOut(sites);
+    run.result["left_out"] = JsonOf(leftOut);
     run.operation = [version](Update& update, Utility& /*host*/) { update.UpdateServer(version); };
     console.Say(fmt::format("Upgrading the installation from {} to {}; {} to upgrade.",
                             VersionText(version), VersionText(kCurrentVersion),
                             Count(run.start.sites.size(), "site")));
+    TellLeftOut(leftOut, console);
     return CarryOut(session, options, console, run);
 }
 

@@ -32,8 +32,11 @@ TEST_F(Commands, CreateCoreLeavesAnExistingCentralDatabaseAlone) {
     MakeCentralDatabase();
     const Outcome outcome = Run({"create-core"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.out, HasSubstr("exists already; nothing was done"));
+    EXPECT_EQ(outcome.out, "The central database tw_tarnwick exists already; nothing was done.\n");
     EXPECT_EQ(outcome.err, "");
+    const auto json = Run({"--json", "create-core"}).Json();
+    EXPECT_EQ(json["result"], "nothing to do");
+    EXPECT_EQ(json["created"], false);
     EXPECT_EQ(InstallationVersion(), "1");
 }
 
@@ -119,17 +122,38 @@ TEST_F(Commands, UpgradeOfACurrentInstallationWarnsOfOlderSites) {
     EXPECT_EQ(SiteVersion(3), "1.01");
 }
 
-TEST_F(Commands, UpgradeLeavesOutSitesThatAreDeletedOrInTransaction) {
+TEST_F(Commands, UpgradeSaysWhichSitesItLeavesOut) {
     MakeNearlyCurrentInstallation();
-    MakeSiteRow(2, "1.0100");
-    MakeSiteRow(5, "1.0100");
-    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
+    for (const std::int32_t site : {2, 5, 11}) {
+        MakeSiteRow(site, "1.0100");
+    }
+    MakeSiteRow(7, "1.0266");
+    MakeSiteRow(10, "1.0300");
+    MakeSiteRow(12, "1.0265");  // has nothing to go, and is not left out
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid IN(2, 11);");
     Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 5;");
-    const Outcome outcome = Run({"upgrade"});
+    fs::create_directories(folder_ / "wwwroot");
+    fs::create_directories(folder_ / "update");
+    fs::create_directory_symlink(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources",
+                                 folder_ / "update" / "resources");
+    const std::vector<std::string> upgrade{"--install-folder", (folder_ / "update").string(),
+                                           "upgrade"};
+    const Outcome outcome = Run(upgrade);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(SiteVersion(2), "1.01");
-    EXPECT_EQ(SiteVersion(5), "1.01");
+    EXPECT_THAT(outcome.out, HasSubstr("Left out, hard-deleted: 2 sites (2, 11)\n"));
+    EXPECT_EQ(outcome.err,
+              "twupdate: warning: left out, in transaction: 1 site (5)\n"
+              "twupdate: warning: left out, newer: 2 sites (7, 10)\n");
+    for (const std::int32_t site : {2, 5, 11}) {
+        EXPECT_EQ(SiteVersion(site), "1.01");
+    }
+    EXPECT_EQ(SiteVersion(7), "1.0266");
+    EXPECT_EQ(SiteVersion(10), "1.03");
     EXPECT_EQ(InstallationVersion(), "1.0265");
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+    EXPECT_EQ(
+        Run({"--json", "upgrade"}).Json()["left_out"],
+        nlohmann::json({{"hard-deleted", {2, 11}}, {"in transaction", {5}}, {"newer", {7, 10}}}));
 }
 
 TEST_F(Commands, UpgradeRefusesAnInstallationNewerThanItself) {
@@ -223,6 +247,23 @@ TEST_F(Commands, UpgradeSiteStartsFromTheVersionThatItIsTold) {
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.Json()["steps"], 1);  // SiteSchemaStep_1_0264
     EXPECT_EQ(SiteVersion(7), "1.0265");
+}
+
+TEST_F(Commands, UpgradeSiteUnderAnOldCentralDatabaseNamesTheCommandThatHelps) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", sample::AllGroups());
+    Execute("INSERT INTO tw_8.commission(orderid) VALUES(5);");
+    const Outcome outcome = Run({"upgrade-site", "8"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("has no column cartorderid; upgrade the central database first\n"
+                          "twupdate: No database was upgraded to the end. The command upgrade does "
+                          "so, and then upgrades the older sites, this one too.\n"));
+    EXPECT_EQ(outcome.err.find("same command"), std::string::npos);
+    EXPECT_EQ(Run({"--json", "upgrade-site", "8"}).Json()["resume"],
+              "The command upgrade does so, and then upgrades the older sites, this one too.");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+    EXPECT_EQ(SiteVersion(8), "1.0265");
 }
 
 TEST_F(Commands, UpgradeSiteNeedsNoCentralDatabaseWhenItNeitherReadsNorRecords) {
