@@ -183,6 +183,17 @@ class Lines {
     bool backslashes_;
 };
 
+/// Why a file or its folder may not be read; empty when it may, and when there is none.
+std::string Locked(const std::filesystem::path& file) {
+    std::error_code error;
+    const auto type = std::filesystem::status(file, error).type();
+    const bool isFolder = type == std::filesystem::file_type::none;
+    if (isFolder || (type == std::filesystem::file_type::regular && !std::ifstream(file))) {
+        return (isFolder ? file.parent_path() : file).string() + " cannot be read";
+    }
+    return "";
+}
+
 }  // namespace
 
 void CheckDataFiles(const Session& session, const std::filesystem::path& installFolder,
@@ -192,10 +203,17 @@ void CheckDataFiles(const Session& session, const std::filesystem::path& install
     const auto packet = rows->Next() ? std::stoull(rows->Get(0).ToText()) : 0;
     for (const DataFile& file : kDataFiles) {
         const auto path = installFolder / "resources" / (std::string(file.table) + "Data.txt");
-        std::ifstream stream(path);
-        if (!stream) {
+        const std::string locked = Locked(path);
+        if (!locked.empty()) {
+            AddOnce({"", "", "ReimportReferenceData", locked, "give the right to read it"},
+                    findings);
+            continue;
+        }
+        std::error_code ignored;
+        if (!std::filesystem::is_regular_file(path, ignored)) {
             continue;  // no file is no error: the table keeps its rows
         }
+        std::ifstream stream(path);
         Lines lines(file, central, SqlMode(connection));
         std::size_t number = 0;
         std::uint64_t bytes = 0;

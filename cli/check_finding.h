@@ -29,17 +29,20 @@ struct CheckFinding {
     std::string Text() const;
 };
 
-/// The folder names of components by id, as text.
-using Components = std::map<std::string, std::string>;
+/// The components that the upgrade knows.
+struct Components {
+    std::map<std::string, std::string> folders;  ///< their names, by component id as text
+    std::optional<CheckFinding> fault;           ///< why they cannot be told; without a step
+};
 
 /// What is looked at, what the upgrade would bring along, and what is read once for all sites.
 struct CheckScope {
     std::filesystem::path installFolder;
     std::string localHostName;
     double centralVersion = 0;
-    bool upgradesCentral = false;                         ///< before it comes to the sites
-    StoredTables central;                                 ///< of the central database
-    std::optional<Components> components = std::nullopt;  ///< as KnownComponents gives them
+    bool upgradesCentral = false;  ///< before it comes to the sites
+    StoredTables central;          ///< of the central database
+    Components components = {};    ///< as KnownComponents gives them
 
     /// Of the central database; none when it is not upgraded.
     PendingRun CentralRun() const;
@@ -119,14 +122,18 @@ void CheckCentralRows(const Session& session, const CheckScope& scope, const Pen
 void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun& pending,
                    std::vector<CheckFinding>& findings);
 
-/// The components that the upgrade knows when it comes to the sites; nothing when their table or
-/// its columns are missing.
-std::optional<Components> KnownComponents(host::Connection& connection, const CheckScope& scope);
+/// The components that the upgrade knows when it comes to the sites.
+Components KnownComponents(host::Connection& connection, const CheckScope& scope);
 
-/// What a pending step takes from elsewhere: the components, the central database, robots.txt and
-/// the template files.
+/// What a pending step takes from elsewhere: the components, the central database, the files.
 void CheckSiteSurroundings(const Session& session, const CheckScope& scope, std::int32_t siteId,
                            const PendingRun& pending, std::vector<CheckFinding>& findings);
+
+/// The files among these: the templates, the folders of the site, robots.txt.
+/// @param formComponents  the components of the site's form pages
+void CheckSiteFiles(const Session& session, const CheckScope& scope, std::int32_t siteId,
+                    const PendingRun& pending, const std::vector<std::string>& formComponents,
+                    std::vector<CheckFinding>& findings);
 
 /// The session's sql_mode.
 std::string SqlMode(host::Connection& connection);

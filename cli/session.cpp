@@ -139,8 +139,13 @@ std::filesystem::path InstallFolder(const GlobalOptions& options) {
 
 fs::path InstallFolderWithData(const GlobalOptions& options) {
     fs::path folder = InstallFolder(options);
-    std::error_code ignored;
-    if (!fs::is_directory(folder / "resources", ignored)) {
+    std::error_code error;
+    const fs::file_type type = fs::status(folder / "resources", error).type();
+    if (type == fs::file_type::none) {
+        throw CommandError(fmt::format("cannot look into {}: {}", folder.string(), error.message()),
+                           kWrongUse);
+    }
+    if (type != fs::file_type::directory) {
         throw CommandError(
             fmt::format(
                 "{} has no folder resources with the reference data; --install-folder names "

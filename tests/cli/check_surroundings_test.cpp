@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -185,6 +186,27 @@ TEST_F(CheckSurroundings, FindsACentralDatabaseThatIsTooOldForTheSite) {
     ExpectSuccess();
 }
 
+TEST_F(CheckSurroundings, FindsWhatThePaymentsOfCommissionsNeed) {
+    MakeSite(8, "1.0000", {sample::Group::kShop, sample::Group::kAffiliates});
+    ExecuteAll({"INSERT INTO tw_8.commission(orderid) VALUES(5)"});
+    const std::vector<std::pair<std::string, std::vector<std::string>>> needs{
+        {"account", {"accountid", "siteid", "userid"}},
+        {"accountpayment", {"accountpaymentid", "accountid", "amount", "paymentdate"}}};
+    for (const auto& [table, columns] : needs) {
+        const std::string whole = "tw_tarnwick." + table;
+        for (const std::string& column : columns) {
+            ExecuteAll({"CREATE TABLE tw_tarnwick.kept LIKE " + whole,
+                        "ALTER TABLE " + whole + " DROP COLUMN " + column});
+            ExpectFailure(whole + ": the column " + column +
+                              " is missing, so SiteContentStep_1_0223 fails; bring it back from a "
+                              "backup",
+                          "step SiteContentStep_1_0223: .*server error 1054");
+            ExecuteAll({"DROP TABLE " + whole, "RENAME TABLE tw_tarnwick.kept TO " + whole});
+        }
+    }
+    ExpectSuccess();
+}
+
 TEST_F(CheckSurroundings, FindsASiteWithoutATableOfComponents) {
     MakeSite(8);
     ExecuteAll({"RENAME TABLE tw_tarnwick.component TO tw_tarnwick.components"});
@@ -198,6 +220,34 @@ TEST_F(CheckSurroundings, FindsASiteWithoutATableOfComponents) {
     EXPECT_THAT(failed.err, ContainsRegex("step SiteContentStep_1_0002: .*server error 1146"));
     ExecuteAll({"RENAME TABLE tw_tarnwick.components TO tw_tarnwick.component"});
     ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsAComponentIdThatIsNone) {
+    MakeSite(8);
+    ExecuteAll({"ALTER TABLE tw_tarnwick.component MODIFY componentid BIGINT",
+                "INSERT INTO tw_tarnwick.component(componentid) VALUES(4294967396)"});
+    const std::vector<std::string> check{"check", "--site", "8"};
+    const std::vector<std::string> upgrade{"upgrade-site", "8"};
+    EXPECT_EQ(RunHere(check).out,
+              "tw_tarnwick.component: componentid 4294967396 does not fit a 32-bit integer, so "
+              "SiteContentStep_1_0002 fails; mend or remove the row\n1 finding.\n");
+    EXPECT_THAT(RunHere(upgrade).err,
+                ContainsRegex("step SiteContentStep_1_0002: .*32-bit integer"));
+    ExecuteAll({"DELETE FROM tw_tarnwick.component WHERE componentid = 4294967396"});
+    const fs::path data = folder_ / "update/resources/componentData.txt";
+    const std::string whole = ContentOf(data);
+    WriteFile(data, "99999999999\tname\tfolder\n" + whole);
+    EXPECT_EQ(RunHere(check).out,
+              data.string() +
+                  " line 1 has a component id that does not fit a 32-bit integer, so "
+                  "SiteContentStep_1_0002 fails; mend the line, or bring the file back "
+                  "from the package\n1 finding.\n");
+    EXPECT_THAT(RunHere(upgrade).err,
+                ContainsRegex("step SiteContentStep_1_0002: .*32-bit integer"));
+    // Written in another way it is the same number.
+    WriteFile(data, "\nno component\n +01e2 \tname\tfolder\n" + whole);
+    EXPECT_EQ(RunHere(check).status, 0);
+    EXPECT_EQ(RunHere(upgrade).status, 0);
 }
 
 TEST_F(CheckSurroundings, FindsAComponentWhoseFolderLeadsOut) {
@@ -221,15 +271,98 @@ TEST_F(CheckSurroundings, FindsAComponentWhoseFolderLeadsOut) {
 TEST_F(CheckSurroundings, FindsRobotsThatAreTooLarge) {
     MakeSite(8);
     ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8"});
-    const std::string before = Cell("SELECT @@global.max_allowed_packet;");
-    Execute("SET GLOBAL max_allowed_packet = 65536;");
-    // As it is it would fit, but not with its quotes doubled.
-    WriteFile(SiteFolder() / "robots.txt", std::string(40000, '\''));
+    const GlobalSetting packet("max_allowed_packet", "65536");
+    const std::string statement =
+        "INSERT INTO tw_8.plaintext(featureid, subfeatureid, text) VALUES(3, 0, '');";
+    const std::size_t largest = 65536 - 2 - statement.size();  // a byte before it says what it is
+    std::string lines;
+    for (int i = 0; i < 20000; ++i) {
+        lines += "\r\n";
+    }
+    const std::string content(70000, 'x');
+    // What would fit as it is, but not with its quotes and backslashes doubled and the ends of its
+    // lines written as two escapes; and what is one byte too long.
+    for (const std::string& robots : {content, std::string(40000, '\''), std::string(40000, '\\'),
+                                      lines, std::string(largest + 1, 'x')}) {
+        WriteFile(SiteFolder() / "robots.txt", robots);
+        ExpectFailure("robots.txt has " + std::to_string(robots.size()) +
+                          " bytes, and the server takes statements of 65536, so "
+                          "SiteContentStep_1_0030 fails; ",
+                      "step SiteContentStep_1_0030: INSERT INTO tw_8.plaintext");
+    }
+    WriteFile(SiteFolder() / "robots.txt", std::string(largest, 'x'));
+    ExpectSuccess();
+    EXPECT_EQ(Cell("SELECT LENGTH(text) FROM tw_8.plaintext;"), std::to_string(largest));
+}
+
+TEST_F(CheckSurroundings, FindsWhatRobotsNeedOfTheTables) {
+    MakeSite(8);
+    WriteFile(SiteFolder() / "robots.txt", "User-agent: *\n");
+    ExecuteAll({"ALTER TABLE tw_tarnwick.site CHANGE sitefeatureid home INT"});
     ExpectFailure(
-        "robots.txt has 40000 bytes, and the server takes statements of 65536, so "
-        "SiteContentStep_1_0030 fails; ",
-        "step SiteContentStep_1_0030: ");
-    Execute("SET GLOBAL max_allowed_packet = " + before + ";");
+        "tw_tarnwick.site: the column sitefeatureid is missing, so SiteContentStep_1_0030 fails; "
+        "bring it back from a backup",
+        "step SiteContentStep_1_0030: .*server error 1054");
+    ExecuteAll({"ALTER TABLE tw_tarnwick.site CHANGE home sitefeatureid INT",
+                "UPDATE tw_tarnwick.site SET sitefeatureid = NULL"});
+    ExpectFailure(
+        "tw_tarnwick.site: sitefeatureid is NULL where a number must be in 1 row (siteid 8), so "
+        "SiteContentStep_1_0030 fails; give it a number",
+        "step SiteContentStep_1_0030: column homefeatureid: NULL where a number must be");
+    ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3"});
+    for (const char* column : {"featureid", "subfeatureid", "text"}) {
+        ExecuteAll({"DROP TABLE IF EXISTS tw_8.plaintext",
+                    "CREATE TABLE tw_8.plaintext(featureid INT NOT NULL, subfeatureid INT NOT "
+                    "NULL, text LONGTEXT)",
+                    std::string("ALTER TABLE tw_8.plaintext DROP COLUMN ") + column});
+        ExpectFailure(std::string("tw_8.plaintext: the column ") + column +
+                          " is missing, so SiteContentStep_1_0030 fails; ",
+                      "step SiteContentStep_1_0030: .*server error 1054");
+    }
+    // Where the home page has its text already nothing is written.
+    ExecuteAll({"ALTER TABLE tw_8.plaintext ADD COLUMN other TEXT",
+                "INSERT INTO tw_8.plaintext VALUES(3, 0, '')"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsNoFaultInRobotsThatNobodyWants) {
+    MakeSite(8);
+    WriteFile(SiteFolder() / "robots.txt", "\xE9");
+    ExpectSuccess();  // the site has no home page
+}
+
+TEST_F(CheckSurroundings, KnowsTheHomePageThatTheCentralDatabaseGetsOnTheWay) {
+    MakeSite(8);
+    ExecuteAll(
+        {"INSERT INTO tw_tarnwick.defaultdocument(siteid, document) VALUES(8, '12/a'), "
+         "(8, '99999999999/a')"});
+    WriteFile(SiteFolder() / "robots.txt", "\xE9");
+    ExpectFailure("robots.txt is not text in utf8mb4, so SiteContentStep_1_0030 fails; ",
+                  "step SiteContentStep_1_0030: .*server error 1366");
+    WriteFile(SiteFolder() / "robots.txt", "a");
+    ExpectSuccess();
+    EXPECT_EQ(Cell("SELECT featureid FROM tw_8.plaintext;"), "12");
+}
+
+TEST_F(CheckSurroundings, FindsRobotsThatTheColumnDoesNotHold) {
+    MakeSite(8);
+    ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8",
+                "CREATE TABLE tw_8.plaintext(featureid INT NOT NULL, subfeatureid INT NOT NULL, "
+                "text VARCHAR(9))"});
+    WriteFile(SiteFolder() / "robots.txt", "\xC3\xA9 23456789");
+    ExpectFailure(
+        "robots.txt is longer than the 9 characters of plaintext.text, so SiteContentStep_1_0030 "
+        "fails; shorten it",
+        "step SiteContentStep_1_0030: .*server error 1406");
+    ExecuteAll({"ALTER TABLE tw_8.plaintext MODIFY text TINYTEXT CHARACTER SET utf8mb4"});
+    std::string letters;
+    for (int i = 0; i < 128; ++i) {
+        letters += "\xC3\xA9";
+    }
+    WriteFile(SiteFolder() / "robots.txt", letters);
+    ExpectFailure("robots.txt is longer than the 255 characters of plaintext.text",
+                  "step SiteContentStep_1_0030: .*server error 1366");  // cuts a character
+    WriteFile(SiteFolder() / "robots.txt", letters.substr(2));
     ExpectSuccess();
 }
 
@@ -239,7 +372,15 @@ TEST_F(CheckSurroundings, FindsRobotsThatAreNoText) {
     WriteFile(SiteFolder() / "robots.txt", "User-agent: caf\xE9\n");
     ExpectFailure("robots.txt is not text in utf8mb4, so SiteContentStep_1_0030 fails; ",
                   "step SiteContentStep_1_0030: .*server error 1366");
-    WriteFile(SiteFolder() / "robots.txt", "User-agent: caf\xC3\xA9\n");
+    // A large one is looked at in pieces, between which no character is torn apart.
+    const GlobalSetting packet("max_allowed_packet", "4096");
+    std::string letters;
+    for (int i = 0; i < 1500; ++i) {
+        letters += i % 2 == 0 ? "\xC3\xA9" : "\xE2\x82\xAC";
+    }
+    WriteFile(SiteFolder() / "robots.txt", letters + "\xE9");
+    ExpectFailure("robots.txt is not text in utf8mb4", "step SiteContentStep_1_0030: ");
+    WriteFile(SiteFolder() / "robots.txt", letters);
     ExpectSuccess();
 }
 
@@ -293,6 +434,18 @@ TEST_F(CheckSurroundings, FindsTemplatesThatCannotBeCopied) {
     ExpectFailure(
         "sites/8/gs/d.txt is a folder where a file must be, so SiteSchemaStep_1_0079 "
         "fails; ",
+        "step SiteSchemaStep_1_0079: cannot copy .*d.txt");
+    fs::remove(SiteFolder() / "gs/d.txt");
+    ASSERT_EQ(mkfifo((SiteFolder() / "gs/d.txt").c_str(), 0600), 0);
+    ExpectFailure(
+        "sites/8/gs/d.txt is no file that can be replaced, so SiteSchemaStep_1_0079 fails; move "
+        "it out of the way",
+        "step SiteSchemaStep_1_0079: cannot copy .*d.txt");
+    fs::remove(SiteFolder() / "gs/d.txt");
+    fs::create_hard_link(Template() / "gs/d.txt", SiteFolder() / "gs/d.txt");
+    ExpectFailure(
+        "sites/8/gs/d.txt is the template itself, so SiteSchemaStep_1_0079 fails; put a copy in "
+        "its place",
         "step SiteSchemaStep_1_0079: cannot copy .*d.txt");
     fs::remove(SiteFolder() / "gs/d.txt");
     WriteFile(Template() / "gs/e\\f.txt", "e");

@@ -1,6 +1,7 @@
 #include "cli/program.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -26,9 +27,21 @@ std::vector<char*> Pointers(std::vector<std::string>& words) {
     return pointers;
 }
 
+constexpr uid_t kNobody = 65534;
+constexpr gid_t kNogroup = 65534;
+
+/// In the child: lets go of root's rights, if it has them.
+void BecomeNobody() {
+    if (geteuid() == 0 &&
+        (setgroups(0, nullptr) != 0 || setgid(kNogroup) != 0 || setuid(kNobody) != 0)) {
+        _exit(125);
+    }
+}
+
 /// In the child: becomes the program.
 [[noreturn]] void Become(std::vector<std::string> arguments,
-                         const std::map<std::string, std::string>& environment) {
+                         const std::map<std::string, std::string>& environment,
+                         RunAs user = RunAs::kSelf) {
     std::vector<std::string> variables;
     if (!environment.contains("PATH")) {
         const char* path = std::getenv("PATH");
@@ -38,7 +51,14 @@ std::vector<char*> Pointers(std::vector<std::string>& words) {
         variables.push_back(name + "=" + value);
     }
     arguments.insert(arguments.begin(), TWUPDATE_PROGRAM);
-    execve(TWUPDATE_PROGRAM, Pointers(arguments).data(), Pointers(variables).data());
+    if (user == RunAs::kNobody) {
+        // Opened before: the folders above the program may be root's alone.
+        const int program = open(TWUPDATE_PROGRAM, O_PATH | O_CLOEXEC);
+        BecomeNobody();
+        fexecve(program, Pointers(arguments).data(), Pointers(variables).data());
+    } else {
+        execve(TWUPDATE_PROGRAM, Pointers(arguments).data(), Pointers(variables).data());
+    }
     _exit(127);
 }
 
@@ -60,13 +80,13 @@ nlohmann::json Outcome::Json() const {
 }
 
 Program::Program(const std::vector<std::string>& arguments,
-                 const std::map<std::string, std::string>& environment) {
+                 const std::map<std::string, std::string>& environment, RunAs user) {
     pid_ = fork();
     if (pid_ == 0) {
         Redirect(STDIN_FILENO, folder_ / "in");
         Redirect(STDOUT_FILENO, folder_ / "out");
         Redirect(STDERR_FILENO, folder_ / "err");
-        Become(arguments, environment);
+        Become(arguments, environment, user);
     }
 }
 
@@ -97,8 +117,25 @@ Outcome Program::Wait() {
 }
 
 Outcome RunProgram(const std::vector<std::string>& arguments,
-                   const std::map<std::string, std::string>& environment) {
-    return Program(arguments, environment).Wait();
+                   const std::map<std::string, std::string>& environment, RunAs user) {
+    return Program(arguments, environment, user).Wait();
+}
+
+void GiveToNobody(const fs::path& path) {
+    if (geteuid() != 0) {
+        return;  // it is the tests' own
+    }
+    const auto give = [](const fs::path& one) {
+        if (lchown(one.c_str(), kNobody, kNogroup) != 0) {
+            throw std::runtime_error("cannot give away " + one.string());
+        }
+    };
+    give(path);
+    if (fs::is_directory(path)) {
+        for (const auto& entry : fs::recursive_directory_iterator(path)) {
+            give(entry.path());
+        }
+    }
 }
 
 Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -22,12 +23,19 @@ struct Outcome {
     nlohmann::json Json() const;
 };
 
+/// Who runs a program.
+enum class RunAs : std::uint8_t {
+    kSelf,
+    kNobody,  ///< the user "nobody" where the tests run as root, whom no file's rights stop
+};
+
 /// A program that runs in the background of a test. It is killed when it still runs at the end.
 class Program {
   public:
     /// Starts twupdate with an environment that holds PATH and these variables alone.
     explicit Program(const std::vector<std::string>& arguments,
-                     const std::map<std::string, std::string>& environment = {});
+                     const std::map<std::string, std::string>& environment = {},
+                     RunAs user = RunAs::kSelf);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -46,7 +54,11 @@ class Program {
 
 /// Runs twupdate to its end.
 Outcome RunProgram(const std::vector<std::string>& arguments,
-                   const std::map<std::string, std::string>& environment = {});
+                   const std::map<std::string, std::string>& environment = {},
+                   RunAs user = RunAs::kSelf);
+
+/// Gives a file, or a folder with all that is in it, to the user of RunAs::kNobody.
+void GiveToNobody(const std::filesystem::path& path);
 
 /// Runs twupdate on a terminal of that width; `out` holds all that appears on it.
 Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 120);

@@ -1,0 +1,288 @@
+// Files and folders without rights. No right stops root, so the program runs as nobody where the
+// tests run as root. Each test takes a right away, sees the finding, sees the real upgrade fail for
+// it, gives the right back, and sees both succeed.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "cli/installation_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+/// Other rights of a file or folder for the time of a test.
+class Rights {
+  public:
+    Rights(fs::path path, mode_t rights) : path_(std::move(path)) {
+        struct stat before {};
+        EXPECT_EQ(stat(path_.c_str(), &before), 0) << path_;
+        before_ = before.st_mode & 07777;
+        EXPECT_EQ(chmod(path_.c_str(), rights), 0) << path_;
+    }
+    ~Rights() { chmod(path_.c_str(), before_); }
+    Rights(const Rights&) = delete;
+    Rights& operator=(const Rights&) = delete;
+
+  private:
+    fs::path path_;
+    mode_t before_ = 0;
+};
+
+class CheckFileRights : public InstallationTest {
+  protected:
+    void SetUp() override {
+        MakeCentralDatabase();
+        MakeSite(8);
+        Execute("UPDATE tw_tarnwick.site SET sitefeatureid = 3 WHERE siteid = 8;");
+        Execute("INSERT INTO tw_8.feature(featureid, componentid) VALUES(5, 900);");
+        // The folder of the component, beside the folders of the sites, is everybody's to read.
+        const fs::path resources = Update() / "resources";
+        fs::create_directories(resources.parent_path());
+        fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", resources,
+                 fs::copy_options::recursive);
+        WriteFile(Template() / "gs/a.txt", "a");
+        WriteFile(ComponentTemplate() / "b.txt", "b");
+        fs::create_directories(Site() / "5");
+        for (const auto& entry : fs::recursive_directory_iterator(folder_.Path())) {
+            chmod(entry.path().c_str(), entry.is_directory() ? 0755 : 0644);
+        }
+        GiveToNobody(folder_ / "wwwroot");
+        chmod(folder_.Path().c_str(), 0755);
+    }
+
+    fs::path Update() const { return folder_ / "update"; }
+    fs::path Site() const { return folder_ / "wwwroot/sites/8"; }
+    fs::path Template() const { return folder_ / "templates/site"; }
+    fs::path ComponentTemplate() const {
+        return folder_ / "components" /
+               Cell("SELECT foldername FROM tw_tarnwick.component WHERE componentid = 900;") /
+               "template";
+    }
+    /// A file of the site, which belongs to the user that runs the program.
+    void WriteSiteFile(const fs::path& name, const std::string& content) const {
+        WriteFile(Site() / name, content);
+        chmod((Site() / name).c_str(), 0644);
+        GiveToNobody(folder_ / "wwwroot");
+    }
+
+    Outcome RunAsNobody(const std::vector<std::string>& command) const {
+        const host::PrivateServer& server = CliServer::Get().Server();
+        const Rights above(server.Folder().parent_path(), 0711);
+        const Rights folder(server.Folder(), 0711);
+        auto arguments = With({"--install-folder", Update().string()});
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        return RunProgram(arguments, {}, RunAs::kNobody);
+    }
+
+    /// @param finding  the path below the folder of the test, and what is said of it
+    void ExpectFailure(const std::string& finding, const std::string& failure) const {
+        const Outcome found = RunAsNobody({"check"});
+        EXPECT_EQ(found.status, 3) << found.out << found.err;
+        EXPECT_THAT(found.out, HasSubstr(folder_.Path().string() + "/" + finding));
+        EXPECT_THAT(found.out, EndsWith("\n1 finding.\n"));
+        const Outcome failed = RunAsNobody({"upgrade"});
+        EXPECT_EQ(failed.status, 1) << failed.out << failed.err;
+        EXPECT_THAT(failed.err, ContainsRegex(failure));
+    }
+
+    void ExpectSuccess() const {
+        const Outcome clean = RunAsNobody({"check"});
+        EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
+        const Outcome done = RunAsNobody({"upgrade"});
+        EXPECT_EQ(done.status, 0) << done.err;
+        EXPECT_EQ(ContentOf(Site() / "gs/a.txt"), "a");
+        EXPECT_EQ(ContentOf(Site() / "5/b.txt"), "b");
+    }
+};
+
+TEST_F(CheckFileRights, FindsTemplatesThatMayNotBeRead) {
+    {
+        const Rights file(Template() / "gs/a.txt", 0);
+        ExpectFailure(
+            "templates/site/gs/a.txt cannot be read, so SiteSchemaStep_1_0079 fails; give the "
+            "right to read it",
+            "step SiteSchemaStep_1_0079: cannot copy .*a.txt: Permission denied");
+    }
+    {
+        const Rights folder(Template() / "gs", 0311);
+        ExpectFailure(
+            "templates/site/gs cannot be read, so SiteSchemaStep_1_0079 fails; ",
+            "step SiteSchemaStep_1_0079: cannot copy .*templates/site/gs .*Permission denied");
+    }
+    {
+        const Rights folder(Template() / "gs", 0444);
+        ExpectFailure("templates/site/gs/a.txt cannot be read, so SiteSchemaStep_1_0079 fails; ",
+                      "step SiteSchemaStep_1_0079: cannot copy .*a.txt: Permission denied");
+    }
+    {
+        const Rights folder(folder_ / "templates", 0);
+        ExpectFailure(
+            "templates cannot be looked into, so SiteSchemaStep_1_0079 fails; give the right to "
+            "look into it",
+            "step SiteSchemaStep_1_0079: cannot look at .*templates/site/gs: Permission denied");
+    }
+    {
+        const Rights folder(ComponentTemplate(), 0311);
+        ExpectFailure("components/" + ComponentTemplate().parent_path().filename().string() +
+                          "/template cannot be read, so SiteContentStep_1_0022 fails; ",
+                      "step SiteContentStep_1_0022: cannot copy .*template.*Permission denied");
+    }
+    {
+        const Rights folder(folder_ / "components", 0);
+        ExpectFailure(
+            "components cannot be looked into, so SiteContentStep_1_0016 fails; ",
+            "step SiteContentStep_1_0016: cannot look at .*components/.*Permission denied");
+    }
+    ExpectSuccess();
+}
+
+TEST_F(CheckFileRights, FindsATemplateThatIsACircleOfLinks) {
+    const fs::path elsewhere = folder_ / "elsewhere";
+    fs::rename(ComponentTemplate(), elsewhere);
+    fs::create_directory_symlink("template", ComponentTemplate());
+    ExpectFailure("components/" + ComponentTemplate().parent_path().filename().string() +
+                      "/template cannot be looked at, so SiteContentStep_1_0022 fails; mend the "
+                      "link, or give the right to look into the folder that it leads to",
+                  "step SiteContentStep_1_0022: cannot look at .*template: ");
+    fs::remove(ComponentTemplate());
+    fs::rename(elsewhere, ComponentTemplate());
+    ExpectSuccess();
+}
+
+TEST_F(CheckFileRights, FindsAFolderThatMayNotBeWritten) {
+    {
+        const Rights folder(Site(), 0555);
+        ExpectFailure(
+            "wwwroot/sites/8/gs is a folder that cannot be made, so SiteSchemaStep_1_0079 fails; ",
+            "step SiteSchemaStep_1_0079: cannot create the folder .*gs.*Permission denied");
+    }
+    fs::create_directories(Site() / "gs");
+    GiveToNobody(Site());
+    {
+        const Rights folder(Site() / "gs", 0555);
+        ExpectFailure(
+            "wwwroot/sites/8/gs cannot be written, so SiteSchemaStep_1_0079 fails; give the right "
+            "to write it",
+            "step SiteSchemaStep_1_0079: cannot copy .*gs/a.txt: Permission denied");
+        // A link in such a folder cannot be replaced either.
+        fs::create_symlink("elsewhere", Site() / "gs/a.txt");
+        ExpectFailure("wwwroot/sites/8/gs cannot be written, so SiteSchemaStep_1_0079 fails; ",
+                      "step SiteSchemaStep_1_0079: cannot copy .*gs/a.txt: Permission denied");
+    }
+    {
+        const Rights folder(Site() / "5", 0555);
+        ExpectFailure("wwwroot/sites/8/5 cannot be written, so SiteContentStep_1_0022 fails; ",
+                      "step SiteContentStep_1_0022: cannot copy .*5/b.txt: Permission denied");
+    }
+    ExpectSuccess();
+}
+
+TEST_F(CheckFileRights, FindsAFileThatMayNotBeReplaced) {
+    WriteSiteFile("gs/a.txt", "old");
+    {
+        const Rights file(Site() / "gs/a.txt", 0444);
+        ExpectFailure(
+            "wwwroot/sites/8/gs/a.txt cannot be written, so SiteSchemaStep_1_0079 fails; ",
+            "step SiteSchemaStep_1_0079: cannot copy .*gs/a.txt: Permission denied");
+    }
+    if (geteuid() == 0) {
+        // Everybody may write it, but its owner alone may give it the rights of the template.
+        ASSERT_EQ(chown((Site() / "gs/a.txt").c_str(), 0, 0), 0);
+        const Rights file(Site() / "gs/a.txt", 0666);
+        ExpectFailure(
+            "wwwroot/sites/8/gs/a.txt belongs to another user, so SiteSchemaStep_1_0079 fails; "
+            "give it to the user that runs twupdate",
+            "step SiteSchemaStep_1_0079: cannot copy .*gs/a.txt: Operation not permitted");
+        GiveToNobody(Site());
+    }
+    ExpectSuccess();
+}
+
+TEST_F(CheckFileRights, FindsASiteThatMayNotBeLookedInto) {
+    const Rights folder(Site(), 0);
+    ExpectFailure(
+        "wwwroot/sites/8 cannot be looked into, so SiteSchemaStep_1_0079 fails; give the right to "
+        "look into it",
+        "step SiteSchemaStep_1_0079: cannot look at .*wwwroot/sites/8/gs: Permission denied");
+    // Past the templates it is robots.txt that cannot be seen.
+    fs::remove_all(folder_ / "templates");
+    fs::remove_all(folder_ / "components");
+    ExpectFailure("wwwroot/sites/8 cannot be looked into, so SiteContentStep_1_0030 fails; ",
+                  "step SiteContentStep_1_0030: cannot look at .*8/robots.txt: Permission denied");
+}
+
+TEST_F(CheckFileRights, FindsUploadsThatMayNotBeLookedAt) {
+    Execute("CREATE DATABASE IF NOT EXISTS tw_8;");
+    fs::remove_all(folder_ / "templates");
+    fs::remove_all(folder_ / "components");
+    MakeSite(9, "1.0000", {sample::Group::kForms});
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 8;");
+    Execute("INSERT INTO tw_9.form(formfeatureid, securefiles) VALUES(50, -1);");
+    Execute("INSERT INTO tw_9.formfield(formfieldid, featureid, type) VALUES(60, 50, 'file');");
+    Execute("CREATE TABLE tw_9.form_50(replyid INT PRIMARY KEY, field_60 VARCHAR(255));");
+    fs::create_directories(folder_ / "sites_secure/9");
+    const Rights open(folder_ / "sites_secure/9", 0755);
+    {
+        const Rights folder(folder_ / "sites_secure", 0);
+        ExpectFailure(
+            "sites_secure cannot be looked into, so SiteSchemaStep_1_0251 fails; ",
+            "step SiteSchemaStep_1_0251: cannot look at .*sites_secure/9: Permission denied");
+    }
+    // Without rights of its own, but nobody looks into it.
+    const Rights folder(folder_ / "sites_secure/9", 0);
+    EXPECT_EQ(RunAsNobody({"check"}).status, 0);
+    EXPECT_EQ(RunAsNobody({"upgrade"}).status, 0);
+}
+
+TEST_F(CheckFileRights, FindsRobotsThatMayNotBeRead) {
+    WriteSiteFile("robots.txt", "User-agent: *\n");
+    {
+        const Rights file(Site() / "robots.txt", 0);
+        const Outcome found = RunAsNobody({"check"});
+        EXPECT_EQ(found.out, "tw_8.plaintext: " + (Site() / "robots.txt").string() +
+                                 " cannot be read, so SiteContentStep_1_0030 fails; give the "
+                                 "right to read it\n1 finding.\n");
+        EXPECT_THAT(RunAsNobody({"upgrade"}).err,
+                    ContainsRegex("step SiteContentStep_1_0030: cannot read .*robots.txt"));
+    }
+    ExpectSuccess();
+    EXPECT_EQ(Cell("SELECT text FROM tw_8.plaintext;"), "User-agent: *\n");
+}
+
+TEST_F(CheckFileRights, FindsDataFilesThatMayNotBeRead) {
+    {
+        const Rights folder(Update() / "resources", 0444);
+        ExpectFailure(
+            "update/resources cannot be read, so ReimportReferenceData fails; give the right to "
+            "read it",
+            "step ReimportReferenceData: .*Permission denied .*resources/componentData.txt");
+    }
+    {
+        const Rights file(Update() / "resources/componentData.txt", 0);
+        ExpectFailure(
+            "update/resources/componentData.txt cannot be read, so ReimportReferenceData fails; ",
+            "step ReimportReferenceData: cannot open .*componentData.txt");
+    }
+    ExpectSuccess();
+}
+
+TEST_F(CheckFileRights, TellsOfAComponentsFolderThatMayNotBeLookedInto) {
+    const Rights folder(Update(), 0444);
+    for (const char* command : {"check", "upgrade"}) {
+        const Outcome outcome = RunAsNobody({command});
+        EXPECT_EQ(outcome.status, 2) << outcome.out;
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("cannot look into " + Update().string()),
+                                       HasSubstr("Permission denied")));
+    }
+}
+
+}  // namespace
+}  // namespace twupdate::test
