@@ -7,6 +7,7 @@
 #include <regex>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "sample/random.h"
 #include "sample_installation.h"
@@ -323,6 +324,60 @@ TEST_F(EndToEnd, ASiteWhoseVersionIsNullIsNotSelected) {
 // --- cuts
 // ------------------------------------------------------------------------------------------
 
+/// Numbers that the server gives to new rows, and the columns that refer to them.
+struct GivenNumbers {
+    std::string table;
+    std::string column;
+    std::vector<std::pair<std::string, std::string>> references;
+};
+
+const std::vector<GivenNumbers>& NumbersThatStepsLetGive() {
+    static const std::vector<GivenNumbers> kNumbers{
+        {"attribute", "attributeid", {}},
+        {"email", "emailid", {{"emailevent", "emailid"}}},
+        {"event", "eventid", {{"eventpart", "eventid"}}},
+        {"eventpart", "eventpartid", {{"emailevent", "eventpartid"}}},
+        {"override", "overrideid", {{"setting", "overrideid"}, {"tag", "overrideid"}}},
+        {"setting", "settingid", {}},
+        {"tag", "tagid", {{"attribute", "tagid"}}},
+        {"text", "textid", {{"textembed", "textid"}}},
+    };
+    return kNumbers;
+}
+
+/// Replaces the given numbers by the places of their rows: an INSERT that dies with the server, or
+/// copies several rows, leaves gaps in the numbers, and no step promises that there are none.
+RowSnapshot WithoutGaps(RowSnapshot rows) {
+    const auto renumber = [&](const std::string& name, const std::string& column,
+                              const std::map<std::string, std::string>& places) {
+        RowSnapshot::Table& table = rows.tables[name];
+        for (RowSnapshot::Row& row : table.rows) {
+            std::string key;
+            for (auto& [valueOf, value] : row.values) {
+                if (const auto place = places.find(value);
+                    valueOf == column && place != places.end()) {
+                    value = place->second;
+                }
+                if (std::count(table.keyColumns.begin(), table.keyColumns.end(), valueOf) > 0) {
+                    key += (key.empty() ? "" : ", ") + value;
+                }
+            }
+            row.key = table.hasPrimaryKey ? key : row.key;
+        }
+    };
+    for (const GivenNumbers& numbers : NumbersThatStepsLetGive()) {
+        std::map<std::string, std::string> places;
+        for (const RowSnapshot::Row& row : rows.tables[numbers.table].rows) {
+            places.emplace(row.key, std::to_string(places.size() + 1));
+        }
+        renumber(numbers.table, numbers.column, places);
+        for (const auto& [table, column] : numbers.references) {
+            renumber(table, column, places);
+        }
+    }
+    return rows;
+}
+
 /// Whole installations cut at one call and upgraded again.
 class Cuts : public EndToEnd {
   protected:
@@ -337,6 +392,14 @@ class Cuts : public EndToEnd {
     void MakeAnew() {
         DropDatabases();
         MakeOld();
+    }
+    /// What has to be the same after a server died in the middle of a statement.
+    State StateWithoutGaps() {
+        State state = StateOfAll();
+        for (const char* site : {"tw_1", "tw_2"}) {
+            state.rows.at(site) = WithoutGaps(std::move(state.rows.at(site)));
+        }
+        return state;
     }
     /// A kind of cut that is known to leave harm which a repeat does not heal; docs/recovery.md
     /// says what to do. The pattern finds the statements before which the cut harms.
@@ -476,7 +539,7 @@ TEST_F(Cuts, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompl
     UpgradeInstallation(undisturbed);
     const auto duration =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
-    const State expected = StateOfAll();
+    const State expected = StateWithoutGaps();
     const auto log = undisturbed->Log();
 
     sample::Random random(11);
@@ -506,7 +569,7 @@ TEST_F(Cuts, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompl
         }
         SCOPED_TRACE("killed in or about: " + log[last - 1].substr(0, 200));
         UpgradeInstallation();
-        EXPECT_TRUE(SameState(expected, StateOfAll()));
+        EXPECT_TRUE(SameState(expected, StateWithoutGaps()));
         ++done;
     }
     EXPECT_EQ(kills, done);
