@@ -14,6 +14,13 @@ namespace twupdate::cli {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr const char* kInstallation = "tw_tarnwick.installation";
+constexpr const char* kSite = "tw_tarnwick.site";
+
+}  // namespace
+
 Backup::Backup(const Session& session, const GlobalOptions& options, Console& console)
     : own_(std::make_shared<host::MariaDbUtility>(session.Connect())),
       installation_(own_),
@@ -39,12 +46,13 @@ void Backup::LadderStarting(const Position& where, double version) {
         return;
     }
     if (where.database != "tw_tarnwick") {
-        Dump(where.database, version);  // the copies of the central tables in a site
+        // The copies of the central tables in a site.
+        Dump(where.database, version, where.database + ".tw_installation");
         return;
     }
     DumpCentral();
     if (IsBelow(version, 1.0030) && installation_.HasDatabase("tw_logs")) {
-        Dump("tw_logs", version);  // gets indexes
+        Dump("tw_logs", version, kInstallation);  // gets indexes
     }
     if (const auto root = RootSite(*own_); root && IsBelow(version, 1.0252)) {
         DumpSite(*root);  // gets a domain from the central ladder already
@@ -58,7 +66,7 @@ void Backup::SiteStarting(const Position& where, double /*version*/) {
 
 void Backup::DumpCentral() {
     if (dumped_.insert("tw_tarnwick").second && installation_.HasDatabase("tw_tarnwick")) {
-        Dump("tw_tarnwick", installation_.Version());
+        Dump("tw_tarnwick", installation_.Version(), kInstallation);
     }
 }
 
@@ -69,10 +77,10 @@ void Backup::DumpSite(std::int64_t siteId) {
     }
     const auto site =
         installation_.HasDatabase("tw_tarnwick") ? installation_.Site(siteId) : std::nullopt;
-    Dump(database, site ? site->version.value_or(0) : 0);
+    Dump(database, site ? site->version.value_or(0) : 0, kSite);
 }
 
-void Backup::Dump(const std::string& database, double version) {
+void Backup::Dump(const std::string& database, double version, const std::string& source) {
     const fs::path file = DumpFile(folder_, database);
     const fs::path note = NoteFile(folder_, database);
     if (fs::exists(file)) {
@@ -90,7 +98,7 @@ void Backup::Dump(const std::string& database, double version) {
         return;
     }
     std::ofstream(note) << nlohmann::ordered_json{
-        {"database", database}, {"version", version}, {"time", TimeNow()}};
+        {"database", database}, {"version", version}, {"of", source}, {"time", TimeNow()}};
     DumpDatabase(client_, database, file);
 }
 
@@ -100,6 +108,18 @@ fs::path DumpFile(const fs::path& folder, const std::string& database) {
 
 fs::path NoteFile(const fs::path& folder, const std::string& database) {
     return folder / (database + ".json");
+}
+
+std::optional<double> DumpedSiteVersion(const fs::path& folder, std::int32_t siteId) {
+    std::ifstream stream(NoteFile(folder, fmt::format("tw_{}", siteId)));
+    const auto note = nlohmann::json::parse(stream, nullptr, false);
+    if (!note.is_object() || !note.contains("version") || !note["version"].is_number()) {
+        throw CommandError(
+            fmt::format("the note on the version of site {} is missing, {}; nothing was put back",
+                        siteId, NoteFile(folder, fmt::format("tw_{}", siteId)).string()));
+    }
+    return note.value("of", kSite) == kSite ? std::optional(note["version"].get<double>())
+                                            : std::nullopt;
 }
 
 }  // namespace twupdate::cli

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -27,7 +28,8 @@ class Backup final : public RunSink {
   private:
     void DumpCentral();
     void DumpSite(std::int64_t siteId);
-    void Dump(const std::string& database, double version);
+    /// @param source  the table that records the version
+    void Dump(const std::string& database, double version, const std::string& source);
 
     std::shared_ptr<Utility> own_;  ///< on a connection of its own
     Installation installation_;
@@ -40,5 +42,10 @@ class Backup final : public RunSink {
 /// The dump of a database, and the note beside it, in a backup folder.
 std::filesystem::path DumpFile(const std::filesystem::path& folder, const std::string& database);
 std::filesystem::path NoteFile(const std::filesystem::path& folder, const std::string& database);
+
+/// The version of a site that tw_tarnwick.site had when its database was dumped; nothing when the
+/// note beside the dump is about another version, that of copies of the central tables.
+/// @throws CommandError when there is no such note
+std::optional<double> DumpedSiteVersion(const std::filesystem::path& folder, std::int32_t siteId);
 
 }  // namespace twupdate::cli

@@ -17,25 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What mariadb-dump writes when it has come to the end, and only then.
-constexpr std::string_view kEndMark = "-- Dump completed";
-constexpr std::size_t kTail = 256;
-
-/// Keeps the end of what passes through it.
-class Tail {
-  public:
-    void Add(std::string_view bytes) {
-        text_.append(bytes);
-        if (text_.size() > kTail) {
-            text_.erase(0, text_.size() - kTail);
-        }
-    }
-    bool IsWholeDump() const { return text_.find(kEndMark) != std::string::npos; }
-
-  private:
-    std::string text_;
-};
-
 /// Reads to the end; `take` returns false to give up.
 template <typename Take>
 void ReadAll(int fd, const Take& take) {
@@ -145,10 +126,10 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
             -1, dumped.in.Get());
         dumped.in.Close();
         packed.out.Close();
-        Tail tail;
+        DumpContents contents;
         bool written = true;
         ReadAll(dumped.out.Get(), [&](std::string_view bytes) {
-            tail.Add(bytes);
+            contents.Add(bytes);
             written = WriteAll(packed.in.Get(), bytes);
             return written;
         });
@@ -156,7 +137,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         packed.in.Close();
         gzip.Wait();  // the full disk is told by the one who writes
         dump.Wait();
-        if (!written || !tail.IsWholeDump()) {
+        if (!written || !contents.IsWhole()) {
             throw CommandError("the dump is not whole");
         }
         if (fsync(target.Get()) != 0) {
@@ -175,28 +156,54 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
     }
 }
 
-void CheckDump(const fs::path& file) {
+DumpContents CheckDump(const fs::path& file, const std::string& database) {
     Pipe unpacked = Pipe::Make();
     ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
     unpacked.in.Close();
-    Tail tail;
+    DumpContents contents;
     ReadAll(unpacked.out.Get(), [&](std::string_view bytes) {
-        tail.Add(bytes);
+        contents.Add(bytes);
         return true;
     });
     gzip.Wait();
-    if (!tail.IsWholeDump()) {
+    if (!contents.IsWhole()) {
         throw CommandError(file.string() + " is not a whole dump");
     }
+    if (!contents.IsOf(database)) {
+        throw CommandError(fmt::format("{} is no dump of {}", file.string(), database));
+    }
+    return contents;
 }
 
-void LoadDump(const ClientOptionFile& client, const fs::path& file) {
+void LoadDump(const ClientOptionFile& client, const fs::path& file, const std::string& database,
+              const std::string& first) {
     Pipe unpacked = Pipe::Make();
+    Pipe loaded = Pipe::Make();
     ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
     ChildProcess load({"mariadb", client.Argument(), "--default-character-set=utf8mb4"},
-                      unpacked.out.Get(), -1);
+                      loaded.out.Get(), -1);
+    std::signal(SIGPIPE, SIG_IGN);  // a client that reads no more is told by its status
     unpacked.in.Close();
+    loaded.out.Close();
+    // What stands before the database's first statement: some lines of the head.
+    const std::string use = fmt::format("\nUSE `{}`;\n", database);
+    std::string head;
+    bool begun = false;
+    ReadAll(unpacked.out.Get(), [&](std::string_view bytes) {
+        if (begun) {
+            return WriteAll(loaded.in.Get(), bytes);
+        }
+        head += bytes;
+        const auto at = head.find(use);
+        if (at == std::string::npos) {
+            return true;
+        }
+        begun = true;
+        head.insert(at + use.size(), first + "\n");
+        return WriteAll(loaded.in.Get(), head);
+    });
     unpacked.out.Close();
+    loaded.in.Close();
     load.Wait();
     gzip.Wait();
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "cli/dump_contents.h"
 #include "cli/options.h"
 #include "cli/session.h"
 
@@ -31,11 +32,13 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
                   const std::filesystem::path& file);
 
 /// Reads a dump to its end.
-/// @throws CommandError when it does not end as a whole dump does
-void CheckDump(const std::filesystem::path& file);
+/// @throws CommandError when it is of another database, or does not end as a whole dump does
+DumpContents CheckDump(const std::filesystem::path& file, const std::string& database);
 
 /// Puts a dumped database back in place of the one of that name.
+/// @param first  a statement to run before the first of the database that is made anew
 /// @throws CommandError
-void LoadDump(const ClientOptionFile& client, const std::filesystem::path& file);
+void LoadDump(const ClientOptionFile& client, const std::filesystem::path& file,
+              const std::string& database, const std::string& first);
 
 }  // namespace twupdate::cli

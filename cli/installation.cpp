@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cli/failure.h"
+#include "cli/restore_mark.h"
 #include "twupdate/ladder.h"
 
 namespace twupdate::cli {
@@ -87,6 +88,7 @@ bool Installation::HasDatabase(const std::string& name) {
 }
 
 double Installation::Version() {
+    RefuseUnfinishedRestore(*utility_);
     try {
         return VersionFrom("tw_tarnwick.installation");
     } catch (const HostError& error) {

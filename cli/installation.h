@@ -41,7 +41,8 @@ class Installation {
     explicit Installation(std::shared_ptr<Utility> utility);
 
     /// tw_tarnwick.installation.version. Of several rows the lowest.
-    /// @throws CommandError when there is no central database, no row, or a NULL
+    /// @throws CommandError when there is no central database, no row, or a NULL, or when a restore
+    ///         has not come to its end
     double Version();
 
     /// Every site, by id.

@@ -94,6 +94,12 @@ void PrintSiteLadder(Ladder ladder, const Plan& plan, Console& console) {
     }
 }
 
+void PrintLeftOut(const Plan& plan, Console& console) {
+    for (const auto& [state, ids] : plan.leftOut) {
+        console.Print("Left out, " + LeftOutText(state, ids));
+    }
+}
+
 void Print(const Plan& plan, Console& console) {
     console.Print(fmt::format("Installation: version {} of {}.", VersionText(plan.version),
                               VersionText(kCurrentVersion)));
@@ -104,9 +110,7 @@ void Print(const Plan& plan, Console& console) {
             PendingSteps(Ladder::kSiteContent, group.version).size(),
             group.sites.size() == 1 ? "site" : "sites", IdsText(group.sites)));
     }
-    for (const auto& [state, ids] : plan.leftOut) {
-        console.Print("Left out, " + LeftOutText(state, ids));
-    }
+    PrintLeftOut(plan, console);
     if (plan.central) {
         for (const Ladder ladder : kCentralLadders) {
             PrintCentralLadder(ladder, plan.version, console);
@@ -167,6 +171,7 @@ int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::
                                       VersionText(group.version), Count(group.sites.size(), "site"),
                                       IdsText(group.sites)));
         }
+        PrintLeftOut(plan, console);
         auto result = JsonOf(plan);
         result["older_sites"] = result["groups"];
         result["groups"] = nlohmann::ordered_json::array();

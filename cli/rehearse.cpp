@@ -58,6 +58,21 @@ void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int
     }
 }
 
+/// A rehearsal makes folders and files, which must not mix with what is somebody's.
+void RequireEmpty(const fs::path& workdir) {
+    std::error_code ignored;
+    if (fs::exists(workdir / "server", ignored)) {
+        throw CommandError(
+            fmt::format("{} holds a rehearsal already; name another folder", workdir.string()),
+            kWrongUse);
+    }
+    if (fs::exists(workdir, ignored) && !fs::is_empty(workdir, ignored)) {
+        throw CommandError(
+            fmt::format("{} is not empty; name another folder for the rehearsal", workdir.string()),
+            kWrongUse);
+    }
+}
+
 /// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
 /// sample of these that has early and late versions alike.
 std::vector<SiteRow> ChosenSites(const std::vector<SiteRow>& all, const RehearseArguments& wanted) {
@@ -281,11 +296,8 @@ nlohmann::ordered_json JsonOf(const Rehearsed& rehearsed, bool clean) {
 }
 
 int Rehearse(const GlobalOptions& options, Console& console, const RehearseArguments& arguments) {
-    if (fs::exists(arguments.workdir / "server")) {
-        throw CommandError(fmt::format("{} holds a rehearsal already; name another folder",
-                                       arguments.workdir.string()),
-                           kWrongUse);
-    }
+    RequireEmpty(arguments.workdir);
+    InstallFolderWithData(options);  // before a folder is made that the next try would find
     Session source(options);
     Installation installation(source.Own());
     const double version = installation.Version();

@@ -2,15 +2,19 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <fstream>
+#include <array>
+#include <charconv>
+#include <map>
 #include <memory>
 #include <optional>
+#include <regex>
 
 #include "cli/backup.h"
 #include "cli/check_finding.h"
 #include "cli/commands.h"
 #include "cli/dump.h"
 #include "cli/failure.h"
+#include "cli/restore_mark.h"
 #include "cli/run_lock.h"
 #include "cli/session.h"
 #include "cli/site_option.h"
@@ -21,50 +25,158 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kSuffix = ".sql.gz";
+constexpr const char* kCentral = "tw_tarnwick";
 
+/// The databases that --backup dumps, of those that the folder has.
 std::vector<std::string> DumpedDatabases(const fs::path& folder) {
+    const std::regex form(R"((tw_(?:tarnwick|logs|\d+))\.sql\.gz)");
     std::vector<std::string> databases;
     for (const auto& entry : fs::directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
-        if (name.starts_with("tw_") && name.ends_with(kSuffix)) {
-            databases.push_back(name.substr(0, name.size() - kSuffix.size()));
+        std::smatch parts;
+        if (std::regex_match(name, parts, form)) {
+            databases.push_back(parts[1]);
         }
     }
-    std::sort(databases.begin(), databases.end());
+    std::sort(databases.begin(), databases.end(), ComesBefore);
     return databases;
 }
 
-/// A site that comes back alone has its old version again, which the central database must say.
-void RecordOldVersion(const Session& session, const fs::path& folder, std::int32_t siteId) {
-    std::ifstream stream(NoteFile(folder, fmt::format("tw_{}", siteId)));
-    const auto note = nlohmann::json::parse(stream, nullptr, false);
-    if (!note.is_object() || !note.contains("version")) {
-        throw CommandError(fmt::format(
-            "the note on the version of site {} is missing; set its version in tw_tarnwick.site",
-            siteId));
+/// A database is dropped before it is made again, so a right that is missing must show before.
+void RequireRight(bool granted, const std::string& database, const std::string& right,
+                  const std::string& purpose = "") {
+    if (!granted) {
+        throw CommandError(fmt::format("{}: the user lacks the right {}{}; nothing was put back",
+                                       database, right, purpose));
     }
-    const Value version = note["version"].get<double>();
-    session.GetConnection()->ExecutePrepared(
-        fmt::format("UPDATE tw_tarnwick.site SET version = ? WHERE siteid = {};", siteId),
-        std::span(&version, 1));
 }
 
-/// A database is dropped before it is made again, so a right that is missing must show before.
-void RequireRights(host::Connection& connection, const std::vector<std::string>& databases) {
+void RequireTableRights(host::Connection& connection, const std::vector<std::string>& databases) {
     for (const std::string& database : databases) {
         for (const char* right : {"DROP", "CREATE", "ALTER", "INSERT"}) {
-            if (!HasRight(connection, database, right)) {
-                throw CommandError(fmt::format(
-                    "{}: the user lacks the right {}; nothing was put back", database, right));
+            RequireRight(HasRight(connection, database, right), database, right);
+        }
+    }
+}
+
+/// A right that cannot be given for a single database.
+bool HasGlobalRight(host::Connection& connection, std::string_view right) {
+    return HasRight(connection, "", right);
+}
+
+/// The session's account or role, as a dump writes it.
+bool IsOwn(host::Connection& connection, const std::string& definer) {
+    const auto own = connection.Query(
+        "SELECT CONCAT('`', REPLACE(SUBSTRING_INDEX(CURRENT_USER(), '@', 1), '`', '``'), '`@`', "
+        "SUBSTRING_INDEX(CURRENT_USER(), '@', -1), '`'), CONCAT('`', CURRENT_ROLE(), '`');");
+    own->Next();
+    const Value role = own->Get(1);
+    return definer == own->Get(0).ToText() || (!role.IsNull() && definer == role.ToText());
+}
+
+/// The server then takes triggers and functions from those alone who may do anything.
+bool DistrustsFunctions(host::Connection& connection) {
+    const auto settings = connection.Query(
+        "SELECT @@GLOBAL.log_bin AND NOT @@GLOBAL.log_bin_trust_function_creators;");
+    return settings->Next() && settings->Get(0).ToBool();
+}
+
+/// What the dump holds beside its tables takes rights of its own.
+void RequireRightsFor(const DumpContents& contents, host::Connection& connection,
+                      const std::string& database) {
+    constexpr std::array<std::pair<const char*, const char*>, 9> kRights{
+        {{"VIEW", "CREATE VIEW"},
+         {"TRIGGER", "TRIGGER"},
+         {"EVENT", "EVENT"},
+         {"PROCEDURE", "CREATE ROUTINE"},
+         {"PROCEDURE", "ALTER ROUTINE"},  // a dump drops it before
+         {"FUNCTION", "CREATE ROUTINE"},
+         {"FUNCTION", "ALTER ROUTINE"},
+         {"PACKAGE", "CREATE ROUTINE"},
+         {"PACKAGE", "ALTER ROUTINE"}}};
+    for (const auto& [kind, right] : kRights) {
+        RequireRight(!contents.Holds(kind) || HasRight(connection, database, right), database,
+                     right);
+    }
+    for (const std::string& definer : contents.Definers()) {
+        RequireRight(IsOwn(connection, definer) || HasGlobalRight(connection, "SET USER") ||
+                         HasGlobalRight(connection, "SUPER"),
+                     database, "SET USER", " for what belongs to " + definer);
+    }
+    if (contents.Holds("TRIGGER") || contents.Holds("FUNCTION")) {
+        RequireRight(!DistrustsFunctions(connection) || HasGlobalRight(connection, "SUPER"),
+                     database, "SUPER",
+                     ", which triggers and functions need where the server has a binary log and "
+                     "log_bin_trust_function_creators is off");
+    }
+}
+
+using SiteVersions = std::map<std::int64_t, double>;
+
+/// The versions that the dumped sites have to have again, where the central database does not come
+/// back with them.
+SiteVersions VersionsToRecord(const fs::path& folder, const std::vector<std::string>& databases) {
+    SiteVersions versions;
+    for (const std::string& database : databases) {
+        std::int32_t siteId = 0;
+        const char* end = database.data() + database.size();
+        if (std::from_chars(database.data() + 3, end, siteId).ptr != end) {
+            continue;
+        }
+        if (const auto version = DumpedSiteVersion(folder, siteId)) {
+            versions[siteId] = *version;
+        }
+    }
+    return versions;
+}
+
+void Record(host::Connection& connection, const SiteVersions& versions) {
+    for (const auto& [siteId, recorded] : versions) {
+        const Value version = recorded;
+        connection.ExecutePrepared(
+            fmt::format("UPDATE tw_tarnwick.site SET version = ? WHERE siteid = {};", siteId),
+            std::span(&version, 1));
+    }
+}
+
+/// The versions of the sites whose databases stay as they are; none where the central database is
+/// not whole.
+SiteVersions VersionsOfOthers(const Session& session, const std::vector<std::string>& databases) {
+    SiteVersions versions;
+    try {
+        for (const SiteRow& site : Installation(session.Own()).Sites()) {
+            const std::string database = fmt::format("tw_{}", site.siteId);
+            if (site.version &&
+                std::find(databases.begin(), databases.end(), database) == databases.end()) {
+                versions[site.siteId] = *site.version;
             }
         }
+    } catch (const HostError& error) {
+        if (!IsMissing(error)) {
+            throw;
+        }
+    }
+    return versions;
+}
+
+/// A central database that comes back has old versions of sites that do not come back with it.
+void KeepVersions(const Session& session, const std::vector<std::string>& databases,
+                  SiteVersions versions, Console& console) {
+    const SiteVersions now = VersionsOfOthers(session, databases);
+    std::erase_if(versions, [&](const auto& site) {
+        const auto found = now.find(site.first);
+        return found == now.end() || found->second == site.second;
+    });
+    Record(*session.GetConnection(), versions);
+    for (const auto& [siteId, version] : versions) {
+        console.Say(fmt::format("tw_{}: not in the backup, so its version stays {}", siteId,
+                                VersionText(version)));
     }
 }
 
 void PutBack(const ClientOptionFile& client, const fs::path& folder, const std::string& database) {
     try {
-        LoadDump(client, DumpFile(folder, database));
+        LoadDump(client, DumpFile(folder, database), database, RestoreMarkStatement(database));
     } catch (const CommandError& error) {
         throw CommandError(
             fmt::format("cannot put back {}: {}; the database is not whole now: mend the cause and "
@@ -85,18 +197,32 @@ int Restore(const GlobalOptions& options, Console& console, const fs::path& fold
                                        siteId ? fmt::format(" of site {}", *siteId) : ""));
     }
     Session session(options);
-    RequireRights(*session.GetConnection(), databases);
+    host::Connection& connection = *session.GetConnection();
+    RequireTableRights(connection, databases);
     const RunLock lock(session, options);
     const ClientOptionFile client(session, options);
-    for (const std::string& database : databases) {
-        CheckDump(DumpFile(folder, database));  // all of them, before the first is put back
+    const bool central = std::find(databases.begin(), databases.end(), kCentral) != databases.end();
+    SiteVersions versions;
+    if (!central && Installation(session.Own()).HasDatabase(kCentral)) {
+        versions = VersionsToRecord(folder, databases);
     }
+    for (const std::string& database : databases) {  // all of them, before the first is put back
+        RequireRightsFor(CheckDump(DumpFile(folder, database), database), connection, database);
+    }
+    for (const std::string& database : databases) {
+        MarkForRestore(connection, database);
+    }
+    Record(connection, versions);  // before the drop: no old layout stands under a new version
+    const SiteVersions others = VersionsOfOthers(session, databases);
     for (const std::string& database : databases) {
         PutBack(client, folder, database);
         console.Say(fmt::format("{}: put back", database));
     }
-    if (siteId) {
-        RecordOldVersion(session, folder, *siteId);
+    if (central) {
+        KeepVersions(session, databases, others, console);
+    }
+    for (const std::string& database : databases) {
+        RemoveRestoreMark(connection, database);
     }
     console.Say(fmt::format("{} put back.", Count(databases.size(), "database")));
     console.Result({{"command", "restore"}, {"result", "done"}, {"databases", databases}});

@@ -9,6 +9,7 @@
 #include "cli/blockers.h"
 #include "cli/events.h"
 #include "cli/progress.h"
+#include "cli/restore_mark.h"
 #include "cli/run_log.h"
 #include "cli/run_watch.h"
 #include "cli/stop_request.h"
@@ -170,6 +171,7 @@ std::string WhatStands(const std::vector<DatabaseDone>& databases) {
 }
 
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
+    RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
     AddSinks(*watch, session, options, console);
     const auto host = session.ForComponent(watch);

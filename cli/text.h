@@ -47,6 +47,9 @@ std::string DescribeError(std::string_view statement, std::uint32_t code, std::s
                           std::string_view text);
 std::string DescribeError(const HostError& error);
 
+/// The order in which names of databases are listed: tw_2 comes before tw_10.
+bool ComesBefore(std::string_view name, std::string_view other);
+
 /// What a parser says of a word that is no version; nothing of a decimal number not below 0.
 std::string IsVersion(const std::string& word);
 

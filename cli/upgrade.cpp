@@ -41,23 +41,6 @@ void RefuseUnreadableSites(const std::vector<SiteRow>& sites) {
     }
 }
 
-int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& console) {
-    console.Say(
-        fmt::format("The installation is at {} already; nothing was done.", VersionText(version)));
-    const auto old = InState(sites, SiteState::kOld);
-    if (!old.empty()) {
-        console.Warn(fmt::format(
-            "{} older than the installation (the first is site {}); an upgrade of a current "
-            "installation leaves them alone; use upgrade-site for each",
-            Count(old.size(), "site is", "sites are"), old.front().siteId));
-    }
-    console.Result({{"command", "upgrade"},
-                    {"result", "nothing to do"},
-                    {"version", version},
-                    {"older_sites", old.size()}});
-    return kDone;
-}
-
 /// Hard-deleted sites are gone for good; any other that stays as it is was perhaps forgotten.
 void TellLeftOut(const LeftOut& leftOut, Console& console) {
     for (const auto& [state, ids] : leftOut) {
@@ -68,6 +51,26 @@ void TellLeftOut(const LeftOut& leftOut, Console& console) {
             console.Warn("left out, " + text);
         }
     }
+}
+
+int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& console) {
+    console.Say(
+        fmt::format("The installation is at {} already; nothing was done.", VersionText(version)));
+    const auto old = InState(sites, SiteState::kOld);
+    if (!old.empty()) {
+        console.Warn(fmt::format(
+            "{} older than the installation (the first is site {}); an upgrade of a current "
+            "installation leaves them alone; use upgrade-site for each",
+            Count(old.size(), "site is", "sites are"), old.front().siteId));
+    }
+    const LeftOut leftOut = SitesLeftOut(sites);
+    TellLeftOut(leftOut, console);
+    console.Result({{"command", "upgrade"},
+                    {"result", "nothing to do"},
+                    {"version", version},
+                    {"older_sites", old.size()},
+                    {"left_out", JsonOf(leftOut)}});
+    return kDone;
 }
 
 int Upgrade(const GlobalOptions& options, Console& console) {

@@ -99,6 +99,17 @@ nlohmann::ordered_json JsonOf(const Verified& verified) {
     return result;
 }
 
+std::string Verdict(const Verified& verified) {
+    const std::size_t databases = verified.databases.size();
+    if (databases == 0) {
+        return "No database was compared.";
+    }
+    const std::string sound = databases == 1 ? "as it should be" : "as they should be";
+    return fmt::format(
+        "{} compared: {}.", Count(databases, "database"),
+        verified.findings.empty() ? sound : Count(verified.findings.size(), "difference"));
+}
+
 int Verify(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
     Session session(options);
     const Verified verified = VerifyAll(session, siteId);
@@ -115,11 +126,7 @@ int Verify(const GlobalOptions& options, Console& console, std::optional<std::in
         console.Say(fmt::format("Not at {} and not looked at: {}", VersionText(kCurrentVersion),
                                 fmt::join(verified.notUpgraded, ", ")));
     }
-    console.Say(
-        fmt::format("{} compared: {}.", Count(verified.databases.size(), "database"),
-                    verified.findings.empty()
-                        ? (verified.databases.size() == 1 ? "as it should be" : "as they should be")
-                        : Count(verified.findings.size(), "difference")));
+    console.Say(Verdict(verified));
     console.Result(JsonOf(verified));
     return verified.findings.empty() ? kDone : kFindings;
 }

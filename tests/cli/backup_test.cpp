@@ -9,6 +9,7 @@ namespace twupdate::test {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -21,6 +22,18 @@ class Backup : public InstallationTest {
         WriteFile(folder_ / "bin" / program, "#!/bin/sh\n" + script + "\n");
         chmod((folder_ / "bin" / program).c_str(), 0755);
         return (folder_ / "bin").string() + ":/usr/bin:/bin:/usr/sbin";
+    }
+
+    /// A run that backs site 1 up and has next to nothing to do.
+    static std::vector<std::string> BackUpSite1(const fs::path& backup) {
+        return {"--backup", backup.string(), "upgrade-site", "1", "--from", "1.0264"};
+    }
+
+    static Outcome AsHalf(const std::vector<std::string>& arguments) {
+        std::vector<std::string> all{"--socket", CliServer::Get().Server().Socket().string(),
+                                     "--user", "half"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return RunProgram(all);
     }
 };
 
@@ -110,6 +123,195 @@ TEST_F(Backup, ARightThatIsMissingIsToldBeforeAnythingIsDropped) {
         EXPECT_EQ(StateOf("tw_1"), one);
         Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
+}
+
+TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    const std::string made = "CREATE DEFINER = 'half'@'localhost' ";
+    Execute("CREATE TABLE tw_1.event(a INT);");
+    Execute(made + "VIEW tw_1.v AS SELECT name FROM tw_1.setting;");
+    Execute(made + "TRIGGER tw_1.t BEFORE INSERT ON tw_1.event FOR EACH ROW SET @x = 1;");
+    Execute(made + "EVENT tw_1.e ON SCHEDULE EVERY 1 DAY DO SELECT 1;");
+    Execute(made + "PROCEDURE tw_1.p() SELECT 1;");
+    Execute(made + "FUNCTION tw_1.f() RETURNS INT RETURN 1;");
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    Execute("INSERT INTO tw_1.event VALUES(5);");
+    for (const std::string right :
+         {"CREATE VIEW", "TRIGGER", "EVENT", "CREATE ROUTINE", "ALTER ROUTINE"}) {
+        Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
+        const Outcome outcome = AsHalf({"restore", backup_.string(), "--site", "1"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.err,
+                  "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.event;"), "1");
+        EXPECT_EQ(SiteVersion(1), "1.0265");
+        Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
+    }
+    const Outcome restored = AsHalf({"restore", backup_.string(), "--site", "1"});
+    EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.event;"), "0");
+    EXPECT_EQ(Cell("SELECT tw_1.f();"), "1");
+}
+
+TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    Execute("CREATE TABLE tw_1.extra(a INT);");
+    const std::string made = "CREATE DEFINER = 'so and `so'@'%' ";
+    int number = 0;
+    for (const std::string object :
+         {"VIEW tw_1.o AS SELECT name FROM tw_1.setting",
+          "TRIGGER tw_1.o BEFORE INSERT ON tw_1.extra FOR EACH ROW SET @x = 1",
+          "EVENT tw_1.o ON SCHEDULE EVERY 1 DAY DO SELECT 1", "PROCEDURE tw_1.o() SELECT 1",
+          "FUNCTION tw_1.o() RETURNS INT RETURN 1"}) {
+        const fs::path backup = folder_ / std::to_string(++number);
+        Execute(made + object + ";");
+        Execute("UPDATE tw_tarnwick.site SET version = 1.0000;");
+        ASSERT_EQ(Run(BackUpSite1(backup)).status, 0);
+        const Outcome outcome = AsHalf({"restore", backup.string(), "--site", "1"});
+        EXPECT_EQ(outcome.status, 1) << object;
+        EXPECT_EQ(outcome.err,
+                  "twupdate: tw_1: the user lacks the right SET USER for what belongs to "
+                  "`so and ``so`@`%`; nothing was put back\n");
+        EXPECT_EQ(SiteVersion(1), "1.0265");
+        Execute("DROP " + object.substr(0, object.find(' ')) + " tw_1.o;");
+        Execute("GRANT SET USER ON *.* TO 'half'@'localhost';");
+        const Outcome restored = AsHalf({"restore", backup.string(), "--site", "1"});
+        EXPECT_EQ(restored.status, 0) << restored.err;
+        Execute("REVOKE SET USER ON *.* FROM 'half'@'localhost';");
+        Execute("DROP " + object.substr(0, object.find(' ')) + " tw_1.o;");
+    }
+}
+
+TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
+    const ServerOptions log({"--log-bin"});
+    MakeCentralDatabase();
+    MakeSite(1);
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    Execute("CREATE TABLE tw_1.extra(a INT);");
+    Execute(
+        "CREATE DEFINER = 'half'@'localhost' TRIGGER tw_1.t BEFORE INSERT ON tw_1.extra "
+        "FOR EACH ROW SET @x = 1;");
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    const Outcome outcome = AsHalf({"restore", backup_.string(), "--site", "1"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "twupdate: tw_1: the user lacks the right SUPER, which triggers and functions need "
+              "where the server has a binary log and log_bin_trust_function_creators is off; "
+              "nothing was put back\n");
+    EXPECT_EQ(SiteVersion(1), "1.0265");
+    const GlobalSetting trust("log_bin_trust_function_creators", "ON");
+    const Outcome restored = AsHalf({"restore", backup_.string(), "--site", "1"});
+    EXPECT_EQ(restored.status, 0) << restored.err;
+}
+
+TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    const std::string central = StateOf("tw_tarnwick");
+    const std::string one = StateOf("tw_1");
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
+    const std::string half = "head -c 20000 | /usr/bin/mariadb \"$@\"; exit 1";
+    const std::string before = "kill -9 $PPID";
+    const std::string after = "/usr/bin/mariadb \"$@\"; kill -9 $PPID";
+    for (const std::vector<std::string>& restore :
+         {std::vector<std::string>{"restore", backup_.string()},
+          std::vector<std::string>{"restore", backup_.string(), "--site", "1"}}) {
+        for (const std::string& script : {before, half, after}) {
+            EXPECT_NE(RunProgram(With(restore), {{"PATH", PathWith("mariadb", script)}}).status, 0);
+            if (restore.size() > 2) {
+                EXPECT_EQ(SiteVersion(1), "1") << script;
+            }
+            for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+                     {"upgrade"},
+                     {"upgrade-site", "1"},
+                     {"upgrade-site", "1", "--from", "1.0000", "--no-record"},
+                     {"import-master-data", "1", "--from", "1.0000"},
+                     {"check"},
+                     {"repair", "--apply"}}) {
+                const Outcome outcome = Run(command);
+                EXPECT_EQ(outcome.status, 1) << command.front() << " after " << script;
+                EXPECT_THAT(outcome.err,
+                            AllOf(HasSubstr("a restore that has not come to its end has tw_1"),
+                                  HasSubstr(" in hand; give the same restore again\n")));
+            }
+            const Outcome again = Run(restore);
+            EXPECT_EQ(again.status, 0) << again.err;
+            EXPECT_EQ(StateOf("tw_1"), one) << script;
+            EXPECT_EQ(SiteVersion(1), "1");
+            if (restore.size() == 2) {
+                EXPECT_EQ(StateOf("tw_tarnwick"), central);
+                EXPECT_EQ(Run({"upgrade"}).status, 0);
+            } else {
+                EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);
+            }
+            EXPECT_EQ(SiteVersion(1), "1.0265");
+        }
+    }
+}
+
+TEST_F(Backup, OfTheCopiesInAnImportedSiteSaysNothingOfTheSitesVersion) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0100");
+    for (const std::string& statement : sample::Layouts().ImportedMasterData(7)) {
+        Execute(statement);
+    }
+    ASSERT_EQ(Run({"--backup", backup_.string(), "import-master-data", "7"}).status, 0);
+    EXPECT_EQ(Run({"restore", backup_.string(), "--site", "7"}).status, 0);
+    EXPECT_EQ(SiteVersion(7), "1.01");
+}
+
+TEST_F(Backup, OfSitesWithoutTheCentralDatabaseBringsTheirVersionsBackToo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    fs::remove(backup_ / "tw_tarnwick.sql.gz");
+    EXPECT_EQ(Run({"restore", backup_.string()}).status, 0);
+    EXPECT_EQ(SiteVersion(1), "1");
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0265;");
+    fs::remove(backup_ / "tw_1.json");
+    const std::string one = StateOf("tw_1");
+    const Outcome outcome = Run({"restore", backup_.string()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "twupdate: the note on the version of site 1 is missing, " +
+                               (backup_ / "tw_1.json").string() + "; nothing was put back\n");
+    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(StateOf("tw_1"), one);
+}
+
+TEST_F(Backup, OfTheCentralDatabaseLeavesTheVersionsOfOtherSitesAlone) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    ASSERT_EQ(Run({"upgrade-site", "2"}).status, 0);
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0000;");
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);  // has the old version of site 2, too
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0265 WHERE siteid = 2;");
+    const Outcome restored = Run({"restore", backup_.string()});
+    EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_THAT(restored.out, HasSubstr("tw_2: not in the backup, so its version stays 1.0265\n"));
+    EXPECT_EQ(SiteVersion(1), "1");
+    EXPECT_EQ(SiteVersion(2), "1.0265");
+}
+
+TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    fs::rename(backup_ / "tw_1.sql.gz", backup_ / "tw_2.sql.gz");
+    const Outcome outcome = Run({"restore", backup_.string()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "twupdate: " + (backup_ / "tw_2.sql.gz").string() + " is no dump of tw_2\n");
+    EXPECT_EQ(SiteVersion(1), "1.0265");
 }
 
 TEST_F(Backup, ADatabaseThatIsNotPutBackToItsEndIsNamed) {

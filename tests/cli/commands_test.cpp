@@ -150,6 +150,12 @@ TEST_F(Commands, UpgradeSaysWhichSitesItLeavesOut) {
     EXPECT_EQ(SiteVersion(7), "1.0266");
     EXPECT_EQ(SiteVersion(10), "1.03");
     EXPECT_EQ(InstallationVersion(), "1.0265");
+    const Outcome again = Run(upgrade);
+    EXPECT_THAT(again.out,
+                HasSubstr("already; nothing was done.\nLeft out, hard-deleted: 2 sites "));
+    EXPECT_EQ(again.err, outcome.err);
+    EXPECT_EQ(Run({"--json", "upgrade"}).Json()["left_out"]["newer"], nlohmann::json({7, 10}));
+    EXPECT_THAT(Run({"plan"}).out, HasSubstr("Left out, in transaction: 1 site (5)\n"));
     Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
     EXPECT_EQ(
         Run({"--json", "upgrade"}).Json()["left_out"],

@@ -153,5 +153,22 @@ TEST_F(Rehearse, TheCopyHasTheSqlModeOfTheSource) {
     EXPECT_EQ(result["failures"][0]["code"], 1067);
 }
 
+TEST_F(Rehearse, DoesNotMixWithWhatIsInAFolder) {
+    WriteFile(folder_ / "r" / "notes.txt", "somebody's");
+    const std::string folder = (folder_ / "r").string();
+    const Outcome outcome = RunProgram({"--socket", "/nowhere", "rehearse", "--workdir", folder});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err,
+              "twupdate: " + folder + " is not empty; name another folder for the rehearsal\n");
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "r" / "server"));
+}
+
+TEST_F(Rehearse, ThatCannotBeginLeavesTheFolderForTheNextTry) {
+    MakeCentralDatabase();
+    const std::string folder = (folder_ / "r").string();
+    EXPECT_EQ(Run({"--install-folder", "/", "rehearse", "--workdir", folder}).status, 2);
+    EXPECT_EQ(Run({"rehearse", "--workdir", folder}).status, 0);
+}
+
 }  // namespace
 }  // namespace twupdate::test

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace twupdate::cli {
 namespace {
@@ -113,6 +115,12 @@ TEST(DescribeError, NamesACallOnce) {
               "Reset 7 1: ended with status 1");
     EXPECT_EQ(DescribeError(HostError("Reset 7 1", 0, "", "ended with status 1")),
               "Reset 7 1: ended with status 1");
+}
+
+TEST(Text, DatabasesAreListedByNumber) {
+    std::vector<std::string> names{"tw_tarnwick", "tw_10", "tw_logs", "tw_2", "tw_1"};
+    std::sort(names.begin(), names.end(), cli::ComesBefore);
+    EXPECT_EQ(names, (std::vector<std::string>{"tw_1", "tw_2", "tw_10", "tw_logs", "tw_tarnwick"}));
 }
 
 }  // namespace

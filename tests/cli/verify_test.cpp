@@ -165,6 +165,14 @@ TEST_F(Verify, FindsNothingInAnUpgradedInstallationWithWhateverFeatures) {
     EXPECT_LT(three, lines.find("tw_10: without"));  // by number, not by name
 }
 
+TEST_F(Verify, SaysWhenThereIsNothingToCompare) {
+    MakeCentralDatabase();
+    const Outcome outcome = Run({"verify"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "Not at 1.0265 and not looked at: tw_tarnwick\nNo database was compared.\n");
+}
+
 TEST_F(Verify, FindsNothingInANewCentralDatabase) {
     ASSERT_EQ(Run({"create-core"}).status, 0);
     const Outcome outcome = Run({"verify"});
