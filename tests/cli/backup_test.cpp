@@ -130,15 +130,15 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
     MakeSite(1);
     Execute("CREATE OR REPLACE USER 'half'@'localhost';");
     const std::string made = "CREATE DEFINER = 'half'@'localhost' ";
-    Execute("CREATE TABLE tw_1.event(a INT);");
+    Execute("CREATE TABLE tw_1.extra(a INT);");
     Execute(made + "VIEW tw_1.v AS SELECT name FROM tw_1.setting;");
-    Execute(made + "TRIGGER tw_1.t BEFORE INSERT ON tw_1.event FOR EACH ROW SET @x = 1;");
+    Execute(made + "TRIGGER tw_1.t BEFORE INSERT ON tw_1.extra FOR EACH ROW SET @x = 1;");
     Execute(made + "EVENT tw_1.e ON SCHEDULE EVERY 1 DAY DO SELECT 1;");
     Execute(made + "PROCEDURE tw_1.p() SELECT 1;");
     Execute(made + "FUNCTION tw_1.f() RETURNS INT RETURN 1;");
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
-    Execute("INSERT INTO tw_1.event VALUES(5);");
+    Execute("INSERT INTO tw_1.extra VALUES(5);");
     for (const std::string right :
          {"CREATE VIEW", "TRIGGER", "EVENT", "CREATE ROUTINE", "ALTER ROUTINE"}) {
         Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
@@ -146,13 +146,13 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.err,
                   "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
-        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.event;"), "1");
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.extra;"), "1");
         EXPECT_EQ(SiteVersion(1), "1.0265");
         Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
     const Outcome restored = AsHalf({"restore", backup_.string(), "--site", "1"});
     EXPECT_EQ(restored.status, 0) << restored.err;
-    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.event;"), "0");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.extra;"), "0");
     EXPECT_EQ(Cell("SELECT tw_1.f();"), "1");
 }
 
