@@ -53,9 +53,8 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
         findings.push_back(NewerFinding("tw_tarnwick", version));
     }
     if (central) {
+        InstallFolderWithData(options);  // wrong use, as for an upgrade
         pending = CentralPending(session, version);
-        CheckCentral(session, scope, findings);
-        CheckDataFiles(session, InstallFolderWithData(options), scope.central, findings);
     }
     std::vector<SiteRow> sites;
     for (const SiteRow& site : installation.Sites()) {
@@ -75,11 +74,20 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
     if (siteId && sites.empty()) {
         throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
     }
-    const auto unreadable = CheckRights(*session.GetConnection(), pending, findings);
+    scope.unreadable = CheckRights(*session.GetConnection(), pending, findings);
     std::erase_if(sites, [&](const SiteRow& site) {
         return site.State() != SiteState::kOld ||
-               unreadable.contains(fmt::format("tw_{}", site.siteId));
+               scope.unreadable.contains(fmt::format("tw_{}", site.siteId));
     });
+    std::erase_if(pending, [&](const PendingDatabase& database) {
+        return scope.unreadable.contains(database.name);
+    });
+    if (scope.unreadable.contains("tw_tarnwick")) {
+        sites.clear();  // without it nothing can be said of them
+    } else if (central) {
+        CheckCentral(session, scope, findings);
+        CheckDataFiles(session, scope.installFolder, scope.central, findings);
+    }
     if (!sites.empty()) {
         scope.components = KnownComponents(*session.GetConnection(), scope);
     }

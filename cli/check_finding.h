@@ -40,9 +40,10 @@ struct CheckScope {
     std::filesystem::path installFolder;
     std::string localHostName;
     double centralVersion = 0;
-    bool upgradesCentral = false;  ///< before it comes to the sites
-    StoredTables central;          ///< of the central database
-    Components components = {};    ///< as KnownComponents gives them
+    bool upgradesCentral = false;           ///< before it comes to the sites
+    StoredTables central;                   ///< of the central database
+    Components components = {};             ///< as KnownComponents gives them
+    std::set<std::string> unreadable = {};  ///< databases that the user may not read
 
     /// Of the central database; none when it is not upgraded.
     PendingRun CentralRun() const;

@@ -82,7 +82,7 @@ void CheckCentral(const Session& session, const CheckScope& scope,
     if (pending.Has("ServerStep_1_0035")) {
         CheckDoubleTemp(database, layout, "ServerStep_1_0035", findings);
     }
-    if (pending.Has("ServerDataStep_1_0030") &&
+    if (pending.Has("ServerDataStep_1_0030") && !scope.unreadable.contains("tw_logs") &&
         !Installation(session.Own()).HasDatabase("tw_logs")) {
         findings.push_back({"tw_logs", "", "ServerDataStep_1_0030", "the database is missing",
                             "CREATE DATABASE tw_logs"});

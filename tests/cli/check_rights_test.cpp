@@ -1,0 +1,324 @@
+// The rights of the user, beyond one right of a database that is missing. Each test makes a
+// situation, sees what `check` says of it, and sees the real upgrade agree.
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <set>
+
+#include "cli/installation_fixture.h"
+#include "sample/installation.h"
+#include "twupdate_host/mariadb_utility.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class CheckRights : public InstallationTest {
+  protected:
+    CheckRights() { Execute("CREATE OR REPLACE USER 'half'@'localhost';"); }
+
+    /// A plain site at 1.0000 and another one as the root site.
+    void MakeInstallation() {
+        MakeCentralDatabase();
+        MakeSite(8);
+    }
+
+    static void Grant(const std::string& right, const std::string& where) {
+        Execute("GRANT " + right + " ON " + where + " TO 'half'@'localhost';");
+    }
+    static void Revoke(const std::string& right, const std::string& where) {
+        Execute("REVOKE " + right + " ON " + where + " FROM 'half'@'localhost';");
+    }
+
+    static Outcome RunAsHalf(const std::vector<std::string>& command) {
+        std::vector<std::string> arguments{"--socket", CliServer::Get().Server().Socket().string(),
+                                           "--user", "half"};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        return RunProgram(arguments);
+    }
+
+    static void ExpectFailure(const std::string& finding, const std::string& failure) {
+        const Outcome found = RunAsHalf({"check"});
+        EXPECT_EQ(found.status, 3) << found.err;
+        EXPECT_THAT(found.out, StartsWith(finding + " TO 'half'@'localhost'\n1 finding.\n"));
+        const Outcome failed = RunAsHalf({"upgrade"});
+        EXPECT_EQ(failed.status, 1) << failed.out;
+        EXPECT_THAT(failed.err, ContainsRegex(failure));
+    }
+
+    static void ExpectSuccess() {
+        const Outcome clean = RunAsHalf({"check"});
+        EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
+        const Outcome done = RunAsHalf({"upgrade"});
+        EXPECT_EQ(done.status, 0) << done.err;
+    }
+};
+
+// --- when a right is needed --------------------------------------------------------------------
+
+/// One right is taken away at a time, with the site at one of the last versions: `check` finds it
+/// exactly where the upgrade fails.
+class RightsOfTheLastVersions : public CheckRights {
+  protected:
+    static void Compare(const std::string& version, const std::string& right) {
+        Execute("UPDATE tw_tarnwick.site SET version = " + version + " WHERE siteid = 8;");
+        Revoke(right, "tw_8.*");
+        const Outcome check = RunAsHalf({"check", "--site", "8"});
+        const Outcome upgrade = RunAsHalf({"upgrade-site", "8"});
+        Grant(right, "tw_8.*");
+        EXPECT_EQ(check.status == 3, upgrade.status == 1)
+            << right << " at " << version << "\n"
+            << check.out << check.err << upgrade.out << upgrade.err;
+        if (upgrade.status == 1) {
+            EXPECT_THAT(check.out, HasSubstr("tw_8: the user lacks the right " + right + "; "));
+            EXPECT_THAT(upgrade.err, HasSubstr(right + " command denied to user"));
+        }
+    }
+
+    static void CompareAll() {
+        Grant("ALL PRIVILEGES", "tw_tarnwick.*");
+        Grant("SELECT, INSERT, UPDATE, DELETE, CREATE, DROP, ALTER", "tw_8.*");
+        for (const char* version : {"1.0255", "1.0256", "1.0257", "1.0258", "1.0259"}) {
+            for (const char* right : {"INSERT", "UPDATE", "DELETE", "CREATE", "DROP"}) {
+                Compare(version, right);
+            }
+        }
+    }
+};
+
+TEST_F(RightsOfTheLastVersions, AreThoseThatThePendingStepsOfAPlainSiteNeed) {
+    MakeCentralDatabase();
+    MakeUpgradedSite(8, "1.0255");
+    CompareAll();
+}
+
+TEST_F(RightsOfTheLastVersions, AreMoreWhereASiteHasForms) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", {sample::Group::kForms});
+    Execute("INSERT INTO tw_8.form(formfeatureid) VALUES(50);");
+    Execute("CREATE TABLE tw_8.form_50(replyid INT PRIMARY KEY);");
+    ASSERT_EQ(Run({"upgrade-site", "8"}).status, 0);
+    CompareAll();
+}
+
+TEST_F(CheckRights, NoneAreNeededForLogsThatThereAreNot) {
+    MakeInstallation();
+    Execute("DROP TABLE tw_logs.tw_1;");
+    Grant("ALL PRIVILEGES", "tw_tarnwick.*");
+    Grant("ALL PRIVILEGES", "tw_8.*");
+    Grant("SELECT", "tw_logs.*");
+    ExpectSuccess();
+}
+
+// --- where a right comes from ------------------------------------------------------------------
+
+/// The rights on tables that a run has used, from its trace: all but SELECT.
+std::map<std::string, std::set<std::string>> RightsUsed(const std::filesystem::path& trace) {
+    std::map<std::string, std::set<std::string>> used;
+    const std::regex write(
+        R"(^(UPDATE|INSERT INTO|DELETE FROM|ALTER TABLE|CREATE TABLE IF NOT EXISTS) (tw_\w+\.\w+))");
+    const std::regex rename(R"(^RENAME TABLE (\S+) TO ([^;]+);)");
+    const std::regex repair(R"(^REPAIR TABLE (\S+))");
+    for (const auto& line : JsonLinesOf(trace)) {
+        const std::string sql = line.value("sql", "");
+        std::smatch parts;
+        if (std::regex_search(sql, parts, write)) {
+            const std::string verb = parts[1];
+            used[parts[2]].insert(verb.substr(0, verb.find(' ')));
+            if (sql.find("ON DUPLICATE KEY UPDATE") != std::string::npos) {
+                used[parts[2]].insert("UPDATE");
+            }
+        } else if (std::regex_search(sql, parts, rename)) {
+            used[parts[1]].insert({"ALTER", "DROP"});
+            used[parts[2]].insert({"CREATE", "INSERT"});
+        } else if (std::regex_search(sql, parts, repair)) {
+            used[parts[1]].insert("INSERT");
+        }
+    }
+    return used;
+}
+
+TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
+    // The first site of the sample: every feature, with rows for all that a step can write.
+    const auto make = [] {
+        sample::InstallationOptions options;
+        options.sites = 1;
+        options.rows = 20;
+        sample::MakeInstallation(std::make_shared<host::MariaDbUtility>(host::Connection::Open(
+                                     CliServer::Get().Server().ConnectOptions())),
+                                 options);
+    };
+    make();
+    const auto trace = folder_ / "trace.jsonl";
+    ASSERT_EQ(Run({"--trace", trace.string(), "upgrade"}).status, 0);
+    auto used = RightsUsed(trace);
+    // Written where a robots.txt, an address or an upload asks for it, which the sample's do not.
+    used["tw_1.plaintext"].insert("INSERT");
+    used["tw_1.security"].insert("UPDATE");
+    used["tw_1.form_7"].insert("UPDATE");
+    ASSERT_GT(used.size(), 100U);
+    const std::vector<std::string> databases{"tw_tarnwick", "tw_logs", "tw_1"};
+    for (const std::string& database : databases) {
+        Execute("DROP DATABASE " + database + ";");
+    }
+    make();
+    Execute("CREATE TABLE tw_1.other(a INT);");  // somebody else's
+    for (const std::string& database : databases) {
+        Grant("SELECT", database + ".*");
+    }
+    for (const auto& [table, rights] : used) {
+        std::string list;
+        for (const std::string& right : rights) {
+            list += (list.empty() ? "" : ", ") + right;
+        }
+        Grant(list, table);
+    }
+    const std::vector<std::pair<std::string, std::string>> some{
+        {"ALTER", "tw_tarnwick.site"}, {"DELETE", "tw_tarnwick.component"},
+        {"ALTER", "tw_logs.tw_1"},     {"CREATE", "tw_1.plaintext"},
+        {"INSERT", "tw_1.tag"},        {"UPDATE", "tw_1.feature"}};
+    for (const auto& [right, table] : some) {
+        const std::string database = table.substr(0, table.find('.'));
+        Revoke(right, table);
+        ExpectFailure(
+            database + ": the user lacks the right " + right + "; GRANT " + right + " ON `" +
+                database + "`.*",
+            right + " command denied to user .* for table .*" + table.substr(table.find('.') + 1));
+        Grant(right, table);
+    }
+    ExpectSuccess();
+}
+
+TEST_F(CheckRights, RightsOnColumnsDoNot) {
+    MakeInstallation();
+    Grant("ALL PRIVILEGES", "`tw\\_tarnwick`.*");
+    Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
+    Grant("SELECT, INSERT, DELETE, CREATE, ALTER", "tw_8.*");
+    Grant("UPDATE(zoneid, elementid)", "tw_8.layoutzone");
+    ExpectFailure("tw_8: the user lacks the right UPDATE; GRANT UPDATE ON `tw_8`.*",
+                  "UPDATE command denied to user");
+}
+
+TEST_F(CheckRights, WildcardsFitAsTheServerReadsThem) {
+    MakeInstallation();
+    for (const char* pattern : {"`tw_%`.*", "`tw\\_%`.*", "`%`.*", "*.*"}) {
+        Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+        Grant("ALL PRIVILEGES", pattern);
+        EXPECT_EQ(RunAsHalf({"check"}).status, 0) << pattern;
+    }
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Grant("ALL PRIVILEGES", "`tw\\_t%`.*");
+    Grant("ALL PRIVILEGES", "`tw\\_l%`.*");
+    Grant("SELECT", "`tw\\_\\%`.*");  // a percent sign
+    Grant("SELECT", "`tw_8`.*");
+    Grant("INSERT, UPDATE, DELETE, CREATE, ALTER", "`tw%8`.*");
+    // Of the two that fit, the one without % counts.
+    ExpectFailure(
+        "tw_8: the user lacks the right INSERT, UPDATE, DELETE, CREATE, ALTER; GRANT INSERT, "
+        "UPDATE, DELETE, CREATE, ALTER ON `tw_8`.*",
+        "command denied to user .*tw_8");
+    Revoke("SELECT", "`tw_8`.*");
+    Grant("SELECT", "`tw%8`.*");
+    ExpectSuccess();
+}
+
+TEST_F(CheckRights, OfARoleAndThoseGrantedToItTheMostSpecialGrantCounts) {
+    MakeInstallation();
+    Execute("CREATE OR REPLACE ROLE upgrader;");
+    Execute("CREATE OR REPLACE ROLE reader;");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO upgrader;");
+    Execute("GRANT SELECT ON `tw\\_8`.* TO reader;");
+    Execute("GRANT reader TO upgrader;");
+    Execute("GRANT upgrader TO 'half'@'localhost';");
+    Execute("SET DEFAULT ROLE upgrader FOR 'half'@'localhost';");
+    ExpectFailure(
+        "tw_8: the user lacks the right INSERT, UPDATE, DELETE, CREATE, ALTER; GRANT INSERT, "
+        "UPDATE, DELETE, CREATE, ALTER ON `tw_8`.*",
+        "command denied to user .*tw_8");
+    Execute("GRANT SELECT ON `tw\\_8`.* TO 'half'@'localhost';");
+    Execute("REVOKE reader FROM upgrader;");
+    // The user's own grant does not hide the role's.
+    ExpectSuccess();
+    Execute("DROP ROLE upgrader, reader;");
+}
+
+TEST_F(CheckRights, TheRightsOfEverybodyCount) {
+    MakeInstallation();
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO PUBLIC;");
+    ExpectSuccess();
+    Execute("REVOKE ALL PRIVILEGES ON `tw\\_%`.* FROM PUBLIC;");
+}
+
+// SHOW GRANTS does not list what is granted to them, and the server gives it to the user.
+TEST_F(CheckRights, TheRightsOfTheAnonymousUserAndOfOtherHostsCount) {
+    MakeInstallation();
+    Execute("CREATE OR REPLACE USER ''@'localhost', 'half'@'%';");
+    Grant("ALL PRIVILEGES", "`tw\\_tarnwick`.*");
+    Execute("GRANT ALL PRIVILEGES ON tw_8.* TO ''@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON tw_logs.* TO 'half'@'%';");
+    ExpectSuccess();
+    Execute("DROP USER ''@'localhost', 'half'@'%';");
+}
+
+TEST_F(CheckRights, TheRightsOfTheAnonymousUserHideThoseOfTheUser) {
+    MakeInstallation();
+    Execute("CREATE OR REPLACE USER ''@'localhost';");
+    Grant("ALL PRIVILEGES", "`tw\\_%`.*");
+    Execute("GRANT SELECT, ALTER, CREATE, DELETE ON tw_8.* TO ''@'localhost';");
+    ExpectFailure("tw_8: the user lacks the right INSERT, UPDATE; GRANT INSERT, UPDATE ON `tw_8`.*",
+                  "(INSERT|UPDATE) command denied to user .*tw_8");
+    Execute("DROP USER ''@'localhost';");
+}
+
+// --- what check itself reads -------------------------------------------------------------------
+
+TEST_F(CheckRights, ADatabaseThatMayNotBeReadIsOneFinding) {
+    MakeInstallation();
+    MakeSite(9);
+    const std::string rest = "INSERT, UPDATE, DELETE, CREATE, ALTER";
+    Grant("ALL PRIVILEGES", "`tw\\_tarnwick`.*");
+    Grant("ALL PRIVILEGES", "`tw\\_9`.*");
+    Grant("ALL PRIVILEGES", "`tw\\_8`.*");
+    // Of the logs not even that they are there.
+    ExpectFailure(
+        "tw_logs: the user lacks the right SELECT, ALTER; GRANT SELECT, ALTER ON `tw_logs`.*",
+        "Access denied for user .* to database 'tw_logs'");
+    Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
+    // Nor of the site.
+    Revoke("ALL PRIVILEGES", "`tw\\_8`.*");
+    ExpectFailure("tw_8: the user lacks the right SELECT, " + rest + "; GRANT SELECT, " + rest +
+                      " ON `tw_8`.*",
+                  "(Access|command) denied (to|for) user .*tw_8");
+    // One table alone may not be read.
+    Grant(rest, "`tw\\_8`.*");
+    const auto tables = CliServer::Get().Root().Query(
+        "SELECT table_name FROM information_schema.tables WHERE "
+        "table_schema = 'tw_8' AND table_name <> 'email';");
+    while (tables->Next()) {
+        Grant("SELECT", "tw_8." + tables->Get(0).ToText());
+    }
+    ExpectFailure("tw_8: the user lacks the right SELECT; GRANT SELECT ON `tw_8`.*",
+                  "SELECT command denied to user .*tw_8");
+}
+
+TEST_F(CheckRights, ACentralDatabaseThatMayBeReadInPartIsOneFinding) {
+    MakeInstallation();
+    Grant("ALL PRIVILEGES", "`tw\\_8`.*");
+    Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
+    Grant("INSERT, UPDATE, DELETE, CREATE, ALTER", "`tw\\_tarnwick`.*");
+    Grant("SELECT", "tw_tarnwick.installation");
+    for (const char* command : {"check", "upgrade"}) {
+        const Outcome outcome = RunAsHalf({command});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, ContainsRegex("tw_tarnwick.site.*SELECT command denied to user"));
+    }
+    Grant("SELECT", "tw_tarnwick.site");
+    ExpectFailure("tw_tarnwick: the user lacks the right SELECT; GRANT SELECT ON `tw_tarnwick`.*",
+                  "SELECT command denied to user .*tw_tarnwick");
+}
+
+}  // namespace
+}  // namespace twupdate::test
