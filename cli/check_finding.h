@@ -130,6 +130,10 @@ Components KnownComponents(host::Connection& connection, const CheckScope& scope
 void CheckSiteSurroundings(const Session& session, const CheckScope& scope, std::int32_t siteId,
                            const PendingRun& pending, std::vector<CheckFinding>& findings);
 
+/// The tables and rows of the root site that the central ladders come to.
+void CheckRootSite(const Session& session, const CheckScope& scope, const PendingRun& pending,
+                   std::vector<CheckFinding>& findings);
+
 /// The files among these: the templates, the folders of the site, robots.txt.
 /// @param formComponents  the components of the site's form pages
 void CheckSiteFiles(const Session& session, const CheckScope& scope, std::int32_t siteId,

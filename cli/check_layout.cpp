@@ -88,6 +88,7 @@ void CheckCentral(const Session& session, const CheckScope& scope,
                             "CREATE DATABASE tw_logs"});
     }
     CheckCentralRows(session, scope, pending, findings);
+    CheckRootSite(session, scope, pending, findings);
 }
 
 void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& site,

@@ -307,7 +307,7 @@ Needs NeedsOf(host::Connection& connection, const std::string& database,
                 AddLogs(connection, central, needs);
                 break;
             case Kind::kRootSite:
-                needs["SELECT"].insert({"domain", "group_table"});
+                needs["SELECT"].insert({"domain", "group_table", "domaingroup"});
                 needs["INSERT"].insert({"domain", "domaingroup"});
                 break;
             case Kind::kSite: {
@@ -421,7 +421,7 @@ class Grants {
     }
 
     /// Whether anything is granted on a single table of the database.
-    bool HasTables(const std::string& database) const {
+    bool NamesTables(const std::string& database) const {
         return std::any_of(grants_.begin(), grants_.end(), [&](const Grant& grant) {
             return grant.pattern == database && grant.table != "*";
         });
@@ -472,7 +472,7 @@ class TrueRights {
   public:
     TrueRights(host::Connection& connection, const Grants& grants, const std::string& database)
         : grants_(grants), database_(database) {
-        if (grants.HasTables(database)) {
+        if (grants.NamesTables(database)) {
             return;
         }
         const auto rows = connection.Query(

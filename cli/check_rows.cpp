@@ -776,12 +776,6 @@ void CheckRootDomain(const Session& session, const CheckScope& scope, const Pend
                  "give the machine a shorter name, or name one with --local-host-name"});
         }
     }
-    if (!stored.tables.empty() && stored.Find("domain", "domainname") == nullptr) {
-        findings.push_back({site, "domain", step,
-                            stored.tables.contains("domain") ? "the column domainname is missing"
-                                                             : "the table is missing",
-                            "bring it back from a backup"});
-    }
 }
 
 }  // namespace

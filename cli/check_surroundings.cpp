@@ -7,6 +7,7 @@
 #include <set>
 
 #include "cli/check_finding.h"
+#include "cli/root_site.h"
 #include "cli/stored_columns.h"
 #include "cli/text.h"
 
@@ -158,7 +159,87 @@ void CheckPayments(host::Connection& connection, const CheckScope& scope,
     }
 }
 
+// --- the root site -------------------------------------------------------------------------------
+
+/// The columns of the root site that ServerDataStep_1_0252 misses.
+class RootSiteColumns {
+  public:
+    RootSiteColumns(std::string database, const StoredTables& stored,
+                    std::vector<CheckFinding>& findings)
+        : database_(std::move(database)), stored_(stored), findings_(findings) {}
+
+    bool Have(const std::string& table, std::string_view columns) {
+        bool all = true;
+        for (const std::string& column : SplitAtBlanks(columns)) {
+            if (stored_.Find(table, column) != nullptr) {
+                continue;
+            }
+            all = false;
+            AddOnce(
+                {database_, table, std::string(kStep),
+                 stored_.tables.contains(table) ? fmt::format("the column {} is missing", column)
+                                                : std::string("the table is missing"),
+                 "bring it back from a backup"},
+                findings_);
+        }
+        return all;
+    }
+
+    static constexpr std::string_view kStep = "ServerDataStep_1_0252";
+
+  private:
+    std::string database_;
+    const StoredTables& stored_;
+    std::vector<CheckFinding>& findings_;
+};
+
+bool HasRow(host::Connection& connection, const std::string& query) {
+    return connection.Query(query)->Next();
+}
+
 }  // namespace
+
+void CheckRootSite(const Session& session, const CheckScope& scope, const PendingRun& pending,
+                   std::vector<CheckFinding>& findings) {
+    host::Connection& connection = *session.GetConnection();
+    const auto root = pending.Has(RootSiteColumns::kStep) ? RootSite(*session.Own()) : std::nullopt;
+    const std::string database = fmt::format("tw_{}", root.value_or(0));
+    if (root.value_or(0) <= 0 || scope.unreadable.contains(database)) {
+        return;
+    }
+    const StoredTables stored = ReadStoredTables(connection, database);
+    if (stored.tables.empty()) {
+        return;  // a database that is missing is told of with the site
+    }
+    RootSiteColumns columns(database, stored, findings);
+    const auto& name = scope.localHostName;
+    if (!columns.Have("domain", "domainid domainname") ||
+        HasRow(connection,
+               fmt::format("SELECT 1 FROM {}.domain WHERE domainname = CONVERT(X'{:02X}' USING "
+                           "utf8mb4);",
+                           database,
+                           fmt::join(std::vector<unsigned char>(name.begin(), name.end()), "")))) {
+        return;
+    }
+    const std::string group =
+        fmt::format(" FROM {}.group_table WHERE displayname = 'local Visitor'", database);
+    if (!columns.Have("group_table", "groupid displayname") ||
+        !HasRow(connection, "SELECT 1" + group + ";") ||
+        !columns.Have("domaingroup", "groupid domainid domaingrouptype")) {
+        return;
+    }
+    if (stored.tables.at("domaingroup").key.size() == 3 &&
+        HasRow(connection,
+               fmt::format("SELECT 1 FROM {0}.domaingroup g INNER JOIN information_schema.tables t "
+                           "ON t.auto_increment = g.domainid WHERE t.table_schema = '{0}' AND "
+                           "t.table_name = 'domain' AND g.domaingrouptype = 0 AND g.groupid = "
+                           "(SELECT groupid{1} LIMIT 1);",
+                           database, group))) {
+        findings.push_back({database, "domaingroup", std::string(RootSiteColumns::kStep),
+                            "a row is left over of the id that the next domain gets",
+                            "delete the rows of domains that there are not"});
+    }
+}
 
 Components KnownComponents(host::Connection& connection, const CheckScope& scope) {
     Components components;

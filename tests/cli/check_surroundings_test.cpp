@@ -154,6 +154,78 @@ TEST_F(CheckSurroundings, FindsARootSiteWithoutDomains) {
     ExpectSuccess();
 }
 
+TEST_F(CheckSurroundings, FindsWhatTheRootSiteLacksForItsNewDomain) {
+    MakeSite(8);
+    ExecuteAll({"INSERT INTO tw_8.group_table(groupid, displayname) VALUES(2, 'local Visitor')"});
+    const std::vector<std::pair<std::string, std::vector<std::string>>> needs{
+        {"domain", {"domainid", "domainname"}},
+        {"group_table", {"groupid", "displayname"}},
+        {"domaingroup", {"groupid", "domainid", "domaingrouptype"}}};
+    for (const auto& [table, columns] : needs) {
+        const std::string whole = "tw_8." + table;
+        ExecuteAll({"RENAME TABLE " + whole + " TO tw_8.kept"});
+        ExpectFailure(whole +
+                          ": the table is missing, so ServerDataStep_1_0252 fails; bring it "
+                          "back from a backup",
+                      "step ServerDataStep_1_0252: .*server error 1146");
+        for (const std::string& column : columns) {
+            ExecuteAll({"CREATE TABLE " + whole + " AS SELECT * FROM tw_8.kept",
+                        "ALTER TABLE " + whole + " DROP COLUMN " + column,
+                        "DELETE FROM tw_8.domain"});
+            ExpectFailure(whole + ": the column " + column +
+                              " is missing, so "
+                              "ServerDataStep_1_0252 fails; ",
+                          "step ServerDataStep_1_0252: .*server error 1054");
+            ExecuteAll({"DROP TABLE " + whole});
+        }
+        ExecuteAll({"RENAME TABLE tw_8.kept TO " + whole, "DELETE FROM tw_8.domain"});
+    }
+    const std::string next = Cell(
+        "SELECT auto_increment FROM information_schema.tables WHERE table_schema = 'tw_8' AND "
+        "table_name = 'domain';");
+    ExecuteAll({"INSERT INTO tw_8.domaingroup(groupid, domainid) VALUES(2, " + next + ")"});
+    ExpectFailure(
+        "tw_8.domaingroup: a row is left over of the id that the next domain gets, so "
+        "ServerDataStep_1_0252 fails; delete the rows of domains that there are not",
+        "step ServerDataStep_1_0252: .*server error 1062");
+    ExecuteAll({"DELETE FROM tw_8.domain", "DELETE FROM tw_8.domaingroup"});
+    ExpectSuccess();
+    EXPECT_EQ(Cell("SELECT groupid FROM tw_8.domaingroup;"), "2");
+}
+
+TEST_F(CheckSurroundings, FindsNoFaultInARootSiteThatHasTheDomain) {
+    MakeSite(8);
+    ExecuteAll({"INSERT INTO tw_8.domain(domainname) VALUES('LOCALHOST')",
+                "DROP TABLE tw_8.group_table", "DROP TABLE tw_8.domaingroup"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsNoFaultInARootSiteThatHasRenamedItsGroup) {
+    MakeSite(8);
+    ExecuteAll({"DROP TABLE tw_8.domaingroup"});
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, NeedsTheInstallFolderAsAnUpgradeDoes) {
+    MakeSite(8);
+    const std::string empty = (folder_ / "empty").string();
+    fs::create_directories(empty);
+    const auto run = [&](std::vector<std::string> command) {
+        command.insert(command.begin(), {"--install-folder", empty});
+        return Run(command);
+    };
+    for (const char* command : {"check", "upgrade"}) {
+        const Outcome outcome = run({command});
+        EXPECT_EQ(outcome.status, 2) << command;
+        EXPECT_THAT(outcome.err, HasSubstr(empty + " has no folder resources with the reference "
+                                                   "data; --install-folder names"));
+    }
+    // One site takes its components from the table, and no files where there are none.
+    fs::remove_all(folder_ / "wwwroot");
+    EXPECT_EQ(run({"check", "--site", "8"}).status, 0);
+    EXPECT_EQ(run({"upgrade-site", "8"}).status, 0);
+}
+
 TEST_F(CheckSurroundings, FindsAComponentThatNobodyKnows) {
     MakeSite(8);
     const fs::path data = folder_ / "update/resources/componentData.txt";
