@@ -95,6 +95,7 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
         CheckSite(session, scope, site, findings);
     }
     CheckServer(session, pending, findings);
+    CheckRowSizes(*session.GetConnection(), pending, findings);
     CheckSpace(session, pending, findings, checked.notes);
     return checked;
 }

@@ -62,17 +62,19 @@ struct PendingDatabase {
     std::string name;
     Kind kind = Kind::kSite;
     double version = 0;
+
+    /// The steps of its ladders.
+    PendingRun Run() const;
 };
 
 /// The server: another run in progress, its version, settings under which a statement fails.
+/// @param pending  all of them readable
 void CheckServer(const Session& session, const std::vector<PendingDatabase>& pending,
                  std::vector<CheckFinding>& findings);
 
-/// What a server of that version cannot do of what is pending.
-/// @param version  as SELECT VERSION() gives it
-/// @param strict   whether the session's sql_mode is strict
-void CheckVersion(const std::string& version, bool strict,
-                  const std::vector<PendingDatabase>& pending, std::vector<CheckFinding>& findings);
+/// Tables whose rows can become longer than the row format of InnoDB takes.
+void CheckRowSizes(host::Connection& connection, const std::vector<PendingDatabase>& pending,
+                   std::vector<CheckFinding>& findings);
 
 /// The rights of the user, from SHOW GRANTS.
 /// @return the databases that the user may not read

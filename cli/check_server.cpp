@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 
 #include "cli/check_finding.h"
 #include "cli/run_lock.h"
+#include "cli/server_version.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -52,76 +54,168 @@ std::set<std::string> Modes(const std::string& sqlMode) {
     return modes;
 }
 
-/// A dotted version as one number: 10.2.1 is 100201.
-int VersionNumber(const std::string& version) {
-    std::array<int, 3> parts{};
-    char dot = '.';
-    std::istringstream stream(version);
-    stream >> parts[0] >> dot >> parts[1] >> dot >> parts[2];
-    return parts[0] * 10000 + parts[1] * 100 + parts[2];
+/// The first cell of a query. Nothing without rows, or where a table or column is missing, which is
+/// a finding of its own.
+std::optional<std::string> FirstCell(host::Connection& connection, const std::string& sql) {
+    try {
+        const auto rows = connection.Query(sql);
+        return rows->Next() ? std::optional(rows->Get(0).ToText()) : std::nullopt;
+    } catch (const HostError& error) {
+        if (!IsMissing(error)) {
+            throw;
+        }
+        return std::nullopt;
+    }
 }
 
-bool IsMariaDb(const std::string& version) {
-    return version.find("MariaDB") != std::string::npos;
-}
+/// What the checks of the server look at.
+struct Looked {
+    host::Connection& connection;
+    const std::vector<PendingDatabase>& pending;
+    const Variables& variables;
+    std::set<std::string> modes;  ///< of sql_mode
+    ServerVersion version;
+
+    /// "run with --sql-mode '…'", without these modes.
+    std::string RunWithout(std::initializer_list<std::string_view> unwanted) const {
+        auto others = modes;
+        for (const std::string_view mode : unwanted) {
+            others.erase(std::string(mode));
+        }
+        return fmt::format("run with --sql-mode '{}'", fmt::join(others, ","));
+    }
+};
 
 CheckFinding SettingFinding(const std::string& problem, const std::string& cure) {
     return {"", "", "", problem, cure};
 }
 
-/// The sites below a version.
-template <typename Take>
-void ForEachSiteBelow(double version, const std::vector<PendingDatabase>& pending,
-                      const Take& take) {
-    for (const PendingDatabase& database : pending) {
-        if (database.kind == Kind::kSite && IsBelow(database.version, version)) {
-            take(database);
-        }
-    }
-}
-
 /// Each mode that makes a statement fail, or do something else than it is to do.
-void CheckSqlMode(host::Connection& connection, const std::set<std::string>& modes,
-                  const std::vector<PendingDatabase>& pending,
-                  std::vector<CheckFinding>& findings) {
-    const auto cure = [modes](const std::string& mode) {
-        auto others = modes;
-        others.erase(mode);
-        return fmt::format("run with --sql-mode '{}'", fmt::join(others, ","));
-    };
-    if (modes.contains("EMPTY_STRING_IS_NULL")) {
+void CheckSqlMode(const Looked& at, std::vector<CheckFinding>& findings) {
+    if (at.modes.contains("EMPTY_STRING_IS_NULL")) {
         findings.push_back(SettingFinding(
             "sql_mode has EMPTY_STRING_IS_NULL, with which no column takes the default ''",
-            cure("EMPTY_STRING_IS_NULL")));
+            at.RunWithout({"EMPTY_STRING_IS_NULL"})));
     }
-    if (modes.contains("ORACLE")) {
+    if (at.modes.contains("ORACLE")) {
         // No statement fails; lengths are counted otherwise and emptied texts become NULL.
         findings.push_back(SettingFinding(
             "sql_mode has ORACLE, with which REPLACE and LENGTH give something else, and the "
             "upgrade would write wrong rows",
-            cure("ORACLE")));
+            at.RunWithout({"ORACLE"})));
     }
-    if (modes.contains("ONLY_FULL_GROUP_BY")) {
-        ForEachSiteBelow(1.0037, pending, [&](const PendingDatabase& site) {
-            const auto table = connection.Query(
-                fmt::format("SELECT 1 FROM information_schema.tables WHERE table_schema = '{}' AND "
-                            "table_name = 'forum';",
-                            site.name));
-            if (table->Next() &&
-                connection.Query(fmt::format("SELECT 1 FROM {}.forum LIMIT 1;", site.name))
-                    ->Next()) {
-                findings.push_back({site.name, "forum", "SiteContentStep_1_0037",
-                                    "sql_mode has ONLY_FULL_GROUP_BY, which refuses the count of "
-                                    "the threads",
-                                    cure("ONLY_FULL_GROUP_BY")});
+    if (!at.modes.contains("ONLY_FULL_GROUP_BY")) {
+        return;
+    }
+    for (const PendingDatabase& site : at.pending) {
+        if (site.kind == Kind::kSite && IsBelow(site.version, 1.0037) &&
+            FirstCell(at.connection, fmt::format("SELECT 1 FROM {}.forum LIMIT 1;", site.name))) {
+            findings.push_back({site.name, "forum", "SiteContentStep_1_0037",
+                                "sql_mode has ONLY_FULL_GROUP_BY, which refuses the count of "
+                                "the threads",
+                                at.RunWithout({"ONLY_FULL_GROUP_BY"})});
+        }
+    }
+}
+
+/// The steps that give a LONGTEXT column the default '', in the order in which they run.
+struct LongTextDefault {
+    Kind kind;
+    std::string_view step;
+    std::string_view table;
+    bool optional = false;  ///< the step does it only where the table is
+};
+constexpr std::array kLongTextDefaults{
+    LongTextDefault{Kind::kCentral, "ServerStep_1_0253", "emailerror"},
+    LongTextDefault{Kind::kSite, "SiteSchemaStep_1_0013", "textcache"},
+    LongTextDefault{Kind::kSite, "SiteSchemaStep_1_0084", "eventwakeup"},
+    LongTextDefault{Kind::kSite, "SiteSchemaStep_1_0233", "formfield", true},
+    LongTextDefault{Kind::kSite, "SiteSchemaStep_1_0248", "regularexpression"}};
+
+/// A step and the table at which it fails; no step where none does.
+struct Failing {
+    std::string_view step = {};
+    std::string table = {};
+};
+
+/// The form whose long texts SiteContentStep_1_0255 comes to first.
+std::optional<std::string> FirstLongTextForm(const Looked& at, const PendingDatabase& site) {
+    return FirstCell(
+        at.connection,
+        fmt::format("SELECT c.table_name FROM {0}.formfield f INNER JOIN "
+                    "information_schema.columns c ON c.table_schema = '{0}' AND c.table_name = "
+                    "CONCAT('form_', f.featureid) AND c.column_name = CONCAT('field_', "
+                    "f.formfieldid) WHERE f.type IN('dhtml', 'memo') ORDER BY f.formfieldid "
+                    "LIMIT 1;",
+                    site.name));
+}
+
+Failing FirstLongTextDefault(const Looked& at, const PendingDatabase& database) {
+    const PendingRun run = database.Run();
+    for (const LongTextDefault& one : kLongTextDefaults) {
+        if (one.kind == database.kind && run.Has(one.step) &&
+            (!one.optional || FirstCell(at.connection, fmt::format("SHOW TABLES FROM {} LIKE '{}';",
+                                                                   database.name, one.table)))) {
+            return {one.step, std::string(one.table)};
+        }
+    }
+    constexpr std::string_view kConvertsForms = "SiteContentStep_1_0255";
+    if (database.kind == Kind::kSite && run.Has(kConvertsForms)) {
+        if (const auto form = FirstLongTextForm(at, database)) {
+            return {kConvertsForms, *form};
+        }
+    }
+    return {};
+}
+
+Failing FirstRowNumber(const Looked& at, const PendingDatabase& database) {
+    if (database.kind != Kind::kSite) {
+        return {};
+    }
+    const PendingRun run = database.Run();
+    if (run.Has("SiteContentStep_1_0020")) {
+        return {"SiteContentStep_1_0020", "navigation"};
+    }
+    if (run.Has("SiteContentStep_1_0223") &&
+        FirstCell(
+            at.connection,
+            fmt::format("SELECT 1 FROM {}.commission WHERE orderid > 0 LIMIT 1;", database.name))) {
+        return {"SiteContentStep_1_0223", "commission"};
+    }
+    return {};
+}
+
+/// What a server of that version cannot do of what is pending: of each database the first step
+/// that needs it.
+void CheckVersion(const Looked& at, std::vector<CheckFinding>& findings) {
+    const std::string server = "the server is " + at.version.Name();
+    const std::string cure = "use MariaDB 10.2.1 or later";
+    // In another sql_mode it is a warning, and the column has no default.
+    const bool refusesDefaults =
+        !at.version.TakesLongTextDefaults() && IsStrict(Get(at.variables, "sql_mode"));
+    for (const PendingDatabase& database : at.pending) {
+        if (refusesDefaults) {
+            if (const auto [step, table] = FirstLongTextDefault(at, database); !step.empty()) {
+                findings.push_back(
+                    {database.name, table, std::string(step),
+                     server + ", on which a LONGTEXT column takes no default in a strict sql_mode",
+                     cure + ", or " +
+                         at.RunWithout(
+                             {"STRICT_TRANS_TABLES", "STRICT_ALL_TABLES", "TRADITIONAL"})});
             }
-        });
+        }
+        if (!at.version.HasRowNumber()) {
+            if (const auto [step, table] = FirstRowNumber(at, database); !step.empty()) {
+                findings.push_back({database.name, table, std::string(step),
+                                    server + ", which has no ROW_NUMBER()", cure});
+            }
+        }
     }
 }
 
 /// Whether nothing may be written, and whose setting that is.
-void CheckReadOnly(host::Connection& connection, const std::string& version,
-                   const Variables& variables, std::vector<CheckFinding>& findings) {
+void CheckReadOnly(const Looked& at, std::vector<CheckFinding>& findings) {
+    const Variables& variables = at.variables;
     for (const char* name : {"transaction_read_only", "tx_read_only"}) {
         if (IsOn(variables, name)) {
             findings.push_back(
@@ -133,9 +227,10 @@ void CheckReadOnly(host::Connection& connection, const std::string& version,
         findings.push_back(SettingFinding("innodb_read_only is ON: no table can be written",
                                           "start the server without it"));
     }
-    const bool superSuffices = !IsMariaDb(version) || VersionNumber(version) < 101100;
+    const bool superSuffices = !at.version.IsMariaDb() || at.version.Number() < 101100;
     const bool super = IsOn(variables, "super_read_only");
-    if (super || (IsOn(variables, "read_only") && !MayWriteReadOnly(connection, superSuffices))) {
+    if (super ||
+        (IsOn(variables, "read_only") && !MayWriteReadOnly(at.connection, superSuffices))) {
         findings.push_back(
             SettingFinding(fmt::format("{} is ON, as on a replica: the user may write nothing",
                                        super ? "super_read_only" : "read_only"),
@@ -144,8 +239,8 @@ void CheckReadOnly(host::Connection& connection, const std::string& version,
 }
 
 /// What the server demands of tables and of statements that change them.
-void CheckTableSettings(const Variables& variables, const std::set<std::string>& modes,
-                        std::vector<CheckFinding>& findings) {
+void CheckTableSettings(const Looked& at, std::vector<CheckFinding>& findings) {
+    const Variables& variables = at.variables;
     if (IsOn(variables, "innodb_force_primary_key")) {
         findings.push_back(SettingFinding(
             "innodb_force_primary_key is ON: a table without a primary key, of which the "
@@ -161,7 +256,7 @@ void CheckTableSettings(const Variables& variables, const std::set<std::string>&
     }
     const std::string engine = Get(variables, "enforce_storage_engine");
     if (!engine.empty() && engine != Get(variables, "default_storage_engine") &&
-        modes.contains("NO_ENGINE_SUBSTITUTION")) {
+        at.modes.contains("NO_ENGINE_SUBSTITUTION")) {
         findings.push_back(SettingFinding(
             fmt::format("enforce_storage_engine is {}, and default_storage_engine another: no "
                         "table can be made",
@@ -203,6 +298,11 @@ void CheckPreparedStatements(host::Connection& connection, const Variables& vari
 
 }  // namespace
 
+PendingRun PendingDatabase::Run() const {
+    return kind == Kind::kSite ? PendingRun(Ladder::kSiteSchema, Ladder::kSiteContent, version)
+                               : PendingRun(Ladder::kServer, Ladder::kServerData, version);
+}
+
 std::string CheckFinding::Text() const {
     std::string where = database + (table.empty() ? "" : "." + table);
     where += where.empty() ? "" : ": ";
@@ -230,33 +330,6 @@ void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings) {
     }
 }
 
-void CheckVersion(const std::string& version, bool strict,
-                  const std::vector<PendingDatabase>& pending,
-                  std::vector<CheckFinding>& findings) {
-    const bool mariaDb = IsMariaDb(version);
-    const int number = VersionNumber(version);
-    const std::string server = fmt::format("the server is {}{}", mariaDb ? "" : "MySQL ", version);
-    const std::string cure = "use MariaDB 10.2.1 or later";
-    if (strict && (!mariaDb || number < 100201)) {
-        // In another sql_mode it is a warning, and the column has no default.
-        const bool due =
-            std::any_of(pending.begin(), pending.end(), [](const PendingDatabase& database) {
-                return (database.kind == Kind::kCentral && IsBelow(database.version, 1.0253)) ||
-                       (database.kind == Kind::kSite && IsBelow(database.version, 1.0248));
-            });
-        if (due) {
-            findings.push_back(
-                SettingFinding(server + ", on which a LONGTEXT column takes no default", cure));
-        }
-    }
-    if (number < (mariaDb ? 100200 : 80000)) {
-        ForEachSiteBelow(1.0020, pending, [&](const PendingDatabase& site) {
-            findings.push_back({site.name, "navigation", "SiteContentStep_1_0020",
-                                server + ", which has no ROW_NUMBER()", cure});
-        });
-    }
-}
-
 void CheckServer(const Session& session, const std::vector<PendingDatabase>& pending,
                  std::vector<CheckFinding>& findings) {
     host::Connection& connection = *session.GetConnection();
@@ -271,13 +344,12 @@ void CheckServer(const Session& session, const std::vector<PendingDatabase>& pen
         return;  // the rest concerns what is written
     }
     const Variables variables = ReadVariables(connection);
-    const auto modes = Modes(Get(variables, "sql_mode"));
-    const auto row = connection.Query("SELECT VERSION();");
-    const std::string version = row->Next() ? row->Get(0).ToText() : "";
-    CheckVersion(version, IsStrict(Get(variables, "sql_mode")), pending, findings);
-    CheckSqlMode(connection, modes, pending, findings);
-    CheckReadOnly(connection, version, variables, findings);
-    CheckTableSettings(variables, modes, findings);
+    const Looked at{connection, pending, variables, Modes(Get(variables, "sql_mode")),
+                    ServerVersion::Of(connection)};
+    CheckVersion(at, findings);
+    CheckSqlMode(at, findings);
+    CheckReadOnly(at, findings);
+    CheckTableSettings(at, findings);
     CheckBinaryLog(variables, findings);
     CheckPreparedStatements(connection, variables, findings);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <regex>
 #include <stdexcept>
 
 #include "cli/embedded_layouts.h"
@@ -197,6 +198,28 @@ const Layout& CentralLayout() {
 
 const Layout& SiteLayout() {
     static const Layout layout = Layout::Parse(kEmbeddedSiteLayout);
+    return layout;
+}
+
+Layout OnOldServer(Layout layout) {
+    constexpr std::string_view kLongText = " LONGTEXT DEFAULT ''";
+    constexpr std::string_view kNotNull = " NOT NULL";
+    for (auto& [name, table] : layout.tables) {
+        const auto key = table.items.find("PRIMARY KEY");
+        const std::string keyText = key == table.items.end() ? "" : key->second.definitions.front();
+        for (auto& [itemName, item] : table.items) {
+            std::string& definition = item.definitions.front();
+            if (const auto at = definition.find(kLongText); at != std::string::npos) {
+                definition.replace(at, kLongText.size(), " LONGTEXT");
+            } else if (std::regex_search(keyText, std::regex("[( ]" + itemName + "[,)]")) &&
+                       definition.find(" VARCHAR(") != std::string::npos &&
+                       definition.find(" DEFAULT ") == std::string::npos) {
+                item.definitions.push_back(
+                    definition.substr(0, definition.size() - kNotNull.size()) + " DEFAULT ''" +
+                    std::string(kNotNull));
+            }
+        }
+    }
     return layout;
 }
 

@@ -47,6 +47,10 @@ Layout ReadLayout(Utility& utility, const std::string& database);
 const Layout& CentralLayout();
 const Layout& SiteLayout();
 
+/// The same layout as a server makes it that gives LONGTEXT columns no default. Where it gives the
+/// texts of a primary key the default '', as MySQL 5.6 does, that will do as well.
+Layout OnOldServer(Layout layout);
+
 /// One difference between a database and the layout that it should have.
 struct LayoutFinding {
     std::string database;

@@ -12,6 +12,7 @@
 #include "cli/dump.h"
 #include "cli/events.h"
 #include "cli/failure.h"
+#include "cli/innodb_settings.h"
 #include "cli/layout.h"
 #include "cli/progress.h"
 #include "cli/root_site.h"
@@ -330,8 +331,11 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
         return !installation.HasDatabase(database);  // the step that needs it tells
     });
     Rehearsed rehearsed;
+    const InnoDbSettings settings = InnoDbSettings::Of(*source.GetConnection());
+    PrepareForCopies(*copy.GetConnection(), settings);
     CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
             rehearsed.notes);
+    FinishCopies(*source.GetConnection(), *copy.GetConnection(), settings, databases);
     LeaveOut(*copy.GetConnection(), all, chosen);
     std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
     if (!options.trace.empty()) {

@@ -8,6 +8,7 @@
 #include "cli/failure.h"
 #include "cli/installation.h"
 #include "cli/layout.h"
+#include "cli/server_version.h"
 #include "cli/session.h"
 #include "cli/site_option.h"
 #include "cli/text.h"
@@ -45,13 +46,18 @@ std::string TextOf(const LayoutFinding& finding) {
 
 Verified VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
     Installation installation(session.Own());
+    const bool defaults = ServerVersion::Of(*session.GetConnection()).TakesLongTextDefaults();
+    const auto onThisServer = [defaults](const Layout& layout) {
+        return defaults ? layout : OnOldServer(layout);
+    };
+    const Layout siteLayout = onThisServer(SiteLayout());
     Verified verified;
     const double version = installation.Version();
     if (!siteId) {
         if (IsBelow(version, kCurrentVersion)) {
             verified.notUpgraded.emplace_back("tw_tarnwick");
         } else {
-            VerifyDatabase(*session.Own(), "tw_tarnwick", CentralLayout(), verified);
+            VerifyDatabase(*session.Own(), "tw_tarnwick", onThisServer(CentralLayout()), verified);
         }
     }
     bool found = false;
@@ -65,7 +71,7 @@ Verified VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         if (!site.version || IsBelow(*site.version, kCurrentVersion)) {
             verified.notUpgraded.push_back(database);
         } else {
-            VerifyDatabase(*session.Own(), database, SiteLayout(), verified);
+            VerifyDatabase(*session.Own(), database, siteLayout, verified);
         }
     }
     if (siteId && !found) {

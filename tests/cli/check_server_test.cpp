@@ -2,8 +2,8 @@
 // finding, and sees the real upgrade fail for that reason.
 #include <gmock/gmock.h>
 
-#include "cli/check_finding.h"
 #include "cli/installation_fixture.h"
+#include "cli/server_version.h"
 
 namespace twupdate::test {
 namespace {
@@ -78,6 +78,28 @@ TEST_F(CheckServer, PassesOverThatModeWhereNoThreadsAreCounted) {
     MakeInstallation({sample::Group::kForum});
     const GlobalSetting mode("sql_mode", "'ONLY_FULL_GROUP_BY'");
     Goes();
+}
+
+TEST_F(CheckServer, LooksForThreadsWhereTheUserMayRead) {
+    MakeInstallation({sample::Group::kForum});
+    MakeSite(9, "1.0000", {sample::Group::kForum});
+    for (const char* site : {"tw_8", "tw_9"}) {
+        Execute(std::string("INSERT INTO ") + site +
+                ".forum(featureid, threadid) VALUES(50, 1), (50, 1);");
+    }
+    MakeUserHalf();
+    for (const char* database : {"tw_tarnwick", "tw_logs", "tw_8"}) {
+        Execute(std::string("GRANT ALL PRIVILEGES ON ") + database + ".* TO 'half'@'localhost';");
+    }
+    Execute("GRANT INSERT, UPDATE, DELETE, CREATE, DROP, ALTER ON tw_9.* TO 'half'@'localhost';");
+    const GlobalSetting mode("sql_mode", "'ONLY_FULL_GROUP_BY'");
+    EXPECT_EQ(RunAsHalf("check").out,
+              "tw_9: the user lacks the right SELECT; GRANT SELECT ON `tw_9`.* TO "
+              "'half'@'localhost'\n"
+              "tw_8.forum: sql_mode has ONLY_FULL_GROUP_BY, which refuses the count of the "
+              "threads, so SiteContentStep_1_0037 fails; run with --sql-mode ''\n2 findings.\n");
+    EXPECT_THAT(RunAsHalf("upgrade").err,
+                ContainsRegex("tw_8.*SiteContentStep_1_0037: .*server error 1055"));
 }
 
 TEST_F(CheckServer, FindsAnSqlModeWithoutEmptyDefaults) {
@@ -198,52 +220,23 @@ TEST_F(CheckServer, FindsAServerThatWritesNoTable) {
 
 // --- the version -------------------------------------------------------------------------------
 
-// A server can be made to say another version, not to be one: the failure itself needs a server of
-// that age. Its errors would be 1101 and 1064.
-TEST_F(CheckServer, FindsAServerThatIsTooOld) {
-    MakeInstallation();
-    const ServerOptions options({"--version=5.5.68-MariaDB"});
-    const Outcome outcome = Run({"check"});
-    EXPECT_EQ(outcome.status, 3);
-    EXPECT_EQ(outcome.out,
-              "the server is 5.5.68-MariaDB, on which a LONGTEXT column takes no default; use "
-              "MariaDB 10.2.1 or later\n"
-              "tw_8.navigation: the server is 5.5.68-MariaDB, which has no ROW_NUMBER(), so "
-              "SiteContentStep_1_0020 fails; use MariaDB 10.2.1 or later\n"
-              "2 findings.\n");
-}
-
-/// How many findings a version makes for an installation at 1.0000.
-std::size_t FindingsOf(const std::string& version, bool strict = true) {
-    using Kind = cli::PendingDatabase::Kind;
-    std::vector<cli::CheckFinding> findings;
-    cli::CheckVersion(version, strict,
-                      {{"tw_tarnwick", Kind::kCentral, 1.0}, {"tw_8", Kind::kSite, 1.0}}, findings);
-    return findings.size();
-}
-
-TEST(CheckVersion, KnowsWhatEachServerCannotDo) {
+// What comes of it is tested on a real old server.
+TEST(ServerVersion, KnowsWhatEachServerCanDo) {
+    const auto can = [](const char* text) {
+        const cli::ServerVersion version(text);
+        return std::string(version.TakesLongTextDefaults() ? "defaults" : "-") +
+               (version.HasRowNumber() ? " numbers" : " -");
+    };
     for (const char* sound :
          {"10.2.1-MariaDB", "10.11.19-MariaDB-0+deb12u1", "11.4.2-MariaDB-log", "12.0.1-MariaDB"}) {
-        EXPECT_EQ(FindingsOf(sound), 0U) << sound;
+        EXPECT_EQ(can(sound), "defaults numbers") << sound;
     }
-    EXPECT_EQ(FindingsOf("10.2.0-MariaDB"), 1U);
-    EXPECT_EQ(FindingsOf("10.1.48-MariaDB"), 2U);
-    EXPECT_EQ(FindingsOf("10.1.48-MariaDB", false), 1U);
-    EXPECT_EQ(FindingsOf("5.7.44-log"), 2U);
-    EXPECT_EQ(FindingsOf("8.0.36"), 1U);
-    EXPECT_EQ(FindingsOf("8.0.36", false), 0U);
-}
-
-TEST(CheckVersion, LooksAtPendingStepsAlone) {
-    using Kind = cli::PendingDatabase::Kind;
-    std::vector<cli::CheckFinding> findings;
-    cli::CheckVersion("5.5.68-MariaDB", true,
-                      {{"tw_tarnwick", Kind::kCentral, 1.0253}, {"tw_8", Kind::kSite, 1.0248}},
-                      findings);
-    EXPECT_THAT(findings, IsEmpty());
-    cli::CheckVersion("5.5.68-MariaDB", true, {{"tw_8", Kind::kSite, 1.0247}}, findings);
-    EXPECT_THAT(findings, SizeIs(1));
+    EXPECT_EQ(can("10.2.0-MariaDB"), "- numbers");
+    EXPECT_EQ(can("10.1.48-MariaDB"), "- -");
+    EXPECT_EQ(can("5.5.68-MariaDB"), "- -");
+    EXPECT_EQ(can("5.6.24"), "- -");
+    EXPECT_EQ(can("5.7.44-log"), "- -");
+    EXPECT_EQ(can("8.0.36"), "- numbers");
 }
 
 // --- rights ------------------------------------------------------------------------------------

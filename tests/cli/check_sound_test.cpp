@@ -1,13 +1,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <set>
-
-#include "cli/installation_fixture.h"
-#include "sample/installation.h"
-#include "twupdate/ladder.h"
-#include "twupdate_host/mariadb_utility.h"
+#include "cli/sample_fixture.h"
 
 namespace twupdate::test {
 namespace {
@@ -16,73 +10,7 @@ using testing::HasSubstr;
 
 /// `check` against what the upgrade really does, on the sample's sites. With TWUPDATE_SOAK=1 every
 /// version, column and table takes its turn, in an ordinary run a few.
-class CheckSound : public InstallationTest {
-  protected:
-    void SetUp() override {
-        options_.sites = 0;
-        options_.rows = 0;
-        options_.root = folder_.Path();
-        host::MariaDbUtilityOptions host;
-        host.installFolder = options_.root / "update";
-        CliServer::Get().Root();
-        host_ = std::make_shared<host::MariaDbUtility>(
-            host::Connection::Open(CliServer::Get().Server().ConnectOptions()), host);
-    }
-
-    static bool IsSoak() {
-        const char* soak = std::getenv("TWUPDATE_SOAK");
-        return soak != nullptr && std::string(soak) == "1";
-    }
-
-    void MakeCentralWith(const std::vector<sample::SitePlan>& plans) {
-        sample::WriteFiles(options_, plans);
-        sample::MakeCentral(host_, options_, plans);
-        for (const sample::SitePlan& plan : plans) {
-            sample::MakeSite(host_, options_, plan);
-        }
-    }
-
-    std::vector<std::string> WithFolder(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(),
-                         {"--install-folder", (options_.root / "update").string()});
-        return arguments;
-    }
-
-    void ExpectClean(const std::vector<std::string>& arguments) {
-        const Outcome outcome = Run(WithFolder(arguments));
-        EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-    }
-
-    static sample::SitePlan Plan(std::int32_t siteId, double version = 1.0) {
-        sample::SitePlan plan;
-        plan.siteId = siteId;
-        plan.groups = sample::AllGroups();
-        plan.age = {version, version};
-        plan.recordedVersion = version;
-        return plan;
-    }
-
-    /// The thresholds of the two ladders; every so many of them.
-    static std::vector<double> Versions(Ladder first, Ladder second, std::size_t stride) {
-        std::set<double> versions{1.0};
-        for (const Ladder ladder : {first, second}) {
-            for (const LadderStep& step : LadderSteps(ladder)) {
-                versions.insert(step.threshold);
-            }
-        }
-        std::vector<double> some;
-        std::size_t place = 0;
-        for (const double version : versions) {
-            if (place++ % stride == 0) {
-                some.push_back(version);
-            }
-        }
-        return some;
-    }
-
-    sample::InstallationOptions options_;
-    std::shared_ptr<host::MariaDbUtility> host_;
-};
+using CheckSound = SampleTest;
 
 TEST_F(CheckSound, FindsNothingInSitesOfAnyVersion) {
     std::vector<sample::SitePlan> plans;

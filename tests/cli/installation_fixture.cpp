@@ -40,13 +40,25 @@ CliServer& CliServer::Get() {
 }
 
 host::Connection& CliServer::Root() {
+    if (!root_) {
+        root_ = host::Connection::Open(ConnectOptions());
+    }
+    return *root_;
+}
+
+host::ConnectionOptions CliServer::ConnectOptions() {
+    if (other_) {
+        return *other_;
+    }
     if (!server_) {
         Start({});
     }
-    if (!root_) {
-        root_ = host::Connection::Open(server_->ConnectOptions());
-    }
-    return *root_;
+    return server_->ConnectOptions();
+}
+
+void CliServer::UseInstead(std::optional<host::ConnectionOptions> other) {
+    root_.reset();
+    other_ = std::move(other);
 }
 
 void CliServer::Start(const std::vector<std::string>& options) {
@@ -118,8 +130,7 @@ std::string InstallationTest::SiteVersion(std::int32_t siteId) {
 }
 
 std::string InstallationTest::StateOf(const std::string& database) {
-    host::MariaDbUtility utility(
-        host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
+    host::MariaDbUtility utility(host::Connection::Open(CliServer::Get().ConnectOptions()));
     const auto layout = cli::ReadLayout(utility, database);
     std::string state = layout.Text();
     for (const auto& [table, ignored] : layout.tables) {
@@ -193,8 +204,7 @@ void InstallationTest::MakeUpgradedSite(std::int32_t siteId, const std::string& 
 }
 
 std::vector<std::string> InstallationTest::Connect() {
-    CliServer::Get().Root();
-    return {"--socket", CliServer::Get().Server().Socket().string(), "--user", "root"};
+    return {"--socket", CliServer::Get().ConnectOptions().socket->string(), "--user", "root"};
 }
 
 std::vector<std::string> InstallationTest::With(const std::vector<std::string>& arguments) {

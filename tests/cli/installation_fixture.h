@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,13 @@ class CliServer {
   public:
     static CliServer& Get();
     host::PrivateServer& Server() { return *server_; }
-    /// A connection as the server's root, opened again after the server was stopped.
+    /// A connection as the root of the server in use, opened again after that was stopped.
     host::Connection& Root();
     void ForgetConnection() { root_.reset(); }
+    /// How to sign in as that root.
+    host::ConnectionOptions ConnectOptions();
+    /// Another server is in use; without options it is the private one again.
+    void UseInstead(std::optional<host::ConnectionOptions> other);
     /// Starts the server anew on the same data, with these options of its own.
     void RestartWith(const std::vector<std::string>& options);
     /// Lets go of the server and its folder, before the program ends.
@@ -33,6 +38,7 @@ class CliServer {
 
     std::unique_ptr<TemporaryFolder> folder_;
     std::unique_ptr<host::PrivateServer> server_;
+    std::optional<host::ConnectionOptions> other_;
     std::shared_ptr<host::Connection> root_;
 };
 

@@ -170,5 +170,38 @@ TEST_F(Rehearse, ThatCannotBeginLeavesTheFolderForTheNextTry) {
     EXPECT_EQ(Run({"rehearse", "--workdir", folder}).status, 0);
 }
 
+TEST_F(Rehearse, TheCopyHasTheRowFormatsOfTheSource) {
+    MakeCentralDatabase();
+    const sample::Groups shop{sample::Group::kShop};
+    {
+        const GlobalSetting format("innodb_default_row_format", "compact");
+        MakeSite(1, "1.0047", shop);
+    }
+    MakeSite(2, "1.0000", shop);
+    const auto result = Run({"--json", "rehearse", "--workdir", (folder_ / "r").string()}).Json();
+    ASSERT_EQ(result["failures"].size(), 1U) << result;
+    EXPECT_EQ(result["failures"][0]["database"], "tw_1");
+    EXPECT_EQ(result["failures"][0]["step"], "SiteSchemaStep_1_0054");
+    EXPECT_EQ(result["failures"][0]["code"], 1118);
+    EXPECT_THAT(Run({"upgrade"}).err,
+                testing::ContainsRegex("tw_1.*SiteSchemaStep_1_0054: .*server error 1118"));
+}
+
+TEST_F(Rehearse, TheCopyGivesTablesTheRowFormatThatTheSourceWould) {
+    MakeCentralDatabase();
+    MakeSite(1, "1.0000", {sample::Group::kShop});
+    const GlobalSetting format("innodb_default_row_format", "redundant");
+    const auto strict =
+        Run({"--json", "rehearse", "--workdir", (folder_ / "strict").string()}).Json();
+    ASSERT_EQ(strict["failures"].size(), 1U) << strict;
+    EXPECT_EQ(strict["failures"][0]["step"], "SiteSchemaStep_1_0054");
+    EXPECT_EQ(strict["failures"][0]["code"], 1118);
+    EXPECT_THAT(Run({"upgrade"}).err,
+                testing::ContainsRegex("tw_1.*SiteSchemaStep_1_0054: .*server error 1118"));
+    const GlobalSetting lax("innodb_strict_mode", "OFF");
+    EXPECT_EQ(Run({"rehearse", "--workdir", (folder_ / "lax").string()}).status, 0);
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
 }  // namespace
 }  // namespace twupdate::test

@@ -1,0 +1,295 @@
+// What `check` finds on a server that is too old, and what comes of it on a real one, MySQL 5.6.
+// Each test sees the finding and the real upgrade fail for that reason, or neither.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <optional>
+
+#include "cli/old_server.h"
+#include "cli/pending_run.h"
+#include "cli/sample_fixture.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* kStrict = "STRICT_TRANS_TABLES";
+
+/// Passes over the renumbering of the navigation, which the old server cannot do, so that sites can
+/// be made there that have it behind them.
+class Unnumbered : public Database {
+  public:
+    explicit Unnumbered(std::shared_ptr<Database> database) : database_(std::move(database)) {}
+    std::shared_ptr<Recordset> OpenRecordset(const std::string& sql, std::int32_t cursor,
+                                             std::int32_t lock) override {
+        return database_->OpenRecordset(sql, cursor, lock);
+    }
+    void Execute(const std::string& sql, std::int64_t& rowsAffected) override {
+        if (sql.find("ROW_NUMBER()") == std::string::npos) {
+            database_->Execute(sql, rowsAffected);
+        }
+    }
+    void GetLastInsertId(std::int32_t& id) override { database_->GetLastInsertId(id); }
+    std::shared_ptr<Reader> OpenReader(const std::string& sql) override {
+        return database_->OpenReader(sql);
+    }
+
+  private:
+    std::shared_ptr<Database> database_;
+};
+
+/// A host takes no other host's database with its commands.
+class CommandOfTheHost : public Command {
+  public:
+    explicit CommandOfTheHost(Utility& host)
+        : database_(host.GetDatabase()), command_(host.GetCommandFactory()->NewCommand()) {}
+    void CloseCommand() override { command_->CloseCommand(); }
+    void AddParameter(const Value& value) override { command_->AddParameter(value); }
+    void SetText(const std::string& sql) override { command_->SetText(sql); }
+    std::shared_ptr<Recordset> OpenCommandRecordset(const std::shared_ptr<Database>&) override {
+        return command_->OpenCommandRecordset(database_);
+    }
+    void ExecuteCommand(const std::shared_ptr<Database>&, std::int64_t& rowsAffected) override {
+        command_->ExecuteCommand(database_, rowsAffected);
+    }
+
+  private:
+    std::shared_ptr<Database> database_;
+    std::shared_ptr<Command> command_;
+};
+
+class UnnumberedHost : public Utility,
+                       public CommandFactory,
+                       public std::enable_shared_from_this<UnnumberedHost> {
+  public:
+    explicit UnnumberedHost(std::shared_ptr<Utility> host) : host_(std::move(host)) {}
+    std::shared_ptr<Database> GetDatabase() override {
+        return std::make_shared<Unnumbered>(host_->GetDatabase());
+    }
+    std::shared_ptr<ComponentHost> GetComponentHost() override { return host_->GetComponentHost(); }
+    std::shared_ptr<CommandFactory> GetCommandFactory() override { return shared_from_this(); }
+    std::shared_ptr<Command> NewCommand() override {
+        return std::make_shared<CommandOfTheHost>(*host_);
+    }
+    std::filesystem::path InstallFolder() override { return host_->InstallFolder(); }
+    std::string LocalHostName() override { return host_->LocalHostName(); }
+
+  private:
+    std::shared_ptr<Utility> host_;
+};
+
+class CheckOldServer : public SampleTest {
+  protected:
+    void SetUp() override {
+        if (!OldServer::IsThere()) {
+            GTEST_SKIP() << "there is no old server; ./dev test fetches it where npm can";
+        }
+        StartWith({});
+    }
+    void TearDown() override {
+        host_.reset();
+        server_.reset();
+    }
+
+    void StartWith(const std::vector<std::string>& options) {
+        TearDown();
+        server_.emplace(options);
+        SampleTest::SetUp();
+        host_ = std::make_shared<UnnumberedHost>(host_);
+    }
+
+    /// A site of that version under a central database that is upgraded.
+    void MakeSiteAt(double version, const sample::Groups& groups = sample::AllGroups()) {
+        for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
+            Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
+        }
+        sample::SitePlan plan = Plan(1, version);
+        plan.groups = groups;
+        MakeCentralWith({plan});
+        sample::BringCentralTo(host_, {kCurrentVersion, kCurrentVersion});
+    }
+
+    std::vector<std::string> In(const std::string& sqlMode,
+                                std::vector<std::string> command) const {
+        command.insert(command.begin(), {"--sql-mode", sqlMode});
+        return WithFolder(command);
+    }
+
+    void Finds(const std::string& sqlMode, const std::vector<std::string>& command,
+               const std::string& findings) {
+        const Outcome outcome = Run(In(sqlMode, command));
+        EXPECT_EQ(outcome.status, 3) << outcome.err;
+        EXPECT_EQ(outcome.out, findings);
+    }
+
+    void Fails(const std::string& sqlMode, const std::vector<std::string>& command,
+               const std::string& reason) {
+        const Outcome outcome = Run(In(sqlMode, command));
+        EXPECT_EQ(outcome.status, 1) << outcome.out;
+        EXPECT_THAT(outcome.err, ContainsRegex(reason));
+    }
+
+    void Goes(const std::string& sqlMode, const std::vector<std::vector<std::string>>& commands) {
+        for (const auto& command : commands) {
+            const Outcome outcome = Run(In(sqlMode, command));
+            EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+        }
+    }
+
+    std::optional<OldServer> server_;
+};
+
+TEST_F(CheckOldServer, FindsThatTheCentralDatabaseGetsNoDefaults) {
+    MakeCentralWith({});
+    Execute("CREATE DATABASE tw_logs;");
+    Finds(kStrict, {"check"},
+          "tw_tarnwick.emailerror: the server is MySQL 5.6.24, on which a LONGTEXT column takes no "
+          "default in a strict sql_mode, so ServerStep_1_0253 fails; use MariaDB 10.2.1 or later, "
+          "or run with --sql-mode ''\n1 finding.\n");
+    Fails(kStrict, {"upgrade"}, "step ServerStep_1_0253: CREATE TABLE .*server error 1101 ");
+    Goes("", {{"check"}, {"upgrade"}, {"verify"}});
+}
+
+// Each is the first one for a site of that version.
+TEST_F(CheckOldServer, FindsTheStepOfASiteThatGivesADefault) {
+    struct Case {
+        double version;
+        std::string table;
+        std::string step;
+    };
+    for (const auto& [version, table, step] :
+         {Case{1.0, "textcache", "SiteSchemaStep_1_0013"},
+          Case{1.0013, "eventwakeup", "SiteSchemaStep_1_0084"},
+          Case{1.0084, "formfield", "SiteSchemaStep_1_0233"},
+          Case{1.0233, "regularexpression", "SiteSchemaStep_1_0248"},
+          Case{1.0248, "form_8", "SiteContentStep_1_0255"}}) {
+        SCOPED_TRACE(step);
+        MakeSiteAt(version);
+        const Outcome outcome = Run(In(kStrict, {"check", "--site", "1"}));
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_THAT(
+            outcome.out,
+            StartsWith("tw_1." + table +
+                       ": the server is MySQL 5.6.24, on which a LONGTEXT column takes no "
+                       "default in a strict sql_mode, so " +
+                       step + " fails; use MariaDB 10.2.1 or later, or run with --sql-mode ''\n"));
+        Fails(kStrict, {"upgrade-site", "1"}, "step " + step + ": .*server error 1101 ");
+    }
+    MakeSiteAt(1.0255);
+    Goes(kStrict, {{"check", "--site", "1"}, {"upgrade-site", "1"}, {"verify"}});
+}
+
+TEST_F(CheckOldServer, PassesOverDefaultsThatASiteHasNoTableFor) {
+    MakeSiteAt(1.0228, {});  // no formfield
+    Finds(kStrict, {"check", "--site", "1"},
+          "tw_1.regularexpression: the server is MySQL 5.6.24, on which a LONGTEXT column takes no "
+          "default in a strict sql_mode, so SiteSchemaStep_1_0248 fails; use MariaDB 10.2.1 or "
+          "later, or run with --sql-mode ''\n1 finding.\n");
+    Fails(kStrict, {"upgrade-site", "1"}, "step SiteSchemaStep_1_0248: .*server error 1101 ");
+    MakeSiteAt(1.0248, {});
+    Goes(kStrict, {{"check", "--site", "1"}, {"upgrade-site", "1"}, {"verify"}});
+}
+
+TEST_F(CheckOldServer, FindsTheStepsThatNumberRows) {
+    MakeSiteAt(1.0);
+    Finds("", {"check", "--site", "1"},
+          "tw_1.navigation: the server is MySQL 5.6.24, which has no ROW_NUMBER(), so "
+          "SiteContentStep_1_0020 fails; use MariaDB 10.2.1 or later\n1 finding.\n");
+    Fails("", {"upgrade-site", "1"}, "step SiteContentStep_1_0020: .*server error 1305 ");
+    MakeSiteAt(1.0020);
+    Finds("", {"check", "--site", "1"},
+          "tw_1.commission: the server is MySQL 5.6.24, which has no ROW_NUMBER(), so "
+          "SiteContentStep_1_0223 fails; use MariaDB 10.2.1 or later\n1 finding.\n");
+    Fails("", {"upgrade-site", "1"}, "step SiteContentStep_1_0223: .*server error 1305 ");
+    MakeSiteAt(1.0020);
+    Execute("UPDATE tw_1.commission SET orderid = 0;");
+    Goes("", {{"check", "--site", "1"}, {"upgrade-site", "1"}, {"verify"}});
+    MakeSiteAt(1.0223);
+    Goes("", {{"check", "--site", "1"}, {"upgrade-site", "1"}, {"verify"}});
+}
+
+/// What check says, against what the upgrade does.
+class CheckOldServerSweep : public CheckOldServer {
+  protected:
+    void Compare(const std::string& sqlMode, const std::vector<std::string>& check,
+                 const std::vector<std::string>& upgrade, const cli::PendingRun& run) {
+        const Outcome found = Run(In(sqlMode, check));
+        const Outcome upgraded = Run(In(sqlMode, upgrade));
+        const auto result = found.Json();
+        ASSERT_TRUE(result.contains("findings")) << found.out << found.err << upgraded.err;
+        std::string first;
+        for (const auto& finding : result["findings"]) {
+            const auto step = finding["step"].get<std::string>();
+            if (first.empty() || run.IsBefore(step, first)) {
+                first = step;
+            }
+        }
+        if (upgraded.status == 0) {
+            EXPECT_TRUE(result["findings"].empty()) << found.out;
+            ExpectClean({"verify"});
+        } else {
+            EXPECT_THAT(upgraded.err, HasSubstr("step " + first + ": ")) << found.out;
+        }
+    }
+};
+
+TEST_F(CheckOldServerSweep, FindsWhatFailsInSitesOfAnyVersion) {
+    for (const double version :
+         Versions(Ladder::kSiteSchema, Ladder::kSiteContent, IsSoak() ? 1 : 20)) {
+        for (const char* mode : {kStrict, ""}) {
+            SCOPED_TRACE(fmt::format("{} '{}'", version, mode));
+            MakeSiteAt(version);
+            Compare(mode, {"--json", "check", "--site", "1"}, {"upgrade-site", "1"},
+                    {Ladder::kSiteSchema, Ladder::kSiteContent, version});
+        }
+    }
+}
+
+TEST_F(CheckOldServerSweep, FindsWhatFailsInACentralDatabaseOfAnyVersion) {
+    for (const double version : Versions(Ladder::kServer, Ladder::kServerData, IsSoak() ? 1 : 12)) {
+        for (const char* mode : {kStrict, ""}) {
+            SCOPED_TRACE(fmt::format("{} '{}'", version, mode));
+            for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
+                Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
+            }
+            MakeCentralWith({Plan(1, 1.0255)});
+            sample::BringCentralTo(host_, {version, version});
+            Compare(mode, {"--json", "check"}, {"upgrade"},
+                    {Ladder::kServer, Ladder::kServerData, version});
+        }
+    }
+}
+
+// In every sql_mode, of an installation that is old and of one that is upgraded.
+TEST_F(CheckOldServer, IsLookedAtByEveryCommandThatWritesNothing) {
+    const std::vector<std::string> modes{"", kStrict, "ONLY_FULL_GROUP_BY", "TRADITIONAL", "ANSI"};
+    MakeSiteAt(1.0230);
+    for (const std::string& mode : modes) {
+        Goes(mode, {{"status"}, {"plan"}, {"plan", "--site", "1"}, {"verify"}, {"repair"}});
+    }
+    Goes("", {{"upgrade-site", "1"}});
+    for (const std::string& mode : modes) {
+        Goes(mode, {{"check"}, {"status"}, {"plan"}, {"verify"}, {"repair"}});
+    }
+}
+
+// Its next text is one character shorter.
+TEST_F(CheckOldServer, LooksAtColoursThatBecomeLongerThanTheirColumn) {
+    MakeSiteAt(1.0248, {});
+    Execute(
+        "INSERT INTO tw_1.attribute(attributeid, tagid, name, value) VALUES(9001, 1, 'color', "
+        "CONCAT(REPEAT('x', 251), ' red')), (9002, 1, 'color', CONCAT(REPEAT('x', 250), ' "
+        "red'));");
+    Finds(kStrict, {"check", "--site", "1"},
+          "tw_1.attribute: value becomes longer than the 255 characters of attribute.value in 1 "
+          "row (attributeid 9001), so SiteContentStep_1_0254 fails; shorten it\n1 finding.\n");
+    Fails(kStrict, {"upgrade-site", "1"}, "step SiteContentStep_1_0254: .*server error 1406 ");
+    Execute("DELETE FROM tw_1.attribute WHERE attributeid = 9001;");
+    Goes(kStrict, {{"check", "--site", "1"}, {"upgrade-site", "1"}});
+}
+
+}  // namespace
+}  // namespace twupdate::test
