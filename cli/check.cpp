@@ -1,12 +1,15 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 
 #include "cli/check_finding.h"
 #include "cli/commands.h"
 #include "cli/failure.h"
+#include "cli/restore_mark.h"
 #include "cli/root_site.h"
 #include "cli/session.h"
 #include "cli/site_option.h"
@@ -38,13 +41,71 @@ std::vector<PendingDatabase> CentralPending(const Session& session, double versi
     return pending;
 }
 
+/// Says what an upgrade would refuse of a site.
+/// @param alone  as upgrade-site takes it
+/// @return whether the upgrade would come to the site, which is pending then
+bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pending,
+             std::vector<CheckFinding>& findings) {
+    using Kind = PendingDatabase::Kind;
+    const std::string database = fmt::format("tw_{}", site.siteId);
+    switch (site.State()) {
+        case SiteState::kOld:
+            if (site.siteId < 1 || site.siteId > std::numeric_limits<std::int32_t>::max()) {
+                findings.push_back(
+                    {"tw_tarnwick", "site", "",
+                     fmt::format("there is a site {}, but a siteid lies between 1 and 2147483647",
+                                 site.siteId),
+                     "correct its row"});
+                break;
+            }
+            pending.push_back({database, Kind::kSite, *site.version});
+            if (alone) {
+                pending.push_back({"tw_tarnwick", Kind::kRecord, 0});
+            }
+            return true;
+        case SiteState::kNewer:
+            findings.push_back(NewerFinding(database, *site.version));
+            break;
+        case SiteState::kNoVersion:
+            findings.push_back({"tw_tarnwick", "site", "",
+                                fmt::format("the version of site {} is NULL", site.siteId),
+                                "set it to the version of its layout (0 runs every step)"});
+            break;
+        case SiteState::kHardDeleted:
+        case SiteState::kInTransaction:
+            if (alone) {  // otherwise it is left out
+                findings.push_back(
+                    {"tw_tarnwick", "site", "",
+                     fmt::format("site {} is {}", site.siteId, SiteStateText(site.State())),
+                     "leave it as it is, or clear the flag"});
+            }
+            break;
+        case SiteState::kCurrent:
+            break;
+    }
+    return false;
+}
+
+/// The databases that a restore has in hand; an upgrade does not begin.
+std::vector<CheckFinding> UnfinishedRestores(const Session& session) {
+    std::vector<CheckFinding> findings;
+    for (const std::string& database : MarkedForRestore(*session.Own())) {
+        findings.push_back({database, "", "", "a restore of it has not come to its end",
+                            "give the same restore again"});
+    }
+    return findings;
+}
+
 Checked CheckAll(const Session& session, const GlobalOptions& options,
                  std::optional<std::int32_t> siteId) {
-    using Kind = PendingDatabase::Kind;
-    Installation installation(session.Own());
-    const double version = installation.Version();
     Checked checked;
     auto& findings = checked.findings;
+    findings = UnfinishedRestores(session);
+    if (!findings.empty()) {
+        return checked;  // nothing can be said of half a database
+    }
+    Installation installation(session.Own());
+    const double version = installation.Version();
     std::vector<PendingDatabase> pending;
     const bool central = !siteId && IsBelow(version, kCurrentVersion);
     CheckScope scope{InstallFolder(options), options.localHostName, version, central,
@@ -57,27 +118,22 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
         pending = CentralPending(session, version);
     }
     std::vector<SiteRow> sites;
+    bool isThere = false;
     for (const SiteRow& site : installation.Sites()) {
         if (siteId ? site.siteId != *siteId : !central) {
             continue;
         }
-        sites.push_back(site);
-        if (site.State() == SiteState::kNewer) {
-            findings.push_back(NewerFinding(fmt::format("tw_{}", site.siteId), *site.version));
-        } else if (site.State() == SiteState::kOld) {
-            pending.push_back({fmt::format("tw_{}", site.siteId), Kind::kSite, *site.version});
-            if (siteId) {
-                pending.push_back({"tw_tarnwick", Kind::kRecord, 0});
-            }
+        isThere = true;
+        if (AddSite(site, siteId.has_value(), pending, findings)) {
+            sites.push_back(site);
         }
     }
-    if (siteId && sites.empty()) {
+    if (siteId && !isThere) {
         throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
     }
     scope.unreadable = CheckRights(*session.GetConnection(), pending, findings);
     std::erase_if(sites, [&](const SiteRow& site) {
-        return site.State() != SiteState::kOld ||
-               scope.unreadable.contains(fmt::format("tw_{}", site.siteId));
+        return scope.unreadable.contains(fmt::format("tw_{}", site.siteId));
     });
     std::erase_if(pending, [&](const PendingDatabase& database) {
         return scope.unreadable.contains(database.name);

@@ -254,6 +254,66 @@ TEST_F(Check, FindsVersionsAboveTheCurrentOne) {
     UpgradeFails({}, "newer than the 1.0265");
 }
 
+TEST_F(Check, FindsASiteAboveTheCurrentVersionWhichTheRunLeavesOut) {
+    MakeCentralDatabase();
+    MakeSiteRow(4, "1.0300");
+    const std::string finding =
+        "tw_4: it is at 1.0300, newer than the 1.0265 that this program knows; use the program";
+    Expect({}, finding);
+    const Outcome alone = Run({"check", "--site", "4"});
+    EXPECT_EQ(alone.status, 3);
+    EXPECT_THAT(alone.out, HasSubstr(finding));
+    const Outcome site = Run({"upgrade-site", "4"});
+    EXPECT_EQ(site.status, 1);
+    EXPECT_THAT(site.err, HasSubstr("site 4 is at 1.0300, newer than the 1.0265"));
+    const Outcome all = Run({"upgrade"});
+    EXPECT_EQ(all.status, 0) << all.err;
+    EXPECT_THAT(all.err, HasSubstr("left out, newer: 1 site (4)"));
+}
+
+TEST_F(Check, FindsASiteWithoutAVersion) {
+    MakeCentralDatabase();
+    MakeSite(4);
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY COLUMN version DOUBLE;");
+    Execute("UPDATE tw_tarnwick.site SET version = NULL;");
+    Expect({},
+           "tw_tarnwick.site: the version of site 4 is NULL; set it to the version of its layout");
+    UpgradeFails({}, "the version of site 4 in tw_tarnwick.site is NULL");
+}
+
+TEST_F(Check, FindsASiteIdThatIsNone) {
+    MakeCentralDatabase();
+    Execute("INSERT INTO tw_tarnwick.site(siteid, version) VALUES(3000000000, 1);");
+    Expect({}, "tw_tarnwick.site: there is a site 3000000000, but a siteid lies between 1 and");
+    UpgradeFails({}, "a site 3000000000, but a siteid lies between 1 and 2147483647");
+}
+
+TEST_F(Check, FindsASiteThatIsNotToBeUpgradedOnlyWhereItIsNamed) {
+    MakeCentralDatabase();
+    MakeSiteRow(4, "1.0000");
+    MakeSiteRow(5, "1.0000");
+    Execute("ALTER TABLE tw_tarnwick.site ADD COLUMN transaction BOOL DEFAULT 0 NOT NULL;");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 4;");
+    Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 5;");
+    EXPECT_EQ(Run({"check"}).status, 0);
+    for (const auto& [id, state] : {std::pair("4", "hard-deleted"), {"5", "in transaction"}}) {
+        const Outcome outcome = Run({"check", "--site", id});
+        EXPECT_EQ(outcome.status, 3) << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr(std::string("tw_tarnwick.site: site ") + id + " is " +
+                                           state + "; leave it as it is"));
+        EXPECT_THAT(Run({"upgrade-site", id}).err,
+                    HasSubstr(std::string("site ") + id + " is " + state));
+    }
+}
+
+TEST_F(Check, FindsARestoreThatHasNotComeToItsEnd) {
+    MakeCentralDatabase();
+    MakeSite(4);
+    Execute("CREATE TABLE tw_4.unfinished_restore(since DATETIME NOT NULL);");
+    Expect({}, "tw_4: a restore of it has not come to its end; give the same restore again");
+    UpgradeFails({}, "a restore that has not come to its end has tw_4 in hand");
+}
+
 TEST_F(Check, LooksAtOneSiteAloneAndPrintsJson) {
     MakeCentralDatabase();
     MakeSite(3);
