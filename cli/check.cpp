@@ -153,6 +153,7 @@ Checked CheckAll(const Session& session, const GlobalOptions& options,
     CheckServer(session, pending, findings);
     CheckRowSizes(*session.GetConnection(), pending, findings);
     CheckSpace(session, pending, findings, checked.notes);
+    NoteTriggers(*session.GetConnection(), pending, checked.notes);
     return checked;
 }
 

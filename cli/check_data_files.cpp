@@ -5,6 +5,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <regex>
 
 #include "cli/check_finding.h"
 #include "cli/data_files.h"
@@ -13,8 +14,6 @@
 
 namespace twupdate::cli {
 namespace {
-
-constexpr std::string_view kDigits = "0123456789";
 
 std::vector<std::string> SplitAtTabs(const std::string& line) {
     std::vector<std::string> fields;
@@ -29,31 +28,12 @@ std::vector<std::string> SplitAtTabs(const std::string& line) {
 /// The whole number that a column of whole numbers makes of a field such as " -1.5"; nothing for
 /// a word.
 std::optional<double> NumberOf(const std::string& field) {
-    const auto begin = std::min(field.find_first_not_of(' '), field.size());
-    const auto end = field.find_last_not_of(' ') + 1;
-    const std::string number = field.substr(begin, std::max(begin, end) - begin);
-    const std::size_t sign = number.starts_with('+') || number.starts_with('-') ? 1 : 0;
-    const auto point = std::min(number.find_first_not_of(kDigits, sign), number.size());
-    const bool rest =
-        point < number.size() &&
-        (number[point] != '.' || number.find_first_not_of(kDigits, point + 1) != std::string::npos);
-    if (point == sign || rest) {
+    static const std::regex pattern(R"( *([-+]?([0-9]+[.]?[0-9]*|[.][0-9]+)([eE][-+]?[0-9]+)?) *)");
+    std::smatch number;
+    if (!std::regex_match(field, number, pattern)) {
         return std::nullopt;
     }
-    return std::round(std::strtod(number.c_str(), nullptr));
-}
-
-/// False for a number that the column refuses. Doubles are exact for all but BIGINT.
-bool Holds(const StoredColumn& column, double number) {
-    static const std::map<std::string, int> bits{
-        {"tinyint", 8}, {"smallint", 16}, {"mediumint", 24}, {"int", 32}};
-    const auto found = bits.find(column.type);
-    if (found == bits.end()) {
-        return true;
-    }
-    const bool isUnsigned = column.fullType.find("unsigned") != std::string::npos;
-    const double largest = std::exp2(isUnsigned ? found->second : found->second - 1) - 1;
-    return number <= largest && number >= (isUnsigned ? 0 : -largest - 1);
+    return std::round(std::strtod(number[1].str().c_str(), nullptr));
 }
 
 /// A text as the server reads it between quotes.
@@ -62,10 +42,19 @@ struct ReadText {
     bool endsInBackslash = false;  ///< the closing quote would belong to the text
 };
 
+/// The character that a backslash and this one stand for.
+char Escaped(char character) {
+    constexpr std::string_view kNames = "0bnrtZ";
+    constexpr std::string_view kCharacters("\0\b\n\r\t\x1A", 6);
+    const auto found = kNames.find(character);
+    return found == std::string_view::npos ? character : kCharacters[found];
+}
+
 ReadText ReadBackslashes(const std::string& field) {
     ReadText read;
     for (std::size_t i = 0; i < field.size(); ++i) {
-        if (field[i] == '\\') {
+        const bool isEscaped = field[i] == '\\';
+        if (isEscaped) {
             if (i + 1 == field.size()) {
                 read.endsInBackslash = true;
                 break;
@@ -75,16 +64,22 @@ ReadText ReadBackslashes(const std::string& field) {
                 read.text += '\\';  // these two pairs stay
             }
         }
-        read.text += field[i];
+        read.text += isEscaped ? Escaped(field[i]) : field[i];
     }
     return read;
+}
+
+bool IsAscii(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x80U; });
 }
 
 /// The lines of one file, against the format and against the table.
 class Lines {
   public:
-    Lines(const DataFile& file, const StoredTables& stored, const std::string& sqlMode)
-        : kinds_(file.kinds),
+    Lines(host::Connection& connection, const DataFile& file, const StoredTables& stored,
+          const std::string& sqlMode)
+        : connection_(connection),
+          kinds_(file.kinds),
           columns_(SplitAtBlanks(file.columns)),
           strict_(IsStrict(sqlMode)),
           backslashes_(sqlMode.find("NO_BACKSLASH_ESCAPES") == std::string::npos) {
@@ -95,6 +90,7 @@ class Lines {
         if (table == stored.tables.end()) {
             return;
         }
+        cutsLaterRows_ = !table->second.transactional && !IsStrictForAll(sqlMode);
         for (const std::string& column : table->second.key) {
             const auto found = std::find(columns_.begin(), columns_.end(), column);
             const auto field = static_cast<std::size_t>(found - columns_.begin());
@@ -108,6 +104,15 @@ class Lines {
 
     /// What is wrong with a line; empty when nothing is.
     std::string Fault(const std::string& line, std::size_t lineNumber) {
+        std::string fault = FaultOfRow(line, lineNumber);
+        if (cutsLaterRows_) {
+            strict_ = false;
+        }
+        return fault;
+    }
+
+  private:
+    std::string FaultOfRow(const std::string& line, std::size_t lineNumber) {
         const auto fields = SplitAtTabs(line);
         if (fields.size() < kinds_.size()) {
             return fmt::format("has {}, not {}", Count(fields.size(), "field"), kinds_.size());
@@ -130,10 +135,9 @@ class Lines {
         return KeyFault(numbers, lineNumber);
     }
 
-  private:
     std::string NumberFault(double number, std::size_t i) const {
         const StoredColumn* column = stored_[i];
-        if (!strict_ || column == nullptr || Holds(*column, number)) {
+        if (!strict_ || column == nullptr || HoldsNumber(*column, number)) {
             return "";
         }
         return fmt::format("has in field {} a number that {}, {}, does not hold", i + 1,
@@ -150,12 +154,17 @@ class Lines {
         if (!strict_ || column == nullptr || !column->length) {
             return "";
         }
-        // Blanks at the end are cut off without an error.
-        const std::string kept = text.substr(0, text.find_last_not_of(' ') + 1);
-        return DisplayWidth(kept) <= *column->length
+        // White space at the end is cut off without an error.
+        const std::string kept = text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+        if (DisplayWidth(kept) > *column->length) {
+            return fmt::format("has in field {} a text longer than the {} characters of {}", i + 1,
+                               *column->length, columns_[i]);
+        }
+        return IsAscii(text) || IsTextIn(connection_, column->charset, text)
                    ? ""
-                   : fmt::format("has in field {} a text longer than the {} characters of {}",
-                                 i + 1, *column->length, columns_[i]);
+                   : fmt::format(
+                         "has in field {} a text that is not in {}, the character set of {}", i + 1,
+                         column->charset, columns_[i]);
     }
 
     std::string KeyFault(const std::vector<double>& numbers, std::size_t lineNumber) {
@@ -174,6 +183,7 @@ class Lines {
                                    same->second);
     }
 
+    host::Connection& connection_;
     std::string_view kinds_;
     std::vector<std::string> columns_;
     std::vector<const StoredColumn*> stored_;  ///< likewise; null: not there
@@ -181,6 +191,7 @@ class Lines {
     std::map<std::vector<double>, std::size_t> lines_;
     bool strict_;
     bool backslashes_;
+    bool cutsLaterRows_ = false;  ///< a strict mode ends the statement at its first row alone
 };
 
 /// Why a file or its folder may not be read; empty when it may, and when there is none.
@@ -201,6 +212,7 @@ void CheckDataFiles(const Session& session, const std::filesystem::path& install
     host::Connection& connection = *session.GetConnection();
     const auto rows = connection.Query("SELECT @@global.max_allowed_packet;");
     const auto packet = rows->Next() ? std::stoull(rows->Get(0).ToText()) : 0;
+    const std::string mode = SqlMode(connection);
     for (const DataFile& file : kDataFiles) {
         const auto path = installFolder / "resources" / (std::string(file.table) + "Data.txt");
         const std::string locked = Locked(path);
@@ -214,9 +226,10 @@ void CheckDataFiles(const Session& session, const std::filesystem::path& install
             continue;  // no file is no error: the table keeps its rows
         }
         std::ifstream stream(path);
-        Lines lines(file, central, SqlMode(connection));
+        Lines lines(connection, file, central, mode);
         std::size_t number = 0;
         std::uint64_t bytes = 0;
+        bool hasRows = false;
         for (std::string line; std::getline(stream, line);) {
             ++number;
             if (!line.empty() && line.back() == '\r') {
@@ -224,12 +237,17 @@ void CheckDataFiles(const Session& session, const std::filesystem::path& install
             }
             // Each field is joined by a comma and, for text, two quotes.
             bytes += line.size() + 2 * file.kinds.size() + 3;
+            hasRows = hasRows || !line.empty();
             const std::string fault = line.empty() ? "" : lines.Fault(line, number);
             if (!fault.empty()) {
                 findings.push_back({"tw_tarnwick", std::string(file.table), "ReimportReferenceData",
                                     fmt::format("{} line {} {}", path.string(), number, fault),
                                     "mend the line, or bring the file back from the package"});
             }
+        }
+        if (hasRows && IsStrict(mode)) {
+            CheckInsert(connection, "tw_tarnwick", central, file.table, file.columns,
+                        "ReimportReferenceData", findings);
         }
         if (bytes > packet) {
             findings.push_back(

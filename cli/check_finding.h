@@ -122,8 +122,26 @@ void CheckSiteNeeds(const Session& session, const std::string& database, const L
 /// Stored rows that a pending step cannot read, convert or write.
 void CheckCentralRows(const Session& session, const CheckScope& scope, const PendingRun& pending,
                       std::vector<CheckFinding>& findings);
-void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun& pending,
-                   std::vector<CheckFinding>& findings);
+void CheckSiteRows(const Session& session, const CheckScope& scope, std::int32_t siteId,
+                   const PendingRun& pending, std::vector<CheckFinding>& findings);
+
+/// Rows that a pending step adds without a value for a column that has no default, and texts and
+/// numbers of a step that a column does not hold.
+void CheckSiteWrites(const Session& session, const std::string& database, const PendingRun& pending,
+                     const StoredTables& stored, std::vector<CheckFinding>& findings);
+
+/// The triggers on tables whose rows the upgrade changes. What they do cannot be known beforehand.
+/// @param notes  receives a line that names them
+void NoteTriggers(host::Connection& connection, const std::vector<PendingDatabase>& pending,
+                  std::vector<std::string>& notes);
+
+/// The columns of a table that an INSERT would leave without a value.
+/// @param columns       that the INSERT names, apart by blanks
+/// @param triggersHelp  false for an INSERT ... SELECT, which is refused before a trigger runs
+void CheckInsert(host::Connection& connection, const std::string& database,
+                 const StoredTables& stored, std::string_view table, std::string_view columns,
+                 std::string_view step, std::vector<CheckFinding>& findings,
+                 bool triggersHelp = true);
 
 /// The components that the upgrade knows when it comes to the sites.
 Components KnownComponents(host::Connection& connection, const CheckScope& scope);
@@ -142,14 +160,24 @@ void CheckSiteFiles(const Session& session, const CheckScope& scope, std::int32_
                     const PendingRun& pending, const std::vector<std::string>& formComponents,
                     std::vector<CheckFinding>& findings);
 
+/// The folder that holds `templates`, `components`, `wwwroot` and `sites_secure`.
+std::filesystem::path InstallationRoot(const std::filesystem::path& installFolder);
+
 /// The session's sql_mode.
 std::string SqlMode(host::Connection& connection);
 
 /// True for an sql_mode that refuses values which a column cannot hold.
 bool IsStrict(const std::string& sqlMode);
 
+/// True for a strict mode that ends a statement at any row, in tables without transactions too.
+bool IsStrictForAll(const std::string& sqlMode);
+
 /// Adds a finding unless the same is said of that place already, with an earlier step.
 void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings);
+
+/// True when the query, in which "{0}" stands for the database, has a row; false where a table or
+/// column is missing or may not be read, which are findings of their own.
+bool HasRows(host::Connection& connection, const std::string& database, std::string_view query);
 
 /// True for the server's errors that a database, table or column is not there.
 bool IsMissing(const HostError& error);

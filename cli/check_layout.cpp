@@ -54,6 +54,14 @@ void CheckDoubleTemp(const std::string& database, const Layout& layout, const st
     }
 }
 
+bool IsDenied(const HostError& error) {
+    constexpr std::uint32_t kDatabaseDenied = 1044;
+    constexpr std::uint32_t kTableDenied = 1142;
+    constexpr std::uint32_t kColumnDenied = 1143;
+    return error.Code() == kDatabaseDenied || error.Code() == kTableDenied ||
+           error.Code() == kColumnDenied;
+}
+
 std::string SiteDatabaseOf(const SiteRow& site) {
     return fmt::format("tw_{}", site.siteId);
 }
@@ -66,6 +74,21 @@ bool IsMissing(const HostError& error) {
     constexpr std::uint32_t kUnknownTable = 1146;
     return error.Code() == kUnknownDatabase || error.Code() == kUnknownColumn ||
            error.Code() == kUnknownTable;
+}
+
+bool IsStrictForAll(const std::string& sqlMode) {
+    return sqlMode.find("STRICT_ALL_TABLES") != std::string::npos;
+}
+
+bool HasRows(host::Connection& connection, const std::string& database, std::string_view query) {
+    try {
+        return connection.Query(fmt::format(fmt::runtime(query), database) + " LIMIT 1;")->Next();
+    } catch (const HostError& error) {
+        if (!IsMissing(error) && !IsDenied(error)) {
+            throw;
+        }
+        return false;  // a finding of its own, at which the step fails first
+    }
 }
 
 PendingRun CheckScope::CentralRun() const {
@@ -130,7 +153,7 @@ void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& s
     if (pending.Has("SiteSchemaStep_1_0035")) {
         CheckDoubleTemp(database, layout, "SiteSchemaStep_1_0035", findings);
     }
-    CheckSiteRows(session, siteId, pending, findings);
+    CheckSiteRows(session, scope, siteId, pending, findings);
     CheckSiteSurroundings(session, scope, siteId, pending, findings);
 }
 

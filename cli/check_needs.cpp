@@ -365,19 +365,6 @@ void AddNeedsOfTheLayout(const Databases& in, Missing& missing) {
     }
 }
 
-bool HasRows(const Session& session, const std::string& database, std::string_view query) {
-    try {
-        const auto rows = session.GetConnection()->Query(
-            fmt::format(fmt::runtime(query), database) + " LIMIT 1;");
-        return rows->Next();
-    } catch (const HostError& error) {
-        if (!IsMissing(error)) {
-            throw;
-        }
-        return false;  // something else is missing, at which the step fails first
-    }
-}
-
 void AddNeedsOfTheSteps(const Session& session, const Databases& in, std::span<const Need> needs,
                         Missing& missing) {
     for (const Need& need : needs) {
@@ -392,7 +379,8 @@ void AddNeedsOfTheSteps(const Session& session, const Databases& in, std::span<c
                    table == in.expected.tables.end() || !in.pending.Has(table->second.step)) {
             these.Add(need.table, "", need.step);
         }
-        if (!these.IsEmpty() && (need.when.empty() || HasRows(session, in.name, need.when))) {
+        if (!these.IsEmpty() &&
+            (need.when.empty() || HasRows(*session.GetConnection(), in.name, need.when))) {
             missing.Add(these);
         }
     }

@@ -20,10 +20,11 @@ namespace {
 enum class Kind {
     kNumber,     ///< read as a 32-bit number: NULL and larger numbers fail in any sql_mode
     kText,       ///< read as a text: NULL fails in any sql_mode
-    kNotNull,    ///< written to a column that takes no NULL
+    kNotNull,    ///< written to the target, or made NOT NULL
     kFloat,      ///< converted to DOUBLE where it is FLOAT: takes no NULL
     kMoney,      ///< converted to DECIMAL(17,2) NOT NULL
     kFits,       ///< written to the target, which has a width and a character set
+    kHolds,      ///< a number that is written to the target, which has a type
     kCondition,  ///< `value` is the condition of a row that fails
 };
 
@@ -33,7 +34,7 @@ struct Place {
     std::string_view columns;  ///< apart by blanks
     Kind kind;
     std::string_view rows = {};    ///< condition of the rows that the step takes; empty: all
-    std::string_view target = {};  ///< "table.column" for kFits; the column itself when empty
+    std::string_view target = {};  ///< "table.column"; the column itself when empty
     std::string_view value = {};   ///< what is written, where it is not the column itself
     std::string_view guard = {};   ///< a table without which the step does not do it
 };
@@ -79,6 +80,53 @@ constexpr std::string_view kUnmergedUsers =
 constexpr std::string_view kEncodedFrom = "REPLACE(REPLACE(fromlist, '<', '&lt;'), '>', '&gt;')";
 constexpr std::string_view kEncodedSubject = "REPLACE(REPLACE(subject, '<', '&lt;'), '>', '&gt;')";
 
+constexpr std::string_view kWithoutResetEvent =
+    "componentid = 100 AND NOT EXISTS(SELECT 1 FROM {0}.event e WHERE e.featureid = "
+    "feature.featureid AND BINARY e.name = 'Reset Password')";
+constexpr std::string_view kWithoutPaymentEvent =
+    "componentid = 1000 AND NOT EXISTS(SELECT 1 FROM {0}.event e WHERE e.featureid = "
+    "feature.featureid AND BINARY e.name IN('Order Payment', 'Order Completion'))";
+constexpr std::string_view kTreeLinkThere =
+    "EXISTS(SELECT 1 FROM {0}.tag t WHERE BINARY t.name LIKE 'span.TreeLink%' AND t.templateid = "
+    "tag.templateid AND t.overrideid = tag.overrideid AND BINARY tag.name = REPLACE(t.name, "
+    "'span.TreeLink', 'div.twTreeNode span.SiteTreeLink[suffix]'))";
+constexpr std::string_view kHeadingThere =
+    "BINARY name IN('h1', 'h2') AND EXISTS(SELECT 1 FROM {0}.tag t WHERE t.overrideid = "
+    "tag.overrideid AND t.overrideid <> 0 AND BINARY t.name = IF(BINARY tag.name = 'h1', "
+    "'.heading', '.subheading'))";
+constexpr std::string_view kExplicit =
+    "BINARY name = 'ExplicitLayoutElements' AND type = 'text' AND EXISTS(SELECT 1 FROM "
+    "{0}.override o WHERE o.overrideid = setting.overrideid)";
+constexpr std::string_view kOfExplicit =
+    "EXISTS(SELECT 1 FROM {0}.setting s WHERE s.overrideid = override.overrideid AND BINARY s.name "
+    "= 'ExplicitLayoutElements' AND s.type = 'text')";
+// The postings of the threads up to the last that is not removed.
+constexpr std::string_view kOfAThread =
+    "threadid IN(SELECT r.elementid FROM {0}.forum r WHERE r.elementid = r.threadid AND "
+    "r.elementid <= (SELECT MAX(l.elementid) FROM {0}.forum l WHERE l.elementid = l.threadid AND "
+    "l.removed = 0))";
+constexpr std::string_view kLogInTexts =
+    "EXISTS(SELECT 1 FROM {0}.feature f INNER JOIN {0}.override o ON o.featureid = f.featureid "
+    "INNER JOIN {0}.setting s ON s.overrideid = o.overrideid WHERE f.featureid = text.featureid "
+    "AND f.componentid = 100 AND BINARY s.name IN('ForgottenPasswordText', 'InvalidLogInText', "
+    "'RegistrationText') AND IF(s.type = 'string', s.string_value, s.text) <> '' AND "
+    "text.subfeatureid = IF(BINARY s.name = 'RegistrationText', 3, 2))";
+constexpr std::string_view kOfALookupField =
+    "EXISTS(SELECT 1 FROM {0}.externallookupfeedfield e WHERE e.fieldid = datafeedfield.fieldid)";
+constexpr std::string_view kOnALinkField =
+    "EXISTS(SELECT 1 FROM {0}.formtemplate v INNER JOIN {0}.queryfieldsrc s INNER JOIN "
+    "{0}.querytable q ON q.tableid = s.tableid INNER JOIN {0}.formfield f ON f.formfieldid = "
+    "s.srcfieldid AND f.featureid = q.srctableid WHERE v.featureid = formtemplatefield.featureid "
+    "AND s.queryfieldid = formtemplatefield.queryfieldid AND f.type IN('multiformlink', "
+    "'productfamily'))";
+constexpr std::string_view kTextsOfAView =
+    "(text LIKE '%#Embed.%' OR previoustext LIKE '%#Embed.%') AND EXISTS(SELECT 1 FROM "
+    "{0}.formtemplate v INNER JOIN {0}.formtemplatefield t ON t.featureid = v.featureid INNER JOIN "
+    "{0}.queryfieldsrc s ON s.queryfieldid = t.queryfieldid INNER JOIN {0}.querytable q ON "
+    "q.tableid = s.tableid INNER JOIN {0}.formfield f ON f.formfieldid = s.srcfieldid AND "
+    "f.featureid = q.srctableid WHERE v.featureid = text.featureid AND f.type IN('multiformlink', "
+    "'productfamily'))";
+
 constexpr std::array kSiteRows{
     // The schema ladder
     Place{"SiteSchemaStep_1_0014", "attribute", "value", Kind::kNotNull},
@@ -109,12 +157,20 @@ constexpr std::array kSiteRows{
     Place{"SiteSchemaStep_1_0092", "formtemplatefield", "prefix suffix", Kind::kNotNull},
     Place{kCopiesFeeds, "featurenamevalue", "featureid value sequence", Kind::kNotNull, "type = 2",
           "", "", "externallookupfeedfield"},
+    Place{kCopiesFeeds, "featurenamevalue", "featureid", Kind::kHolds, "type = 2",
+          "externallookupfeedurl.featureid", "", "externallookupfeedfield"},
+    Place{kCopiesFeeds, "featurenamevalue", "sequence", Kind::kHolds, "type = 2",
+          "externallookupfeedurl.sequence", "", "externallookupfeedfield"},
     Place{kCopiesFeeds, "featurenamevalue", "value", Kind::kFits, "type = 2",
           "externallookupfeedurl.url", "", "externallookupfeedfield"},
     Place{"SiteSchemaStep_1_0233", "formfield", "defaultvalue", Kind::kNotNull},
     Place{"SiteSchemaStep_1_0233", "formfield", "defaultvalue", Kind::kFits},
     Place{"SiteSchemaStep_1_0233", "featurenamevalue", "featureid name value sequence",
           Kind::kNotNull, "type = 0", "", "", "externallookupfeedfield"},
+    Place{"SiteSchemaStep_1_0233", "featurenamevalue", "featureid", Kind::kHolds, "type = 0",
+          "externallookupfeedparam.featureid", "", "externallookupfeedfield"},
+    Place{"SiteSchemaStep_1_0233", "featurenamevalue", "sequence", Kind::kHolds, "type = 0",
+          "externallookupfeedparam.sequence", "", "externallookupfeedfield"},
     Place{"SiteSchemaStep_1_0233", "featurenamevalue", "name", Kind::kFits, "type = 0",
           "externallookupfeedparam.name", "", "externallookupfeedfield"},
     Place{"SiteSchemaStep_1_0233", "featurenamevalue", "value", Kind::kFits, "type = 0",
@@ -122,6 +178,14 @@ constexpr std::array kSiteRows{
     Place{"SiteSchemaStep_1_0233", "externallookupfeedfield",
           "featureid formfieldid minrequestlength maxrequestlength", Kind::kNotNull,
           "requestparamname <> ''"},
+    Place{"SiteSchemaStep_1_0233", "externallookupfeedfield", "featureid", Kind::kHolds,
+          "requestparamname <> ''", "externallookupfeedparam.featureid"},
+    Place{"SiteSchemaStep_1_0233", "externallookupfeedfield", "formfieldid", Kind::kHolds,
+          "requestparamname <> ''", "externallookupfeedparam.longvalue"},
+    Place{"SiteSchemaStep_1_0233", "externallookupfeedfield", "minrequestlength", Kind::kHolds,
+          "requestparamname <> ''", "externallookupfeedparam.minlength"},
+    Place{"SiteSchemaStep_1_0233", "externallookupfeedfield", "maxrequestlength", Kind::kHolds,
+          "requestparamname <> ''", "externallookupfeedparam.maxlength"},
     Place{"SiteSchemaStep_1_0233", "externallookupfeedfield", "requestparamname", Kind::kFits, "",
           "externallookupfeedparam.name"},
     Place{"SiteSchemaStep_1_0251", "formfield", "featureid formfieldid", Kind::kNumber,
@@ -138,23 +202,52 @@ constexpr std::array kSiteRows{
     Place{"SiteContentStep_1_0007", "charge", "password", Kind::kFits, "", "chargeoption.password"},
     Place{"SiteContentStep_1_0007", "chargetoitemtype", "applytoitemtypeid", Kind::kNotNull,
           "chargeid IN(SELECT chargeid FROM {0}.charge)", "", "", "charge"},
-    Place{"SiteContentStep_1_0008", "feature", "featureid", Kind::kNumber, "componentid = 100"},
+    Place{"SiteContentStep_1_0007", "chargetoitemtype", "applytoitemtypeid", Kind::kHolds,
+          "chargeid IN(SELECT chargeid FROM {0}.charge)", "chargegrouptoitemtype.applytoitemtypeid",
+          "", "charge"},
+    Place{"SiteContentStep_1_0008", "feature", "featureid", Kind::kNumber, kWithoutResetEvent},
+    Place{"SiteContentStep_1_0008", "event", "eventid", Kind::kNumber,
+          "BINARY name = 'Reset Password (being added)'"},
+    Place{"SiteContentStep_1_0008", "email", "emailid", Kind::kNumber,
+          "BINARY type = 'resetpassword' AND EXISTS(SELECT 1 FROM {0}.feature f WHERE f.featureid "
+          "= email.featureid AND f.componentid = 100 AND NOT EXISTS(SELECT 1 FROM {0}.event e "
+          "WHERE e.featureid = f.featureid AND BINARY e.name = 'Reset Password'))"},
     Place{"SiteContentStep_1_0009", "tag", "tagid templateid overrideid", Kind::kNumber,
           kTreeLinks},
     Place{"SiteContentStep_1_0009", "tag", "name", Kind::kFits, kTreeLinks, "tag.name",
           "REPLACE(name, 'span.TreeLink', 'div.twTreeNode span.SiteTreeLink[suffix]')"},
+    Place{"SiteContentStep_1_0009", "tag", "tagid", Kind::kNumber, kTreeLinkThere},
     Place{"SiteContentStep_1_0017", "tag", "tagid templateid", Kind::kNumber, kHeadings},
+    Place{"SiteContentStep_1_0017", "tag", "overrideid", Kind::kNumber, kHeadings},
+    Place{"SiteContentStep_1_0017", "tag", "tagid", Kind::kNumber, kHeadingThere},
     Place{"SiteContentStep_1_0019", "text", "textid featureid", Kind::kNumber, "texttype = 22"},
     Place{"SiteContentStep_1_0026", "layoutelement", "name", Kind::kFits, "name = ''",
           "layoutelement.name", "CONCAT('Layout Element ', sequence)"},
-    Place{"SiteContentStep_1_0037", "forum", "elementid", Kind::kNumber,
-          "elementid = threadid AND removed = 0"},
+    Place{"SiteContentStep_1_0026", "layoutelement", "sequence", Kind::kNotNull, "name = ''",
+          "layoutelement.name"},
+    Place{"SiteContentStep_1_0026", "setting", "settingid overrideid", Kind::kNumber, kExplicit},
+    Place{"SiteContentStep_1_0026", "override", "featureid", Kind::kNumber, kOfExplicit},
+    Place{"SiteContentStep_1_0026", "layoutelement", "elementid sequence", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.setting s INNER JOIN {0}.override o ON o.overrideid = "
+          "s.overrideid WHERE BINARY s.name = 'ExplicitLayoutElements' AND s.type = 'text' AND "
+          "o.featureid = layoutelement.featureid)"},
+    Place{"SiteContentStep_1_0031", "feature", "featureid", Kind::kNumber,
+          "componentid IN(400, 500) AND EXISTS(SELECT 1 FROM {0}.text t WHERE t.featureid = "
+          "feature.featureid AND t.subfeatureid = 0 AND BINARY t.text <> '&nbsp;')"},
+    Place{"SiteContentStep_1_0037", "forum", "elementid", Kind::kNumber, kOfAThread},
     Place{kEncodesEmails, "email", "emailid", Kind::kNumber},
     Place{kEncodesEmails, "email", "fromlist", Kind::kFits, "", "email.fromlist", kEncodedFrom},
     Place{kEncodesEmails, "email", "subject", Kind::kFits, "", "email.subject", kEncodedSubject},
+    Place{"SiteContentStep_1_0044", "text", "textid", Kind::kNumber,
+          "subfeatureid = 2 AND texttype = 0 AND text IS NOT NULL AND EXISTS(SELECT 1 FROM "
+          "{0}.feature f WHERE f.featureid = text.featureid AND f.componentid IN(900, 3700))"},
     Place{"SiteContentStep_1_0049", "email", "emailid", Kind::kNumber},
     Place{"SiteContentStep_1_0054", "setting", "integer_value", Kind::kNumber, kShopFlags},
     Place{"SiteContentStep_1_0054", "setting", "name", Kind::kText, kShopFlags},
+    Place{"SiteContentStep_1_0054", "override", "overrideid", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.feature f WHERE f.featureid = override.featureid AND "
+          "f.componentid = 1000)"},
+    Place{"SiteContentStep_1_0054", "customerorder", "orderid", Kind::kNumber, kUnmergedOrders},
     Place{"SiteContentStep_1_0054", "customerorder",
           "billingaddress billingaddress1 billingaddress2 shippingaddress shippingaddress1 "
           "shippingaddress2",
@@ -172,7 +265,15 @@ constexpr std::array kSiteRows{
           "security.address",
           "CONCAT(address1, IF(address1 = '' OR address2 = '', '', ', '), address2)"},
     Place{"SiteContentStep_1_0054", "feature", "featureid", Kind::kNumber, "componentid = 1000"},
-    Place{"SiteContentStep_1_0055", "feature", "featureid", Kind::kNumber, "componentid = 1000"},
+    Place{"SiteContentStep_1_0055", "feature", "featureid", Kind::kNumber, kWithoutPaymentEvent},
+    Place{"SiteContentStep_1_0055", "event", "eventid", Kind::kNumber,
+          "BINARY name = 'Order Payment (being added)'"},
+    Place{
+        "SiteContentStep_1_0055", "email", "emailid", Kind::kNumber,
+        "BINARY type = 'postorderpayment' AND EXISTS(SELECT 1 FROM {0}.feature f WHERE "
+        "f.featureid = email.featureid AND f.componentid = 1000 AND NOT EXISTS(SELECT 1 FROM "
+        "{0}.event e WHERE e.featureid = f.featureid AND BINARY e.name IN('Order Payment', 'Order "
+        "Completion')))"},
     Place{"SiteContentStep_1_0061", "layoutzone", "zoneid elementid", Kind::kNumber},
     Place{"SiteContentStep_1_0061", "tag", "tagid", Kind::kNumber, "name LIKE '.LO%'"},
     Place{"SiteContentStep_1_0061", "tag", "templateid overrideid cssid media subownerid",
@@ -185,12 +286,27 @@ constexpr std::array kSiteRows{
     Place{"SiteContentStep_1_0091", "feature", "componentid", Kind::kNumber,
           "EXISTS(SELECT 1 FROM {0}.form m WHERE m.formfeatureid = feature.featureid)", "", "",
           "form"},
+    Place{"SiteContentStep_1_0091", "override", "overrideid", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.form m WHERE m.formfeatureid = override.featureid)", "", "",
+          "form"},
+    Place{"SiteContentStep_1_0222", "feature", "featureid", Kind::kNumber, "componentid = 100"},
+    Place{"SiteContentStep_1_0222", "text", "textid", Kind::kNumber, kLogInTexts},
     Place{"SiteContentStep_1_0223", "commission", "commissionid", Kind::kNumber, "orderid > 0"},
-    Place{"SiteContentStep_1_0229", "datafeedfield", "featureid", Kind::kNotNull,
-          "EXISTS(SELECT 1 FROM {0}.externallookupfeedfield e WHERE e.fieldid = "
-          "datafeedfield.fieldid)",
+    Place{"SiteContentStep_1_0223", "commission", "orderid userid", Kind::kNumber,
+          "orderid > 0 AND EXISTS(SELECT 1 FROM tw_tarnwick.account a INNER JOIN "
+          "tw_tarnwick.accountpayment p ON p.accountid = a.accountid WHERE CONCAT('tw_', a.siteid) "
+          "= '{0}' AND a.userid = commission.userid AND p.amount = commission.commission)"},
+    Place{"SiteContentStep_1_0229", "datafeedfield", "featureid", Kind::kNotNull, kOfALookupField,
           "", "", "externallookupfeedfield"},
-    Place{"SiteContentStep_1_0237", "setting", "settingid", Kind::kNumber, kCanonical},
+    Place{"SiteContentStep_1_0229", "datafeedfield", "pointer", Kind::kNotNull, kOfALookupField, "",
+          "", "externallookupfeedfield"},
+    Place{"SiteContentStep_1_0229", "datafeedfield", "featureid", Kind::kHolds, kOfALookupField,
+          "externallookupfeedfield.featureid", "", "externallookupfeedfield"},
+    Place{"SiteContentStep_1_0229", "datafeedfield", "pointer", Kind::kHolds, kOfALookupField,
+          "externallookupfeedfield.formfieldid", "", "externallookupfeedfield"},
+    Place{"SiteContentStep_1_0237", "setting", "settingid", Kind::kNumber,
+          "BINARY name = 'canonical' AND EXISTS(SELECT 1 FROM {0}.override o WHERE o.overrideid = "
+          "setting.overrideid)"},
     Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kText,
           "BINARY name = 'canonical' AND EXISTS(SELECT 1 FROM {0}.override o WHERE o.overrideid = "
           "setting.overrideid)"},
@@ -200,11 +316,30 @@ constexpr std::array kSiteRows{
           "navigation.canonical"},
     Place{"SiteContentStep_1_0237", "override", "featureid", Kind::kNumber,
           "EXISTS(SELECT 1 FROM {0}.setting s WHERE s.overrideid = override.overrideid AND BINARY "
-          "s.name = 'canonical')"},
+          "s.name = 'canonical' AND s.string_value <> '')"},
+    Place{"SiteContentStep_1_0237", "navigation", "navigationid", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.setting s INNER JOIN {0}.override o ON o.overrideid = "
+          "s.overrideid WHERE BINARY s.name = 'canonical' AND s.string_value <> '' AND o.featureid "
+          "= navigation.featureid)"},
+    Place{"SiteContentStep_1_0237", "directurl", "directurlid", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.setting s INNER JOIN {0}.override o ON o.overrideid = "
+          "s.overrideid LEFT JOIN {0}.navigation n ON n.featureid = o.featureid WHERE BINARY "
+          "s.name = 'canonical' AND BINARY s.string_value = BINARY directurl.url AND o.featureid = "
+          "directurl.featureid AND COALESCE(n.navigationid, 0) = directurl.navigationid)"},
     Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kFits, kReplacementChar,
           "formfield.directurlreplacementchar", "LEFT(string_value, 1)", "formfield"},
-    Place{"SiteContentStep_1_0242", "formfield", "targetformfeatureid", Kind::kNumber,
-          kViewedLinkFields, "", "", "formtemplate"},
+    Place{"SiteContentStep_1_0242", "formtemplate", "featureid", Kind::kNumber, "featureid > 0"},
+    Place{"SiteContentStep_1_0242", "formfield", "featureid formfieldid targetformfeatureid",
+          Kind::kNumber, kViewedLinkFields, "", "", "formtemplate"},
+    Place{"SiteContentStep_1_0242", "formtemplatefield", "formtemplatefieldid", Kind::kNumber,
+          kOnALinkField, "", "", "formtemplate"},
+    Place{"SiteContentStep_1_0242", "text", "textid", Kind::kNumber, kTextsOfAView, "", "",
+          "formtemplate"},
+    Place{"SiteContentStep_1_0242", "textembed", "embedid major minor", Kind::kNumber,
+          "EXISTS(SELECT 1 FROM {0}.text WHERE text.textid = textembed.textid AND "
+          "(text.text LIKE '%#Embed.%' OR text.previoustext LIKE '%#Embed.%') AND "
+          "EXISTS(SELECT 1 FROM {0}.formtemplate v WHERE v.featureid = text.featureid))",
+          "", "", "formtemplate"},
     Place{"SiteContentStep_1_0254", "css", "cssid", Kind::kNumber},
     Place{"SiteContentStep_1_0255", "formfield", "featureid formfieldid", Kind::kNumber,
           kLongTextFields},
@@ -226,6 +361,9 @@ constexpr std::array kCentralRows{
           "document REGEXP '^[0-9]+/.*' AND CAST(SUBSTRING_INDEX(document, '/', 1) AS DECIMAL(65)) "
           "<= 2147483647"},
 };
+
+/// "[ \\t\\n\\v\\f\\r]+$", whatever the sql_mode makes of backslashes.
+constexpr std::string_view kWhiteSpaceAtEnd = "CONVERT(X'5B20090A0B0C0D5D2B24' USING utf8mb4)";
 
 /// Why a row makes a step fail, and what to do.
 struct Condition {
@@ -333,7 +471,7 @@ class RowChecks {
                 addNull("where a text must be", "text");
                 break;
             case Kind::kNotNull:
-                if (strict_) {
+                if (strict_ && !TargetTakesNull(place)) {
                     addNull("where the step needs a value", "value");
                 }
                 break;
@@ -351,6 +489,11 @@ class RowChecks {
             case Kind::kFits:
                 if (strict_ && !column.charset.empty()) {
                     AddFit(place, name, column, tell);
+                }
+                break;
+            case Kind::kHolds:
+                if (strict_) {
+                    AddRange(place, name, column, tell);
                 }
                 break;
             case Kind::kCondition:
@@ -377,15 +520,47 @@ class RowChecks {
     }
 
     template <typename TellOf>
+    void AddRange(const Place& place, const std::string& name, const StoredColumn& column,
+                  const TellOf& tell) {
+        const StoredColumn* target = FindTarget(place.target);
+        StoredColumn number;  // of a table that a step makes
+        number.type = "int";
+        const auto range = RangeOf(target != nullptr ? *target : number);
+        const auto own = RangeOf(column);
+        if (range && (!own || own->first < range->first || own->second > range->second)) {
+            tell(fmt::format("{0} < {1:.0f} OR {0} > {2:.0f}", name, range->first, range->second),
+                 fmt::format("{} is out of the range of {}", name, place.target), "mend it");
+        }
+    }
+
+    /// @param target  "table.column"
+    const StoredColumn* FindTarget(std::string_view target) const {
+        const auto point = target.find('.');
+        return point == std::string_view::npos
+                   ? nullptr
+                   : stored_.Find(std::string(target.substr(0, point)),
+                                  std::string(target.substr(point + 1)));
+    }
+
+    bool TargetTakesNull(const Place& place) const {
+        const StoredColumn* target = FindTarget(place.target);
+        return target != nullptr && target->nullable;
+    }
+
+    template <typename TellOf>
     void AddFit(const Place& place, const std::string& name, const StoredColumn& column,
                 const TellOf& tell) {
         const Target target = TargetOf(place, name);
         const std::string value = place.value.empty() ? name : Filled(place.value, database_);
         if (target.width && (!place.value.empty() || column.length.value_or(0) > *target.width)) {
-            // Blanks at the end are cut off without an error.
-            const std::string bad =
-                fmt::format("{}(RTRIM({})) > {}", target.inBytes ? "LENGTH" : "CHAR_LENGTH", value,
-                            *target.width);
+            const std::string_view measure = target.inBytes ? "LENGTH" : "CHAR_LENGTH";
+            std::string bad = fmt::format("{}({}) > {}", measure, value, *target.width);
+            // White space at the end is cut off without an error, unless an ALTER TABLE makes a
+            // VARCHAR narrower.
+            if (!place.target.empty() || column.type != "varchar") {
+                bad += fmt::format(" AND {}(REGEXP_REPLACE({}, {}, '')) > {}", measure, value,
+                                   kWhiteSpaceAtEnd, *target.width);
+            }
             tell(bad,
                  fmt::format("{} {} longer than the {} {} of {}", name,
                              place.value.empty() ? "is" : "becomes", *target.width,
@@ -465,10 +640,11 @@ class RowChecks {
                     key.empty() ? ""
                                 : fmt::format(" ({}{} {})", count > 1 ? "first: " : "", key.front(),
                                               rows->Get(2 * i + 1).ToText());
-                findings.push_back(
+                AddOnce(
                     {database_, table, conditions[i].step,
                      fmt::format("{} in {}{}", conditions[i].problem, Count(count, "row"), first),
-                     conditions[i].cure});
+                     conditions[i].cure},
+                    findings);
             }
         }
         return true;
@@ -594,6 +770,45 @@ void AddUploads(host::Connection& connection, const std::string& database,
     }
     const std::string rows = fmt::format("formfeatureid IN({})", forms);
     checks.Add(Place{kStep, "form", "securefiles", Kind::kNumber, rows});
+}
+
+/// Records whose number does not fit, where SiteSchemaStep_1_0251 finds the file.
+void CheckUploadIds(host::Connection& connection, const CheckScope& scope, std::int32_t siteId,
+                    const PendingRun& pending, const StoredTables& stored,
+                    std::vector<CheckFinding>& findings) {
+    constexpr std::string_view kStep = "SiteSchemaStep_1_0251";
+    if (!pending.Has(kStep)) {
+        return;
+    }
+    const std::string database = fmt::format("tw_{}", siteId);
+    const auto root = InstallationRoot(scope.installFolder);
+    for (const auto& [table, column] : FormColumns(connection, database, kFileFields)) {
+        const StoredColumn* key = stored.Find(table, "replyid");
+        if (key == nullptr || stored.Find(table, column) == nullptr ||
+            (key->type == "int" && !key->fullType.ends_with("unsigned"))) {
+            continue;
+        }
+        const auto rows = connection.Query(fmt::format(
+            "SELECT r.replyid, SUBSTRING(r.{0}, 4), COALESCE(m.securefiles, 0) FROM {1}.{2} r LEFT "
+            "JOIN {1}.form m ON m.formfeatureid = {3} WHERE r.{0} LIKE '../%' AND (r.replyid < "
+            "-2147483648 OR r.replyid > 2147483647) ORDER BY r.replyid;",
+            column, database, table, table.substr(table.find('_') + 1)));
+        while (rows->Next()) {
+            std::string file = rows->Get(1).ToText();
+            std::replace(file.begin(), file.end(), '\\', '/');
+            const auto folder =
+                rows->Get(2).ToText() == "0" ? root / "wwwroot" / "sites" : root / "sites_secure";
+            std::error_code ignored;
+            if (std::filesystem::is_regular_file(folder / std::to_string(siteId) / file, ignored)) {
+                findings.push_back({database, table, std::string(kStep),
+                                    fmt::format("replyid does not fit a 32-bit integer in a record "
+                                                "with a file (replyid {})",
+                                                rows->Get(0).ToText()),
+                                    "mend it"});
+                break;
+            }
+        }
+    }
 }
 
 /// 1.0050 lengthens what 1.0043 leaves.
@@ -756,6 +971,32 @@ void CheckLogs(host::Connection& connection, const PendingRun& pending,
     }
 }
 
+/// The rows that ServerDataStep_1_0252 adds for the root site.
+void CheckRootInserts(const Session& session, const CheckScope& scope, const std::string& site,
+                      const RowChecks& central, const StoredTables& stored,
+                      std::vector<CheckFinding>& findings) {
+    if (!central.IsStrict()) {
+        return;
+    }
+    host::Connection& connection = *session.GetConnection();
+    const std::string step = "ServerDataStep_1_0252";
+    const std::string host = TextLiteral(scope.localHostName);
+    if (!HasRows(connection, "tw_tarnwick",
+                 "SELECT 1 FROM {0}.domain WHERE domainname = " + host +
+                     " AND ipaddress = '127.0.0.1' AND tcpport = 80")) {
+        CheckInsert(connection, "tw_tarnwick", central.Stored(), "domain",
+                    "siteid domainname ipaddress tcpport", step, findings);
+    }
+    if (!HasRows(connection, site, "SELECT 1 FROM {0}.domain WHERE domainname = " + host)) {
+        CheckInsert(connection, site, stored, "domain", "domainname", step, findings);
+        if (HasRows(connection, site,
+                    "SELECT 1 FROM {0}.group_table WHERE displayname = 'local Visitor'")) {
+            CheckInsert(connection, site, stored, "domaingroup", "groupid domainid domaingrouptype",
+                        step, findings);
+        }
+    }
+}
+
 /// The local host name, which ServerDataStep_1_0252 makes a domain of the root site.
 void CheckRootDomain(const Session& session, const CheckScope& scope, const PendingRun& pending,
                      const RowChecks& central, std::vector<CheckFinding>& findings) {
@@ -779,6 +1020,7 @@ void CheckRootDomain(const Session& session, const CheckScope& scope, const Pend
                  "give the machine a shorter name, or name one with --local-host-name"});
         }
     }
+    CheckRootInserts(session, scope, site, central, stored, findings);
 }
 
 }  // namespace
@@ -794,8 +1036,8 @@ void CheckCentralRows(const Session& session, const CheckScope& scope, const Pen
     CheckRootDomain(session, scope, pending, checks, findings);
 }
 
-void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun& pending,
-                   std::vector<CheckFinding>& findings) {
+void CheckSiteRows(const Session& session, const CheckScope& scope, std::int32_t siteId,
+                   const PendingRun& pending, std::vector<CheckFinding>& findings) {
     const std::string database = fmt::format("tw_{}", siteId);
     host::Connection& connection = *session.GetConnection();
     RowChecks checks(session, database, SiteLayout(), pending,
@@ -807,7 +1049,9 @@ void CheckSiteRows(const Session& session, std::int32_t siteId, const PendingRun
     AddForms(connection, database, pending, checks, findings);
     AddUploads(connection, database, pending, checks, findings);
     checks.Run(findings);
+    CheckUploadIds(connection, scope, siteId, pending, checks.Stored(), findings);
     CheckDoubleLinks(connection, database, pending, checks.Stored(), findings);
+    CheckSiteWrites(session, database, pending, checks.Stored(), findings);
     if (checks.IsStrict()) {
         CheckColours(connection, database, pending, checks.Stored(), findings);
     }

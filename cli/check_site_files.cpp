@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
+#include <limits>
 #include <optional>
 #include <set>
 
@@ -14,12 +16,6 @@ namespace twupdate::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The folder that holds `templates`, `components`, `wwwroot` and `sites_secure`.
-fs::path InstallationRoot(const fs::path& installFolder) {
-    fs::path folder = fs::absolute(installFolder).lexically_normal();
-    return (folder.has_filename() ? folder : folder.parent_path()).parent_path();
-}
 
 bool LiesWithin(const fs::path& folder, const fs::path& path) {
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
@@ -84,6 +80,13 @@ class SiteFiles {
                  "mend foldername of the component");
         } else if (IsThere(step, folder / "template")) {
             for (const std::string& page : pages) {
+                if (std::strtod(page.c_str(), nullptr) > std::numeric_limits<std::int32_t>::max()) {
+                    AddOnce({"tw_" + site_.filename().string(), "feature", std::string(step),
+                             fmt::format("featureid {} does not fit a 32-bit integer", page),
+                             "mend it"},
+                            findings_);
+                    return;
+                }
                 if (IsThere(step, site_ / page)) {
                     Files(step, folder / "template", folder / "template", site_ / page);
                 }
@@ -403,6 +406,8 @@ class RobotsCheck {
         } else if (StatementSize(content, home) >= packet) {
             tooLarge(content.size());
         } else if (strict) {
+            CheckInsert(connection_, database_, stored_, "plaintext", "featureid subfeatureid text",
+                        kRobotsStep, findings_);
             Text(content, client, packet, tell);
         }
     }
@@ -436,7 +441,7 @@ class RobotsCheck {
             while (end < content.size() && end > begin + 1 && IsWithinCharacter(content[end])) {
                 --end;
             }
-            if (!IsText(content.substr(begin, end - begin), client, target)) {
+            if (!IsTextIn(connection_, target, content.substr(begin, end - begin))) {
                 tell(fmt::format(
                          "is not text in {}",
                          client == target ? client : fmt::format("{} and {}", client, target)),
@@ -462,19 +467,6 @@ class RobotsCheck {
         return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
     }
 
-    bool IsText(const std::string& piece, const std::string& client, const std::string& target) {
-        const auto same = FirstColumn(
-            connection_,
-            fmt::format(
-                "SELECT BINARY CONVERT(CONVERT(CONVERT(given USING {0}) USING {1}) USING "
-                "{0}) = given FROM (SELECT X'{2:02X}' AS given) robots;",
-                client, target,
-                fmt::join(reinterpret_cast<const unsigned char*>(piece.data()),
-                          reinterpret_cast<const unsigned char*>(piece.data()) + piece.size(),
-                          "")));
-        return same.empty() || same.front() == "1";
-    }
-
     host::Connection& connection_;
     const CheckScope& scope_;
     std::int32_t siteId_;
@@ -484,6 +476,11 @@ class RobotsCheck {
 };
 
 }  // namespace
+
+fs::path InstallationRoot(const fs::path& installFolder) {
+    fs::path folder = fs::absolute(installFolder).lexically_normal();
+    return (folder.has_filename() ? folder : folder.parent_path()).parent_path();
+}
 
 void CheckSiteFiles(const Session& session, const CheckScope& scope, std::int32_t siteId,
                     const PendingRun& pending, const std::vector<std::string>& formComponents,

@@ -176,5 +176,176 @@ TEST_F(CheckMissing, FindsTheTablesOfTheCentralDatabaseThatAStepNeeds) {
     }
 }
 
+/// A site that somebody has changed: a finding stands for the step at which the upgrade fails, and
+/// no finding for a step that it passes.
+class CheckChanged : public CheckMissing {
+  protected:
+    /// The place of a step in the run of a site.
+    static std::size_t PlaceOf(const std::string& step) {
+        std::size_t place = 0;
+        for (const Ladder ladder : {Ladder::kSiteSchema, Ladder::kSiteContent}) {
+            for (const LadderStep& rung : LadderSteps(ladder)) {
+                if (rung.name == step) {
+                    return place;
+                }
+                ++place;
+            }
+        }
+        ADD_FAILURE() << "no step " << step;
+        return place;
+    }
+
+    /// Nothing is compared where the server refuses the change, as that of a key.
+    void CompareChanged(const std::vector<std::string>& statements) {
+        SCOPED_TRACE(statements.back());
+        try {
+            for (const std::string& statement : statements) {
+                Execute(statement);
+            }
+        } catch (const HostError&) {
+            return;
+        }
+        const Outcome found = Run(WithFolder({"--json", "check", "--site", "1"}));
+        const Outcome upgraded = Run(WithFolder({"upgrade-site", "1"}));
+        const auto result = found.Json();
+        ASSERT_TRUE(result.contains("findings")) << found.out << found.err << upgraded.err;
+        ++compared_;
+        if (upgraded.status == 0) {
+            EXPECT_TRUE(result["findings"].empty()) << found.out;
+            return;
+        }
+        ++failed_;
+        const auto begin = upgraded.err.find("step ") + 5;
+        const std::string step = upgraded.err.substr(begin, upgraded.err.find(':', begin) - begin);
+        bool isFound = false;
+        for (const auto& finding : result["findings"]) {
+            const std::string its = finding["step"];
+            EXPECT_GE(PlaceOf(its), PlaceOf(step)) << finding << "\n" << upgraded.err;
+            isFound = isFound || its == step;
+        }
+        EXPECT_TRUE(isFound) << upgraded.err << found.out;
+    }
+
+    /// The columns for which the condition holds, as table, name, type, width and further
+    /// properties; in an ordinary run those of the sample alone.
+    /// @param sample  names such as "'email.subject', 'tag.name'"
+    std::vector<std::vector<std::string>> Columns(const std::string& condition,
+                                                  const std::string& sample) {
+        MakeOnlyTheSite();
+        std::vector<std::vector<std::string>> columns;
+        const auto rows = CliServer::Get().Root().Query(
+            "SELECT table_name, column_name, column_type, COALESCE(character_maximum_length, 0), "
+            "extra FROM information_schema.columns WHERE table_schema = 'tw_1' AND " +
+            condition +
+            (IsSoak() ? "" : " AND CONCAT(table_name, '.', column_name) IN(" + sample + ")") +
+            " ORDER BY table_name, ordinal_position;");
+        while (rows->Next()) {
+            auto& column = columns.emplace_back();
+            for (std::size_t i = 0; i < rows->ColumnCount(); ++i) {
+                column.push_back(rows->Get(i).ToText());
+            }
+        }
+        return columns;
+    }
+
+    /// All columns of a kind, each with its own change. Some make the upgrade fail, some do not.
+    template <typename StatementsOf>
+    void CompareColumns(const std::string& condition, const std::string& sample,
+                        const StatementsOf& statementsOf) {
+        for (const auto& column : Columns(condition, sample)) {
+            MakeOnlyTheSite();
+            CompareChanged(statementsOf("tw_1." + column[0], column[1], column));
+        }
+        EXPECT_GT(failed_, 0U);
+        EXPECT_GT(compared_, failed_);
+    }
+
+    std::size_t compared_ = 0;
+    std::size_t failed_ = 0;
+};
+
+TEST_F(CheckChanged, AColumnWithoutADefault) {
+    CompareColumns(
+        "ordinal_position = 1", "'setting.settingid', 'text.textid', 'country.countryid'",
+        [](const std::string& table, const std::string&, const auto&) {
+            return std::vector{"ALTER TABLE " + table + " ADD COLUMN added INT NOT NULL;"};
+        });
+}
+
+constexpr const char* kNoKey = "column_key <> 'PRI' AND ";
+
+TEST_F(CheckChanged, ATextColumnAsNarrowAsItsRowsAllow) {
+    CompareColumns(std::string(kNoKey) + "character_maximum_length IS NOT NULL",
+                   "'event.name', 'setting.name', 'feature.featurename'",
+                   [](const std::string& table, const std::string& name, const auto&) {
+                       const std::string width = Cell("SELECT GREATEST(COALESCE(MAX(CHAR_LENGTH(" +
+                                                      name + ")), 1), 1) FROM " + table + ";");
+                       return std::vector{"ALTER TABLE " + table + " MODIFY " + name + " VARCHAR(" +
+                                          width + ") DEFAULT '' NOT NULL;"};
+                   });
+}
+
+TEST_F(CheckChanged, ATextColumnFullOfTheLongestTexts) {
+    CompareColumns(std::string(kNoKey) + "data_type IN('char', 'varchar')",
+                   "'email.subject', 'formfield.defaultvalue', 'event.name'",
+                   [](const std::string& table, const std::string& name, const auto& column) {
+                       return std::vector{"UPDATE " + table + " SET " + name + " = REPEAT('<', " +
+                                          column[3] + ");"};
+                   });
+}
+
+TEST_F(CheckChanged, AColumnFullOfNull) {
+    CompareColumns(std::string(kNoKey) + "extra = ''",
+                   "'layoutelement.sequence', 'override.featureid', 'feature.featurename'",
+                   [](const std::string& table, const std::string& name, const auto& column) {
+                       return std::vector{
+                           "ALTER TABLE " + table + " MODIFY " + name + " " + column[2] + " NULL;",
+                           "UPDATE " + table + " SET " + name + " = NULL;"};
+                   });
+}
+
+TEST_F(CheckChanged, AColumnFullOfTheLargestNumber) {
+    CompareColumns(
+        std::string(kNoKey) + "data_type IN('int', 'float', 'double', 'decimal') AND extra = ''",
+        "'orderitem.price', 'layoutzone.navuntil', 'forum.published'",
+        [](const std::string& table, const std::string& name, const auto& column) {
+            return std::vector{"UPDATE " + table + " SET " + name + " = " +
+                               (column[2].starts_with("int") ? "2147483647" : "3e38") + ";"};
+        });
+}
+
+TEST_F(CheckChanged, AColumnBeyond32Bits) {
+    CompareColumns(std::string(kNoKey) + "data_type = 'int' AND extra = ''",
+                   "'layoutzone.elementid', 'formfield.targetformfeatureid', 'pagehit.userid'",
+                   [](const std::string& table, const std::string& name, const auto&) {
+                       return std::vector{"ALTER TABLE " + table + " MODIFY " + name +
+                                              " BIGINT DEFAULT 0 NOT NULL;",
+                                          "UPDATE " + table + " SET " + name + " = 4294967296;"};
+                   });
+}
+
+TEST_F(CheckChanged, AKeyBeyond32Bits) {
+    CompareColumns("column_key = 'PRI' AND data_type = 'int'",
+                   "'event.eventid', 'navigation.navigationid', 'pagehit.hitid'",
+                   [](const std::string& table, const std::string& name, const auto& column) {
+                       return std::vector{"ALTER TABLE " + table + " MODIFY " + name + " BIGINT " +
+                                              column[4] + " NOT NULL;",
+                                          "UPDATE " + table + " SET " + name + " = " + name +
+                                              " + 4294967296 ORDER BY " + name + " DESC LIMIT 1;"};
+                   });
+}
+
+TEST_F(CheckChanged, ANumberColumnAsNarrowAsItsRowsAllow) {
+    CompareColumns(std::string(kNoKey) + "data_type = 'int' AND extra = ''",
+                   "'chargetoitemtype.applytoitemtypeid', 'tag.cssorder', 'setting.integer_value'",
+                   [](const std::string& table, const std::string& name, const auto&) {
+                       const std::string most =
+                           Cell("SELECT COALESCE(MAX(ABS(" + name + ")), 0) FROM " + table + ";");
+                       return std::vector{"ALTER TABLE " + table + " MODIFY " + name +
+                                          (std::stod(most) > 127 ? " SMALLINT" : " TINYINT") +
+                                          " DEFAULT 0 NOT NULL;"};
+                   });
+}
+
 }  // namespace
 }  // namespace twupdate::test

@@ -212,13 +212,79 @@ TEST_F(Check, FindsDataThatTheTablesWillNotTake) {
     // What the tables just take: blanks around numbers and behind texts, a backslash and its
     // character as one, numbers that are rounded.
     WriteFile(install / "resources" / "componentData.txt",
-              "1\tname\t" + std::string(49, 'x') + "\\\\   " + rest + " 2\tname\tfolder" + rest);
+              "1\tname\t" + std::string(49, 'x') + "\\\\  \\n" + rest + " 2\tname\tfolder" + rest);
     WriteFile(install / "resources" / "componenttypeData.txt",
-              "8388607\t-2147483648\n-8388608 \t2147483647.4\n");
+              "8388607\t-2147483648\n-8388608 \t2147483647.4\n1e2\t.5\n");
     const Outcome clean = Run({options[0], options[1], "check"});
     EXPECT_EQ(clean.status, 0) << clean.out;
     const Outcome done = Run({options[0], options[1], "upgrade"});
     EXPECT_EQ(done.status, 0) << done.err;
+}
+
+TEST_F(Check, FindsDataThatIsNotInTheCharacterSet) {
+    MakeCentralDatabase();
+    const fs::path install = CopyOfTheDataFiles();
+    const std::vector<std::string> options{"--install-folder", install.string()};
+    const auto write = [&](const std::string& first, const std::string& second = "folder") {
+        const std::string rest = "\tfile\t0\t0\t0\t0\t0\t0\t0\t0\t0\n";
+        WriteFile(install / "resources" / "componentData.txt",
+                  "1\tname\t" + first + rest + "2\tname\t" + second + rest);
+    };
+    const auto change = [](const std::string& definition) {
+        Execute("ALTER TABLE tw_tarnwick.component MODIFY foldername VARCHAR(50) CHARACTER SET " +
+                definition + ";");
+    };
+    struct Data {
+        const char* charset;
+        const char* lacks;
+        const char* has;
+    };
+    for (const Data& data :
+         {Data{"utf8mb4", "caf\xE9", "caf\xC3\xA9\xF0\x9F\x98\x80"},
+          Data{"utf8mb3", "a\xF0\x9F\x98\x80", "\xE2\x86\x92"},
+          Data{"latin1", "\xE2\x86\x92", "caf\xC3\xA9"}, Data{"latin1", "\x80", "\xE2\x82\xAC"}}) {
+        SCOPED_TRACE(data.charset);
+        change(data.charset);
+        write("folder", data.lacks);
+        Expect(options,
+               std::string("componentData.txt line 2 has in field 3 a text that is not in ") +
+                   data.charset +
+                   ", the character set of foldername, so "
+                   "ReimportReferenceData fails; ");
+        UpgradeFails(options, "step ReimportReferenceData: .*server error 1366");
+        const Outcome lax = Run({options[0], options[1], "--sql-mode", "", "check"});
+        EXPECT_EQ(lax.status, 0) << lax.out;
+        write(data.has);
+        EXPECT_EQ(Run({options[0], options[1], "check"}).status, 0);
+    }
+    // In a table without transactions a strict mode ends the statement at its first row alone.
+    Execute("ALTER TABLE tw_tarnwick.component ENGINE = MyISAM;");
+    write("\x80");
+    Expect(options, "line 1 has in field 3 a text that is not in latin1");
+    UpgradeFails(options, "step ReimportReferenceData: .*server error 1366");
+    write("folder", "\x80");
+    const Outcome clean = Run({options[0], options[1], "check"});
+    EXPECT_EQ(clean.status, 0) << clean.out;
+    const std::vector<std::string> all{options[0], options[1], "--sql-mode", "STRICT_ALL_TABLES"};
+    Expect(all, "line 2 has in field 3 a text that is not in latin1");
+    UpgradeFails(all, "step ReimportReferenceData: .*server error 1366");
+    const Outcome done = Run({options[0], options[1], "upgrade"});
+    EXPECT_EQ(done.status, 0) << done.err;
+}
+
+TEST_F(Check, FindsAColumnThatNoDataFileFills) {
+    MakeCentralDatabase();
+    const fs::path install = CopyOfTheDataFiles();
+    const std::vector<std::string> options{"--install-folder", install.string()};
+    Execute("ALTER TABLE tw_tarnwick.component ADD COLUMN added INT NOT NULL;");
+    Expect(options,
+           "tw_tarnwick.component: added has no default, and the step adds rows without it, so "
+           "ReimportReferenceData fails; give it a default");
+    UpgradeFails(options, "step ReimportReferenceData: .*server error 1364");
+    // A file without rows adds none.
+    WriteFile(install / "resources" / "componentData.txt", "\n");
+    EXPECT_EQ(Run({options[0], options[1], "check"}).status, 0);
+    EXPECT_EQ(Run({options[0], options[1], "upgrade"}).status, 0);
 }
 
 TEST_F(Check, FindsADataFileThatTheServerWillNotTake) {

@@ -193,8 +193,9 @@ void InstallationTest::MakeNearlyCurrentInstallation() {
     Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
 }
 
-void InstallationTest::MakeUpgradedSite(std::int32_t siteId, const std::string& version) {
-    MakeSite(siteId);
+void InstallationTest::MakeUpgradedSite(std::int32_t siteId, const std::string& version,
+                                        const sample::Groups& groups) {
+    MakeSite(siteId, "1.0000", groups);
     const Outcome upgraded = Run({"upgrade-site", std::to_string(siteId)});
     if (upgraded.status != 0) {
         throw std::runtime_error("upgrade-site failed: " + upgraded.err);

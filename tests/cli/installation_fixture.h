@@ -88,7 +88,8 @@ class InstallationTest : public testing::Test {
     /// set back to 1.0262, so that few steps are pending.
     void MakeNearlyCurrentInstallation();
     /// The database of a site that has come to the current version, and its row at `version`.
-    void MakeUpgradedSite(std::int32_t siteId, const std::string& version);
+    void MakeUpgradedSite(std::int32_t siteId, const std::string& version,
+                          const sample::Groups& groups = {});
 
     static void FillComponents();
     static void Execute(const std::string& sql);

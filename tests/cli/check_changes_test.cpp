@@ -1,0 +1,546 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include "cli/installation_fixture.h"
+#include "support/lines.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// One of several changes to a site, in the order in which the upgrade comes to them.
+struct Change {
+    std::string make;     ///< a statement without the closing semicolon
+    std::string finding;  ///< as check prints it, from the table on
+    std::string failure;  ///< of the upgrade, a regular expression
+    std::string cure;     ///< like `make`
+};
+
+/// A site with changes that make the upgrade fail one after the other.
+struct ChangedSite {
+    const char* name;
+    std::string version;            ///< recorded; the layout is the current one when above 1.0000
+    std::vector<std::string> rows;  ///< statements without the closing semicolon
+    std::vector<Change> changes;
+};
+
+/// A column without a default in a table into which the step inserts.
+Change NoDefault(const std::string& table, const std::string& step) {
+    return {"ALTER TABLE tw_8." + table + " ADD COLUMN added INT NOT NULL",
+            table + ": added has no default, and the step adds rows without it, so " + step +
+                " fails; give it a default",
+            "step " + step + ": INSERT INTO tw_8." + table +
+                "\\(.*server error 1364 .*Field 'added' doesn't have a default value",
+            "ALTER TABLE tw_8." + table + " ALTER COLUMN added SET DEFAULT 0"};
+}
+
+/// A column that is narrower than what the step writes into it.
+Change Narrow(const std::string& table, const std::string& column, const std::string& type,
+              const std::string& written, const std::string& step,
+              const std::string& cured = "VARCHAR(255)") {
+    const bool isText = type.starts_with("varchar");
+    return {"ALTER TABLE tw_8." + table + " MODIFY " + column + " " + type + " DEFAULT " +
+                (isText ? "''" : "0") + " NOT NULL",
+            fmt::format("{}: the step writes {} into {}, which is {}, so {} fails; make {} as wide "
+                        "as the layout has it",
+                        table, written, column, type + (isText ? "" : "(4)"), step, column),
+            fmt::format("step {}: .*tw_8.{}.*server error {} .*'{}'", step, table,
+                        isText ? 1406 : 1264, column),
+            "ALTER TABLE tw_8." + table + " MODIFY " + column +
+                (isText ? " " + cured + " DEFAULT '' NOT NULL" : " INT DEFAULT 0 NOT NULL")};
+}
+
+/// A number of the rows to come that is out of range.
+Change NoIdLeft(const std::string& table, const std::string& key, const std::string& next,
+                const std::string& step) {
+    return {fmt::format("ALTER TABLE tw_8.{} MODIFY {} BIGINT AUTO_INCREMENT NOT NULL, "
+                        "AUTO_INCREMENT = {}",
+                        table, key, next),
+            fmt::format("{}: the {} of a new row would be {}, which is out of range, so {} fails; "
+                        "give the last rows smaller numbers, then ALTER TABLE tw_8.{} "
+                        "AUTO_INCREMENT = 1",
+                        table, key, next, step, table),
+            "step " + step + ": the id " + next + " of the last INSERT does not fit",
+            fmt::format("DELETE FROM tw_8.{0} WHERE {1} >= {2}; ALTER TABLE tw_8.{0} "
+                        "AUTO_INCREMENT = 1",
+                        table, key, next)};
+}
+
+/// A number beyond 32 bits in a row of its own.
+/// @param values  of a row, as "column = value" with the number among them
+Change Beyond(const std::string& table, const std::string& column, const std::string& values,
+              const std::string& key, const std::string& step, bool isCounted = true) {
+    const std::string number = "4294967296";
+    return {fmt::format("ALTER TABLE tw_8.{0} MODIFY {1} BIGINT {2} NOT NULL; INSERT INTO tw_8.{0} "
+                        "SET {3}",
+                        table, column, isCounted ? "AUTO_INCREMENT" : "DEFAULT 0", values),
+            fmt::format("{}: {} does not fit a 32-bit integer in 1 row ({}), so {} fails; mend it",
+                        table, column, key.empty() ? column + " " + number : key, step),
+            "step " + step + ": .*column " + column + ": " + number + " does not fit",
+            fmt::format("DELETE FROM tw_8.{0} WHERE {1} = {2}; ALTER TABLE tw_8.{0} AUTO_INCREMENT "
+                        "= 1",
+                        table, column, number)};
+}
+
+/// A table of the current layout before its time, with a column without a default.
+Change EarlyTable(const std::string& table, const std::string& step) {
+    Change change = NoDefault(table, step);
+    change.make = "CREATE TABLE tw_8." + table + " LIKE tw_7." + table + "; " + change.make;
+    return change;
+}
+
+const std::string kLogIn = "INSERT INTO tw_8.feature(featureid, componentid) VALUES(5, 100)";
+const std::string kShop = "INSERT INTO tw_8.feature(featureid, componentid) VALUES(6, 1000)";
+const std::string kForm = "INSERT INTO tw_8.form(formfeatureid) VALUES(7)";
+const std::string kFormPage = "INSERT INTO tw_8.feature(featureid, componentid) VALUES(7, 100)";
+const std::string kShopEmail =
+    "INSERT INTO tw_8.email(emailid, featureid, type) VALUES(3, 6, 'postorderpayment')";
+const std::string kShopOverride = "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 6)";
+const std::string kExplicitElements =
+    "INSERT INTO tw_8.override(overrideid, featureid) VALUES(4, 12); INSERT INTO "
+    "tw_8.layoutelement(elementid, featureid, sequence) VALUES(1, 12, 1); INSERT INTO "
+    "tw_8.setting(overrideid, name, type, text) VALUES(4, 'ExplicitLayoutElements', 'text', '1')";
+const std::string kEmbeddedLinks =
+    "INSERT INTO tw_8.formtemplate(featureid) VALUES(20); INSERT INTO "
+    "tw_8.formtemplatefield(formtemplatefieldid, featureid, queryfieldid) VALUES(4, 20, 3); INSERT "
+    "INTO tw_8.queryfieldsrc(queryfieldid, tableid, srcfieldid) VALUES(3, 2, 7); INSERT INTO "
+    "tw_8.querytable(tableid, srctableid) VALUES(2, 50); INSERT INTO tw_8.formfield(formfieldid, "
+    "featureid, type, targetformfeatureid) VALUES(7, 50, 'multiformlink', 51); INSERT INTO "
+    "tw_8.text(textid, featureid, text) VALUES(9, 20, '<p><#Embed.17.4:Books#></p>')";
+
+std::string Setting(int overrideId, const std::string& name, const std::string& type,
+                    const std::string& value) {
+    return fmt::format(
+        "INSERT INTO tw_8.setting(overrideid, name, type, {}) VALUES({}, '{}', "
+        "'{}', {})",
+        type == "string" ? "string_value" : "integer_value", overrideId, name, type, value);
+}
+
+const std::vector<ChangedSite> kChangedSites{
+    {"EveryTableWithAColumnWithoutADefault",
+     "1.0000",
+     {"INSERT INTO tw_8.charge(chargeid, featureid) VALUES(5, 6)", kLogIn, kEmbeddedLinks,
+      "INSERT INTO tw_8.tag(tagid, name) VALUES(5, 'span.TreeLink')",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 5)",
+      Setting(9, "RegistrationText", "string", "'Join us'"),
+      Setting(9, "canonical", "string", "'log-in'"), kForm, kFormPage},
+     {EarlyTable("externallookupfeedparam", "SiteSchemaStep_1_0233"),
+      EarlyTable("chargegroup", "SiteContentStep_1_0007"),
+      EarlyTable("chargeoption", "SiteContentStep_1_0007"),
+      EarlyTable("chargegrouptochargegroup", "SiteContentStep_1_0007"),
+      EarlyTable("chargegrouptoitemtype", "SiteContentStep_1_0007"),
+      NoDefault("event", "SiteContentStep_1_0008"), NoDefault("email", "SiteContentStep_1_0008"),
+      NoDefault("eventpart", "SiteContentStep_1_0008"),
+      NoDefault("emailevent", "SiteContentStep_1_0008"), NoDefault("tag", "SiteContentStep_1_0009"),
+      NoDefault("attribute", "SiteContentStep_1_0009"),
+      NoDefault("setting", "SiteContentStep_1_0020"),
+      NoDefault("override", "SiteContentStep_1_0091"), NoDefault("text", "SiteContentStep_1_0222"),
+      NoDefault("directurl", "SiteContentStep_1_0237"),
+      EarlyTable("textembed", "SiteContentStep_1_0242"),
+      EarlyTable("textembedproperty", "SiteContentStep_1_0242")}},
+    {"TablesThatALaterStepComesTo",
+     "1.0000",
+     {kShop, kShopEmail, "INSERT INTO tw_8.tag(tagid, name, overrideid) VALUES(5, '.heading', 3)"},
+     {NoDefault("tag", "SiteContentStep_1_0017"), NoDefault("attribute", "SiteContentStep_1_0017"),
+      NoDefault("override", "SiteContentStep_1_0054"), NoDefault("event", "SiteContentStep_1_0055"),
+      NoDefault("eventpart", "SiteContentStep_1_0055"),
+      NoDefault("emailevent", "SiteContentStep_1_0055")}},
+    {"SettingsOfLayouts",
+     "1.0020",
+     {kExplicitElements},
+     {NoDefault("setting", "SiteContentStep_1_0026")}},
+    {"SettingsOfShops", "1.0026", {kShop}, {NoDefault("setting", "SiteContentStep_1_0054")}},
+    {"CopiedSettings", "1.0054", {}, {NoDefault("setting", "SiteContentStep_1_0081")}},
+    {"SettingsOfForms",
+     "1.0081",
+     {kForm, kFormPage},
+     {NoDefault("setting", "SiteContentStep_1_0091")}},
+    {"SettingsOfSearches", "1.0091", {}, {NoDefault("setting", "SiteContentStep_1_0257")}},
+    // Nothing is inserted into the first two; the others have values of their own.
+    {"TablesThatTakeWhatComes",
+     "1.0000",
+     {kShop, "ALTER TABLE tw_8.email ADD COLUMN added INT NOT NULL",
+      "ALTER TABLE tw_8.tag ADD COLUMN added INT NOT NULL",
+      "ALTER TABLE tw_8.setting ADD COLUMN kind ENUM('a', 'b') NOT NULL, ADD COLUMN twice INT AS "
+      "(2 * integer_value) STORED, ADD COLUMN maybe INT",
+      "ALTER TABLE tw_8.override ADD COLUMN given INT NOT NULL",
+      "CREATE TRIGGER tw_8.gives BEFORE INSERT ON tw_8.override FOR EACH ROW SET NEW.given = 4"},
+     {}},
+    // An INSERT ... SELECT is refused before a trigger runs.
+    {"ATriggerThatComesTooLate",
+     "1.0000",
+     {},
+     {{"ALTER TABLE tw_8.setting ADD COLUMN given INT NOT NULL; CREATE TRIGGER tw_8.gives BEFORE "
+       "INSERT ON tw_8.setting FOR EACH ROW SET NEW.given = 4",
+       "setting: given has no default, and the step adds rows without it, so "
+       "SiteContentStep_1_0020 fails; ",
+       "step SiteContentStep_1_0020: .*server error 1364 .*Field 'given'",
+       "ALTER TABLE tw_8.setting ALTER COLUMN given SET DEFAULT 0"}}},
+    {"NarrowColumnsOfALogInPage",
+     "1.0000",
+     {kLogIn},
+     {Narrow("event", "name", "varchar(27)", "\"Reset Password (being added)\"",
+             "SiteContentStep_1_0008"),
+      Narrow("email", "type", "varchar(12)", "\"resetpassword\"", "SiteContentStep_1_0008"),
+      Narrow("email", "subject", "varchar(18)", "\"Reset your password\"",
+             "SiteContentStep_1_0008"),
+      Narrow("email", "message", "varchar(144)",
+             "\"Somebody has asked for a new password fo…\" (149 characters)",
+             "SiteContentStep_1_0008"),
+      Narrow("eventpart", "name", "varchar(19)", "\"Reset password email\"",
+             "SiteContentStep_1_0008")}},
+    {"NarrowColumnsOfAShop",
+     "1.0000",
+     {kShop, kShopEmail, kExplicitElements,
+      "CREATE TABLE tw_8.rssfilelookup LIKE tw_7.rssfilelookup",
+      "INSERT INTO tw_8.rssfilelookup(queryid, viewid, instanceid, dir) VALUES(1, 2, 3, '')",
+      "ALTER TABLE tw_8.tag ADD COLUMN cssorder INT DEFAULT 0 NOT NULL",
+      "INSERT INTO tw_8.tag(tagid, name) VALUES(5, 'p.basefont')"},
+     {Narrow("rssfilelookup", "dir", "varchar(2)", "\"rss\"", "SiteSchemaStep_1_0235"),
+      Narrow("setting", "type", "varchar(6)", "\"integer\"", "SiteContentStep_1_0026"),
+      Narrow("setting", "string_value", "varchar(21)", "\"0,1,2,3,4,5,6,7,8,9,10\"",
+             "SiteContentStep_1_0054"),
+      Narrow("setting", "name", "varchar(22)", "\"ShippingDisplaySequence\"",
+             "SiteContentStep_1_0054"),
+      Narrow("event", "name", "varchar(26)", "\"Order Payment (being added)\"",
+             "SiteContentStep_1_0055"),
+      Narrow("eventpart", "name", "varchar(18)", "\"Order payment email\"",
+             "SiteContentStep_1_0055"),
+      Narrow("tag", "cssorder", "tinyint", "\"500\"", "SiteContentStep_1_0072")}},
+    {"NarrowColumnsOfAShopWithItsEvent",
+     "1.0000",
+     {kShop, "INSERT INTO tw_8.event(featureid, name) VALUES(6, 'Order Payment')",
+      "ALTER TABLE tw_8.tag ADD COLUMN cssorder INT DEFAULT 0 NOT NULL",
+      "INSERT INTO tw_8.tag(tagid, name) VALUES(5, '.emptybasketlink')"},
+     {Narrow("setting", "type", "varchar(5)", "\"string\"", "SiteContentStep_1_0054"),
+      Narrow("event", "name", "varchar(15)", "\"Order Completion\"", "SiteContentStep_1_0069"),
+      Narrow("tag", "cssorder", "tinyint", "\"550\"", "SiteContentStep_1_0099")}},
+    {"ANarrowNameOfATargetInstance",
+     "1.0000",
+     {Setting(9, "TargetInstanceId", "integer", "4")},
+     {Narrow("setting", "name", "varchar(16)", "\"TargetInstanceIds\"", "SiteContentStep_1_0020")}},
+    {"ANarrowNameOfDisplaySequences",
+     "1.0026",
+     {kShop},
+     {Narrow("setting", "name", "varchar(21)", "\"BillingDisplaySequence\"",
+             "SiteContentStep_1_0054", "VARCHAR(22)"),
+      Narrow("setting", "name", "varchar(21)", "\"ShippingDisplaySequence\"",
+             "SiteContentStep_1_0054")}},
+    {"ANarrowNameOfCountries",
+     "1.0080",
+     {kShop, kShopOverride, Setting(9, "DefaultCountryId", "integer", "44")},
+     {Narrow("setting", "name", "varchar(22)", "\"DefaultBillingCountryId\"",
+             "SiteContentStep_1_0081", "VARCHAR(23)"),
+      Narrow("setting", "name", "varchar(22)", "\"DefaultShippingCountryId\"",
+             "SiteContentStep_1_0081")}},
+    {"NarrowColumnsOfAForm",
+     "1.0000",
+     {kForm, kFormPage},
+     {Narrow("setting", "name", "varchar(12)", "\"FormFeatureId\"", "SiteContentStep_1_0091"),
+      Narrow("setting", "type", "varchar(6)", "\"integer\"", "SiteContentStep_1_0091")}},
+    {"ANarrowTypeOfAFormsSetting",
+     "1.0000",
+     {kForm, kFormPage, "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 7)",
+      Setting(9, "FormFeatureId", "text", "7")},
+     {Narrow("setting", "type", "varchar(4)", "\"integer\"", "SiteContentStep_1_0091")}},
+    {"ANarrowTypeOfASearchSetting",
+     "1.0000",
+     {Setting(9, "IgnoreWordFragments", "text", "-1")},
+     {Narrow("setting", "type", "varchar(4)", "\"integer\"", "SiteContentStep_1_0257")}},
+    {"NumbersOfNewRows",
+     "1.0000",
+     {"INSERT INTO tw_8.charge(chargeid, featureid) VALUES(5, 6)", kLogIn, kEmbeddedLinks,
+      "INSERT INTO tw_8.tag(tagid, name) VALUES(5, 'span.TreeLink')", kForm, kFormPage,
+      "CREATE TABLE tw_8.chargegroup LIKE tw_7.chargegroup",
+      "CREATE TABLE tw_8.chargeoption LIKE tw_7.chargeoption",
+      "CREATE TABLE tw_8.textembed LIKE tw_7.textembed"},
+     {NoIdLeft("chargegroup", "groupid", "2147483648", "SiteContentStep_1_0007"),
+      NoIdLeft("chargeoption", "optionid", "2147483648", "SiteContentStep_1_0007"),
+      NoIdLeft("event", "eventid", "4294967296", "SiteContentStep_1_0008"),
+      NoIdLeft("email", "emailid", "2147483648", "SiteContentStep_1_0008"),
+      NoIdLeft("eventpart", "eventpartid", "2147483648", "SiteContentStep_1_0008"),
+      NoIdLeft("tag", "tagid", "2147483648", "SiteContentStep_1_0009"),
+      NoIdLeft("override", "overrideid", "2147483648", "SiteContentStep_1_0091"),
+      NoIdLeft("textembed", "embedid", "2147483648", "SiteContentStep_1_0242")}},
+    {"NumbersThatStepsRead",
+     "1.0000",
+     {kLogIn, kExplicitElements, "INSERT INTO tw_8.tag(tagid, name) VALUES(5, 'span.TreeLink')",
+      "INSERT INTO tw_8.feature(featureid, componentid) VALUES(12, 900)",
+      "INSERT INTO tw_8.forum(elementid, threadid) VALUES(1, 1)",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40)",
+      Setting(9, "canonical", "string", "'books'")},
+     {Beyond("charge", "chargeid", "chargeid = 4294967296, name = 'a'", "",
+             "SiteContentStep_1_0007"),
+      Beyond("email", "emailid",
+             "emailid = 4294967296, featureid = 5, type = 'resetpassword', fromlist = ''", "",
+             "SiteContentStep_1_0008"),
+      Beyond("tag", "tagid",
+             "tagid = 4294967296, name = 'div.twTreeNode span.SiteTreeLink[suffix]'", "",
+             "SiteContentStep_1_0009"),
+      Beyond("layoutelement", "elementid", "elementid = 4294967296, featureid = 12, sequence = 2",
+             "", "SiteContentStep_1_0026"),
+      Beyond("forum", "elementid", "elementid = 4294967296, threadid = 1, published = 0", "",
+             "SiteContentStep_1_0037"),
+      Beyond("text", "textid",
+             "textid = 4294967296, featureid = 12, subfeatureid = 2, text = 'Books'", "",
+             "SiteContentStep_1_0044"),
+      Beyond("navigation", "navigationid", "navigationid = 4294967296, featureid = 40", "",
+             "SiteContentStep_1_0237"),
+      Beyond("directurl", "directurlid", "directurlid = 4294967296, featureid = 40, url = 'books'",
+             "", "SiteContentStep_1_0237"),
+      Beyond("formtemplate", "featureid", "featureid = 4294967296", "", "SiteContentStep_1_0242",
+             false)}},
+    {"NumbersOfFormFields",
+     "1.0000",
+     {"CREATE TABLE tw_8.form_50(replyid INT PRIMARY KEY)"},
+     {Beyond("formfield", "featureid", "formfieldid = 6, featureid = 4294967296, type = 'image'",
+             "formfieldid 6", "SiteSchemaStep_1_0251", false),
+      Beyond("form", "formfeatureid", "formfeatureid = 4294967296", "", "SiteContentStep_1_0091",
+             false)}},
+    // What an earlier step would stop at is looked at by later steps, too.
+    {"NumbersOfLinkFieldsAfterTheTwoStepsThatReadThem",
+     "1.0241",
+     {kEmbeddedLinks},
+     {Beyond("formfield", "targetformfeatureid",
+             "formfieldid = 8, featureid = 50, type = 'productfamily', targetformfeatureid = "
+             "4294967296; INSERT INTO tw_8.queryfieldsrc(queryfieldid, tableid, srcfieldid) "
+             "VALUES(3, 2, 8)",
+             "formfieldid 8", "SiteContentStep_1_0242", false)}},
+    {"NumbersOfFormsAtTheLastStepThatReadsThem",
+     "1.0258",
+     {},
+     {Beyond("form", "formfeatureid", "formfeatureid = 4294967296", "", "SiteContentStep_1_0259",
+             false)}},
+    {"NumbersOfLinkFieldsAtTheSecondStep",
+     "1.0075",
+     {},
+     {Beyond("formfield", "targetformfeatureid",
+             "formfieldid = 8, featureid = 50, type = 'multiformlink', targetformfeatureid = "
+             "4294967296",
+             "formfieldid 8", "SiteSchemaStep_1_0077", false)}},
+    {"NumbersOfEmailsAfterTheyAreHtml",
+     "1.0043",
+     {},
+     {Beyond("email", "emailid", "emailid = 4294967296", "", "SiteContentStep_1_0049")}},
+    {"NumbersOfPaymentEmails",
+     "1.0054",
+     {kShop},
+     {Beyond("email", "emailid", "emailid = 4294967296, featureid = 6, type = 'postorderpayment'",
+             "", "SiteContentStep_1_0055")}},
+    {"NumbersOfShopsAfterTheirSettings",
+     "1.0054",
+     {},
+     {Beyond("feature", "featureid", "featureid = 4294967296, componentid = 1000", "",
+             "SiteContentStep_1_0055")}},
+    {"NumbersOfLogInPagesWithTheirEvent",
+     "1.0008",
+     {},
+     {Beyond("feature", "featureid", "featureid = 4294967296, componentid = 100", "",
+             "SiteContentStep_1_0222")}},
+    {"NumbersOfPagesWithContent",
+     "1.0000",
+     {"ALTER TABLE tw_8.text MODIFY featureid BIGINT",
+      "INSERT INTO tw_8.text(textid, featureid, text) VALUES(1, 4294967296, 'Books')"},
+     {Beyond("feature", "featureid", "featureid = 4294967296, componentid = 400", "",
+             "SiteContentStep_1_0031")}},
+    {"NumbersThatAreCopied",
+     "1.0000",
+     {"INSERT INTO tw_8.charge(chargeid) VALUES(5)"},
+     {{"ALTER TABLE tw_8.chargetoitemtype MODIFY applytoitemtypeid BIGINT NOT NULL; INSERT INTO "
+       "tw_8.chargetoitemtype VALUES(5, 2147483648), (4, 2147483649)",
+       "chargetoitemtype: applytoitemtypeid is out of the range of "
+       "chargegrouptoitemtype.applytoitemtypeid in 1 row (chargeid 5), so SiteContentStep_1_0007 "
+       "fails; mend it",
+       "step SiteContentStep_1_0007: .*server error 1264 .*'applytoitemtypeid'",
+       "DELETE FROM tw_8.chargetoitemtype"}}},
+    // An ALTER TABLE cuts no blanks off a VARCHAR.
+    {"AStyleValueThatEndsInBlanks",
+     "1.0000",
+     {},
+     {{"ALTER TABLE tw_8.attribute MODIFY value VARCHAR(300) DEFAULT '' NOT NULL; INSERT INTO "
+       "tw_8.attribute(attributeid, value) VALUES(5, RPAD('x', 300, ' '))",
+       "attribute: value is longer than the 255 characters of attribute.value in 1 row "
+       "(attributeid 5), so SiteSchemaStep_1_0014 fails; shorten it",
+       "step SiteSchemaStep_1_0014: .*server error 1265",
+       "UPDATE tw_8.attribute SET value = 'x'"}}},
+    // A text with a new line at its end is cut there.
+    {"AFormFieldThatEndsInANewLine",
+     "1.0000",
+     {"ALTER TABLE tw_8.formfield MODIFY defaultvalue TEXT DEFAULT '' NOT NULL",
+      "INSERT INTO tw_8.formfield(formfieldid, type, defaultvalue) VALUES(7, 'text', "
+      "CONCAT(REPEAT('x', 255), X'0D0A'))"},
+     {}},
+    {"AnElementWithoutANumber",
+     "1.0000",
+     {},
+     {{"ALTER TABLE tw_8.layoutelement MODIFY sequence INT; INSERT INTO "
+       "tw_8.layoutelement(elementid, sequence) VALUES(5, NULL)",
+       "layoutelement: sequence is NULL where the step needs a value in 1 row (elementid 5), so "
+       "SiteContentStep_1_0026 fails; give it a value",
+       "step SiteContentStep_1_0026: .*server error 1048 .*'name'",
+       "DELETE FROM tw_8.layoutelement"}}},
+    {"NumbersThatAreUsedUp",
+     "1.0000",
+     {Setting(9, "TargetInstanceId", "integer", "4")},
+     {{"UPDATE tw_8.setting SET settingid = 2147483647; ALTER TABLE tw_8.setting AUTO_INCREMENT = "
+       "2147483648",
+       "setting: the settingid of a new row would be 2147483648, which is out of range, so "
+       "SiteContentStep_1_0020 fails; ",
+       "step SiteContentStep_1_0020: .*server error 167 .*'settingid'",
+       "UPDATE tw_8.setting SET settingid = 1; ALTER TABLE tw_8.setting AUTO_INCREMENT = 1"}}},
+};
+
+class CheckChanges : public InstallationTest {
+  protected:
+    /// The text for another site than 8.
+    static std::string ForSite(std::int32_t siteId, std::string text) {
+        const std::string other = "tw_" + std::to_string(siteId) + ".";
+        for (auto at = text.find("tw_8."); at != std::string::npos; at = text.find("tw_8.", at)) {
+            text.replace(at, 5, other);
+            at += other.size();
+        }
+        return text;
+    }
+
+    /// Statements apart by "; ".
+    static void ExecuteFor(std::int32_t siteId, const std::string& statements) {
+        const std::string all = ForSite(siteId, statements);
+        for (std::size_t begin = 0; begin < all.size();) {
+            const auto end = std::min(all.find("; ", begin), all.size());
+            Execute(all.substr(begin, end - begin) + ";");
+            begin = end + 2;
+        }
+    }
+
+    void MakeChangedSite(std::int32_t siteId, const ChangedSite& site) {
+        if (site.version == "1.0000") {
+            MakeSite(siteId, site.version, sample::AllGroups());
+        } else {
+            MakeUpgradedSite(siteId, site.version, sample::AllGroups());
+        }
+        for (const std::string& statement : site.rows) {
+            ExecuteFor(siteId, statement);
+        }
+        for (const Change& change : site.changes) {
+            ExecuteFor(siteId, change.make);
+        }
+    }
+};
+
+TEST_F(CheckChanges, EveryChangeIsFoundAndComesTrueInItsTurn) {
+    MakeCentralDatabase();
+    MakeUpgradedSite(7, "1.0265", sample::AllGroups());
+    std::int32_t siteId = 100;
+    std::size_t count = 0;
+    for (const ChangedSite& site : kChangedSites) {
+        SCOPED_TRACE(site.name);
+        MakeChangedSite(++siteId, site);
+        count += site.changes.size();
+    }
+    const Outcome found = Run({"check"});
+    EXPECT_EQ(found.status, 3) << found.err;
+    EXPECT_THAT(found.out, HasSubstr(fmt::format("\n{} findings.\n", count)));
+    siteId = 100;
+    for (const ChangedSite& site : kChangedSites) {
+        SCOPED_TRACE(site.name);
+        const std::string database = fmt::format("tw_{}.", ++siteId);
+        auto lines = LinesOf(found.out, database);
+        for (const Change& change : site.changes) {
+            SCOPED_TRACE(change.finding);
+            const std::string finding = database + ForSite(siteId, change.finding);
+            EXPECT_EQ(
+                std::erase_if(lines,
+                              [&](const std::string& line) { return line.starts_with(finding); }),
+                1U);
+            const Outcome failed = Run({"upgrade-site", std::to_string(siteId)});
+            EXPECT_EQ(failed.status, 1) << failed.out;
+            EXPECT_THAT(failed.err, ContainsRegex(ForSite(siteId, change.failure)));
+            ExecuteFor(siteId, change.cure);
+        }
+        EXPECT_THAT(lines, IsEmpty());
+    }
+    const Outcome clean = Run({"check"});
+    EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
+    const Outcome done = Run({"upgrade"});
+    EXPECT_EQ(done.status, 0) << done.err;
+}
+
+TEST_F(CheckChanges, AModeThatIsNotStrictTakesThem) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", sample::AllGroups());
+    ExecuteFor(8, kLogIn);
+    ExecuteFor(8, NoDefault("event", "").make);
+    ExecuteFor(8, Narrow("email", "type", "varchar(12)", "", "").make);
+    EXPECT_EQ(Run({"check"}).status, 3);
+    const Outcome clean = Run({"--sql-mode", "", "check"});
+    EXPECT_EQ(clean.status, 0) << clean.out;
+    const Outcome done = Run({"--sql-mode", "", "upgrade"});
+    EXPECT_EQ(done.status, 0) << done.err;
+}
+
+TEST_F(CheckChanges, TheDomainsOfTheRootSite) {
+    MakeCentralDatabase();
+    MakeSite(8);
+    Execute("INSERT INTO tw_8.group_table(groupid, displayname) VALUES(3, 'local Visitor');");
+    struct Table {
+        std::string name;
+        const char* failure;
+    };
+    const std::vector<Table> tables{{"tw_tarnwick.domain", "tw_tarnwick.domain"},
+                                    {"tw_8.domain", "tw_8.domain"},
+                                    {"tw_8.domaingroup", "tw_8.domaingroup"}};
+    for (const Table& table : tables) {
+        Execute("ALTER TABLE " + table.name + " ADD COLUMN added INT NOT NULL;");
+    }
+    const Outcome found = Run({"check"});
+    EXPECT_THAT(found.out, HasSubstr("\n3 findings.\n"));
+    for (const Table& table : tables) {
+        EXPECT_THAT(found.out, HasSubstr(table.name +
+                                         ": added has no default, and the step adds rows without "
+                                         "it, so ServerDataStep_1_0252 fails; give it a default"));
+        const Outcome failed = Run({"upgrade"});
+        EXPECT_EQ(failed.status, 1) << failed.out;
+        EXPECT_THAT(failed.err, ContainsRegex("step ServerDataStep_1_0252: INSERT INTO " +
+                                              table.name + "\\(.*server error 1364"));
+        Execute("ALTER TABLE " + table.name + " ALTER COLUMN added SET DEFAULT 0;");
+        // The step adds a domain once: what it has added before it failed is taken away.
+        Execute("DELETE FROM tw_8.domain;");
+    }
+    EXPECT_EQ(Run({"check"}).status, 0);
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+TEST_F(CheckChanges, NamesTheTriggersThatAnUpgradeSetsOff) {
+    MakeCentralDatabase();
+    MakeSite(8);
+    Execute(
+        "CREATE TRIGGER tw_8.stops BEFORE UPDATE ON tw_8.layoutzone FOR EACH ROW SIGNAL SQLSTATE "
+        "'45000' SET MESSAGE_TEXT = 'no change here';");
+    // No step changes a row of these.
+    Execute(
+        "CREATE TRIGGER tw_8.quiet BEFORE UPDATE ON tw_8.pagehit FOR EACH ROW SET NEW.userid = 0;");
+    Execute("INSERT INTO tw_8.layoutzone(zoneid) VALUES(1);");
+    const Outcome found = Run({"check"});
+    EXPECT_EQ(found.status, 0) << found.out;
+    EXPECT_THAT(
+        found.out,
+        StartsWith("note: triggers run when the upgrade changes rows, and check cannot "
+                   "tell whether they fail: stops on tw_8.layoutzone; rehearse runs them\n"));
+    const Outcome failed = Run({"upgrade"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, ContainsRegex("step SiteSchemaStep_1_0035: .*server error 1644"));
+    for (int i = 1; i <= 5; ++i) {
+        Execute(
+            fmt::format("CREATE TRIGGER tw_8.more{} AFTER INSERT ON tw_8.setting FOR EACH ROW "
+                        "SET @more = 1;",
+                        i));
+    }
+    EXPECT_THAT(Run({"check"}).out, HasSubstr("more4 on tw_8.setting and 1 more; rehearse"));
+}
+
+}  // namespace
+}  // namespace twupdate::test
