@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "cli/installation_fixture.h"
+#include "cli/sample_fixture.h"
 #include "support/lines.h"
 
 namespace twupdate::test {
@@ -84,6 +85,14 @@ Change Beyond(const std::string& table, const std::string& column, const std::st
             fmt::format("DELETE FROM tw_8.{0} WHERE {1} = {2}; ALTER TABLE tw_8.{0} AUTO_INCREMENT "
                         "= 1",
                         table, column, number)};
+}
+
+/// A posting whose number is read as that of its thread's latest.
+Change LatestBeyond(const std::string& step) {
+    Change change = Beyond("forum", "elementid",
+                           "elementid = 4294967296, threadid = 1, published = 0", "", step);
+    change.failure = "step " + step + ": .*column latestelementid: 4294967296 does not fit";
+    return change;
 }
 
 /// A table of the current layout before its time, with a column without a default.
@@ -272,7 +281,9 @@ const std::vector<ChangedSite> kChangedSites{
       "INSERT INTO tw_8.feature(featureid, componentid) VALUES(12, 900)",
       "INSERT INTO tw_8.forum(elementid, threadid) VALUES(1, 1)",
       "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40)",
-      Setting(9, "canonical", "string", "'books'")},
+      Setting(9, "canonical", "string", "'books'"),
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(10, 41)",
+      Setting(10, "canonical", "string", "'books'")},
      {Beyond("charge", "chargeid", "chargeid = 4294967296, name = 'a'", "",
              "SiteContentStep_1_0007"),
       Beyond("email", "emailid",
@@ -283,14 +294,13 @@ const std::vector<ChangedSite> kChangedSites{
              "SiteContentStep_1_0009"),
       Beyond("layoutelement", "elementid", "elementid = 4294967296, featureid = 12, sequence = 2",
              "", "SiteContentStep_1_0026"),
-      Beyond("forum", "elementid", "elementid = 4294967296, threadid = 1, published = 0", "",
-             "SiteContentStep_1_0037"),
+      LatestBeyond("SiteContentStep_1_0037"),
       Beyond("text", "textid",
              "textid = 4294967296, featureid = 12, subfeatureid = 2, text = 'Books'", "",
              "SiteContentStep_1_0044"),
       Beyond("navigation", "navigationid", "navigationid = 4294967296, featureid = 40", "",
              "SiteContentStep_1_0237"),
-      Beyond("directurl", "directurlid", "directurlid = 4294967296, featureid = 40, url = 'books'",
+      Beyond("directurl", "directurlid", "directurlid = 4294967296, featureid = 41, url = 'books'",
              "", "SiteContentStep_1_0237"),
       Beyond("formtemplate", "featureid", "featureid = 4294967296", "", "SiteContentStep_1_0242",
              false)}},
@@ -396,6 +406,18 @@ const std::vector<ChangedSite> kChangedSites{
 
 class CheckChanges : public InstallationTest {
   protected:
+    /// All of them with TWUPDATE_SOAK=1, in an ordinary run every third.
+    static std::vector<ChangedSite> ChosenSites() {
+        constexpr std::size_t kStride = 3;
+        if (SampleTest::IsSoak()) {
+            return kChangedSites;
+        }
+        std::vector<ChangedSite> chosen;
+        for (std::size_t i = 0; i < kChangedSites.size(); i += kStride) {
+            chosen.push_back(kChangedSites[i]);
+        }
+        return chosen;
+    }
     /// The text for another site than 8.
     static std::string ForSite(std::int32_t siteId, std::string text) {
         const std::string other = "tw_" + std::to_string(siteId) + ".";
@@ -434,9 +456,10 @@ class CheckChanges : public InstallationTest {
 TEST_F(CheckChanges, EveryChangeIsFoundAndComesTrueInItsTurn) {
     MakeCentralDatabase();
     MakeUpgradedSite(7, "1.0265", sample::AllGroups());
+    const std::vector<ChangedSite> sites = ChosenSites();
     std::int32_t siteId = 100;
     std::size_t count = 0;
-    for (const ChangedSite& site : kChangedSites) {
+    for (const ChangedSite& site : sites) {
         SCOPED_TRACE(site.name);
         MakeChangedSite(++siteId, site);
         count += site.changes.size();
@@ -445,7 +468,7 @@ TEST_F(CheckChanges, EveryChangeIsFoundAndComesTrueInItsTurn) {
     EXPECT_EQ(found.status, 3) << found.err;
     EXPECT_THAT(found.out, HasSubstr(fmt::format("\n{} findings.\n", count)));
     siteId = 100;
-    for (const ChangedSite& site : kChangedSites) {
+    for (const ChangedSite& site : sites) {
         SCOPED_TRACE(site.name);
         const std::string database = fmt::format("tw_{}.", ++siteId);
         auto lines = LinesOf(found.out, database);

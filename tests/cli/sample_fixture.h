@@ -15,13 +15,14 @@ namespace twupdate::test {
 
 /// A test on sites that the sample makes, with every feature and of any version.
 class SampleTest : public InstallationTest {
+  public:
+    /// True with TWUPDATE_SOAK=1.
+    static bool IsSoak();
+
   protected:
     void SetUp() override;
     /// Makes what follows on the server in use.
     void ConnectSample();
-
-    /// True with TWUPDATE_SOAK=1.
-    static bool IsSoak();
 
     static sample::SitePlan Plan(std::int32_t siteId, double version = 1.0);
     /// The thresholds of the two ladders, and 1.0000; every so many of them.
