@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <optional>
 
 #include "cli/check_finding.h"
@@ -117,14 +116,6 @@ void CheckCentral(const Session& session, const CheckScope& scope,
 void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& site,
                std::vector<CheckFinding>& findings) {
     const std::string database = SiteDatabaseOf(site);
-    if (site.siteId > std::numeric_limits<std::int32_t>::max()) {
-        findings.push_back({"tw_tarnwick", "site", "",
-                            fmt::format("the site id {} does not fit 32 bits, and the site walk "
-                                        "ends there",
-                                        site.siteId),
-                            "mend or remove the row"});
-        return;
-    }
     const auto siteId = static_cast<std::int32_t>(site.siteId);
     const Layout layout = ReadLayout(*session.Own(), database);
     if (layout.tables.empty() && !Installation(session.Own()).HasDatabase(database)) {

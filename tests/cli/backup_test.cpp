@@ -234,7 +234,6 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
                      {"upgrade-site", "1"},
                      {"upgrade-site", "1", "--from", "1.0000", "--no-record"},
                      {"import-master-data", "1", "--from", "1.0000"},
-                     {"check"},
                      {"repair", "--apply"}}) {
                 const Outcome outcome = Run(command);
                 EXPECT_EQ(outcome.status, 1) << command.front() << " after " << script;
@@ -242,6 +241,10 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
                             AllOf(HasSubstr("a restore that has not come to its end has tw_1"),
                                   HasSubstr(" in hand; give the same restore again\n")));
             }
+            const Outcome checked = Run({"check"});
+            EXPECT_EQ(checked.status, 3) << script;
+            EXPECT_THAT(checked.out,
+                        HasSubstr("tw_1: a restore of it has not come to its end; give the same"));
             const Outcome again = Run(restore);
             EXPECT_EQ(again.status, 0) << again.err;
             EXPECT_EQ(StateOf("tw_1"), one) << script;

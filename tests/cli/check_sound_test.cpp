@@ -256,8 +256,11 @@ class CheckChanged : public CheckMissing {
             MakeOnlyTheSite();
             CompareChanged(statementsOf("tw_1." + column[0], column[1], column));
         }
-        EXPECT_GT(failed_, 0U);
-        EXPECT_GT(compared_, failed_);
+        EXPECT_GT(compared_, 0U);
+        if (IsSoak()) {  // a sample may hold one kind alone
+            EXPECT_GT(failed_, 0U);
+            EXPECT_GT(compared_, failed_);
+        }
     }
 
     std::size_t compared_ = 0;
