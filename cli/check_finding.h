@@ -179,6 +179,10 @@ void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings);
 /// column is missing or may not be read, which are findings of their own.
 bool HasRows(host::Connection& connection, const std::string& database, std::string_view query);
 
+/// The first column of a query of which a step asks only when its tables are there, NULL as an
+/// empty text; none where a table or column is missing.
+std::vector<std::string> FirstColumn(host::Connection& connection, const std::string& query);
+
 /// True for the server's errors that a database, table or column is not there.
 bool IsMissing(const HostError& error);
 

@@ -79,6 +79,22 @@ bool IsStrictForAll(const std::string& sqlMode) {
     return sqlMode.find("STRICT_ALL_TABLES") != std::string::npos;
 }
 
+std::vector<std::string> FirstColumn(host::Connection& connection, const std::string& query) {
+    std::vector<std::string> values;
+    try {
+        const auto rows = connection.Query(query);
+        while (rows->Next()) {
+            const Value value = rows->Get(0);
+            values.push_back(value.IsNull() ? "" : value.ToText());
+        }
+    } catch (const HostError& error) {
+        if (!IsMissing(error)) {
+            throw;
+        }
+    }
+    return values;
+}
+
 bool HasRows(host::Connection& connection, const std::string& database, std::string_view query) {
     try {
         return connection.Query(fmt::format(fmt::runtime(query), database) + " LIMIT 1;")->Next();

@@ -244,23 +244,6 @@ class SiteFiles {
     std::set<fs::path> made_;
 };
 
-/// The rows of a query of which a step asks only when its tables are there; none otherwise.
-std::vector<std::string> FirstColumn(host::Connection& connection, const std::string& query) {
-    std::vector<std::string> values;
-    try {
-        const auto rows = connection.Query(query);
-        while (rows->Next()) {
-            const Value value = rows->Get(0);
-            values.push_back(value.IsNull() ? "" : value.ToText());
-        }
-    } catch (const HostError& error) {
-        if (!IsMissing(error)) {
-            throw;
-        }
-    }
-    return values;
-}
-
 /// Whether a form with uploads keeps its files apart: a row for each answer that there is.
 std::vector<std::string> KindsOfUploads(host::Connection& connection, std::int32_t siteId) {
     return FirstColumn(

@@ -53,22 +53,12 @@ constexpr std::array kComponentUses{
 
 /// The components of a site's form pages; none when its tables cannot tell.
 std::vector<std::string> FormComponents(host::Connection& connection, const std::string& database) {
-    std::vector<std::string> components;
-    try {
-        const auto rows = connection.Query(
-            fmt::format("SELECT DISTINCT f.componentid FROM {0}.form m INNER JOIN {0}.feature f ON "
-                        "f.featureid = m.formfeatureid WHERE f.componentid IS NOT NULL ORDER BY "
-                        "f.componentid;",
-                        database));
-        while (rows->Next()) {
-            components.push_back(rows->Get(0).ToText());
-        }
-    } catch (const HostError& error) {
-        if (!IsMissing(error)) {
-            throw;
-        }
-    }
-    return components;
+    return FirstColumn(
+        connection,
+        fmt::format("SELECT DISTINCT f.componentid FROM {0}.form m INNER JOIN {0}.feature f ON "
+                    "f.featureid = m.formfeatureid WHERE f.componentid IS NOT NULL ORDER BY "
+                    "f.componentid;",
+                    database));
 }
 
 /// The step that comes first to the components; empty when none is pending.
