@@ -150,18 +150,23 @@ std::string TemporaryTables(const fs::path& folder) {
     return "--tmpdir=" + folder.string();
 }
 
-std::vector<std::string> StorageOptions(bool fast) {
-    if (!fast) {
-        return {};
+std::vector<std::string> StorageOptions(const PrivateServerOptions& options) {
+    std::vector<std::string> words;
+    if (options.fast) {
+        words = {"--innodb-flush-log-at-trx-commit=2",
+                 "--innodb-flush-method=nosync",
+                 "--innodb-doublewrite=0",
+                 "--innodb-log-file-size=32M",
+                 "--innodb-buffer-pool-size=64M",
+                 "--aria-pagecache-buffer-size=8M",
+                 "--key-buffer-size=1M",
+                 "--sync-frm=0"};
     }
-    return {"--innodb-flush-log-at-trx-commit=2",
-            "--innodb-flush-method=nosync",
-            "--innodb-doublewrite=0",
-            "--innodb-log-file-size=32M",
-            "--innodb-buffer-pool-size=64M",
-            "--aria-pagecache-buffer-size=8M",
-            "--key-buffer-size=1M",
-            "--sync-frm=0"};
+    if (!options.redoLogFolder.empty()) {
+        words.push_back("--innodb-log-group-home-dir=" +
+                        fs::absolute(options.redoLogFolder).string());
+    }
+    return words;
 }
 
 }  // namespace
@@ -286,6 +291,16 @@ void PrivateServer::InitialiseIfEmpty() {
         }
         return;
     }
+    if (const fs::path& redo = options_.redoLogFolder; !redo.empty()) {
+        std::error_code error;
+        fs::create_directories(redo, error);
+        if (error) {
+            Refuse("the folder " + redo.string() + " cannot be made: " + error.message());
+        }
+        if (cutOff) {
+            fs::remove(redo / "ib_logfile0");
+        }
+    }
     const std::string program = FindProgram("mariadb-install-db", "mariadb-server-core");
     std::ofstream(marker).flush();
     std::vector<std::string> words = {program,
@@ -295,7 +310,7 @@ void PrivateServer::InitialiseIfEmpty() {
                                       "--auth-root-authentication-method=normal",
                                       "--skip-test-db",
                                       "--skip-name-resolve"};
-    for (const auto& more : {UserOption(), StorageOptions(options_.fast)}) {
+    for (const auto& more : {UserOption(), StorageOptions(options_)}) {
         words.insert(words.end(), more.begin(), more.end());
     }
     pid_ = StartProgram(std::move(words), ErrorLog(), -1);
@@ -321,7 +336,7 @@ void PrivateServer::Spawn() {
                                       "--character-set-server=utf8mb4",
                                       "--collation-server=utf8mb4_general_ci",
                                       "--max-allowed-packet=1G"};
-    for (const auto& more : {UserOption(), StorageOptions(options_.fast), options_.serverOptions}) {
+    for (const auto& more : {UserOption(), StorageOptions(options_), options_.serverOptions}) {
         words.insert(words.end(), more.begin(), more.end());
     }
     // The server inherits the lock, so that it holds even if this process is killed.
