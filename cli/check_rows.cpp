@@ -86,6 +86,28 @@ constexpr std::string_view kWithoutResetEvent =
 constexpr std::string_view kWithoutPaymentEvent =
     "componentid = 1000 AND NOT EXISTS(SELECT 1 FROM {0}.event e WHERE e.featureid = "
     "feature.featureid AND BINARY e.name IN('Order Payment', 'Order Completion'))";
+// What a cut run has left of an event that it was adding.
+constexpr std::string_view kHalfMadeResetEvent =
+    "BINARY name = 'Reset Password (being added)' AND EXISTS(SELECT 1 FROM {0}.feature f WHERE "
+    "f.featureid = event.featureid AND f.componentid = 100 AND NOT EXISTS(SELECT 1 FROM {0}.event "
+    "e WHERE e.featureid = f.featureid AND BINARY e.name = 'Reset Password'))";
+constexpr std::string_view kHalfMadeResetPart =
+    "sequence = 1 AND EXISTS(SELECT 1 FROM {0}.event i INNER JOIN {0}.feature f ON f.featureid = "
+    "i.featureid WHERE i.eventid = eventpart.eventid AND BINARY i.name = 'Reset Password (being "
+    "added)' AND f.componentid = 100 AND NOT EXISTS(SELECT 1 FROM {0}.event e WHERE e.featureid = "
+    "f.featureid AND BINARY e.name = 'Reset Password'))";
+constexpr std::string_view kHalfMadePaymentEvent =
+    "BINARY name = 'Order Payment (being added)' AND EXISTS(SELECT 1 FROM {0}.feature f WHERE "
+    "f.featureid = event.featureid AND f.componentid = 1000 AND NOT EXISTS(SELECT 1 FROM "
+    "{0}.event e WHERE e.featureid = f.featureid AND BINARY e.name IN('Order Payment', 'Order "
+    "Completion')))";
+constexpr std::string_view kHalfMadePaymentPart =
+    "sequence > 0 AND EXISTS(SELECT 1 FROM {0}.event i INNER JOIN {0}.feature f ON f.featureid = "
+    "i.featureid WHERE i.eventid = eventpart.eventid AND BINARY i.name = 'Order Payment (being "
+    "added)' AND f.componentid = 1000 AND NOT EXISTS(SELECT 1 FROM {0}.event e WHERE e.featureid = "
+    "f.featureid AND BINARY e.name IN('Order Payment', 'Order Completion')) AND eventpart.sequence "
+    "<= (SELECT COUNT(*) FROM {0}.email m WHERE m.featureid = f.featureid AND BINARY m.type = "
+    "'postorderpayment'))";
 constexpr std::string_view kTreeLinkThere =
     "EXISTS(SELECT 1 FROM {0}.tag t WHERE BINARY t.name LIKE 'span.TreeLink%' AND t.templateid = "
     "tag.templateid AND t.overrideid = tag.overrideid AND BINARY tag.name = REPLACE(t.name, "
@@ -126,6 +148,13 @@ constexpr std::string_view kTextsOfAView =
     "q.tableid = s.tableid INNER JOIN {0}.formfield f ON f.formfieldid = s.srcfieldid AND "
     "f.featureid = q.srctableid WHERE v.featureid = text.featureid AND f.type IN('multiformlink', "
     "'productfamily'))";
+constexpr std::string_view kEmbedsOfAView =
+    "EXISTS(SELECT 1 FROM {0}.text x INNER JOIN {0}.formtemplate v ON v.featureid = x.featureid "
+    "INNER JOIN {0}.formtemplatefield t ON t.featureid = v.featureid INNER JOIN {0}.queryfieldsrc "
+    "s ON s.queryfieldid = t.queryfieldid INNER JOIN {0}.querytable q ON q.tableid = s.tableid "
+    "INNER JOIN {0}.formfield f ON f.formfieldid = s.srcfieldid AND f.featureid = q.srctableid "
+    "WHERE x.textid = textembed.textid AND (x.text LIKE '%#Embed.%' OR x.previoustext LIKE "
+    "'%#Embed.%') AND f.type IN('multiformlink', 'productfamily'))";
 
 constexpr std::array kSiteRows{
     // The schema ladder
@@ -206,8 +235,8 @@ constexpr std::array kSiteRows{
           "chargeid IN(SELECT chargeid FROM {0}.charge)", "chargegrouptoitemtype.applytoitemtypeid",
           "", "charge"},
     Place{"SiteContentStep_1_0008", "feature", "featureid", Kind::kNumber, kWithoutResetEvent},
-    Place{"SiteContentStep_1_0008", "event", "eventid", Kind::kNumber,
-          "BINARY name = 'Reset Password (being added)'"},
+    Place{"SiteContentStep_1_0008", "event", "eventid", Kind::kNumber, kHalfMadeResetEvent},
+    Place{"SiteContentStep_1_0008", "eventpart", "eventpartid", Kind::kNumber, kHalfMadeResetPart},
     Place{"SiteContentStep_1_0008", "email", "emailid", Kind::kNumber,
           "BINARY type = 'resetpassword' AND EXISTS(SELECT 1 FROM {0}.feature f WHERE f.featureid "
           "= email.featureid AND f.componentid = 100 AND NOT EXISTS(SELECT 1 FROM {0}.event e "
@@ -266,8 +295,9 @@ constexpr std::array kSiteRows{
           "CONCAT(address1, IF(address1 = '' OR address2 = '', '', ', '), address2)"},
     Place{"SiteContentStep_1_0054", "feature", "featureid", Kind::kNumber, "componentid = 1000"},
     Place{"SiteContentStep_1_0055", "feature", "featureid", Kind::kNumber, kWithoutPaymentEvent},
-    Place{"SiteContentStep_1_0055", "event", "eventid", Kind::kNumber,
-          "BINARY name = 'Order Payment (being added)'"},
+    Place{"SiteContentStep_1_0055", "event", "eventid", Kind::kNumber, kHalfMadePaymentEvent},
+    Place{"SiteContentStep_1_0055", "eventpart", "eventpartid", Kind::kNumber,
+          kHalfMadePaymentPart},
     Place{
         "SiteContentStep_1_0055", "email", "emailid", Kind::kNumber,
         "BINARY type = 'postorderpayment' AND EXISTS(SELECT 1 FROM {0}.feature f WHERE "
@@ -336,10 +366,7 @@ constexpr std::array kSiteRows{
     Place{"SiteContentStep_1_0242", "text", "textid", Kind::kNumber, kTextsOfAView, "", "",
           "formtemplate"},
     Place{"SiteContentStep_1_0242", "textembed", "embedid major minor", Kind::kNumber,
-          "EXISTS(SELECT 1 FROM {0}.text WHERE text.textid = textembed.textid AND "
-          "(text.text LIKE '%#Embed.%' OR text.previoustext LIKE '%#Embed.%') AND "
-          "EXISTS(SELECT 1 FROM {0}.formtemplate v WHERE v.featureid = text.featureid))",
-          "", "", "formtemplate"},
+          kEmbedsOfAView, "", "", "formtemplate"},
     Place{"SiteContentStep_1_0254", "css", "cssid", Kind::kNumber},
     Place{"SiteContentStep_1_0255", "formfield", "featureid formfieldid", Kind::kNumber,
           kLongTextFields},

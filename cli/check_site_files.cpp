@@ -36,6 +36,12 @@ bool MayWrite(const fs::path& path) {
     return access(path.c_str(), IsFolder(path) ? W_OK | X_OK : W_OK) == 0;
 }
 
+bool FitsInt32(const std::string& number) {
+    using Int32 = std::numeric_limits<std::int32_t>;
+    const double value = std::strtod(number.c_str(), nullptr);
+    return value >= Int32::min() && value <= Int32::max();
+}
+
 /// The folder on the way to a path that may not be looked into; empty when a link hides it.
 fs::path LockedFolder(const fs::path& path) {
     fs::path folder;
@@ -80,14 +86,12 @@ class SiteFiles {
                  "mend foldername of the component");
         } else if (IsThere(step, folder / "template")) {
             for (const std::string& page : pages) {
-                if (std::strtod(page.c_str(), nullptr) > std::numeric_limits<std::int32_t>::max()) {
+                if (!FitsInt32(page)) {
                     AddOnce({"tw_" + site_.filename().string(), "feature", std::string(step),
                              fmt::format("featureid {} does not fit a 32-bit integer", page),
                              "mend it"},
                             findings_);
-                    return;
-                }
-                if (IsThere(step, site_ / page)) {
+                } else if (IsThere(step, site_ / page)) {
                     Files(step, folder / "template", folder / "template", site_ / page);
                 }
             }
@@ -197,6 +201,10 @@ class SiteFiles {
             std::error_code error;
             const fs::path target = fs::canonical(file, error);
             const fs::path folder = error ? fs::path() : fs::canonical(limit, error);
+            if (error == std::errc::permission_denied) {
+                TellLocked(step, file);
+                return;
+            }
             const bool leadsOut = !error && !LiesWithin(folder, target);
             if (error || leadsOut || !fs::is_regular_file(target, error)) {
                 Tell(step, file,
@@ -337,6 +345,12 @@ class RobotsCheck {
                  fmt::format("sitefeatureid is NULL where a number must be in 1 row (siteid {})",
                              siteId_),
                  "give it a number");
+        } else if (!FitsInt32(home)) {
+            Tell("tw_tarnwick", "site",
+                 fmt::format("the home page does not fit a 32-bit integer in 1 row (siteid {})",
+                             siteId_),
+                 "mend it");
+            return std::nullopt;
         }
         return home.empty() || home == "0" ? std::nullopt : std::optional(home);
     }

@@ -93,6 +93,27 @@ class CheckFileRights : public InstallationTest {
         EXPECT_THAT(failed.err, ContainsRegex(failure));
     }
 
+    /// A link takes the place of the file or folder, which goes where nobody may look: its name
+    /// does not tell of the locked folder.
+    void ExpectFailureBehindALink(const fs::path& path, const std::string& step,
+                                  const std::string& failure = "cannot look at") const {
+        const fs::path locked = folder_ / "locked";
+        fs::create_directories(locked);
+        fs::rename(path, locked / "moved");
+        fs::create_symlink(locked / "moved", path);
+        {
+            const Rights folder(locked, 0);
+            ExpectFailure(path.lexically_relative(folder_.Path()).string() +
+                              " cannot be looked at, so " + step +
+                              " fails; mend the link, or give the right to look into the folder "
+                              "that it leads to",
+                          "step " + step + ": " + failure + " .*" + path.filename().string() +
+                              ".*: Permission denied");
+        }
+        fs::remove(path);
+        fs::rename(locked / "moved", path);
+    }
+
     void ExpectSuccess() const {
         const Outcome clean = RunAsNobody({"check"});
         EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
@@ -154,6 +175,18 @@ TEST_F(CheckFileRights, FindsATemplateThatIsACircleOfLinks) {
                   "step SiteContentStep_1_0022: cannot look at .*template: ");
     fs::remove(ComponentTemplate());
     fs::rename(elsewhere, ComponentTemplate());
+    ExpectSuccess();
+}
+
+TEST_F(CheckFileRights, FindsLinksIntoALockedFolder) {
+    WriteSiteFile("gs/old.txt", "old");
+    WriteSiteFile("robots.txt", "User-agent: *\n");
+    ExpectFailureBehindALink(Template() / "gs", "SiteSchemaStep_1_0079");
+    ExpectFailureBehindALink(Template() / "gs/a.txt", "SiteSchemaStep_1_0079", "cannot copy");
+    ExpectFailureBehindALink(Site() / "gs", "SiteSchemaStep_1_0079");
+    ExpectFailureBehindALink(ComponentTemplate(), "SiteContentStep_1_0022");
+    ExpectFailureBehindALink(Site() / "5", "SiteContentStep_1_0022");
+    ExpectFailureBehindALink(Site() / "robots.txt", "SiteContentStep_1_0030");
     ExpectSuccess();
 }
 
@@ -236,6 +269,7 @@ TEST_F(CheckFileRights, FindsUploadsThatMayNotBeLookedAt) {
             "sites_secure cannot be looked into, so SiteSchemaStep_1_0251 fails; ",
             "step SiteSchemaStep_1_0251: cannot look at .*sites_secure/9: Permission denied");
     }
+    ExpectFailureBehindALink(folder_ / "sites_secure/9", "SiteSchemaStep_1_0251");
     // Without rights of its own, but nobody looks into it.
     const Rights folder(folder_ / "sites_secure/9", 0);
     EXPECT_EQ(RunAsNobody({"check"}).status, 0);

@@ -226,6 +226,29 @@ TEST_F(CheckSurroundings, NeedsTheInstallFolderAsAnUpgradeDoes) {
     EXPECT_EQ(run({"upgrade-site", "8"}).status, 0);
 }
 
+TEST_F(CheckSurroundings, NeedsTheInstallFolderToBeNamedWhereTheProgramStandsAlone) {
+    MakeSite(8);
+    const fs::path alone = folder_ / "alone/twupdate";
+    fs::create_directories(alone.parent_path());
+    fs::copy_file(BuiltProgram(), alone);
+    const auto run = [&](const std::vector<std::string>& command) {
+        return RunProgram(With(command), {}, RunAs::kSelf, alone);
+    };
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"check"}, {"check", "--site", "8"}, {"upgrade"}, {"upgrade-site", "8"}}) {
+        const Outcome outcome = run(command);
+        EXPECT_EQ(outcome.status, 2) << command.front();
+        EXPECT_EQ(outcome.err,
+                  "twupdate: no folder resources with the reference data beside the program; name "
+                  "the component's folder with --install-folder\n");
+    }
+    EXPECT_EQ(SiteVersion(8), "1");
+    fs::copy(folder_ / "update/resources", alone.parent_path() / "resources",
+             fs::copy_options::recursive);
+    EXPECT_EQ(run({"check"}).status, 0);
+    EXPECT_EQ(run({"upgrade"}).status, 0);
+}
+
 TEST_F(CheckSurroundings, FindsAComponentThatNobodyKnows) {
     MakeSite(8);
     const fs::path data = folder_ / "update/resources/componentData.txt";
@@ -381,6 +404,12 @@ TEST_F(CheckSurroundings, FindsWhatRobotsNeedOfTheTables) {
         "tw_tarnwick.site: sitefeatureid is NULL where a number must be in 1 row (siteid 8), so "
         "SiteContentStep_1_0030 fails; give it a number",
         "step SiteContentStep_1_0030: column homefeatureid: NULL where a number must be");
+    ExecuteAll({"ALTER TABLE tw_tarnwick.site MODIFY sitefeatureid BIGINT",
+                "UPDATE tw_tarnwick.site SET sitefeatureid = 2147483648"});
+    ExpectFailure(
+        "tw_tarnwick.site: the home page does not fit a 32-bit integer in 1 row (siteid 8)"
+        ", so SiteContentStep_1_0030 fails; mend it",
+        "step SiteContentStep_1_0030: column homefeatureid: 2147483648 does not fit");
     ExecuteAll({"UPDATE tw_tarnwick.site SET sitefeatureid = 3"});
     for (const char* column : {"featureid", "subfeatureid", "text"}) {
         ExecuteAll({"DROP TABLE IF EXISTS tw_8.plaintext",
@@ -391,8 +420,14 @@ TEST_F(CheckSurroundings, FindsWhatRobotsNeedOfTheTables) {
                           " is missing, so SiteContentStep_1_0030 fails; ",
                       "step SiteContentStep_1_0030: .*server error 1054");
     }
+    ExecuteAll(
+        {"ALTER TABLE tw_8.plaintext ADD COLUMN text LONGTEXT, ADD COLUMN added INT NOT NULL"});
+    ExpectFailure(
+        "tw_8.plaintext: added has no default, and the step adds rows without it, so "
+        "SiteContentStep_1_0030 fails; give it a default",
+        "step SiteContentStep_1_0030: INSERT INTO tw_8.plaintext\\(.*server error 1364 .*'added'");
     // Where the home page has its text already nothing is written.
-    ExecuteAll({"ALTER TABLE tw_8.plaintext ADD COLUMN other TEXT",
+    ExecuteAll({"ALTER TABLE tw_8.plaintext DROP COLUMN added",
                 "INSERT INTO tw_8.plaintext VALUES(3, 0, '')"});
     ExpectSuccess();
 }
@@ -545,6 +580,13 @@ TEST_F(CheckSurroundings, FindsComponentTemplatesThatCannotBeCopied) {
         "SiteContentStep_1_0022 fails; ",
         "step SiteContentStep_1_0022: cannot copy .*b.txt");
     fs::remove(component / "b.txt");
+    ExecuteAll({"ALTER TABLE tw_8.feature MODIFY featureid BIGINT AUTO_INCREMENT NOT NULL",
+                "INSERT INTO tw_8.feature(featureid, componentid) VALUES(2147483648, 900)"});
+    ExpectFailure(
+        "tw_8.feature: featureid 2147483648 does not fit a 32-bit integer, so "
+        "SiteContentStep_1_0022 fails; mend it",
+        "step SiteContentStep_1_0022: .*column featureid: 2147483648 does not fit");
+    ExecuteAll({"DELETE FROM tw_8.feature WHERE featureid > 5"});
     ExpectSuccess();
 }
 

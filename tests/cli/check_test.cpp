@@ -274,6 +274,16 @@ TEST_F(Check, FindsAColumnThatNoDataFileFills) {
            "tw_tarnwick.component: added has no default, and the step adds rows without it, so "
            "ReimportReferenceData fails; give it a default");
     UpgradeFails(options, "step ReimportReferenceData: .*server error 1364");
+    Execute("ALTER TABLE tw_tarnwick.componenttype ADD COLUMN added INT NOT NULL;");
+    Execute("ALTER TABLE tw_tarnwick.component ALTER COLUMN added SET DEFAULT 0;");
+    Expect(options,
+           "tw_tarnwick.componenttype: added has no default, and the step adds rows without it, so "
+           "ReimportReferenceData fails; give it a default");
+    UpgradeFails(options,
+                 "step ReimportReferenceData: INSERT INTO tw_tarnwick.componenttype.*server error "
+                 "1364");
+    Execute("ALTER TABLE tw_tarnwick.componenttype DROP COLUMN added;");
+    Execute("ALTER TABLE tw_tarnwick.component ALTER COLUMN added DROP DEFAULT;");
     // A file without rows adds none.
     WriteFile(install / "resources" / "componentData.txt", "\n");
     EXPECT_EQ(Run({options[0], options[1], "check"}).status, 0);

@@ -41,7 +41,7 @@ void BecomeNobody() {
 /// In the child: becomes the program.
 [[noreturn]] void Become(std::vector<std::string> arguments,
                          const std::map<std::string, std::string>& environment,
-                         RunAs user = RunAs::kSelf) {
+                         RunAs user = RunAs::kSelf, const fs::path& program = BuiltProgram()) {
     std::vector<std::string> variables;
     if (!environment.contains("PATH")) {
         const char* path = std::getenv("PATH");
@@ -50,14 +50,14 @@ void BecomeNobody() {
     for (const auto& [name, value] : environment) {
         variables.push_back(name + "=" + value);
     }
-    arguments.insert(arguments.begin(), TWUPDATE_PROGRAM);
+    arguments.insert(arguments.begin(), program.string());
     if (user == RunAs::kNobody) {
         // Opened before: the folders above the program may be root's alone.
-        const int program = open(TWUPDATE_PROGRAM, O_PATH | O_CLOEXEC);
+        const int file = open(program.c_str(), O_PATH | O_CLOEXEC);
         BecomeNobody();
-        fexecve(program, Pointers(arguments).data(), Pointers(variables).data());
+        fexecve(file, Pointers(arguments).data(), Pointers(variables).data());
     } else {
-        execve(TWUPDATE_PROGRAM, Pointers(arguments).data(), Pointers(variables).data());
+        execve(program.c_str(), Pointers(arguments).data(), Pointers(variables).data());
     }
     _exit(127);
 }
@@ -79,14 +79,19 @@ nlohmann::json Outcome::Json() const {
     return nlohmann::json::accept(out) ? nlohmann::json::parse(out) : nlohmann::json();
 }
 
+fs::path BuiltProgram() {
+    return TWUPDATE_PROGRAM;
+}
+
 Program::Program(const std::vector<std::string>& arguments,
-                 const std::map<std::string, std::string>& environment, RunAs user) {
+                 const std::map<std::string, std::string>& environment, RunAs user,
+                 const fs::path& program) {
     pid_ = fork();
     if (pid_ == 0) {
         Redirect(STDIN_FILENO, folder_ / "in");
         Redirect(STDOUT_FILENO, folder_ / "out");
         Redirect(STDERR_FILENO, folder_ / "err");
-        Become(arguments, environment, user);
+        Become(arguments, environment, user, program);
     }
 }
 
@@ -117,8 +122,9 @@ Outcome Program::Wait() {
 }
 
 Outcome RunProgram(const std::vector<std::string>& arguments,
-                   const std::map<std::string, std::string>& environment, RunAs user) {
-    return Program(arguments, environment, user).Wait();
+                   const std::map<std::string, std::string>& environment, RunAs user,
+                   const fs::path& program) {
+    return Program(arguments, environment, user, program).Wait();
 }
 
 void GiveToNobody(const fs::path& path) {

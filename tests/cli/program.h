@@ -29,13 +29,18 @@ enum class RunAs : std::uint8_t {
     kNobody,  ///< the user "nobody" where the tests run as root, whom no file's rights stop
 };
 
+/// The program that was built.
+std::filesystem::path BuiltProgram();
+
 /// A program that runs in the background of a test. It is killed when it still runs at the end.
 class Program {
   public:
     /// Starts twupdate with an environment that holds PATH and these variables alone.
+    /// @param program  another file than the program that was built, e.g. a copy of it
     explicit Program(const std::vector<std::string>& arguments,
                      const std::map<std::string, std::string>& environment = {},
-                     RunAs user = RunAs::kSelf);
+                     RunAs user = RunAs::kSelf,
+                     const std::filesystem::path& program = BuiltProgram());
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -55,7 +60,8 @@ class Program {
 /// Runs twupdate to its end.
 Outcome RunProgram(const std::vector<std::string>& arguments,
                    const std::map<std::string, std::string>& environment = {},
-                   RunAs user = RunAs::kSelf);
+                   RunAs user = RunAs::kSelf,
+                   const std::filesystem::path& program = BuiltProgram());
 
 /// Gives a file, or a folder with all that is in it, to the user of RunAs::kNobody.
 void GiveToNobody(const std::filesystem::path& path);
