@@ -216,24 +216,22 @@ void CheckVersion(const Looked& at, std::vector<CheckFinding>& findings) {
 /// Whether nothing may be written, and whose setting that is.
 void CheckReadOnly(const Looked& at, std::vector<CheckFinding>& findings) {
     const Variables& variables = at.variables;
-    for (const char* name : {"transaction_read_only", "tx_read_only"}) {
-        if (IsOn(variables, name)) {
-            findings.push_back(
-                SettingFinding(fmt::format("{} is ON: a new session may write nothing", name),
-                               fmt::format("SET GLOBAL {} = OFF", name)));
-        }
+    // A server has one of the two names, or both.
+    if (IsOn(variables, "tx_read_only") || IsOn(variables, "transaction_read_only")) {
+        findings.push_back(
+            SettingFinding("new transactions are read-only: a session may write nothing",
+                           "SET GLOBAL TRANSACTION READ WRITE"));
     }
     if (IsOn(variables, "innodb_read_only")) {
         findings.push_back(SettingFinding("innodb_read_only is ON: no table can be written",
                                           "start the server without it"));
     }
     const bool superSuffices = !at.version.IsMariaDb() || at.version.Number() < 101100;
-    const bool super = IsOn(variables, "super_read_only");
-    if (super ||
-        (IsOn(variables, "read_only") && !MayWriteReadOnly(at.connection, superSuffices))) {
+    // Where there is super_read_only it switches read_only on as well, and stops everybody.
+    if (IsOn(variables, "read_only") &&
+        (IsOn(variables, "super_read_only") || !MayWriteReadOnly(at.connection, superSuffices))) {
         findings.push_back(
-            SettingFinding(fmt::format("{} is ON, as on a replica: the user may write nothing",
-                                       super ? "super_read_only" : "read_only"),
+            SettingFinding("read_only is ON, as on a replica: the user may write nothing",
                            "connect to the server that is written to"));
     }
 }

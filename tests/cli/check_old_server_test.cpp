@@ -276,6 +276,26 @@ TEST_F(CheckOldServer, IsLookedAtByEveryCommandThatWritesNothing) {
     }
 }
 
+TEST_F(CheckOldServer, FindsThatTheUserMayNotWrite) {
+    MakeSiteAt(1.0255, {});
+    const GlobalSetting setting("read_only", "ON");
+    Execute("CREATE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    const auto runAsHalf = [this](const std::vector<std::string>& command) {
+        auto arguments = In("", command);
+        const auto socket = CliServer::Get().ConnectOptions().socket->string();
+        arguments.insert(arguments.begin(), {"--socket", socket, "--user", "half"});
+        return RunProgram(arguments);
+    };
+    EXPECT_EQ(runAsHalf({"check", "--site", "1"}).out,
+              "read_only is ON, as on a replica: the user may write nothing; connect to the server "
+              "that is written to\n1 finding.\n");
+    EXPECT_THAT(runAsHalf({"upgrade-site", "1"}).err, HasSubstr("server error 1290 "));
+    Execute("GRANT SUPER ON *.* TO 'half'@'localhost';");  // which is enough there
+    EXPECT_EQ(runAsHalf({"check", "--site", "1"}).status, 0);
+    EXPECT_EQ(runAsHalf({"upgrade-site", "1"}).status, 0);
+}
+
 // Its next text is one character shorter.
 TEST_F(CheckOldServer, LooksAtColoursThatBecomeLongerThanTheirColumn) {
     MakeSiteAt(1.0248, {});

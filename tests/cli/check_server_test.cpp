@@ -142,8 +142,12 @@ TEST_F(CheckServer, AnUpgradeDoesNotDependOnWhatTheServerGivesNewSessions) {
 TEST_F(CheckServer, FindsThatNewTransactionsAreReadOnly) {
     MakeInstallation();
     const GlobalSetting setting("tx_read_only", "ON");
-    Finds("tx_read_only is ON: a new session may write nothing; SET GLOBAL tx_read_only = OFF");
+    Finds(
+        "new transactions are read-only: a session may write nothing; SET GLOBAL TRANSACTION READ "
+        "WRITE");
     UpgradeFails("step ServerStep_1_0002: .*server error 1792");
+    Execute("SET GLOBAL TRANSACTION READ WRITE;");
+    Goes();
 }
 
 TEST_F(CheckServer, FindsAServerThatIsReadOnlyForTheUser) {
