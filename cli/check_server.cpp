@@ -10,6 +10,7 @@
 #include "cli/check_finding.h"
 #include "cli/run_lock.h"
 #include "cli/server_version.h"
+#include "cli/step_needs.h"
 #include "cli/text.h"
 
 namespace twupdate::cli {
@@ -86,23 +87,32 @@ struct Looked {
     }
 };
 
-CheckFinding SettingFinding(const std::string& problem, const std::string& cure) {
-    return {"", "", "", problem, cure};
+/// A finding at the first step that does one of these; none when no pending step does.
+void AddSetting(const Looked& at, const std::vector<std::string_view>& needs,
+                const std::string& problem, const std::string& cure,
+                std::vector<CheckFinding>& findings) {
+    if (const auto first = FirstNeedOf(at.connection, at.pending, needs)) {
+        findings.push_back({first->database, first->table, first->need.step, problem, cure});
+    }
 }
+
+/// What writes in any way.
+const std::vector<std::string_view> kWrites{"INSERT", "UPDATE", "DELETE",
+                                            "CREATE", "DROP",   "ALTER"};
 
 /// Each mode that makes a statement fail, or do something else than it is to do.
 void CheckSqlMode(const Looked& at, std::vector<CheckFinding>& findings) {
     if (at.modes.contains("EMPTY_STRING_IS_NULL")) {
-        findings.push_back(SettingFinding(
-            "sql_mode has EMPTY_STRING_IS_NULL, with which no column takes the default ''",
-            at.RunWithout({"EMPTY_STRING_IS_NULL"})));
+        AddSetting(at, {kHasEmptyDefault},
+                   "sql_mode has EMPTY_STRING_IS_NULL, with which no column takes the default ''",
+                   at.RunWithout({"EMPTY_STRING_IS_NULL"}), findings);
     }
     if (at.modes.contains("ORACLE")) {
         // No statement fails; lengths are counted otherwise and emptied texts become NULL.
-        findings.push_back(SettingFinding(
-            "sql_mode has ORACLE, with which REPLACE and LENGTH give something else, and the "
-            "upgrade would write wrong rows",
-            at.RunWithout({"ORACLE"})));
+        findings.push_back({"", "", "",
+                            "sql_mode has ORACLE, with which REPLACE and LENGTH give something "
+                            "else, and the upgrade would write wrong rows",
+                            at.RunWithout({"ORACLE"})});
     }
     if (!at.modes.contains("ONLY_FULL_GROUP_BY")) {
         return;
@@ -218,21 +228,19 @@ void CheckReadOnly(const Looked& at, std::vector<CheckFinding>& findings) {
     const Variables& variables = at.variables;
     // A server has one of the two names, or both.
     if (IsOn(variables, "tx_read_only") || IsOn(variables, "transaction_read_only")) {
-        findings.push_back(
-            SettingFinding("new transactions are read-only: a session may write nothing",
-                           "SET GLOBAL TRANSACTION READ WRITE"));
+        AddSetting(at, kWrites, "new transactions are read-only: a session may write nothing",
+                   "SET GLOBAL TRANSACTION READ WRITE", findings);
     }
     if (IsOn(variables, "innodb_read_only")) {
-        findings.push_back(SettingFinding("innodb_read_only is ON: no table can be written",
-                                          "start the server without it"));
+        AddSetting(at, kWrites, "innodb_read_only is ON: no table can be written",
+                   "start the server without it", findings);
     }
     const bool superSuffices = !at.version.IsMariaDb() || at.version.Number() < 101100;
     // Where there is super_read_only it switches read_only on as well, and stops everybody.
     if (IsOn(variables, "read_only") &&
         (IsOn(variables, "super_read_only") || !MayWriteReadOnly(at.connection, superSuffices))) {
-        findings.push_back(
-            SettingFinding("read_only is ON, as on a replica: the user may write nothing",
-                           "connect to the server that is written to"));
+        AddSetting(at, kWrites, "read_only is ON, as on a replica: the user may write nothing",
+                   "connect to the server that is written to", findings);
     }
 }
 
@@ -240,39 +248,47 @@ void CheckReadOnly(const Looked& at, std::vector<CheckFinding>& findings) {
 void CheckTableSettings(const Looked& at, std::vector<CheckFinding>& findings) {
     const Variables& variables = at.variables;
     if (IsOn(variables, "innodb_force_primary_key")) {
-        findings.push_back(SettingFinding(
-            "innodb_force_primary_key is ON: a table without a primary key, of which the "
-            "installation has several, cannot be changed",
-            "SET GLOBAL innodb_force_primary_key = OFF for the time of the upgrade"));
+        AddSetting(at, {kHasNoPrimaryKey},
+                   "innodb_force_primary_key is ON: a table without a primary key, of which the "
+                   "installation has several, cannot be changed",
+                   "SET GLOBAL innodb_force_primary_key = OFF for the time of the upgrade",
+                   findings);
     }
     const std::string algorithm = Get(variables, "alter_algorithm");
-    if (std::set<std::string>{"INSTANT", "NOCOPY", "INPLACE"}.contains(algorithm)) {
-        findings.push_back(SettingFinding(
-            fmt::format("alter_algorithm is {}: a change that needs a copy of the table is refused",
+    // What each of them refuses.
+    const std::map<std::string, std::vector<std::string_view>> refused{
+        {"INSTANT", {kAddsIndex, kRebuildsTable, kCopiesTable}},
+        {"NOCOPY", {kRebuildsTable, kCopiesTable}},
+        {"INPLACE", {kCopiesTable}}};
+    if (const auto changes = refused.find(algorithm); changes != refused.end()) {
+        AddSetting(
+            at, changes->second,
+            fmt::format("alter_algorithm is {}: a change for which that is not enough is refused",
                         algorithm),
-            "SET GLOBAL alter_algorithm = DEFAULT for the time of the upgrade"));
+            "SET GLOBAL alter_algorithm = DEFAULT for the time of the upgrade", findings);
     }
     const std::string engine = Get(variables, "enforce_storage_engine");
     if (!engine.empty() && engine != Get(variables, "default_storage_engine") &&
         at.modes.contains("NO_ENGINE_SUBSTITUTION")) {
-        findings.push_back(SettingFinding(
-            fmt::format("enforce_storage_engine is {}, and default_storage_engine another: no "
-                        "table can be made",
-                        engine),
-            "start the server with the two alike"));
+        AddSetting(at, {"CREATE"},
+                   fmt::format("enforce_storage_engine is {}, and default_storage_engine another: "
+                               "no table can be made",
+                               engine),
+                   "start the server with the two alike", findings);
     }
 }
 
-void CheckBinaryLog(const Variables& variables, std::vector<CheckFinding>& findings) {
+void CheckBinaryLog(const Looked& at, std::vector<CheckFinding>& findings) {
+    const Variables& variables = at.variables;
     const std::string isolation =
         Get(variables, "transaction_isolation") + Get(variables, "tx_isolation");
     if (IsOn(variables, "log_bin") && IsOn(variables, "sql_log_bin") &&
         Get(variables, "binlog_format") == "STATEMENT" && isolation.starts_with("READ-") &&
         isolation.find("REPEATABLE") == std::string::npos) {
-        findings.push_back(SettingFinding(
-            "binlog_format is STATEMENT and the transaction isolation below REPEATABLE-READ: "
-            "InnoDB refuses to write",
-            "SET GLOBAL binlog_format = MIXED"));
+        AddSetting(at, {kWritesRows},
+                   "binlog_format is STATEMENT and the transaction isolation below "
+                   "REPEATABLE-READ: InnoDB refuses to write",
+                   "SET GLOBAL binlog_format = MIXED", findings);
     }
 }
 
@@ -287,10 +303,12 @@ void CheckPreparedStatements(host::Connection& connection, const Variables& vari
     }
     const std::int64_t used = std::stoll(rows->Get(1).ToText());
     if (std::stoll(most) - used < kNeeded) {
-        findings.push_back(SettingFinding(
-            fmt::format("max_prepared_stmt_count is {} with {} in use, and an upgrade needs {}",
-                        most, used, kNeeded),
-            "raise max_prepared_stmt_count on the server"));
+        // The list of the sites comes through the first of them, between the ladders.
+        findings.push_back(
+            {"tw_tarnwick", "site", "",
+             fmt::format("max_prepared_stmt_count is {} with {} in use, and an upgrade needs {}",
+                         most, used, kNeeded),
+             "raise max_prepared_stmt_count on the server"});
     }
 }
 
@@ -348,7 +366,7 @@ void CheckServer(const Session& session, const std::vector<PendingDatabase>& pen
     CheckSqlMode(at, findings);
     CheckReadOnly(at, findings);
     CheckTableSettings(at, findings);
-    CheckBinaryLog(variables, findings);
+    CheckBinaryLog(at, findings);
     CheckPreparedStatements(connection, variables, findings);
 }
 

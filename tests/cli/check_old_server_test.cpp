@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "cli/named_place.h"
 #include "cli/old_server.h"
 #include "cli/pending_run.h"
 #include "cli/sample_fixture.h"
@@ -287,10 +288,13 @@ TEST_F(CheckOldServer, FindsThatTheUserMayNotWrite) {
         arguments.insert(arguments.begin(), {"--socket", socket, "--user", "half"});
         return RunProgram(arguments);
     };
-    EXPECT_EQ(runAsHalf({"check", "--site", "1"}).out,
-              "read_only is ON, as on a replica: the user may write nothing; connect to the server "
-              "that is written to\n1 finding.\n");
-    EXPECT_THAT(runAsHalf({"upgrade-site", "1"}).err, HasSubstr("server error 1290 "));
+    const Outcome found = runAsHalf({"check", "--site", "1"});
+    EXPECT_THAT(found.out, HasSubstr(": read_only is ON, as on a replica: the user may write "
+                                     "nothing, so SiteSchemaStep_1_0262 fails; connect to the "
+                                     "server that is written to\n1 finding.\n"));
+    const Outcome failed = runAsHalf({"upgrade-site", "1"});
+    EXPECT_THAT(failed.err, HasSubstr("server error 1290 "));
+    ExpectFailedAtTheNamedPlace(found, failed);
     Execute("GRANT SUPER ON *.* TO 'half'@'localhost';");  // which is enough there
     EXPECT_EQ(runAsHalf({"check", "--site", "1"}).status, 0);
     EXPECT_EQ(runAsHalf({"upgrade-site", "1"}).status, 0);

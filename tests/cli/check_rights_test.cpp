@@ -6,6 +6,7 @@
 #include <set>
 
 #include "cli/installation_fixture.h"
+#include "cli/named_place.h"
 #include "sample/installation.h"
 #include "twupdate_host/mariadb_utility.h"
 
@@ -14,7 +15,6 @@ namespace {
 
 using testing::ContainsRegex;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 class CheckRights : public InstallationTest {
   protected:
@@ -40,13 +40,19 @@ class CheckRights : public InstallationTest {
         return RunProgram(arguments);
     }
 
-    static void ExpectFailure(const std::string& finding, const std::string& failure) {
+    /// @param rights  that are lacking in the database
+    static void ExpectFailure(const std::string& database, const std::string& rights,
+                              const std::string& failure) {
         const Outcome found = RunAsHalf({"check"});
         EXPECT_EQ(found.status, 3) << found.err;
-        EXPECT_THAT(found.out, StartsWith(finding + " TO 'half'@'localhost'\n1 finding.\n"));
+        EXPECT_THAT(found.out,
+                    ContainsRegex("^" + database + R"(\.\S+: the user lacks the right )" + rights +
+                                  "(, so \\w+ fails)?; GRANT " + rights + " ON `" + database +
+                                  R"(`\.\* TO 'half'@'localhost')" + "\n1 finding\\.\n$"));
         const Outcome failed = RunAsHalf({"upgrade"});
         EXPECT_EQ(failed.status, 1) << failed.out;
         EXPECT_THAT(failed.err, ContainsRegex(failure));
+        ExpectFailedAtTheNamedPlace(found, failed);
     }
 
     static void ExpectSuccess() {
@@ -73,8 +79,10 @@ class RightsOfTheLastVersions : public CheckRights {
             << right << " at " << version << "\n"
             << check.out << check.err << upgrade.out << upgrade.err;
         if (upgrade.status == 1) {
-            EXPECT_THAT(check.out, HasSubstr("tw_8: the user lacks the right " + right + "; "));
+            EXPECT_THAT(check.out,
+                        ContainsRegex("^tw_8[.].*: the user lacks the right " + right + ","));
             EXPECT_THAT(upgrade.err, HasSubstr(right + " command denied to user"));
+            ExpectFailedAtTheNamedPlace(check, upgrade);
         }
     }
 
@@ -193,8 +201,7 @@ TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
     for (const auto& [right, table] : some) {
         const std::string database = table.substr(0, table.find('.'));
         Revoke(right, table);
-        ExpectFailure(database + ": the user lacks the right " + right + "; GRANT " + right +
-                          " ON `" + database + "`.*",
+        ExpectFailure(database, right,
                       right + "[A-Z, ]* command denied to user .* for table .*" +
                           table.substr(table.find('.') + 1));
         grantUsed(table);
@@ -208,8 +215,7 @@ TEST_F(CheckRights, RightsOnColumnsDoNot) {
     Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
     Grant("SELECT, INSERT, DELETE, CREATE, ALTER", "tw_8.*");
     Grant("UPDATE(zoneid, elementid)", "tw_8.layoutzone");
-    ExpectFailure("tw_8: the user lacks the right UPDATE; GRANT UPDATE ON `tw_8`.*",
-                  "UPDATE command denied to user");
+    ExpectFailure("tw_8", "UPDATE", "UPDATE command denied to user");
 }
 
 TEST_F(CheckRights, WildcardsFitAsTheServerReadsThem) {
@@ -226,10 +232,7 @@ TEST_F(CheckRights, WildcardsFitAsTheServerReadsThem) {
     Grant("SELECT", "`tw_8`.*");
     Grant("INSERT, UPDATE, DELETE, CREATE, ALTER", "`tw%8`.*");
     // Of the two that fit, the one without % counts.
-    ExpectFailure(
-        "tw_8: the user lacks the right INSERT, UPDATE, DELETE, CREATE, ALTER; GRANT INSERT, "
-        "UPDATE, DELETE, CREATE, ALTER ON `tw_8`.*",
-        "command denied to user .*tw_8");
+    ExpectFailure("tw_8", "INSERT, UPDATE, DELETE, CREATE, ALTER", "command denied to user .*tw_8");
     Revoke("SELECT", "`tw_8`.*");
     Grant("SELECT", "`tw%8`.*");
     ExpectSuccess();
@@ -244,10 +247,7 @@ TEST_F(CheckRights, OfARoleAndThoseGrantedToItTheMostSpecialGrantCounts) {
     Execute("GRANT reader TO upgrader;");
     Execute("GRANT upgrader TO 'half'@'localhost';");
     Execute("SET DEFAULT ROLE upgrader FOR 'half'@'localhost';");
-    ExpectFailure(
-        "tw_8: the user lacks the right INSERT, UPDATE, DELETE, CREATE, ALTER; GRANT INSERT, "
-        "UPDATE, DELETE, CREATE, ALTER ON `tw_8`.*",
-        "command denied to user .*tw_8");
+    ExpectFailure("tw_8", "INSERT, UPDATE, DELETE, CREATE, ALTER", "command denied to user .*tw_8");
     Execute("GRANT SELECT ON `tw\\_8`.* TO 'half'@'localhost';");
     Execute("REVOKE reader FROM upgrader;");
     // The user's own grant does not hide the role's.
@@ -278,8 +278,7 @@ TEST_F(CheckRights, TheRightsOfTheAnonymousUserHideThoseOfTheUser) {
     Execute("CREATE OR REPLACE USER ''@'localhost';");
     Grant("ALL PRIVILEGES", "`tw\\_%`.*");
     Execute("GRANT SELECT, ALTER, CREATE, DELETE ON tw_8.* TO ''@'localhost';");
-    ExpectFailure("tw_8: the user lacks the right INSERT, UPDATE; GRANT INSERT, UPDATE ON `tw_8`.*",
-                  "(INSERT|UPDATE) command denied to user .*tw_8");
+    ExpectFailure("tw_8", "INSERT, UPDATE", "(INSERT|UPDATE) command denied to user .*tw_8");
     Execute("DROP USER ''@'localhost';");
 }
 
@@ -293,15 +292,11 @@ TEST_F(CheckRights, ADatabaseThatMayNotBeReadIsOneFinding) {
     Grant("ALL PRIVILEGES", "`tw\\_9`.*");
     Grant("ALL PRIVILEGES", "`tw\\_8`.*");
     // Of the logs not even that they are there.
-    ExpectFailure(
-        "tw_logs: the user lacks the right SELECT, ALTER; GRANT SELECT, ALTER ON `tw_logs`.*",
-        "Access denied for user .* to database 'tw_logs'");
+    ExpectFailure("tw_logs", "SELECT, ALTER", "Access denied for user .* to database 'tw_logs'");
     Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
     // Nor of the site.
     Revoke("ALL PRIVILEGES", "`tw\\_8`.*");
-    ExpectFailure("tw_8: the user lacks the right SELECT, " + rest + "; GRANT SELECT, " + rest +
-                      " ON `tw_8`.*",
-                  "(Access|command) denied (to|for) user .*tw_8");
+    ExpectFailure("tw_8", "SELECT, " + rest, "(Access|command) denied (to|for) user .*tw_8");
     // One table alone may not be read.
     Grant(rest, "`tw\\_8`.*");
     const auto tables = CliServer::Get().Root().Query(
@@ -310,8 +305,7 @@ TEST_F(CheckRights, ADatabaseThatMayNotBeReadIsOneFinding) {
     while (tables->Next()) {
         Grant("SELECT", "tw_8." + tables->Get(0).ToText());
     }
-    ExpectFailure("tw_8: the user lacks the right SELECT; GRANT SELECT ON `tw_8`.*",
-                  "SELECT command denied to user .*tw_8");
+    ExpectFailure("tw_8", "SELECT", "SELECT command denied to user .*tw_8");
 }
 
 TEST_F(CheckRights, ACentralDatabaseThatMayBeReadInPartIsOneFinding) {
@@ -326,8 +320,7 @@ TEST_F(CheckRights, ACentralDatabaseThatMayBeReadInPartIsOneFinding) {
         EXPECT_THAT(outcome.err, ContainsRegex("tw_tarnwick.site.*SELECT command denied to user"));
     }
     Grant("SELECT", "tw_tarnwick.site");
-    ExpectFailure("tw_tarnwick: the user lacks the right SELECT; GRANT SELECT ON `tw_tarnwick`.*",
-                  "SELECT command denied to user .*tw_tarnwick");
+    ExpectFailure("tw_tarnwick", "SELECT", "SELECT command denied to user .*tw_tarnwick");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "cli/installation_fixture.h"
+#include "cli/named_place.h"
 #include "cli/server_version.h"
 
 namespace twupdate::test {
@@ -94,7 +95,8 @@ TEST_F(CheckServer, LooksForThreadsWhereTheUserMayRead) {
     Execute("GRANT INSERT, UPDATE, DELETE, CREATE, DROP, ALTER ON tw_9.* TO 'half'@'localhost';");
     const GlobalSetting mode("sql_mode", "'ONLY_FULL_GROUP_BY'");
     EXPECT_EQ(RunAsHalf("check").out,
-              "tw_9: the user lacks the right SELECT; GRANT SELECT ON `tw_9`.* TO "
+              "tw_9.layoutzone: the user lacks the right SELECT, so SiteSchemaStep_1_0005 fails; "
+              "GRANT SELECT ON `tw_9`.* TO "
               "'half'@'localhost'\n"
               "tw_8.forum: sql_mode has ONLY_FULL_GROUP_BY, which refuses the count of the "
               "threads, so SiteContentStep_1_0037 fails; run with --sql-mode ''\n2 findings.\n");
@@ -106,8 +108,8 @@ TEST_F(CheckServer, FindsAnSqlModeWithoutEmptyDefaults) {
     MakeInstallation();
     const GlobalSetting mode("sql_mode", "'EMPTY_STRING_IS_NULL'");
     Finds(
-        "sql_mode has EMPTY_STRING_IS_NULL, with which no column takes the default ''; run with "
-        "--sql-mode ''");
+        "tw_tarnwick.installation: sql_mode has EMPTY_STRING_IS_NULL, with which no column takes "
+        "the default '', so ServerStep_1_0002 fails; run with --sql-mode ''");
     UpgradeFails("step ServerStep_1_0002: .*server error 1067");
     EXPECT_EQ(Run({"--sql-mode", "", "upgrade"}).status, 0);
 }
@@ -143,8 +145,8 @@ TEST_F(CheckServer, FindsThatNewTransactionsAreReadOnly) {
     MakeInstallation();
     const GlobalSetting setting("tx_read_only", "ON");
     Finds(
-        "new transactions are read-only: a session may write nothing; SET GLOBAL TRANSACTION READ "
-        "WRITE");
+        "tw_tarnwick.installation: new transactions are read-only: a session may write nothing, so "
+        "ServerStep_1_0002 fails; SET GLOBAL TRANSACTION READ WRITE");
     UpgradeFails("step ServerStep_1_0002: .*server error 1792");
     Execute("SET GLOBAL TRANSACTION READ WRITE;");
     Goes();
@@ -153,35 +155,47 @@ TEST_F(CheckServer, FindsThatNewTransactionsAreReadOnly) {
 TEST_F(CheckServer, FindsAServerThatIsReadOnlyForTheUser) {
     MakeInstallation();
     const GlobalSetting setting("read_only", "ON");
-    Goes();  // root may write nevertheless
-    Execute("UPDATE tw_tarnwick.installation SET version = 1.0000;");
+    EXPECT_EQ(Run({"check"}).status, 0);  // root may write nevertheless
     MakeUserHalf();
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
     Execute("GRANT SUPER ON *.* TO 'half'@'localhost';");  // not enough since 10.11
-    EXPECT_THAT(RunAsHalf("check").out,
-                HasSubstr("read_only is ON, as on a replica: the user may write nothing; connect "
-                          "to the server that is written to\n1 finding."));
-    EXPECT_THAT(RunAsHalf("upgrade").err, ContainsRegex("server error 1290 .*read-only"));
+    const Outcome found = RunAsHalf("check");
+    EXPECT_THAT(found.out,
+                HasSubstr("tw_tarnwick.installation: read_only is ON, as on a replica: the user "
+                          "may write nothing, so ServerStep_1_0002 fails; connect to the server "
+                          "that is written to\n1 finding."));
+    const Outcome failed = RunAsHalf("upgrade");
+    EXPECT_THAT(failed.err, ContainsRegex("server error 1290 .*read-only"));
+    ExpectFailedAtTheNamedPlace(found, failed);
     Execute("GRANT READ ONLY ADMIN ON *.* TO 'half'@'localhost';");
     EXPECT_EQ(RunAsHalf("check").status, 0);
     EXPECT_EQ(RunAsHalf("upgrade").status, 0);
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0000;");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
 }
 
 TEST_F(CheckServer, FindsThatEveryTableMustHaveAPrimaryKey) {
     MakeInstallation();
     const GlobalSetting setting("innodb_force_primary_key", "ON");
-    Finds("innodb_force_primary_key is ON: a table without a primary key");
+    Finds(
+        "tw_tarnwick.installation: innodb_force_primary_key is ON: a table without a primary key, "
+        "of which the installation has several, cannot be changed, so ServerStep_1_0002 fails; ");
     UpgradeFails("step ServerStep_1_0002: .*server error 1173");
 }
 
 TEST_F(CheckServer, FindsAnAlgorithmThatMayNotCopyATable) {
     MakeInstallation();
-    for (const std::string algorithm : {"INSTANT", "NOCOPY", "INPLACE"}) {
+    // 1.0039 adds an index; 1.0040 drops a primary key.
+    const std::vector<std::array<std::string, 3>> refused{
+        {"INSTANT", "domain", "ServerStep_1_0039"},
+        {"NOCOPY", "schedule", "ServerStep_1_0040"},
+        {"INPLACE", "schedule", "ServerStep_1_0040"}};
+    for (const auto& [algorithm, table, step] : refused) {
         const GlobalSetting setting("alter_algorithm", algorithm);
-        Finds("alter_algorithm is " + algorithm +
-              ": a change that needs a copy of the table is "
-              "refused; ");
-        UpgradeFails("ALTER TABLE .*server error 1846");
+        Finds("tw_tarnwick." + table + ": alter_algorithm is " + algorithm +
+              ": a change for which that is not enough is refused, so " + step + " fails; ");
+        UpgradeFails("step " + step + ": .*ALTER TABLE tw_tarnwick." + table +
+                     ".*server error 1846");
     }
     Goes();
 }
@@ -190,16 +204,16 @@ TEST_F(CheckServer, FindsAnEngineThatTheServerForces) {
     MakeInstallation();
     const GlobalSetting setting("enforce_storage_engine", "Aria");
     Finds(
-        "enforce_storage_engine is Aria, and default_storage_engine another: no table can be "
-        "made; ");
-    UpgradeFails("CREATE TABLE .*server error 1290");
+        "tw_tarnwick.schedule: enforce_storage_engine is Aria, and default_storage_engine another: "
+        "no table can be made, so ServerStep_1_0030 fails; ");
+    UpgradeFails("step ServerStep_1_0030: .*CREATE TABLE .*server error 1290");
 }
 
 TEST_F(CheckServer, FindsThatNoStatementsCanBePrepared) {
     MakeInstallation();
     const GlobalSetting setting("max_prepared_stmt_count", "0");
-    Finds("max_prepared_stmt_count is 0 with 0 in use, and an upgrade needs 9; ");
-    UpgradeFails("server error 1461");
+    Finds("tw_tarnwick.site: max_prepared_stmt_count is 0 with 0 in use, and an upgrade needs 9; ");
+    UpgradeFails("FROM tw_tarnwick.site .*server error 1461");
 }
 
 TEST_F(CheckServer, FindsABinaryLogThatCannotTakeTheStatements) {
@@ -207,9 +221,10 @@ TEST_F(CheckServer, FindsABinaryLogThatCannotTakeTheStatements) {
     const ServerOptions options({"--log-bin=binary", "--server-id=1", "--binlog-format=STATEMENT",
                                  "--transaction-isolation=READ-COMMITTED"});
     Finds(
-        "binlog_format is STATEMENT and the transaction isolation below REPEATABLE-READ: InnoDB "
-        "refuses to write; SET GLOBAL binlog_format = MIXED");
-    UpgradeFails("server error 1665");
+        "tw_tarnwick.account: binlog_format is STATEMENT and the transaction isolation below "
+        "REPEATABLE-READ: InnoDB refuses to write, so ServerStep_1_0035 fails; SET GLOBAL "
+        "binlog_format = MIXED");
+    UpgradeFails("step ServerStep_1_0035: .*server error 1665");
     Execute("SET GLOBAL binlog_format = MIXED;");
     DropLeftOver("tw_tarnwick.account");
     Goes();
@@ -218,8 +233,22 @@ TEST_F(CheckServer, FindsABinaryLogThatCannotTakeTheStatements) {
 TEST_F(CheckServer, FindsAServerThatWritesNoTable) {
     MakeInstallation();
     const ServerOptions options({"--innodb-read-only"});
-    Finds("innodb_read_only is ON: no table can be written; start the server without it");
+    Finds(
+        "tw_tarnwick.installation: innodb_read_only is ON: no table can be written, so "
+        "ServerStep_1_0002 fails; start the server without it");
     UpgradeFails("step ServerStep_1_0002: .*server error 1036");
+}
+
+// From 1.0261 on a site without features gets two tables and a few columns.
+TEST_F(CheckServer, PassesOverSettingsThatNoPendingStepMinds) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    MakeUpgradedSite(8, "1.0261");
+    const GlobalSetting algorithm("alter_algorithm", "INSTANT");
+    const GlobalSetting key("innodb_force_primary_key", "ON");
+    const Outcome outcome = Run({"check", "--site", "8"});
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    const Outcome upgrade = Run({"upgrade-site", "8"});
+    EXPECT_EQ(upgrade.status, 0) << upgrade.err;
 }
 
 // --- the version -------------------------------------------------------------------------------
@@ -256,7 +285,7 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
         {"tw_tarnwick", {"SELECT", "ALTER", "CREATE", "UPDATE", "DELETE", "INSERT"}},
         {"tw_logs", {"SELECT", "ALTER"}},
         {"tw_1", {"SELECT", "INSERT", "ALTER", "CREATE", "UPDATE", "DELETE"}},
-        {"tw_8", {"SELECT", "ALTER", "CREATE", "DROP", "UPDATE", "DELETE", "INSERT"}}};
+        {"tw_8", {"SELECT", "ALTER", "CREATE", "DROP", "UPDATE", "INSERT", "DELETE"}}};
     for (const auto& [database, list] : rights) {
         for (const std::string& right : list) {
             Execute("GRANT " + right + " ON `" + database + "`.* TO 'half'@'localhost';");
@@ -266,12 +295,16 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
         for (const std::string& right : list) {
             const std::string one = right + " ON `" + database + "`.*";
             Execute("REVOKE " + one + " FROM 'half'@'localhost';");
-            if (one != "SELECT ON `tw_tarnwick`.*") {  // without it nothing can be checked
-                EXPECT_EQ(RunAsHalf("check").out, database + ": the user lacks the right " + right +
-                                                      "; GRANT " + one +
-                                                      " TO 'half'@'localhost'\n1 finding.\n");
-            }
+            const Outcome found = RunAsHalf("check");
             const Outcome failed = RunAsHalf("upgrade");
+            if (one != "SELECT ON `tw_tarnwick`.*") {  // without it nothing can be checked
+                EXPECT_THAT(
+                    found.out,
+                    ContainsRegex("^" + database + R"(\.[a-z_0-9]+: the user lacks the right )" +
+                                  right + R"(, so \w+ fails; GRANT )" + right + " ON `" + database +
+                                  "`\\.\\* TO 'half'@'localhost'\n1 finding\\.\n$"));
+                ExpectFailedAtTheNamedPlace(found, failed);
+            }
             EXPECT_EQ(failed.status, 1) << one;
             EXPECT_THAT(failed.err, ContainsRegex("server error 1142 .*" + right +
                                                   " command denied .*" + database))
@@ -300,7 +333,7 @@ TEST_F(CheckServer, OneSiteAloneNeedsTheCentralDatabaseForItsVersion) {
         return RunProgram(command);
     };
     EXPECT_THAT(run({"check", "--site", "8"}).out,
-                HasSubstr("tw_tarnwick: the user lacks the right UPDATE; "));
+                HasSubstr("tw_tarnwick.site: the user lacks the right UPDATE; "));
     EXPECT_THAT(run({"upgrade-site", "8"}).err,
                 ContainsRegex("UPDATE tw_tarnwick.site SET version.*server error 1142"));
     Execute("GRANT UPDATE ON tw_tarnwick.* TO 'half'@'localhost';");
@@ -330,7 +363,8 @@ TEST_F(CheckServer, KnowsThatASpecialGrantHidesAGeneralOne) {
     EXPECT_EQ(RunAsHalf("check").status, 0);
     Execute("GRANT SELECT, INSERT, UPDATE, DELETE, CREATE ON tw_8.* TO 'half'@'localhost';");
     EXPECT_THAT(RunAsHalf("check").out,
-                HasSubstr("tw_8: the user lacks the right ALTER; GRANT ALTER ON "));
+                HasSubstr("tw_8.layoutzone: the user lacks the right ALTER, so "
+                          "SiteSchemaStep_1_0005 fails; GRANT ALTER ON "));
     EXPECT_THAT(RunAsHalf("upgrade").err,
                 ContainsRegex("database tw_8.*ALTER TABLE.*server error 1142"));
 }
