@@ -109,7 +109,9 @@ Field FieldOf(const std::string& type, Number octets, Number precision, Number s
     if (type == "decimal") {
         return {type, DecimalBytes(precision - scale) + DecimalBytes(scale), true};
     }
-    return {type, octets == 0 ? kLong : octets, type == "binary" || (type == "char" && !multiByte)};
+    const bool hasLength = type.ends_with("char") || type.ends_with("binary");
+    return {type, octets == 0 && !hasLength ? kLong : octets,
+            type == "binary" || (type == "char" && !multiByte)};
 }
 
 /// A column of the layout: "billingname VARCHAR(100) DEFAULT '' NOT NULL".

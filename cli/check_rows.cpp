@@ -24,6 +24,7 @@ enum class Kind {
     kFloat,      ///< converted to DOUBLE where it is FLOAT: takes no NULL
     kMoney,      ///< converted to DECIMAL(17,2) NOT NULL
     kFits,       ///< written to the target, which has a width and a character set
+    kCompared,   ///< a text that is compared with the target, in any sql_mode
     kHolds,      ///< a number that is written to the target, which has a type
     kCondition,  ///< `value` is the condition of a row that fails
 };
@@ -46,6 +47,10 @@ constexpr std::string_view kEncodesEmails = "SiteContentStep_1_0043";
 constexpr std::string_view kTreeLinks = "BINARY name LIKE 'span.TreeLink%'";
 constexpr std::string_view kHeadings =
     "BINARY name IN('.heading', '.subheading') AND overrideid <> 0";
+constexpr std::string_view kNewHeadings =
+    "BINARY name IN('.heading', '.subheading') AND overrideid <> 0 AND NOT EXISTS(SELECT 1 FROM "
+    "{0}.tag n WHERE n.overrideid = tag.overrideid AND BINARY n.name = IF(BINARY tag.name = "
+    "'.heading', 'h1', 'h2'))";
 constexpr std::string_view kOfAZone =
     "name LIKE '.LO%' AND EXISTS(SELECT 1 FROM {0}.layoutzone z WHERE BINARY name REGEXP "
     "CONCAT('^[.]LO(navlink|heading1|heading2|navdivider|zone)0*', z.zoneid, '([^0-9]|$)'))";
@@ -246,8 +251,8 @@ constexpr std::array kSiteRows{
     Place{"SiteContentStep_1_0009", "tag", "name", Kind::kFits, kTreeLinks, "tag.name",
           "REPLACE(name, 'span.TreeLink', 'div.twTreeNode span.SiteTreeLink[suffix]')"},
     Place{"SiteContentStep_1_0009", "tag", "tagid", Kind::kNumber, kTreeLinkThere},
-    Place{"SiteContentStep_1_0017", "tag", "tagid templateid", Kind::kNumber, kHeadings},
-    Place{"SiteContentStep_1_0017", "tag", "overrideid", Kind::kNumber, kHeadings},
+    Place{"SiteContentStep_1_0017", "tag", "tagid overrideid", Kind::kNumber, kHeadings},
+    Place{"SiteContentStep_1_0017", "tag", "templateid", Kind::kNumber, kNewHeadings},
     Place{"SiteContentStep_1_0017", "tag", "tagid", Kind::kNumber, kHeadingThere},
     Place{"SiteContentStep_1_0019", "text", "textid featureid", Kind::kNumber, "texttype = 22"},
     Place{"SiteContentStep_1_0026", "layoutelement", "name", Kind::kFits, "name = ''",
@@ -275,7 +280,8 @@ constexpr std::array kSiteRows{
     Place{"SiteContentStep_1_0054", "setting", "name", Kind::kText, kShopFlags},
     Place{"SiteContentStep_1_0054", "override", "overrideid", Kind::kNumber,
           "EXISTS(SELECT 1 FROM {0}.feature f WHERE f.featureid = override.featureid AND "
-          "f.componentid = 1000)"},
+          "f.componentid = 1000) AND NOT EXISTS(SELECT 1 FROM {0}.override p WHERE p.featureid = "
+          "override.featureid AND p.overrideid < override.overrideid)"},
     Place{"SiteContentStep_1_0054", "customerorder", "orderid", Kind::kNumber, kUnmergedOrders},
     Place{"SiteContentStep_1_0054", "customerorder",
           "billingaddress billingaddress1 billingaddress2 shippingaddress shippingaddress1 "
@@ -317,8 +323,10 @@ constexpr std::array kSiteRows{
           "EXISTS(SELECT 1 FROM {0}.form m WHERE m.formfeatureid = feature.featureid)", "", "",
           "form"},
     Place{"SiteContentStep_1_0091", "override", "overrideid", Kind::kNumber,
-          "EXISTS(SELECT 1 FROM {0}.form m WHERE m.formfeatureid = override.featureid)", "", "",
-          "form"},
+          "EXISTS(SELECT 1 FROM {0}.form m WHERE m.formfeatureid = override.featureid) AND NOT "
+          "EXISTS(SELECT 1 FROM {0}.override p WHERE p.featureid = override.featureid AND "
+          "p.overrideid < override.overrideid)",
+          "", "", "form"},
     Place{"SiteContentStep_1_0222", "feature", "featureid", Kind::kNumber, "componentid = 100"},
     Place{"SiteContentStep_1_0222", "text", "textid", Kind::kNumber, kLogInTexts},
     Place{"SiteContentStep_1_0223", "commission", "commissionid", Kind::kNumber, "orderid > 0"},
@@ -341,6 +349,8 @@ constexpr std::array kSiteRows{
           "BINARY name = 'canonical' AND EXISTS(SELECT 1 FROM {0}.override o WHERE o.overrideid = "
           "setting.overrideid)"},
     Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kFits, kCanonical,
+          "directurl.url"},
+    Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kCompared, kCanonical,
           "directurl.url"},
     Place{"SiteContentStep_1_0237", "setting", "string_value", Kind::kFits, kCanonicalInNavigation,
           "navigation.canonical"},
@@ -515,7 +525,13 @@ class RowChecks {
                 break;
             case Kind::kFits:
                 if (strict_ && !column.charset.empty()) {
-                    AddFit(place, name, column, tell);
+                    AddWidth(place, name, column, tell);
+                    AddCharset(place, name, column, tell);
+                }
+                break;
+            case Kind::kCompared:
+                if (!column.charset.empty()) {
+                    AddCharset(place, name, column, tell);
                 }
                 break;
             case Kind::kHolds:
@@ -575,10 +591,10 @@ class RowChecks {
     }
 
     template <typename TellOf>
-    void AddFit(const Place& place, const std::string& name, const StoredColumn& column,
-                const TellOf& tell) {
+    void AddWidth(const Place& place, const std::string& name, const StoredColumn& column,
+                  const TellOf& tell) const {
         const Target target = TargetOf(place, name);
-        const std::string value = place.value.empty() ? name : Filled(place.value, database_);
+        const std::string value = ValueOf(place, name);
         if (target.width && (!place.value.empty() || column.length.value_or(0) > *target.width)) {
             const std::string_view measure = target.inBytes ? "LENGTH" : "CHAR_LENGTH";
             std::string bad = fmt::format("{}({}) > {}", measure, value, *target.width);
@@ -596,16 +612,27 @@ class RowChecks {
                              target.inBytes ? "bytes" : "characters", target.name),
                  "shorten it");
         }
+    }
+
+    template <typename TellOf>
+    void AddCharset(const Place& place, const std::string& name, const StoredColumn& column,
+                    const TellOf& tell) const {
+        const Target target = TargetOf(place, name);
         if (target.charset != column.charset && target.charset != "utf8mb4") {
             const std::string bad = fmt::format(
                 "CONVERT(CONVERT({0} USING {1}) USING utf8mb4) <> BINARY "
                 "CONVERT({0} USING utf8mb4)",
-                value, target.charset);
+                ValueOf(place, name), target.charset);
             tell(bad,
                  fmt::format("{} has characters that {}, the character set of {}, lacks", name,
                              target.charset, target.name),
                  "replace them");
         }
+    }
+
+    /// What is written, as an expression.
+    std::string ValueOf(const Place& place, const std::string& name) const {
+        return place.value.empty() ? name : Filled(place.value, database_);
     }
 
     struct Target {
@@ -711,8 +738,11 @@ struct FormColumn {
     std::string column;
 };
 
-bool IsWholeNumber(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+/// What a step cannot read as a number of a form is a finding of its own.
+bool IsFormNumber(const std::string& text) {
+    constexpr std::string_view kLargest = "2147483647";
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
+           (text.size() < kLargest.size() || (text.size() == kLargest.size() && text <= kLargest));
 }
 
 /// The form columns of the fields that a condition selects; none when formfield cannot tell.
@@ -727,7 +757,7 @@ std::vector<FormColumn> FormColumns(host::Connection& connection, const std::str
         while (rows->Next()) {
             const std::string form = rows->Get(0).ToText();
             const std::string field = rows->Get(1).ToText();
-            if (IsWholeNumber(form) && IsWholeNumber(field)) {  // names go into statements
+            if (IsFormNumber(form) && IsFormNumber(field)) {  // names go into statements
                 columns.push_back({"form_" + form, "field_" + field});
             }
         }

@@ -51,13 +51,14 @@ constexpr std::array kComponentUses{
     ComponentUse{"SiteContentStep_1_0258", "2600"},
 };
 
-/// The components of a site's form pages; none when its tables cannot tell.
+/// The components of a site's form pages, but for those that cannot be read as a number, which are
+/// findings of their own; none when its tables cannot tell.
 std::vector<std::string> FormComponents(host::Connection& connection, const std::string& database) {
     return FirstColumn(
         connection,
         fmt::format("SELECT DISTINCT f.componentid FROM {0}.form m INNER JOIN {0}.feature f ON "
-                    "f.featureid = m.formfeatureid WHERE f.componentid IS NOT NULL ORDER BY "
-                    "f.componentid;",
+                    "f.featureid = m.formfeatureid WHERE f.componentid BETWEEN -2147483648 AND "
+                    "2147483647 ORDER BY f.componentid;",
                     database));
 }
 

@@ -101,6 +101,75 @@ Change Below(const std::string& table, const std::string& column, const std::str
             fmt::format("DELETE FROM tw_8.{0} WHERE {1} = {2}", table, column, number)};
 }
 
+/// A row in which one value stops a step.
+/// @param key      names the row, such as "tagid 5"
+/// @param set      the values of the row besides the key, as "column = value"
+/// @param problem  as check tells it of the column
+/// @param failure  of the step, a regular expression
+Change BadRow(const std::string& table, const std::string& key, const std::string& set,
+              const std::string& column, const std::string& problem, const std::string& step,
+              const std::string& failure) {
+    const auto blank = key.find(' ');
+    const std::string name = key.substr(0, blank) + " = " + key.substr(blank + 1);
+    return {
+        fmt::format("INSERT INTO tw_8.{} SET {}, {}", table, name, set),
+        fmt::format("{}: {} {} in 1 row ({}), so {} fails; ", table, column, problem, key, step),
+        fmt::format("step {}: .*{}", step, failure),
+        fmt::format("DELETE FROM tw_8.{} WHERE {}", table, name)};
+}
+
+/// The change with another cure.
+Change Cured(Change change, const std::string& cure) {
+    change.cure = cure;
+    return change;
+}
+
+/// A row with a number that is NULL, or beyond 32 bits.
+/// @param rest  of its values, as ", column = value"
+Change BadNumber(const std::string& table, const std::string& key, const std::string& column,
+                 const std::string& number, const std::string& rest, const std::string& step) {
+    const bool isNull = number == "NULL";
+    return BadRow(table, key, column + " = " + number + rest, column,
+                  isNull ? "is NULL where a number must be" : "does not fit a 32-bit integer", step,
+                  "column " + column + ": " + number +
+                      (isNull ? " where a number must be" : " does not fit"));
+}
+
+/// A row with a text that is NULL.
+Change NoText(const std::string& table, const std::string& key, const std::string& column,
+              const std::string& rest, const std::string& step) {
+    return BadRow(table, key, column + " = NULL" + rest, column, "is NULL where a text must be",
+                  step, "column " + column + ": NULL where a text must be");
+}
+
+/// A row with a number of single precision that is NULL. The conversion is cut in the middle.
+Change NoFloat(const std::string& table, const std::string& key, const std::string& column) {
+    Change change =
+        BadRow(table, key, column + " = NULL", column, "is NULL where a number must be",
+               "SiteSchemaStep_1_0035", "CAST\\(" + column + " AS BINARY\\).*server error 1048");
+    change.cure += "; ALTER TABLE tw_8." + table + " DROP COLUMN double_temp";
+    return change;
+}
+
+/// Rows with an amount that is NULL, and with one that is too large.
+Change NoAmount(const std::string& table, const std::string& key, const std::string& column) {
+    return BadRow(table, key, column + " = NULL", column, "is NULL where an amount must be",
+                  "SiteSchemaStep_1_0047", "server error 1265 .*'" + column + "'");
+}
+Change LargeAmount(const std::string& table, const std::string& key, const std::string& column) {
+    return BadRow(table, key, column + " = 2e15", column, "is no amount of at most 15 digits",
+                  "SiteSchemaStep_1_0047", "server error 1264 .*'" + column + "'");
+}
+
+/// A row with a character that the character set of the column which it comes to lacks.
+Change BadCharacter(const std::string& table, const std::string& key, const std::string& set,
+                    const std::string& column, const std::string& target, const std::string& step,
+                    int error = 1366) {
+    return BadRow(table, key, set, column,
+                  "has characters that latin1, the character set of " + target + ", lacks", step,
+                  "server error " + std::to_string(error));
+}
+
 /// A value of a row that is copied into a column that does not take it.
 /// @param problem  "is NULL where the step needs a value", and the like
 /// @param target   the column into which it is copied
@@ -153,6 +222,9 @@ std::string Setting(int overrideId, const std::string& name, const std::string& 
         "'{}', {})",
         type == "string" ? "string_value" : "integer_value", overrideId, name, type, value);
 }
+
+const std::string kNoValue = "is NULL where the step needs a value";
+const std::string kRange = "is out of the range of ";
 
 const std::vector<ChangedSite> kChangedSites{
     {"EveryTableWithAColumnWithoutADefault",
@@ -427,6 +499,348 @@ const std::vector<ChangedSite> kChangedSites{
        "SiteContentStep_1_0020 fails; ",
        "step SiteContentStep_1_0020: .*server error 167 .*'settingid'",
        "UPDATE tw_8.setting SET settingid = 1; ALTER TABLE tw_8.setting AUTO_INCREMENT = 1"}}},
+    {"FloatsThatAreNull",
+     "1.0000",
+     {"ALTER TABLE tw_8.navigation ADD COLUMN xmlmappriority FLOAT DEFAULT 0",
+      "ALTER TABLE tw_8.layoutzone ADD COLUMN startshowdelay FLOAT DEFAULT 0, ADD COLUMN "
+      "startfadein FLOAT DEFAULT 0, ADD COLUMN starthidedelay FLOAT DEFAULT 0, ADD COLUMN "
+      "startfadeout FLOAT DEFAULT 0",
+      "ALTER TABLE tw_8.commission MODIFY percentage FLOAT DEFAULT 0",
+      "ALTER TABLE tw_8.accesscodeaccount MODIFY associatepercentage FLOAT DEFAULT 0"},
+     {NoFloat("navigation", "navigationid 1", "xmlmappriority"),
+      NoFloat("layoutzone", "zoneid 1", "startshowdelay"),
+      NoFloat("layoutzone", "zoneid 2", "startfadein"),
+      NoFloat("layoutzone", "zoneid 3", "starthidedelay"),
+      NoFloat("layoutzone", "zoneid 4", "startfadeout"),
+      NoFloat("commission", "commissionid 1", "percentage"),
+      NoFloat("accesscodeaccount", "accesscodeid 1", "associatepercentage")}},
+    {"AmountsOfOrders",
+     "1.0000",
+     {"ALTER TABLE tw_8.formlink MODIFY productlinkprice FLOAT DEFAULT 0",
+      "ALTER TABLE tw_8.customerorder MODIFY grossamount FLOAT DEFAULT 0, MODIFY chargetotal "
+      "DOUBLE DEFAULT 0",
+      "ALTER TABLE tw_8.orderitem MODIFY price FLOAT DEFAULT 0",
+      "ALTER TABLE tw_8.orderpayment MODIFY amount FLOAT DEFAULT 0",
+      "CREATE TABLE tw_8.ordercharge LIKE tw_7.ordercharge",
+      "ALTER TABLE tw_8.ordercharge MODIFY chargeamount FLOAT DEFAULT 0"},
+     {NoAmount("formlink", "linkid 1", "productlinkprice"),
+      LargeAmount("formlink", "linkid 2", "productlinkprice"),
+      NoAmount("customerorder", "orderid 1", "grossamount"),
+      LargeAmount("customerorder", "orderid 2", "grossamount"),
+      NoAmount("customerorder", "orderid 3", "chargetotal"),
+      LargeAmount("customerorder", "orderid 4", "chargetotal"),
+      LargeAmount("orderitem", "itemid 1", "price"),
+      NoAmount("orderpayment", "paymentid 1", "amount"),
+      NoAmount("ordercharge", "orderid 1", "chargeamount"),
+      LargeAmount("ordercharge", "orderid 2", "chargeamount")}},
+    {"AmountsOfCharges",
+     "1.0000",
+     {"ALTER TABLE tw_8.chargeregion MODIFY price FLOAT DEFAULT 0",
+      "ALTER TABLE tw_8.chargeregionvalueband MODIFY bandstart FLOAT DEFAULT 0, MODIFY price FLOAT "
+      "DEFAULT 0",
+      "ALTER TABLE tw_8.commission MODIFY commission FLOAT DEFAULT 0"},
+     {NoAmount("chargeregion", "regionid 1", "price"),
+      LargeAmount("chargeregion", "regionid 2", "price"),
+      NoAmount("chargeregionvalueband", "bandid 1", "bandstart"),
+      LargeAmount("chargeregionvalueband", "bandid 2", "bandstart"),
+      NoAmount("chargeregionvalueband", "bandid 3", "price"),
+      LargeAmount("chargeregionvalueband", "bandid 4", "price"),
+      NoAmount("commission", "commissionid 1", "commission"),
+      LargeAmount("commission", "commissionid 2", "commission")}},
+    {"NumbersOfFormFieldsOfEveryType",
+     "1.0000",
+     {"ALTER TABLE tw_8.formfield MODIFY formfieldid BIGINT AUTO_INCREMENT NOT NULL, MODIFY "
+      "featureid BIGINT DEFAULT 0"},
+     {BadNumber("formfield", "formfieldid 1", "featureid", "NULL", ", type = 'float'",
+                "SiteSchemaStep_1_0035"),
+      BadNumber("formfield", "formfieldid 2", "featureid", "4294967296", ", type = 'float'",
+                "SiteSchemaStep_1_0035"),
+      BadNumber("formfield", "formfieldid 3", "featureid", "NULL", ", type = 'currency'",
+                "SiteSchemaStep_1_0047"),
+      BadNumber("formfield", "formfieldid 4", "featureid", "4294967296", ", type = 'currency'",
+                "SiteSchemaStep_1_0047"),
+      BadNumber("formfield", "formfieldid 5", "featureid", "NULL", ", type = 'multiformlink'",
+                "SiteSchemaStep_1_0075"),
+      BadNumber("formfield", "formfieldid 6", "featureid", "4294967296", ", type = 'formlink'",
+                "SiteSchemaStep_1_0075"),
+      BadNumber("formfield", "formfieldid 7", "featureid", "NULL", ", type = 'file'",
+                "SiteSchemaStep_1_0251"),
+      BadNumber("formfield", "formfieldid 8", "featureid", "NULL", ", type = 'memo'",
+                "SiteContentStep_1_0255"),
+      BadNumber("formfield", "formfieldid 9", "featureid", "4294967296", ", type = 'dhtml'",
+                "SiteContentStep_1_0255")}},
+    {"FormFieldsBeyond32Bits",
+     "1.0000",
+     {"ALTER TABLE tw_8.formfield MODIFY formfieldid BIGINT AUTO_INCREMENT NOT NULL"},
+     {BadRow("formfield", "formfieldid 4294967296", "type = 'float'", "formfieldid",
+             "does not fit a 32-bit integer", "SiteSchemaStep_1_0035",
+             "column formfieldid: 4294967296 does not fit"),
+      BadRow("formfield", "formfieldid 4294967297", "type = 'currency'", "formfieldid",
+             "does not fit a 32-bit integer", "SiteSchemaStep_1_0047",
+             "column formfieldid: 4294967297 does not fit"),
+      BadRow("formfield", "formfieldid 4294967298", "type = 'formlink'", "formfieldid",
+             "does not fit a 32-bit integer", "SiteSchemaStep_1_0075",
+             "column formfieldid: 4294967298 does not fit"),
+      BadRow("formfield", "formfieldid 4294967299", "type = 'image'", "formfieldid",
+             "does not fit a 32-bit integer", "SiteSchemaStep_1_0251",
+             "column formfieldid: 4294967299 does not fit")}},
+    {"ValuesOfFormsAndZones",
+     "1.0000",
+     {"ALTER TABLE tw_8.formfieldexpressionfield MODIFY suffix VARCHAR(255)",
+      "ALTER TABLE tw_8.formtemplatefield ADD COLUMN suffix VARCHAR(100)",
+      "ALTER TABLE tw_8.layoutzone MODIFY navfrom INT"},
+     {BadRow("formfieldexpressionfield", "expressionfieldid 1", "suffix = NULL", "suffix", kNoValue,
+             "SiteSchemaStep_1_0091", "server error 1048 .*'suffixlen'"),
+      BadRow("formtemplatefield", "formtemplatefieldid 1", "suffix = NULL", "suffix", kNoValue,
+             "SiteSchemaStep_1_0092", "server error 1048 .*'suffixlen'"),
+      BadRow("layoutzone", "zoneid 1", "navfrom = NULL", "navfrom", kNoValue,
+             "SiteContentStep_1_0005", "server error 1048 .*'navdepth'")}},
+    // The charges are taken by their sequence.
+    {"NumbersOfCharges",
+     "1.0000",
+     {"ALTER TABLE tw_8.charge MODIFY featureid BIGINT DEFAULT 0, MODIFY sequence BIGINT DEFAULT "
+      "0, ADD COLUMN password VARCHAR(20) DEFAULT ''"},
+     {BadNumber("charge", "chargeid 1", "sequence", "NULL", "", "SiteContentStep_1_0007"),
+      BadNumber("charge", "chargeid 2", "featureid", "NULL", ", sequence = 1",
+                "SiteContentStep_1_0007"),
+      BadNumber("charge", "chargeid 3", "featureid", "4294967296", ", sequence = 2",
+                "SiteContentStep_1_0007"),
+      NoText("charge", "chargeid 4", "password", ", sequence = 3", "SiteContentStep_1_0007"),
+      BadNumber("charge", "chargeid 5", "sequence", "4294967296", "", "SiteContentStep_1_0007")}},
+    {"NumbersOfTags",
+     "1.0000",
+     {"ALTER TABLE tw_8.tag MODIFY templateid BIGINT DEFAULT 0, MODIFY overrideid BIGINT DEFAULT "
+      "0, MODIFY cssid BIGINT DEFAULT 0, ADD COLUMN media BIGINT DEFAULT 0, ADD COLUMN subownerid "
+      "BIGINT DEFAULT 0",
+      "ALTER TABLE tw_8.layoutzone MODIFY zoneid BIGINT AUTO_INCREMENT NOT NULL, MODIFY elementid "
+      "BIGINT DEFAULT 0",
+      "INSERT INTO tw_8.layoutzone(zoneid) VALUES(12)",
+      // Its template is not asked for: the page has the heading.
+      "INSERT INTO tw_8.tag(tagid, name, overrideid, templateid) VALUES(1, 'h1', 7, 0), (2, "
+      "'.heading', 7, NULL)"},
+     {BadNumber("tag", "tagid 3", "templateid", "NULL", ", name = 'span.TreeLink'",
+                "SiteContentStep_1_0009"),
+      BadNumber("tag", "tagid 4", "templateid", "4294967296", ", name = 'span.TreeLink'",
+                "SiteContentStep_1_0009"),
+      BadNumber("tag", "tagid 5", "overrideid", "4294967296", ", name = 'span.TreeLink'",
+                "SiteContentStep_1_0009"),
+      BadNumber("tag", "tagid 6", "templateid", "4294967296", ", name = '.heading', overrideid = 3",
+                "SiteContentStep_1_0017"),
+      BadNumber("tag", "tagid 7", "overrideid", "4294967296", ", name = '.subheading'",
+                "SiteContentStep_1_0017"),
+      BadRow("layoutzone", "zoneid 4294967296", "elementid = 1", "zoneid",
+             "does not fit a 32-bit integer", "SiteContentStep_1_0061",
+             "column zoneid: 4294967296 does not fit"),
+      BadNumber("layoutzone", "zoneid 13", "elementid", "4294967296", "", "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 21", "templateid", "NULL", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 22", "templateid", "4294967296", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 23", "overrideid", "NULL", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 24", "overrideid", "4294967296", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 25", "cssid", "4294967296", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 26", "media", "NULL", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 27", "media", "4294967296", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 28", "subownerid", "NULL", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061"),
+      BadNumber("tag", "tagid 29", "subownerid", "4294967296", ", name = '.LOzone12 A'",
+                "SiteContentStep_1_0061")}},
+    {"ATagBeyond32Bits",
+     "1.0000",
+     {"ALTER TABLE tw_8.tag MODIFY tagid BIGINT AUTO_INCREMENT NOT NULL"},
+     {BadRow("tag", "tagid 4294967296", "name = '.LOother'", "tagid",
+             "does not fit a 32-bit integer", "SiteContentStep_1_0061",
+             "column tagid: 4294967296 does not fit")}},
+    {"NumbersOfLayouts",
+     "1.0000",
+     {kExplicitElements, "UPDATE tw_8.layoutelement SET name = 'a'",
+      "ALTER TABLE tw_8.setting MODIFY settingid BIGINT AUTO_INCREMENT NOT NULL, MODIFY overrideid "
+      "BIGINT DEFAULT 0",
+      "ALTER TABLE tw_8.override MODIFY overrideid BIGINT AUTO_INCREMENT NOT NULL, MODIFY "
+      "featureid BIGINT DEFAULT 0",
+      "ALTER TABLE tw_8.layoutelement MODIFY sequence BIGINT",
+      "ALTER TABLE tw_8.text MODIFY featureid BIGINT",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(5, 4294967296), (4294967296, 12)"},
+     {BadNumber("text", "textid 1", "featureid", "4294967296", ", texttype = 22",
+                "SiteContentStep_1_0019"),
+      BadNumber("layoutelement", "elementid 2", "sequence", "4294967296",
+                ", featureid = 12, name = 'b'", "SiteContentStep_1_0026"),
+      BadNumber("layoutelement", "elementid 3", "sequence", "NULL", ", featureid = 12, name = 'c'",
+                "SiteContentStep_1_0026"),
+      {"INSERT INTO tw_8.setting(settingid, overrideid, name, type) VALUES(20, 5, "
+       "'ExplicitLayoutElements', 'text')",
+       "override: featureid does not fit a 32-bit integer in 1 row (overrideid 5), so "
+       "SiteContentStep_1_0026 fails; ",
+       "step SiteContentStep_1_0026: .*column featureid: 4294967296 does not fit",
+       "DELETE FROM tw_8.setting WHERE settingid = 20"},
+      BadNumber("setting", "settingid 21", "overrideid", "4294967296",
+                ", name = 'ExplicitLayoutElements', type = 'text'", "SiteContentStep_1_0026"),
+      BadRow("setting", "settingid 4294967296",
+             "overrideid = 4, name = 'ExplicitLayoutElements', type = 'text'", "settingid",
+             "does not fit a 32-bit integer", "SiteContentStep_1_0026",
+             "column settingid: 4294967296 does not fit")}},
+    {"ValuesOfShopsAndOrders",
+     "1.0000",
+     {kShop, kShopOverride,
+      "INSERT INTO tw_8.feature(featureid, componentid) VALUES(16, 1000), (17, 1000)",
+      "ALTER TABLE tw_8.setting MODIFY integer_value BIGINT DEFAULT 0, MODIFY name VARCHAR(100)",
+      "ALTER TABLE tw_8.override MODIFY overrideid BIGINT AUTO_INCREMENT NOT NULL",
+      // Of several the first is taken.
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(17, 17), (4294967297, 17)",
+      "ALTER TABLE tw_8.customerorder MODIFY orderid BIGINT AUTO_INCREMENT NOT NULL, MODIFY "
+      "billingaddress VARCHAR(255) DEFAULT '', ADD COLUMN billingaddress1 VARCHAR(200) DEFAULT '', "
+      "ADD COLUMN billingaddress2 VARCHAR(100) DEFAULT '', MODIFY shippingaddress VARCHAR(255) "
+      "DEFAULT '', ADD COLUMN shippingaddress1 VARCHAR(200) DEFAULT '', ADD COLUMN "
+      "shippingaddress2 VARCHAR(100) DEFAULT ''",
+      "ALTER TABLE tw_8.security MODIFY userid BIGINT AUTO_INCREMENT NOT NULL, ADD COLUMN address1 "
+      "VARCHAR(200) DEFAULT '' NOT NULL, ADD COLUMN address2 VARCHAR(100) DEFAULT '' NOT NULL"},
+     {BadNumber("setting", "settingid 1", "integer_value", "4294967296",
+                ", overrideid = 9, name = 'ShowBillingName', type = 'boolean'",
+                "SiteContentStep_1_0054"),
+      NoText("setting", "settingid 2", "name", ", overrideid = 9, type = 'boolean'",
+             "SiteContentStep_1_0054"),
+      Cured(BadRow("override", "overrideid 4294967296", "featureid = 16", "overrideid",
+                   "does not fit a 32-bit integer", "SiteContentStep_1_0054",
+                   "column overrideid: 4294967296 does not fit"),
+            "UPDATE tw_8.override SET overrideid = 16 WHERE featureid = 16"),
+      NoText("customerorder", "orderid 1", "billingaddress", ", shippingaddress1 = 'a'",
+             "SiteContentStep_1_0054"),
+      NoText("customerorder", "orderid 2", "billingaddress1", ", shippingaddress1 = 'a'",
+             "SiteContentStep_1_0054"),
+      NoText("customerorder", "orderid 3", "billingaddress2", ", shippingaddress1 = 'a'",
+             "SiteContentStep_1_0054"),
+      NoText("customerorder", "orderid 4", "shippingaddress", ", billingaddress1 = 'a'",
+             "SiteContentStep_1_0054"),
+      NoText("customerorder", "orderid 5", "shippingaddress2", ", billingaddress1 = 'a'",
+             "SiteContentStep_1_0054"),
+      BadRow("customerorder", "orderid 6",
+             "billingaddress1 = REPEAT('x', 200), billingaddress2 = REPEAT('y', 54)",
+             "billingaddress1",
+             "becomes longer than the 255 characters of customerorder.billingaddress",
+             "SiteContentStep_1_0054", "server error 1406 .*'billingaddress'"),
+      BadRow("customerorder", "orderid 7",
+             "shippingaddress1 = REPEAT('x', 200), shippingaddress2 = REPEAT('y', 54)",
+             "shippingaddress1",
+             "becomes longer than the 255 characters of customerorder.shippingaddress",
+             "SiteContentStep_1_0054", "server error 1406 .*'shippingaddress'"),
+      BadRow("customerorder", "orderid 4294967296", "billingaddress1 = 'a'", "orderid",
+             "does not fit a 32-bit integer", "SiteContentStep_1_0054",
+             "column orderid: 4294967296 does not fit"),
+      BadRow("security", "userid 4294967296", "address1 = 'a'", "userid",
+             "does not fit a 32-bit integer", "SiteContentStep_1_0054",
+             "column userid: 4294967296 does not fit")}},
+    {"NumbersOfFormPages",
+     "1.0000",
+     {"INSERT INTO tw_8.form(formfeatureid) VALUES(7), (8)",
+      "ALTER TABLE tw_8.feature MODIFY componentid BIGINT DEFAULT 0",
+      "ALTER TABLE tw_8.override MODIFY overrideid BIGINT AUTO_INCREMENT NOT NULL, MODIFY "
+      "featureid BIGINT DEFAULT 0",
+      "ALTER TABLE tw_8.setting MODIFY settingid BIGINT AUTO_INCREMENT NOT NULL",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(1, 7), (5, 4294967296)"},
+     {Cured(BadRow("override", "overrideid 4294967296", "featureid = 8", "overrideid",
+                   "does not fit a 32-bit integer", "SiteContentStep_1_0091",
+                   "column overrideid: 4294967296 does not fit"),
+            "UPDATE tw_8.override SET overrideid = 8 WHERE featureid = 8"),
+      BadNumber("feature", "featureid 7", "componentid", "4294967296", "",
+                "SiteContentStep_1_0091"),
+      {"INSERT INTO tw_8.setting(settingid, overrideid, name, type, string_value) VALUES(20, 5, "
+       "'canonical', 'string', 'books')",
+       "override: featureid does not fit a 32-bit integer in 1 row (overrideid 5), so "
+       "SiteContentStep_1_0237 fails; ",
+       "step SiteContentStep_1_0237: .*column featureid: 4294967296 does not fit",
+       "DELETE FROM tw_8.setting WHERE settingid = 20"},
+      BadRow("setting", "settingid 4294967296",
+             "overrideid = 1, name = 'canonical', type = 'string', string_value = 'books'",
+             "settingid", "does not fit a 32-bit integer", "SiteContentStep_1_0237",
+             "column settingid: 4294967296 does not fit")}},
+    {"CharactersThatTheNextColumnLacks",
+     "1.0000",
+     {"CREATE TABLE tw_8.externallookupfeedparam LIKE tw_7.externallookupfeedparam",
+      "CREATE TABLE tw_8.chargegroup LIKE tw_7.chargegroup",
+      "CREATE TABLE tw_8.chargeoption LIKE tw_7.chargeoption",
+      "CREATE TABLE tw_8.featurenamevalue(id INT PRIMARY KEY, featureid INT DEFAULT 0, name "
+      "VARCHAR(255) DEFAULT '', value VARCHAR(255) DEFAULT '', sequence INT DEFAULT 0, type INT "
+      "DEFAULT 0) CHARACTER SET utf8mb4",
+      "ALTER TABLE tw_8.externallookupfeedparam CONVERT TO CHARACTER SET latin1",
+      "ALTER TABLE tw_8.chargegroup CONVERT TO CHARACTER SET latin1",
+      "ALTER TABLE tw_8.chargeoption CONVERT TO CHARACTER SET latin1",
+      "ALTER TABLE tw_8.charge CONVERT TO CHARACTER SET utf8mb4, ADD COLUMN password VARCHAR(20) "
+      "DEFAULT '' NOT NULL",
+      "ALTER TABLE tw_8.formfield ADD COLUMN blankoptiontext VARCHAR(255) CHARACTER SET latin1 "
+      "DEFAULT '' NOT NULL",
+      "ALTER TABLE tw_8.directurl CONVERT TO CHARACTER SET latin1",
+      "ALTER TABLE tw_8.navigation CONVERT TO CHARACTER SET latin1",
+      "ALTER TABLE tw_8.customerorder MODIFY billingaddress VARCHAR(255) CHARACTER SET latin1 "
+      "DEFAULT '' NOT NULL, MODIFY shippingaddress VARCHAR(255) CHARACTER SET latin1 DEFAULT '' "
+      "NOT "
+      "NULL, ADD COLUMN billingaddress1 VARCHAR(200) DEFAULT '' NOT NULL, ADD COLUMN "
+      "billingaddress2 VARCHAR(200) DEFAULT '' NOT NULL, ADD COLUMN shippingaddress1 VARCHAR(200) "
+      "DEFAULT '' NOT NULL, ADD COLUMN shippingaddress2 VARCHAR(200) DEFAULT '' NOT NULL",
+      "ALTER TABLE tw_8.security MODIFY address VARCHAR(255) CHARACTER SET latin1 DEFAULT '' NOT "
+      "NULL, ADD COLUMN address1 VARCHAR(200) DEFAULT '' NOT NULL, ADD COLUMN address2 "
+      "VARCHAR(200) DEFAULT '' NOT NULL",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40), (10, 41)",
+      "INSERT INTO tw_8.navigation(navigationid, featureid) VALUES(1, 41)"},
+     {BadCharacter("featurenamevalue", "id 1", "name = '\xE2\x86\x92'", "name",
+                   "externallookupfeedparam.name", "SiteSchemaStep_1_0233"),
+      BadCharacter("featurenamevalue", "id 2", "value = '\xE2\x86\x92'", "value",
+                   "externallookupfeedparam.textvalue", "SiteSchemaStep_1_0233"),
+      BadCharacter("externallookupfeedfield", "fieldid 1", "requestparamname = '\xE2\x86\x92'",
+                   "requestparamname", "externallookupfeedparam.name", "SiteSchemaStep_1_0233"),
+      BadCharacter("formfield", "formfieldid 1", "defaultvalue = '\xE2\x86\x92'", "defaultvalue",
+                   "formfield.blankoptiontext", "SiteContentStep_1_0003"),
+      BadCharacter("charge", "chargeid 1", "name = '\xE2\x86\x92'", "name", "chargegroup.name",
+                   "SiteContentStep_1_0007"),
+      BadCharacter("charge", "chargeid 2", "password = '\xE2\x86\x92'", "password",
+                   "chargeoption.password", "SiteContentStep_1_0007"),
+      BadCharacter("customerorder", "orderid 1", "billingaddress1 = '\xE2\x86\x92'",
+                   "billingaddress1", "customerorder.billingaddress", "SiteContentStep_1_0054"),
+      BadCharacter("customerorder", "orderid 2", "shippingaddress1 = '\xE2\x86\x92'",
+                   "shippingaddress1", "customerorder.shippingaddress", "SiteContentStep_1_0054"),
+      BadCharacter("security", "userid 1", "address1 = '\xE2\x86\x92'", "address1",
+                   "security.address", "SiteContentStep_1_0054")}},
+    {"ADirectUrlWhoseCharactersTheColumnLacks",
+     "1.0000",
+     {"ALTER TABLE tw_8.directurl CONVERT TO CHARACTER SET latin1",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40)"},
+     {BadCharacter(
+         "setting", "settingid 1",
+         "overrideid = 9, name = 'canonical', type = 'string', string_value = '\xE2\x86\x92'",
+         "string_value", "directurl.url", "SiteContentStep_1_0237", 1267)}},
+    {"ANavigationWhoseCharactersTheColumnLacks",
+     "1.0000",
+     {"ALTER TABLE tw_8.navigation CONVERT TO CHARACTER SET latin1",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40)",
+      "INSERT INTO tw_8.navigation(navigationid, featureid) VALUES(1, 40)"},
+     {BadCharacter(
+         "setting", "settingid 1",
+         "overrideid = 9, name = 'canonical', type = 'string', string_value = '\xE2\x86\x92'",
+         "string_value", "navigation.canonical", "SiteContentStep_1_0237")}},
+    {"ADefaultValueWhoseCharactersTheTableLacks",
+     "1.0000",
+     {"ALTER TABLE tw_8.formfield DEFAULT CHARACTER SET latin1",
+      "ALTER TABLE tw_8.formfield MODIFY defaultvalue VARCHAR(255) CHARACTER SET utf8mb4 DEFAULT "
+      "'' NOT NULL, ADD COLUMN blankoptiontext VARCHAR(255) CHARACTER SET utf8mb4 DEFAULT '' NOT "
+      "NULL"},
+     {BadCharacter("formfield", "formfieldid 1", "defaultvalue = '\xE2\x86\x92'", "defaultvalue",
+                   "formfield.defaultvalue", "SiteSchemaStep_1_0233")}},
+    {"ADirectUrlCharacterThatTheColumnHasNoRoomFor",
+     "1.0000",
+     {"ALTER TABLE tw_8.formfield ADD COLUMN directurlreplacementchar CHAR(0) DEFAULT '' NOT NULL",
+      "INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40)",
+      "INSERT INTO tw_8.formfield(formfieldid, featureid) VALUES(1, 40)"},
+     {BadRow("setting", "settingid 1",
+             "overrideid = 9, name = 'DirectURLReplacementChar', type = 'string', string_value = "
+             "'_'",
+             "string_value",
+             "becomes longer than the 0 characters of "
+             "formfield.directurlreplacementchar",
+             "SiteContentStep_1_0237", "server error 1406")}},
 };
 
 /// A row of featurenamevalue, as featureid, name, value and sequence, that the copy of its type
@@ -480,9 +894,6 @@ Change EmbedNumber(int id, const std::string& column, const std::string& number)
                         isNull ? "NULL where a number must be" : number + " does not fit"),
             fmt::format("DELETE FROM tw_8.textembed WHERE embedid = {}", id)};
 }
-
-const std::string kNoValue = "is NULL where the step needs a value";
-const std::string kRange = "is out of the range of ";
 
 // Of these an ordinary run takes all.
 const std::vector<ChangedSite> kCutAndCopiedSites{
@@ -684,6 +1095,24 @@ TEST_F(CheckChanges, AModeThatIsNotStrictTakesThem) {
     EXPECT_EQ(clean.status, 0) << clean.out;
     const Outcome done = Run({"--sql-mode", "", "upgrade"});
     EXPECT_EQ(done.status, 0) << done.err;
+}
+
+// The address is compared with the column before it is written.
+TEST_F(CheckChanges, NoModeTakesADirectUrlWhoseCharactersTheColumnLacks) {
+    MakeCentralDatabase();
+    MakeSite(8);
+    Execute("ALTER TABLE tw_8.directurl CONVERT TO CHARACTER SET latin1;");
+    Execute("INSERT INTO tw_8.override(overrideid, featureid) VALUES(9, 40);");
+    const Change change = BadCharacter(
+        "setting", "settingid 1",
+        "overrideid = 9, name = 'canonical', type = 'string', string_value = '\xE2\x86\x92'",
+        "string_value", "directurl.url", "SiteContentStep_1_0237", 1267);
+    ExecuteFor(8, change.make);
+    EXPECT_THAT(Run({"--sql-mode", "", "check"}).out, StartsWith("tw_8." + change.finding));
+    EXPECT_THAT(Run({"--sql-mode", "", "upgrade"}).err, ContainsRegex(change.failure));
+    ExecuteFor(8, change.cure);
+    EXPECT_EQ(Run({"--sql-mode", "", "check"}).status, 0);
+    EXPECT_EQ(Run({"--sql-mode", "", "upgrade"}).status, 0);
 }
 
 TEST_F(CheckChanges, TheDomainsOfTheRootSite) {

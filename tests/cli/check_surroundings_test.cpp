@@ -64,19 +64,50 @@ class CheckSurroundings : public InstallationTest {
     }
 };
 
-TEST_F(CheckSurroundings, FindsAmountsThatTheCentralDatabaseCannotConvert) {
-    ExecuteAll({"ALTER TABLE tw_tarnwick.accountinvoice MODIFY tax DOUBLE",
-                "INSERT INTO tw_tarnwick.accountinvoice(accountinvoiceid, tax) VALUES(5, NULL)"});
-    ExpectFailure(
-        "tw_tarnwick.accountinvoice: tax is NULL where an amount must be in 1 row "
-        "(accountinvoiceid 5), so ServerStep_1_0047 fails; ",
-        "step ServerStep_1_0047: .*server error 1265");
-    ExecuteAll({"UPDATE tw_tarnwick.accountinvoice SET tax = 1e15"});
-    ExpectFailure(
-        "tw_tarnwick.accountinvoice: tax is no amount of at most 15 digits in 1 row "
-        "(accountinvoiceid 5), so ServerStep_1_0047 fails; ",
-        "step ServerStep_1_0047: .*server error 1264");
-    ExecuteAll({"UPDATE tw_tarnwick.accountinvoice SET tax = 1e14"});
+TEST_F(CheckSurroundings, FindsEveryAmountThatTheCentralDatabaseCannotConvert) {
+    // In the order in which the step converts them.
+    const std::vector<std::pair<std::string, std::string>> amounts{
+        {"account", "creditlimit"},
+        {"account", "suggestedpayment"},
+        {"account", "currentbalance"},
+        {"account", "futurebalance"},
+        {"account", "pendingbalance"},
+        {"accountinvoice", "amount"},
+        {"accountinvoice", "tax"},
+        {"accountpayment", "amount"},
+        {"chargingplan", "startupcharge"},
+        {"chargingplan", "creditlimit"},
+        {"chargingplan", "monthlyfixedcharge"},
+        {"chargingplanusageband", "unitprice"}};
+    for (const char* table :
+         {"account", "accountinvoice", "accountpayment", "chargingplan", "chargingplanusageband"}) {
+        Execute(std::string("INSERT INTO tw_tarnwick.") + table + "() VALUES();");
+    }
+    for (const auto& [value, problem, error] :
+         {std::tuple("NULL", "is NULL where an amount must be", "1265"),
+          std::tuple("1e15", "is no amount of at most 15 digits", "1264")}) {
+        for (const auto& [table, column] : amounts) {
+            // The step has made the columns NOT NULL.
+            Execute("ALTER TABLE tw_tarnwick." + table + " MODIFY " + column + " DOUBLE;");
+            Execute("UPDATE tw_tarnwick." + table + " SET " + column + " = " + value + ";");
+        }
+        const Outcome found = RunHere({"check"});
+        EXPECT_THAT(found.out, EndsWith(fmt::format("\n{} findings.\n", amounts.size())));
+        for (const auto& [table, column] : amounts) {
+            SCOPED_TRACE(table + "." + column);
+            EXPECT_THAT(found.out,
+                        ContainsRegex("tw_tarnwick." + table + ": " + column + " " + problem +
+                                      " in 1 row .*, so ServerStep_1_0047 "
+                                      "fails; "));
+            const Outcome failed = RunHere({"upgrade"});
+            EXPECT_EQ(failed.status, 1) << failed.out;
+            EXPECT_THAT(failed.err,
+                        ContainsRegex("step ServerStep_1_0047: ALTER TABLE tw_tarnwick." + table +
+                                      " .*server error " + error + " .*'" + column + "'"));
+            Execute("UPDATE tw_tarnwick." + table + " SET " + column + " = 0;");
+        }
+    }
+    Execute("UPDATE tw_tarnwick.chargingplanusageband SET unitprice = 1e14;");
     ExpectSuccess();
 }
 
@@ -298,6 +329,28 @@ TEST_F(CheckSurroundings, FindsWhatThePaymentsOfCommissionsNeed) {
                           "step SiteContentStep_1_0223: .*server error 1054");
             ExecuteAll({"DROP TABLE " + whole, "RENAME TABLE tw_tarnwick.kept TO " + whole});
         }
+    }
+    // An affiliate's commission and its payment.
+    ExecuteAll(
+        {"ALTER TABLE tw_tarnwick.account MODIFY userid BIGINT",
+         "INSERT INTO tw_tarnwick.account(accountid, siteid, userid) VALUES(4, 8, 6), (5, 8, "
+         "4294967296)",
+         "INSERT INTO tw_tarnwick.accountpayment(accountid, amount) VALUES(4, 20), (5, 30)",
+         "ALTER TABLE tw_8.commission MODIFY orderid BIGINT DEFAULT 0 NOT NULL, MODIFY userid "
+         "BIGINT DEFAULT 0 NOT NULL"});
+    const std::vector<std::pair<std::string, std::string>> commissions{
+        {"orderid", "4294967296, 6, 20"}, {"userid", "7, 4294967296, 30"}};
+    for (const auto& [column, values] : commissions) {
+        ExecuteAll(
+            {"INSERT INTO tw_8.commission(commissionid, orderid, userid, commission) "
+             "VALUES(9, " +
+             values + ")"});
+        ExpectFailure(
+            "tw_8.commission: " + column +
+                " does not fit a 32-bit integer in 1 row (commissionid 9), so "
+                "SiteContentStep_1_0223 fails; mend it",
+            "step SiteContentStep_1_0223: column " + column + ": 4294967296 does not fit");
+        ExecuteAll({"DELETE FROM tw_8.commission WHERE commissionid = 9"});
     }
     ExpectSuccess();
 }
