@@ -15,6 +15,9 @@
 namespace twupdate::cli {
 namespace {
 
+constexpr const char* kExists =
+    "The central database tw_tarnwick exists already; nothing was done.";
+
 /// What tells a central database whose creation was cut or failed from a finished one; empty when
 /// it is finished. One that ladders still have to bring up to date is not looked at.
 std::string Unfinished(const Session& session, const std::filesystem::path& installFolder) {
@@ -57,11 +60,11 @@ void RefuseUnfinished(const Session& session, const std::filesystem::path& insta
 
 int CreateCore(const GlobalOptions& options, Console& console) {
     const auto installFolder = InstallFolderWithData(options);
-    Session session(options);
+    Session session(options, DataFolder::kAnyOrNew);
     const RunLock lock(session, options);
     if (Installation(session.Own()).HasDatabase("tw_tarnwick")) {
         RefuseUnfinished(session, installFolder);
-        console.Say("The central database tw_tarnwick exists already; nothing was done.");
+        console.Say(kExists);
         console.Result(
             {{"command", "create-core"}, {"result", "nothing to do"}, {"created", false}});
         return kDone;
@@ -71,7 +74,11 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     run.start.version = kCurrentVersion;
     run.result["created"] = false;
     run.operation = [&](Update& update, Utility& /*host*/) {
-        update.CreateCoreDb();
+        if (update.CreateCoreDb() == kFalse) {  // somebody has made it since
+            run.result["result"] = "nothing to do";
+            console.Say(kExists);
+            return;
+        }
         run.result["created"] = true;
         console.Say(fmt::format("Central database tw_tarnwick created at version {}.",
                                 VersionText(kCurrentVersion)));

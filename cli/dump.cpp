@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
 #include "cli/child_process.h"
@@ -106,8 +105,6 @@ std::string ClientOptionFile::Argument() const {
 
 void DumpDatabase(const ClientOptionFile& client, const std::string& database,
                   const fs::path& file) {
-    // A program that reads no more is told by its status, not by a signal to this one.
-    std::signal(SIGPIPE, SIG_IGN);
     const fs::path part = file.string() + ".part";
     Descriptor target(open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     if (target.Get() < 0) {
@@ -182,7 +179,6 @@ void LoadDump(const ClientOptionFile& client, const fs::path& file, const std::s
     ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
     ChildProcess load({"mariadb", client.Argument(), "--default-character-set=utf8mb4"},
                       loaded.out.Get(), -1);
-    std::signal(SIGPIPE, SIG_IGN);  // a client that reads no more is told by its status
     unpacked.in.Close();
     loaded.out.Close();
     // What stands before the database's first statement: some lines of the head.

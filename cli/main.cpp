@@ -1,3 +1,4 @@
+#include <csignal>
 #include <exception>
 
 #include "cli/console.h"
@@ -10,6 +11,8 @@ namespace twupdate::cli {
 namespace {
 
 int Main(int argc, char** argv) {
+    // A program that reads no more is told by its status, and must not end a run half-way.
+    std::signal(SIGPIPE, SIG_IGN);
     Invocation invocation;
     int status = kDone;
     if (!Parse(argc, argv, invocation, status)) {

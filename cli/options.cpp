@@ -95,6 +95,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         app.add_option("--datadir", options.datadir,
                        "Start a private server on this folder for the time of the command")
             ->type_name("DIR")
+            ->check(NotEmpty)
             ->group(kServerGroup);
     for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
                               "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {

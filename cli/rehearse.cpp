@@ -313,7 +313,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     const GlobalOptions copyOptions =
         OptionsForTheCopy(options, arguments.workdir, *source.GetConnection());
     MakeComponentFolder(options, copyOptions.installFolder);
-    Session copy(copyOptions);
+    Session copy(copyOptions, DataFolder::kAnyOrNew);
     std::vector<std::string> databases{"tw_tarnwick"};
     if (installation.HasDatabase("tw_logs")) {
         databases.emplace_back("tw_logs");

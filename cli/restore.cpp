@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <map>
 #include <memory>
 #include <optional>
 #include <regex>
@@ -14,6 +13,7 @@
 #include "cli/commands.h"
 #include "cli/dump.h"
 #include "cli/failure.h"
+#include "cli/kept_versions.h"
 #include "cli/restore_mark.h"
 #include "cli/run_lock.h"
 #include "cli/session.h"
@@ -24,6 +24,10 @@ namespace twupdate::cli {
 namespace {
 
 namespace fs = std::filesystem;
+
+bool Contains(const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
 
 constexpr const char* kCentral = "tw_tarnwick";
 
@@ -111,8 +115,6 @@ void RequireRightsFor(const DumpContents& contents, host::Connection& connection
     }
 }
 
-using SiteVersions = std::map<std::int64_t, double>;
-
 /// The versions that the dumped sites have to have again, where the central database does not come
 /// back with them.
 SiteVersions VersionsToRecord(const fs::path& folder, const std::vector<std::string>& databases) {
@@ -139,15 +141,15 @@ void Record(host::Connection& connection, const SiteVersions& versions) {
     }
 }
 
-/// The versions of the sites whose databases stay as they are; none where the central database is
-/// not whole.
-SiteVersions VersionsOfOthers(const Session& session, const std::vector<std::string>& databases) {
+/// The versions of the sites whose databases stay as they are; nothing where the central database
+/// is not whole.
+std::optional<SiteVersions> VersionsOfOthers(const Session& session,
+                                             const std::vector<std::string>& databases) {
     SiteVersions versions;
     try {
         for (const SiteRow& site : Installation(session.Own()).Sites()) {
             const std::string database = fmt::format("tw_{}", site.siteId);
-            if (site.version &&
-                std::find(databases.begin(), databases.end(), database) == databases.end()) {
+            if (site.version && !Contains(databases, database)) {
                 versions[site.siteId] = *site.version;
             }
         }
@@ -155,14 +157,28 @@ SiteVersions VersionsOfOthers(const Session& session, const std::vector<std::str
         if (!IsMissing(error)) {
             throw;
         }
+        return std::nullopt;
     }
     return versions;
 }
 
-/// A central database that comes back has old versions of sites that do not come back with it.
-void KeepVersions(const Session& session, const std::vector<std::string>& databases,
+/// The same, before the central database is dropped. Once a restore of these databases was cut,
+/// the central database may have come back with old versions already.
+SiteVersions VersionsToKeep(const Session& session, const fs::path& folder,
+                            const std::vector<std::string>& databases) {
+    const auto marked = MarkedForRestore(*session.Own());
+    const bool wasCut = std::any_of(marked.begin(), marked.end(), [&](const std::string& name) {
+        return Contains(databases, name);
+    });
+    const auto now = VersionsOfOthers(session, databases);
+    const auto kept = wasCut || !now ? KeptVersions(folder) : std::nullopt;
+    return kept ? *kept : now.value_or(SiteVersions());
+}
+
+/// A central database that has come back has old versions of sites that do not come back with it.
+void RecordOthers(const Session& session, const std::vector<std::string>& databases,
                   SiteVersions versions, Console& console) {
-    const SiteVersions now = VersionsOfOthers(session, databases);
+    const SiteVersions now = VersionsOfOthers(session, databases).value_or(SiteVersions());
     std::erase_if(versions, [&](const auto& site) {
         const auto found = now.find(site.first);
         return found == now.end() || found->second == site.second;
@@ -201,25 +217,33 @@ int Restore(const GlobalOptions& options, Console& console, const fs::path& fold
     RequireTableRights(connection, databases);
     const RunLock lock(session, options);
     const ClientOptionFile client(session, options);
-    const bool central = std::find(databases.begin(), databases.end(), kCentral) != databases.end();
+    const bool central = Contains(databases, kCentral);
     SiteVersions versions;
-    if (!central && Installation(session.Own()).HasDatabase(kCentral)) {
+    SiteVersions others;
+    if (central) {
+        others = VersionsToKeep(session, folder, databases);
+    } else if (Installation(session.Own()).HasDatabase(kCentral)) {
         versions = VersionsToRecord(folder, databases);
     }
+    RequireRight((versions.empty() && others.empty()) || HasRight(connection, kCentral, "UPDATE"),
+                 kCentral, "UPDATE", ", which sets the versions of sites");
     for (const std::string& database : databases) {  // all of them, before the first is put back
         RequireRightsFor(CheckDump(DumpFile(folder, database), database), connection, database);
+    }
+    if (!others.empty()) {
+        KeepVersions(folder, others);
     }
     for (const std::string& database : databases) {
         MarkForRestore(connection, database);
     }
     Record(connection, versions);  // before the drop: no old layout stands under a new version
-    const SiteVersions others = VersionsOfOthers(session, databases);
     for (const std::string& database : databases) {
         PutBack(client, folder, database);
         console.Say(fmt::format("{}: put back", database));
     }
     if (central) {
-        KeepVersions(session, databases, others, console);
+        RecordOthers(session, databases, others, console);
+        RemoveKeptVersions(folder);  // before the marks, by which a later restore would take it
     }
     for (const std::string& database : databases) {
         RemoveRestoreMark(connection, database);

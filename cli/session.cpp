@@ -51,14 +51,23 @@ host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
     return connect;
 }
 
-std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder) {
+std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder, DataFolder kind) {
     if (folder.empty()) {
         return nullptr;
     }
     host::PrivateServerOptions options;
+    options.initialise = kind == DataFolder::kAnyOrNew;
     // The whole word list goes out in one statement.
     options.serverOptions = {"--max-allowed-packet=1G"};
-    return std::make_unique<host::PrivateServer>(folder, options);
+    try {
+        return std::make_unique<host::PrivateServer>(folder, options);
+    } catch (const host::NoServerDataError& error) {
+        throw CommandError(
+            options.initialise
+                ? error.what()
+                : fmt::format("{}; create-core makes a new server there", error.what()),
+            kWrongUse);
+    }
 }
 
 fs::path ProgramFolder() {
@@ -69,9 +78,11 @@ fs::path ProgramFolder() {
 
 }  // namespace
 
-Session::Session(const GlobalOptions& options)
+Session::Session(const GlobalOptions& options) : Session(options, DataFolder::kWithData) {}
+
+Session::Session(const GlobalOptions& options, DataFolder folder)
     : options_(options),
-      server_(StartPrivateServer(options.datadir)),
+      server_(StartPrivateServer(options.datadir, folder)),
       connectOptions_(server_ ? server_->ConnectOptions() : ConnectionOptionsFrom(options)) {
     connectOptions_.charset = options.charset;
     connectOptions_.sqlMode = options.sqlMode;

@@ -23,6 +23,12 @@ struct ServiceCounts {
     std::string log;  ///< where they are recorded; empty when nowhere
 };
 
+/// What --datadir may name.
+enum class DataFolder : std::uint8_t {
+    kWithData,  ///< a server's data folder
+    kAnyOrNew,  ///< a missing or empty one too, in which a server's data is then made
+};
+
 /// The server and the host for the time of one command: the private server when one is asked for,
 /// the connection, and the host's objects.
 class Session {
@@ -30,6 +36,7 @@ class Session {
     /// Starts and connects.
     /// @throws CommandError, host::PrivateServerError
     explicit Session(const GlobalOptions& options);
+    Session(const GlobalOptions& options, DataFolder folder);
 
     /// For the program's own queries. Nobody watches them.
     std::shared_ptr<Utility> Own() const { return own_; }

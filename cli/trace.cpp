@@ -17,8 +17,24 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Why the file cannot be written, once the folders that are missing are made; 0 when it can.
-int WriteError(const fs::path& file) {
+/// Why nothing can be made in the folder, once it and those above it that are missing are made; 0
+/// when it can.
+int FolderError(fs::path folder) {
+    while (access(folder.c_str(), F_OK) != 0) {
+        if (errno != ENOENT) {
+            return errno;
+        }
+        folder = folder.parent_path();
+    }
+    std::error_code ignored;
+    if (!fs::is_directory(folder, ignored)) {
+        return ENOTDIR;
+    }
+    return access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+}
+
+/// The same for a file that is written.
+int FileError(const fs::path& file) {
     std::error_code ignored;
     if (!file.has_filename() || fs::is_directory(file, ignored)) {
         return EISDIR;
@@ -26,11 +42,7 @@ int WriteError(const fs::path& file) {
     if (access(file.c_str(), F_OK) == 0) {
         return access(file.c_str(), W_OK) == 0 ? 0 : errno;
     }
-    auto folder = fs::absolute(file).parent_path();
-    while (errno == ENOENT && access(folder.c_str(), F_OK) != 0) {
-        folder = folder.parent_path();
-    }
-    return errno == ENOENT && access(folder.c_str(), W_OK) == 0 ? 0 : errno;
+    return errno == ENOENT ? FolderError(fs::absolute(file).parent_path()) : errno;
 }
 
 /// One file for two kinds of lines would hold neither; a device may take both.
@@ -66,11 +78,19 @@ void RequireWritable(const GlobalOptions& options) {
                                           {"--services-log", options.servicesLog}};
     std::erase_if(files, [](const auto& file) { return file.second.empty(); });
     for (const auto& [option, file] : files) {
-        if (const int error = WriteError(file); error != 0) {
+        if (const int error = FileError(file); error != 0) {
             throw CommandError(fmt::format("cannot write {}, the file of {}: {}", file.string(),
                                            option, std::strerror(error)),
                                kWrongUse);
         }
+    }
+    if (!options.backup.empty()) {
+        if (const int error = FolderError(fs::absolute(options.backup)); error != 0) {
+            throw CommandError(fmt::format("cannot write into {}, the folder of --backup: {}",
+                                           options.backup.string(), std::strerror(error)),
+                               kWrongUse);
+        }
+        files.emplace("--backup", options.backup);
     }
     RequireDifferent(files);
 }

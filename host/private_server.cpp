@@ -123,6 +123,9 @@ std::string Complaints(const fs::path& log, std::uintmax_t from) {
     return text;
 }
 
+/// Is there as long as an initialisation has not come to its end.
+constexpr const char* kInitialising = "twupdate.initialising";
+
 fs::path LockFile(const fs::path& folder) {
     return folder / "twupdate.lock";
 }
@@ -198,12 +201,17 @@ void PrivateServer::Start() {
                                  " bytes of at most " + std::to_string(kLongestPath) +
                                  "; use a folder with a shorter path");
     }
+    if (!options_.initialise && LacksData()) {
+        throw NoServerDataError("there is no server's data in the folder " + folder_.string());
+    }
     Lock();
     try {
         std::error_code none;
         logStart_ = fs::exists(ErrorLog(), none) ? fs::file_size(ErrorLog()) : 0;
         RefuseForeignServer();
-        InitialiseIfEmpty();
+        if (options_.initialise) {
+            InitialiseIfEmpty();
+        }
         Spawn();
         WaitUntilItAnswers();
     } catch (...) {
@@ -246,10 +254,21 @@ void PrivateServer::Unlock() {
     }
 }
 
+template <typename Error>
 void PrivateServer::Refuse(const std::string& reason) const {
     std::error_code ignored;
     fs::remove(LockFile(folder_), ignored);
-    throw PrivateServerError(reason);
+    throw Error(reason);
+}
+
+bool PrivateServer::LacksData() const {
+    // What may not be looked at is not taken for missing: the lock then tells what is forbidden.
+    const auto is = [this](const fs::path& name, fs::file_type type) {
+        std::error_code ignored;
+        return fs::status(folder_ / name, ignored).type() == type;
+    };
+    return is(kInitialising, fs::file_type::regular) || is("mysql", fs::file_type::not_found) ||
+           is("ibdata1", fs::file_type::not_found);
 }
 
 void PrivateServer::RefuseForeignServer() const {
@@ -271,7 +290,7 @@ void PrivateServer::RefuseForeignServer() const {
 }
 
 void PrivateServer::InitialiseIfEmpty() {
-    const fs::path marker = folder_ / "twupdate.initialising";
+    const fs::path marker = folder_ / kInitialising;
     bool empty = true;
     const bool cutOff = fs::exists(marker);
     for (const auto& entry : fs::directory_iterator(folder_)) {
@@ -286,8 +305,9 @@ void PrivateServer::InitialiseIfEmpty() {
         }
     }
     if (!empty) {
-        if (!fs::is_directory(folder_ / "mysql") || !fs::exists(folder_ / "ibdata1")) {
-            Refuse("the folder " + folder_.string() + " is not empty and holds no server's data");
+        if (LacksData()) {
+            Refuse<NoServerDataError>("the folder " + folder_.string() +
+                                      " is not empty and holds no server's data");
         }
         return;
     }

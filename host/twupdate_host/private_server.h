@@ -21,6 +21,13 @@ class PrivateServerError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// The folder holds no server's data and none is to be made there, or other things lie in it. It
+/// was left as it is.
+class NoServerDataError : public PrivateServerError {
+  public:
+    using PrivateServerError::PrivateServerError;
+};
+
 struct PrivateServerOptions {
     /// False: what is committed survives a power cut, as on any server. True: nothing is forced
     /// to disk and little memory is taken, for tests and trials; the data survives the server's
@@ -34,6 +41,8 @@ struct PrivateServerOptions {
     std::filesystem::path redoLogFolder = {};
     std::chrono::seconds startTimeout{60};
     std::chrono::seconds stopTimeout{120};
+    /// False: a folder that is missing or empty, or whose initialisation was cut off, is refused.
+    bool initialise = true;
 };
 
 /// A MariaDB server of one's own: its data lies in one folder, it listens on a Unix socket in
@@ -46,10 +55,12 @@ struct PrivateServerOptions {
 class PrivateServer {
   public:
     /// Initialises the folder when it is missing or empty (an initialisation that was cut off is
-    /// begun again), starts the server and waits until it answers.
+    /// begun again), unless the options forbid it; starts the server and waits until it answers.
+    /// @throws NoServerDataError when the folder holds something else than a server's data, or
+    ///         nothing where it is not to be initialised
     /// @throws PrivateServerError when another server runs in the folder, when the path is too
-    ///         long for a Unix socket, when the folder cannot be written or holds something else
-    ///         than a server's data, or when the server does not come up
+    ///         long for a Unix socket, when the folder cannot be written, or when the server does
+    ///         not come up
     explicit PrivateServer(const std::filesystem::path& folder, PrivateServerOptions options = {});
     /// Stops the server.
     ~PrivateServer();
@@ -79,7 +90,10 @@ class PrivateServer {
     void Lock();
     void Unlock();
     /// Leaves the folder as it was found.
+    template <typename Error = PrivateServerError>
     [[noreturn]] void Refuse(const std::string& reason) const;
+    /// Whether the folder is known to hold no server's data.
+    bool LacksData() const;
     void RefuseForeignServer() const;
     void InitialiseIfEmpty();
     void Spawn();

@@ -304,6 +304,103 @@ TEST_F(Backup, OfTheCentralDatabaseLeavesTheVersionsOfOtherSitesAlone) {
     EXPECT_EQ(SiteVersion(2), "1.0265");
 }
 
+TEST_F(Backup, OfTheCentralDatabaseKeepsTheVersionsOfOtherSitesWhereverItIsCut) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);  // has the old version of site 2, too
+    const std::string dump = (folder_ / "dump").string();
+    const std::string central = "cat >" + dump + "; grep -q '^USE .tw_tarnwick' " + dump +
+                                " || exec /usr/bin/mariadb \"$@\" <" + dump + "; ";
+    for (const std::string& cut : std::vector<std::string>{
+             "kill -9 $PPID",
+             "sed '/^CREATE DATABASE/,$d' " + dump + " | /usr/bin/mariadb \"$@\"; kill -9 $PPID",
+             "sed '/^USE/,$d' " + dump + " | /usr/bin/mariadb \"$@\"; kill -9 $PPID",
+             "head -c 20000 " + dump + " | /usr/bin/mariadb \"$@\"; exit 1",
+             "/usr/bin/mariadb \"$@\" <" + dump + "; kill -9 $PPID"}) {
+        Execute("UPDATE tw_tarnwick.site SET version = 1.0150 WHERE siteid = 2;");
+        for (int time = 0; time < 2; ++time) {  // the repeat may be cut, too
+            EXPECT_NE(RunProgram(With({"restore", backup_.string()}),
+                                 {{"PATH", PathWith("mariadb", central + cut)}})
+                          .status,
+                      0);
+        }
+        const Outcome again = Run({"restore", backup_.string()});
+        EXPECT_EQ(again.status, 0) << again.err;
+        EXPECT_EQ(SiteVersion(1), "1") << cut;
+        EXPECT_EQ(SiteVersion(2), "1.015") << cut;
+        EXPECT_FALSE(fs::exists(backup_ / "kept_versions.json"));
+    }
+}
+
+TEST_F(Backup, VersionsThatACutRestoreHasKeptAreOldOnceItWasPutRightByHand) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    EXPECT_NE(
+        RunProgram(With({"restore", backup_.string()}), {{"PATH", PathWith("mariadb", "exit 1")}})
+            .status,
+        0);
+    EXPECT_TRUE(fs::exists(backup_ / "kept_versions.json"));
+    Execute("DROP TABLE tw_1.unfinished_restore;");
+    Execute("DROP TABLE tw_tarnwick.unfinished_restore;");
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0150 WHERE siteid = 2;");
+    EXPECT_EQ(Run({"restore", backup_.string()}).status, 0);
+    EXPECT_EQ(SiteVersion(2), "1.015");
+}
+
+TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsDropped) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    const std::string one = StateOf("tw_1");
+    const std::string file = (backup_ / "kept_versions.json").string();
+    fs::create_directory(file + ".part");  // which no file can replace
+    const Outcome outcome = Run({"restore", backup_.string()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "twupdate: cannot write " + file +
+                               ", which keeps the versions of the sites that are not in the "
+                               "backup: Is a directory; nothing was put back\n");
+    EXPECT_EQ(StateOf("tw_1"), one);
+    fs::remove(file + ".part");
+    Execute("CREATE TABLE tw_1.unfinished_restore(a INT);");
+    WriteFile(file, "{\"2\": 1.0");
+    const Outcome unreadable = Run({"restore", backup_.string()});
+    EXPECT_EQ(unreadable.status, 1);
+    EXPECT_EQ(unreadable.err, "twupdate: " + file +
+                                  ", which keeps the versions of the sites that are not in the "
+                                  "backup, cannot be read; nothing was put back\n");
+    EXPECT_EQ(SiteVersion(1), "1.0265");
+}
+
+TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
+    Execute("REVOKE UPDATE ON `tw\\_%`.* FROM 'half'@'localhost';");
+    const std::string one = StateOf("tw_1");
+    const std::string refusal =
+        "twupdate: tw_tarnwick: the user lacks the right UPDATE, which sets the versions of "
+        "sites; nothing was put back\n";
+    const Outcome site = AsHalf({"restore", backup_.string(), "--site", "1"});
+    EXPECT_EQ(site.status, 1);
+    EXPECT_EQ(site.err, refusal);
+    EXPECT_EQ(StateOf("tw_1"), one);
+    // The versions of all sites come back with the central database; there is none to set.
+    const Outcome whole = AsHalf({"restore", backup_.string()});
+    EXPECT_EQ(whole.status, 0) << whole.err;
+    MakeSiteRow(2, "1.0150");
+    const std::string central = StateOf("tw_tarnwick");
+    const Outcome others = AsHalf({"restore", backup_.string()});
+    EXPECT_EQ(others.status, 1);
+    EXPECT_EQ(others.err, refusal);
+    EXPECT_EQ(StateOf("tw_tarnwick"), central);
+}
+
 TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
     MakeCentralDatabase();
     MakeSite(1);

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "cli/installation_fixture.h"
 
@@ -61,6 +63,30 @@ TEST_F(Commands, CreateCoreTellsAnUnfinishedCentralDatabaseFromAFinishedOne) {
     refuses("it has no table schedule");
     Execute("DELETE FROM tw_tarnwick.installation;");
     refuses("its table installation has no row");
+}
+
+TEST_F(Commands, CreateCoreDoesNotClaimWhatSomebodyElseHasMadeMeanwhile) {
+    const std::string trace = (folder_ / "trace").string();
+    ASSERT_EQ(mkfifo(trace.c_str(), 0600), 0);  // holds the program up until somebody reads
+    const GlobalSetting output("log_output", "'TABLE'");
+    const GlobalSetting log("general_log", "ON");
+    Execute("TRUNCATE TABLE mysql.general_log;");
+    Program program(With({"--no-lock", "--json", "--trace", trace, "create-core"}));
+    // The last that it asks before it opens the trace.
+    ASSERT_TRUE(WaitUntil([] {
+        return Cell(
+                   "SELECT COUNT(*) FROM mysql.general_log WHERE argument LIKE "
+                   "'%''unfinished\\_restore''%' AND argument NOT LIKE '%general%';") != "0";
+    }));
+    Execute("CREATE DATABASE tw_tarnwick;");
+    const std::ifstream reader(trace);
+    const Outcome outcome = program.Wait();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.Json()["result"], "nothing to do");
+    EXPECT_EQ(outcome.Json()["created"], false);
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.tables WHERE table_schema = "
+                   "'tw_tarnwick';"),
+              "0");
 }
 
 TEST_F(Commands, CreateCoreAfterOneThatFailedSaysWhatToDo) {

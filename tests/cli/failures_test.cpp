@@ -223,6 +223,36 @@ TEST_F(Failures, AFolderIsNoFileToWriteInto) {
     }
 }
 
+TEST_F(Failures, ABackupThatHasNoFolderToGoToIsToldFirst) {
+    const std::string file = (folder_ / "file").string();
+    WriteFile(file, "");
+    std::filesystem::create_directory(folder_ / "closed");
+    std::filesystem::permissions(folder_ / "closed", std::filesystem::perms::owner_read |
+                                                         std::filesystem::perms::owner_exec);
+    GiveToNobody(folder_.Path());
+    const std::string closed = (folder_ / "closed").string();
+    const std::vector<std::pair<std::string, std::string>> reasonOf{
+        {file, "Not a directory"},
+        {file + "/new", "Not a directory"},
+        {closed, "Permission denied"},
+        {closed + "/new/er", "Permission denied"}};
+    for (const auto& [backup, reason] : reasonOf) {
+        const Outcome outcome =
+            RunProgram({"--socket", "/nowhere", "--backup", backup, "upgrade"}, {}, RunAs::kNobody);
+        EXPECT_EQ(outcome.status, 2) << backup;
+        EXPECT_EQ(outcome.err, "twupdate: cannot write into " + backup +
+                                   ", the folder of --backup: " + reason + "\n");
+        EXPECT_EQ(outcome.out, "");
+    }
+    for (const std::string good : {"new/er", "new/er/"}) {
+        const Outcome outcome =
+            RunProgram({"--socket", "/nowhere", "--backup", (folder_ / good).string(), "upgrade"},
+                       {}, RunAs::kNobody);
+        EXPECT_EQ(outcome.status, 1) << "comes as far as the server: " << outcome.err;
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "new"));
+}
+
 TEST_F(Failures, TwoOutputsDoNotShareAFile) {
     const std::string file = (folder_ / "one").string();
     const std::string same = (folder_ / "." / "one").string();

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+
 #include "cli/program.h"
 
 namespace twupdate::test {
@@ -43,7 +45,8 @@ TEST(Usage, TakesNoVersionBelow0) {
 }
 
 TEST(Usage, TakesNoEmptyValues) {
-    for (const char* option : {"--trace", "--events", "--log", "--services-log", "--charset"}) {
+    for (const char* option :
+         {"--trace", "--events", "--log", "--services-log", "--charset", "--backup", "--datadir"}) {
         ExpectWrongUse({option, "", "status"}, "must not be empty");
     }
 }
@@ -85,6 +88,48 @@ TEST(Usage, NamesAnInstallFolderThatIsNotThere) {
 
 TEST(Usage, TakesEitherAServerOrAPrivateOne) {
     ExpectWrongUse({"--datadir", "/tmp/x", "--socket", "/tmp/y", "status"}, "--datadir");
+}
+
+// A slip of the pen in the folder's name would otherwise make a whole server there.
+TEST(Usage, StartsNoServerOnAFolderWithoutData) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "backup");
+    WriteFile(folder / "backup" / "tw_1.sql.gz", "");
+    const std::string data = (folder / "trail" / "db").string();
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"status"},
+             {"plan"},
+             {"check"},
+             {"upgrade"},
+             {"upgrade-site", "1"},
+             {"import-master-data", "1"},
+             {"verify"},
+             {"repair"},
+             {"rehearse", "--workdir", (folder / "rehearsal").string()},
+             {"restore", (folder / "backup").string()}}) {
+        std::vector<std::string> arguments{"--datadir", data};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        const Outcome outcome = RunProgram(arguments);
+        EXPECT_EQ(outcome.status, 2) << command.front();
+        EXPECT_EQ(outcome.err, "twupdate: there is no server's data in the folder " + data +
+                                   "; create-core makes a new server there\n");
+        EXPECT_EQ(outcome.out, "");
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder / "trail"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "rehearsal"));
+}
+
+TEST(Usage, StartsAServerOfItsOwnWhereCreateCoreHasMadeOne) {
+    const TemporaryFolder folder;
+    const std::string data = (folder / "db").string();
+    const Outcome created = RunProgram({"--datadir", data, "create-core"});
+    EXPECT_EQ(created.status, 0) << created.err;
+    const Outcome status = RunProgram({"--datadir", data, "status"});
+    EXPECT_EQ(status.status, 0) << status.err;
+    EXPECT_THAT(status.out, HasSubstr("version 1.0265 of 1.0265"));
+    WriteFile(folder / "others" / "letter.txt", "Dear reader");
+    ExpectWrongUse({"--datadir", (folder / "others").string(), "create-core"},
+                   "is not empty and holds no server's data");
 }
 
 TEST(Usage, PrintsItsVersion) {

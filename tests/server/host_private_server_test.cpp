@@ -269,6 +269,31 @@ TEST(PrivateServer, FolderWithOtherFilesIsRefusedAndLeftAlone) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.Path()), {}), 1) << "no lock is left";
 }
 
+TEST(PrivateServer, FolderWithoutDataIsLeftAsItIsWhenNoneIsToBeMade) {
+    const PrivateServerOptions old{.fast = true, .initialise = false};
+    const TemporaryFolder folder;
+    const fs::path missing = folder / "missing";
+    const fs::path empty = folder / "empty";
+    const fs::path cut = folder / "cut";
+    fs::create_directory(empty);
+    folder.Write("file", "");
+    folder.Write("others/letter.txt", "Dear reader");
+    folder.Write("cut/twupdate.initialising", "");
+    folder.Write("cut/ibdata1", "half");
+    fs::create_directory(cut / "mysql");
+    for (const fs::path& data : {missing, empty, folder / "file", folder / "others", cut}) {
+        EXPECT_THROW(PrivateServer(data, old), host::NoServerDataError) << data;
+        EXPECT_EQ(ErrorOfStarting(data, old),
+                  "there is no server's data in the folder " + data.string());
+    }
+    EXPECT_FALSE(fs::exists(missing));
+    EXPECT_TRUE(fs::is_empty(empty));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder / "others"), {}), 1);
+    EXPECT_EQ(folder.Read("cut/ibdata1"), "half");
+    EXPECT_EQ(ErrorOfStarting(empty), "(it started)");
+    EXPECT_EQ(ErrorOfStarting(empty, old), "(it started)");
+}
+
 TEST(PrivateServer, InitialisationThatWasCutOffIsBegunAgain) {
     const TemporaryFolder folder;
     folder.Write("twupdate.initialising", "");
