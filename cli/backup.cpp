@@ -28,12 +28,14 @@ Backup::Backup(const Session& session, const GlobalOptions& options, Console& co
       folder_(options.backup),
       console_(console) {
     std::error_code error;
-    fs::create_directories(folder_, error);
-    if (error || !fs::is_directory(folder_)) {
-        throw CommandError(fmt::format("cannot make the backup folder {}: {}", folder_.string(),
-                                       error ? error.message() : "a file has that name"));
+    const bool isNew = fs::create_directories(folder_, error);
+    if (error) {
+        throw CommandError(
+            fmt::format("cannot make the backup folder {}: {}", folder_.string(), error.message()));
     }
-    fs::permissions(folder_, fs::perms::owner_all, error);  // the dumps hold what the sites hold
+    if (isNew) {
+        fs::permissions(folder_, fs::perms::owner_all, error);  // it holds what the sites hold
+    }
     if (!MayReadRoutines(*session.GetConnection())) {
         console_.Warn(
             "procedures and functions of others are not in the backup: the user may not read them "

@@ -85,6 +85,10 @@ std::set<std::string> CheckRights(host::Connection& connection,
 /// Whether the user has a right in a database, by the same grants.
 bool HasRight(host::Connection& connection, const std::string& database, std::string_view right);
 
+/// Whether the user has a right that cannot be given for a single database; ALL PRIVILEGES on any
+/// database does not hold it.
+bool HasGlobalRight(host::Connection& connection, std::string_view right);
+
 /// Whether the user may read the procedures and functions of others.
 bool MayReadRoutines(host::Connection& connection);
 
@@ -185,5 +189,8 @@ std::vector<std::string> FirstColumn(host::Connection& connection, const std::st
 
 /// True for the server's errors that a database, table or column is not there.
 bool IsMissing(const HostError& error);
+
+/// Whether a query failed because the user may not use the database, the table or the column.
+bool IsDenied(const HostError& error);
 
 }  // namespace twupdate::cli

@@ -53,14 +53,6 @@ void CheckDoubleTemp(const std::string& database, const Layout& layout, const st
     }
 }
 
-bool IsDenied(const HostError& error) {
-    constexpr std::uint32_t kDatabaseDenied = 1044;
-    constexpr std::uint32_t kTableDenied = 1142;
-    constexpr std::uint32_t kColumnDenied = 1143;
-    return error.Code() == kDatabaseDenied || error.Code() == kTableDenied ||
-           error.Code() == kColumnDenied;
-}
-
 std::string SiteDatabaseOf(const SiteRow& site) {
     return fmt::format("tw_{}", site.siteId);
 }
@@ -73,6 +65,14 @@ bool IsMissing(const HostError& error) {
     constexpr std::uint32_t kUnknownTable = 1146;
     return error.Code() == kUnknownDatabase || error.Code() == kUnknownColumn ||
            error.Code() == kUnknownTable;
+}
+
+bool IsDenied(const HostError& error) {
+    constexpr std::uint32_t kDatabaseDenied = 1044;
+    constexpr std::uint32_t kTableDenied = 1142;
+    constexpr std::uint32_t kColumnDenied = 1143;
+    return error.Code() == kDatabaseDenied || error.Code() == kTableDenied ||
+           error.Code() == kColumnDenied;
 }
 
 bool IsStrictForAll(const std::string& sqlMode) {

@@ -277,6 +277,11 @@ bool HasRight(host::Connection& connection, const std::string& database, std::st
     return !grants || grants->OnDatabase(database, right);
 }
 
+bool HasGlobalRight(host::Connection& connection, std::string_view right) {
+    const auto grants = ReadGrants(connection);
+    return !grants || grants->Globally(right);
+}
+
 bool MayReadRoutines(host::Connection& connection) {
     try {
         connection.Query("SELECT 1 FROM mysql.proc LIMIT 1;");

@@ -68,6 +68,7 @@ pid_t Start(std::vector<std::string> arguments, int in, int out) {
     if (pid == 0) {
         // A Ctrl-C on the terminal is for the run to heed, between two statements.
         setpgid(0, 0);
+        std::signal(SIGPIPE, SIG_DFL);
         dup2(in < 0 ? null.Get() : in, STDIN_FILENO);
         dup2(out < 0 ? null.Get() : out, STDOUT_FILENO);
         execvp(words[0], words.data());

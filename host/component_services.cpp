@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -64,10 +65,18 @@ std::string RunCommand(std::vector<std::string> words) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
+    posix_spawnattr_t ordinary;  // a script could not take back that the program ignores the signal
+    posix_spawnattr_init(&ordinary);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    posix_spawnattr_setsigdefault(&ordinary, &signals);
+    posix_spawnattr_setflags(&ordinary, POSIX_SPAWN_SETSIGDEF);
     pid_t pid = 0;
-    if (const int error =
-            posix_spawnp(&pid, arguments[0], nullptr, nullptr, arguments.data(), environ);
-        error != 0) {
+    const int error =
+        posix_spawnp(&pid, arguments[0], nullptr, &ordinary, arguments.data(), environ);
+    posix_spawnattr_destroy(&ordinary);
+    if (error != 0) {
         return "cannot be started: " + std::string(std::strerror(error));
     }
     int status = 0;

@@ -188,6 +188,25 @@ TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
     }
 }
 
+// `%` stands for every database, and holds no right that is the whole server's.
+TEST_F(Backup, AllRightsOnEveryDatabaseAreNotThoseOnTheServer) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    Execute("CREATE DEFINER = 'so'@'%' PROCEDURE tw_1.o() SELECT 1;");
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    const std::string one = StateOf("tw_1");
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `%`.* TO 'half'@'localhost';");
+    const Outcome outcome = AsHalf({"restore", backup_.string(), "--site", "1"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "twupdate: tw_1: the user lacks the right SET USER for what belongs to `so`@`%`; "
+              "nothing was put back\n");
+    EXPECT_EQ(StateOf("tw_1"), one);
+    Execute("GRANT ALL PRIVILEGES ON *.* TO 'half'@'localhost';");
+    EXPECT_EQ(AsHalf({"restore", backup_.string(), "--site", "1"}).status, 0);
+}
+
 TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
     const ServerOptions log({"--log-bin"});
     MakeCentralDatabase();
@@ -390,6 +409,11 @@ TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
     EXPECT_EQ(site.status, 1);
     EXPECT_EQ(site.err, refusal);
     EXPECT_EQ(StateOf("tw_1"), one);
+    for (const std::string right : {"UPDATE", "UPDATE(version)"}) {
+        Execute("GRANT SELECT, " + right + " ON tw_tarnwick.site TO 'half'@'localhost';");
+        EXPECT_EQ(AsHalf({"restore", backup_.string(), "--site", "1"}).status, 0) << right;
+        Execute("REVOKE SELECT, " + right + " ON tw_tarnwick.site FROM 'half'@'localhost';");
+    }
     // The versions of all sites come back with the central database; there is none to set.
     const Outcome whole = AsHalf({"restore", backup_.string()});
     EXPECT_EQ(whole.status, 0) << whole.err;
@@ -462,6 +486,36 @@ TEST_F(Backup, ThatTakesLongerThanAnIdleConnectionIsKeptDoesNotEndTheRun) {
                    {{"PATH", PathWith("gzip", "sleep 2; exec /usr/bin/gzip \"$@\"")}});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(SiteVersion(1), "1.0265");
+}
+
+TEST_F(Backup, AFolderThatItMakesIsItsOwnersAloneAndOneThatIsThereStaysAsItIs) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const auto mode = [](const fs::path& path) { return fs::status(path).permissions(); };
+    for (const std::string name : {"new", "above/new", "new again/"}) {
+        const fs::path made = folder_ / name;
+        ASSERT_EQ(Run(BackUpSite1(made)).status, 0);
+        EXPECT_EQ(mode(made), fs::perms::owner_all) << name;
+    }
+    constexpr auto kGroup = fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec;
+    fs::create_directory(backup_);
+    fs::permissions(backup_, kGroup);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    EXPECT_EQ(mode(backup_), kGroup);
+    EXPECT_EQ(mode(backup_ / "tw_1.sql.gz"), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(Backup, WithoutAFolderToGoToEndsTheRunBeforeAnyStatement) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    const std::string one = StateOf("tw_1");
+    fs::create_symlink(folder_ / "gone", backup_);
+    const Outcome outcome = Run(BackUpSite1(backup_));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("twupdate: cannot make the backup folder " +
+                                       backup_.string() + ": File exists\n"));
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_EQ(SiteVersion(1), "1");
 }
 
 // What a full disk does to the program that writes.

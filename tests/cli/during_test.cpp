@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 
 #include "cli/installation_fixture.h"
@@ -33,6 +34,20 @@ class During : public InstallationTest {
     static bool SomebodyWaits(const std::string& state) {
         return Cell("SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%" +
                     state + "%';") != "0";
+    }
+
+    /// The exit status of the program when its output goes to one that has ended.
+    std::string StatusWhenNobodyReads(const std::vector<std::string>& arguments) const {
+        const std::string status = (folder_ / "status").string();
+        // The tests ignore the signal, and hand that on.
+        std::string line =
+            "{ sleep 0.2; env -i --default-signal=PIPE PATH=\"$PATH\" '" TWUPDATE_PROGRAM "'";
+        for (const std::string& word : arguments) {
+            line += " '" + word + "'";
+        }
+        line += "; echo $? >'" + status + "'; } | true";
+        EXPECT_EQ(std::system(line.c_str()), 0);
+        return ContentOf(status);
     }
 
     static std::string LockHolder() { return Cell("SELECT IS_USED_LOCK('twupdate.run');"); }
@@ -197,6 +212,14 @@ TEST_F(During, ASecondCtrlCStopsAtOnce) {
     run.Signal(SIGINT);
     EXPECT_TRUE(WaitUntil([&] { return !run.Running(); }));
     EXPECT_EQ(run.Wait().status, 128 + SIGINT);
+}
+
+TEST_F(During, ARunWhoseOutputNobodyReadsAnyMoreGoesOn) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    EXPECT_EQ(StatusWhenNobodyReads({"--help"}), "0\n");
+    EXPECT_EQ(StatusWhenNobodyReads(With({"upgrade"})), "0\n");
+    EXPECT_EQ(SiteVersion(7), "1.0265");
 }
 
 // --- events and log ----------------------------------------------------------------------------

@@ -261,6 +261,11 @@ TEST_F(Failures, TwoOutputsDoNotShareAFile) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.err,
               "twupdate: --events and --trace name the same file " + file + "; name another\n");
+    const Outcome folder =
+        RunProgram({"--socket", "/nowhere", "--backup", file, "--log", same, "upgrade"});
+    EXPECT_EQ(folder.status, 2);
+    EXPECT_EQ(folder.err,
+              "twupdate: --backup and --log name the same file " + same + "; name another\n");
     const Outcome devices = RunProgram(
         {"--socket", "/nowhere", "--trace", "/dev/null", "--events", "/dev/null", "upgrade"});
     EXPECT_EQ(devices.status, 1);  // comes as far as the server

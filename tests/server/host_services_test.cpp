@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -187,6 +188,11 @@ TEST_F(HostServices, CommandThatFailsIsAnErrorThatNamesTheCallAndTheReason) {
                 AllOf(HasSubstr(call), HasSubstr("ended by signal 9")));
     EXPECT_THAT(failure((*folder / "no-such-program").string()),
                 AllOf(HasSubstr(call), HasSubstr("cannot be started")));
+    // As many programs do; a script that inherited it could not undo it.
+    auto* const handler = std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_THAT(failure("'" + Script("kill -PIPE $$") + "'"),
+                AllOf(HasSubstr(call), HasSubstr("ended by signal 13")));
+    std::signal(SIGPIPE, handler);
 }
 
 TEST_F(HostServices, RefreshThatFailsIsAnErrorToo) {
