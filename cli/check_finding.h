@@ -108,12 +108,14 @@ void CheckDataFiles(const Session& session, const std::filesystem::path& install
                     const StoredTables& central, std::vector<CheckFinding>& findings);
 
 /// The layout of the central database and of tw_logs, and its rows.
+/// @param changes  receives what OwnChanges tells
 void CheckCentral(const Session& session, const CheckScope& scope,
-                  std::vector<CheckFinding>& findings);
+                  std::vector<CheckFinding>& findings, std::vector<std::string>& changes);
 
 /// One site that the upgrade will come to.
+/// @param changes  receives what OwnChanges tells
 void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& site,
-               std::vector<CheckFinding>& findings);
+               std::vector<CheckFinding>& findings, std::vector<std::string>& changes);
 
 // --- parts of these two ------------------------------------------------------------------------
 

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 
 #include "cli/check_finding.h"
 #include "cli/layout.h"
+#include "cli/own_changes.h"
 #include "cli/root_site.h"
 #include "cli/text.h"
 
@@ -51,6 +53,13 @@ void CheckDoubleTemp(const std::string& database, const Layout& layout, const st
                  fmt::format("ALTER TABLE {}.{} DROP COLUMN double_temp", database, name)});
         }
     }
+}
+
+void AddOwnChanges(const Session& session, const std::string& database, const Layout& stored,
+                   const Layout& expected, const PendingRun& pending,
+                   std::vector<std::string>& changes) {
+    auto found = OwnChanges(*session.GetConnection(), database, stored, expected, pending);
+    std::move(found.begin(), found.end(), std::back_inserter(changes));
 }
 
 std::string SiteDatabaseOf(const SiteRow& site) {
@@ -112,7 +121,7 @@ PendingRun CheckScope::CentralRun() const {
 }
 
 void CheckCentral(const Session& session, const CheckScope& scope,
-                  std::vector<CheckFinding>& findings) {
+                  std::vector<CheckFinding>& findings, std::vector<std::string>& changes) {
     const std::string database = "tw_tarnwick";
     const Layout layout = ReadLayout(*session.Own(), database);
     const PendingRun pending = scope.CentralRun();
@@ -127,10 +136,11 @@ void CheckCentral(const Session& session, const CheckScope& scope,
     }
     CheckCentralRows(session, scope, pending, findings);
     CheckRootSite(session, scope, pending, findings);
+    AddOwnChanges(session, database, layout, CentralLayout(), pending, changes);
 }
 
 void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& site,
-               std::vector<CheckFinding>& findings) {
+               std::vector<CheckFinding>& findings, std::vector<std::string>& changes) {
     const std::string database = SiteDatabaseOf(site);
     const auto siteId = static_cast<std::int32_t>(site.siteId);
     const Layout layout = ReadLayout(*session.Own(), database);
@@ -162,6 +172,7 @@ void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& s
     }
     CheckSiteRows(session, scope, siteId, pending, findings);
     CheckSiteSurroundings(session, scope, siteId, pending, findings);
+    AddOwnChanges(session, database, layout, SiteLayout(), pending, changes);
 }
 
 }  // namespace twupdate::cli

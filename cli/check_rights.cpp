@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <map>
 #include <optional>
 #include <regex>
@@ -11,6 +10,7 @@
 
 #include "cli/check_finding.h"
 #include "cli/step_needs.h"
+#include "cli/text.h"
 
 namespace twupdate::cli {
 namespace {
@@ -191,10 +191,7 @@ class TrueRights {
     static constexpr std::array<std::string_view, 3> kShown{"SELECT", "INSERT", "UPDATE"};
 
     bool Shows(std::string_view right) const {
-        std::string word(right);
-        std::transform(word.begin(), word.end(), word.begin(),
-                       [](unsigned char c) { return std::tolower(c); });
-        return shown_.find("," + word + ",") != std::string::npos;
+        return shown_.find("," + LowerCase(right) + ",") != std::string::npos;
     }
     bool AreGranted() const {
         return std::all_of(kShown.begin(), kShown.end(), [&](std::string_view right) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <limits>
 #include <map>
 #include <memory>
@@ -26,17 +25,11 @@ using Number = std::uint64_t;
 
 enum class Format { kRedundant, kCompact, kDynamic };
 
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 std::optional<Format> FormatOf(const std::string& name) {
     static const std::map<std::string, Format> formats{{"redundant", Format::kRedundant},
                                                        {"compact", Format::kCompact},
                                                        {"dynamic", Format::kDynamic}};
-    const auto found = formats.find(Lower(name));
+    const auto found = formats.find(LowerCase(name));
     return found == formats.end() ? std::nullopt : std::optional(found->second);
 }
 
@@ -117,7 +110,7 @@ Field FieldOf(const std::string& type, Number octets, Number precision, Number s
 /// A column of the layout: "billingname VARCHAR(100) DEFAULT '' NOT NULL".
 Field FieldOf(const std::string& definition, Number maxLength) {
     const auto words = SplitAtBlanks(definition);
-    const std::string type = Lower(words.at(1).substr(0, words[1].find('(')));
+    const std::string type = LowerCase(words.at(1).substr(0, words[1].find('(')));
     Number length = 0;
     Number scale = 0;
     char sign = 0;

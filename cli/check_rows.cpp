@@ -967,23 +967,23 @@ void CheckColours(host::Connection& connection, const std::string& database,
     }
     // No name grows by more than a third, so that shorter values need no look.
     std::string values = fmt::format(
-        "SELECT attributeid AS id, value, 0 AS longest FROM {}.attribute WHERE CHAR_LENGTH(value) "
+        "SELECT attributeid AS id, value, 0 AS is_long FROM {}.attribute WHERE CHAR_LENGTH(value) "
         "> {} AND CHAR_LENGTH(value) <= {} AND (name LIKE '%color' OR name LIKE 'border-%')",
         database, *width * 3 / 4, *width);
+    // White space at the end is cut off without an error.
+    const std::string isLong =
+        fmt::format("SUBSTRING(value FROM {}) REGEXP {}", *width + 1, kNoWhiteSpace);
     const auto words = SplitAtBlanks(kColours);
     for (std::size_t i = 0; i < words.size(); i += 2) {
         // One colour after the other, as the step does it. The limit takes all rows and keeps the
         // server from merging the queries into one expression that grows with every colour.
         values = fmt::format(
             "SELECT id, IF(value REGEXP '(^| ){0}( |$)', REPLACE(LCASE(value), '{0}', '{1}'), "
-            "value) AS value, GREATEST(longest, CHAR_LENGTH(RTRIM(value))) AS longest FROM ({2}) "
-            "before{3} LIMIT 4294967295",
-            words[i], words[i + 1], values, i / 2);
+            "value) AS value, is_long OR {4} AS is_long FROM ({2}) before{3} LIMIT 4294967295",
+            words[i], words[i + 1], values, i / 2, isLong);
     }
-    const auto rows = connection.Query(
-        fmt::format("SELECT COUNT(*), MIN(id) FROM ({}) changed WHERE GREATEST(longest, "
-                    "CHAR_LENGTH(RTRIM(value))) > {};",
-                    values, *width));
+    const auto rows = connection.Query(fmt::format(
+        "SELECT COUNT(*), MIN(id) FROM ({}) changed WHERE is_long OR {};", values, isLong));
     if (rows->Next() && rows->Get(0).ToText() != "0") {
         const auto count = std::stoull(rows->Get(0).ToText());
         findings.push_back({database, "attribute", std::string(kStep),
@@ -993,13 +993,6 @@ void CheckColours(host::Connection& connection, const std::string& database,
                                         rows->Get(1).ToText()),
                             "shorten it"});
     }
-}
-
-std::string Lower(std::string text) {
-    for (char& c : text) {
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    }
-    return text;
 }
 
 /// The columns that ServerDataStep_1_0030 indexes in every log.
@@ -1012,15 +1005,15 @@ void CheckLogs(host::Connection& connection, const PendingRun& pending,
     for (const auto& [name, table] : ReadStoredTables(connection, "tw_logs").tables) {
         // The step finds them with LIKE 'tw_%', to which an underscore is any character.
         // Without the right to read the table its columns are not seen.
-        if (name.size() < 3 || Lower(name.substr(0, 2)) != "tw" || table.columns.empty()) {
+        if (name.size() < 3 || LowerCase(name.substr(0, 2)) != "tw" || table.columns.empty()) {
             continue;
         }
         std::set<std::string> columns;
         for (const auto& [column, what] : table.columns) {
-            columns.insert(Lower(column));
+            columns.insert(LowerCase(column));
         }
         for (const char* column : {"LogTime", "target"}) {
-            if (!columns.contains(Lower(column))) {
+            if (!columns.contains(LowerCase(column))) {
                 findings.push_back({"tw_logs", name, std::string(kStep),
                                     fmt::format("the column {} is missing", column),
                                     "bring it back from a backup, or move the table to another "

@@ -477,17 +477,12 @@ void NoteTriggers(host::Connection& connection, const std::vector<PendingDatabas
             triggers.push_back(fmt::format("{} on {}.{}", rows->Get(2).ToText(), database, table));
         }
     }
-    constexpr std::size_t kNamed = 5;
-    if (triggers.empty()) {
-        return;
+    if (!triggers.empty()) {
+        notes.push_back(
+            fmt::format("triggers run when the upgrade changes rows, and check cannot tell whether "
+                        "they fail: {}; rehearse runs them",
+                        FirstFew(std::move(triggers))));
     }
-    const std::string more =
-        triggers.size() > kNamed ? fmt::format(" and {} more", triggers.size() - kNamed) : "";
-    triggers.resize(std::min(triggers.size(), kNamed));
-    notes.push_back(fmt::format(
-        "triggers run when the upgrade changes rows, and check cannot tell whether they fail: "
-        "{}{}; rehearse runs them",
-        fmt::join(triggers, ", "), more));
 }
 
 }  // namespace twupdate::cli

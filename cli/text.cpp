@@ -22,13 +22,6 @@ bool IsWordCharacter(char c) {
            static_cast<unsigned char>(c) >= 0x80U;
 }
 
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return lower;
-}
-
 bool NamesPassword(std::string_view word) {
     return LowerCase(word).find("password") != std::string::npos;
 }
@@ -243,6 +236,21 @@ std::string Count(std::uint64_t number, std::string_view noun, std::string_view 
     }
     return plural.empty() ? fmt::format("{} {}s", digits, noun)
                           : fmt::format("{} {}", digits, plural);
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return lower;
+}
+
+std::string FirstFew(std::vector<std::string> names) {
+    constexpr std::size_t kNamed = 5;
+    const std::string more =
+        names.size() > kNamed ? fmt::format(" and {} more", names.size() - kNamed) : "";
+    names.resize(std::min(names.size(), kNamed));
+    return fmt::format("{}{}", fmt::join(names, ", "), more);
 }
 
 std::size_t DisplayWidth(std::string_view text) {

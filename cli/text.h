@@ -35,6 +35,12 @@ std::string Count(std::uint64_t number, std::string_view noun, std::string_view 
 /// The words of a list, which stand apart by single blanks.
 std::vector<std::string> SplitAtBlanks(std::string_view list);
 
+/// With the letters of ASCII in lower case.
+std::string LowerCase(std::string_view text);
+
+/// "a, b, c, d, e and 12 more".
+std::string FirstFew(std::vector<std::string> names);
+
 /// The number of columns that a terminal needs for the text; one for each character of UTF-8.
 std::size_t DisplayWidth(std::string_view text);
 

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "cli/installation_fixture.h"
+#include "cli/own_changes.h"
 #include "cli/sample_fixture.h"
 #include "support/lines.h"
 
@@ -9,8 +10,10 @@ namespace twupdate::test {
 namespace {
 
 using testing::ContainsRegex;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 
 /// One of several changes to a site, in the order in which the upgrade comes to them.
@@ -1173,6 +1176,112 @@ TEST_F(CheckChanges, NamesTheTriggersThatAnUpgradeSetsOff) {
                         i));
     }
     EXPECT_THAT(Run({"check"}).out, HasSubstr("more4 on tw_8.setting and 1 more; rehearse"));
+}
+
+/// Something that somebody has changed, of which `check` cannot tell what comes.
+struct OwnChange {
+    std::vector<std::string> make;  ///< statements without the closing semicolon
+    std::string note;
+    std::string failure;  ///< of the upgrade, a regular expression
+    std::vector<std::string> cure;
+};
+
+TEST_F(CheckChanges, NamesWhatSomebodyHasChangedAndCannotBeJudged) {
+    const std::vector<OwnChange> changes{
+        {{"CREATE TABLE tw_tarnwick.own(componentid INT, CONSTRAINT own_key FOREIGN "
+          "KEY(componentid) "
+          "REFERENCES component(componentid))",
+          "INSERT INTO tw_tarnwick.own SELECT MIN(componentid) FROM tw_tarnwick.component"},
+         "tw_tarnwick.own has a foreign key own_key",
+         "step ReimportReferenceData: .*server error 1451",
+         {"DROP TABLE tw_tarnwick.own"}},
+        // 1.0020 adds a setting to the override that has one already.
+        {{"ALTER TABLE tw_8.setting ADD UNIQUE KEY own_idx(overrideid)",
+          "INSERT INTO tw_8.setting(overrideid, name, type, integer_value) VALUES(7, "
+          "'TargetInstanceId', 'integer', 3)"},
+         "tw_8.setting has a unique key own_idx",
+         "step SiteContentStep_1_0020: .*server error 1062",
+         {"ALTER TABLE tw_8.setting DROP KEY own_idx"}},
+        {{"ALTER TABLE tw_8.layoutzone ADD CONSTRAINT has_js CHECK(flyoutjs <> '')",
+          "INSERT INTO tw_8.layoutzone(zoneid, flyoutjs) VALUES(1, 'x')"},
+         "tw_8.layoutzone has a constraint has_js",
+         "step SiteContentStep_1_0026: .*server error 4025",
+         {"ALTER TABLE tw_8.layoutzone DROP CONSTRAINT has_js"}},
+    };
+    MakeCentralDatabase();
+    MakeSite(8);
+    for (const OwnChange& change : changes) {
+        for (const std::string& statement : change.make) {
+            Execute(statement + ";");
+        }
+        const Outcome found = Run({"check"});
+        EXPECT_EQ(found.status, 0) << found.out;
+        EXPECT_THAT(found.out,
+                    HasSubstr("note: somebody has changed tables of the platform, and check cannot "
+                              "tell all that comes of it: " +
+                              change.note + "; rehearse does\n"));
+        EXPECT_THAT(Run({"upgrade"}).err, ContainsRegex(change.failure)) << change.note;
+        for (const std::string& statement : change.cure) {
+            Execute(statement + ";");
+        }
+    }
+    EXPECT_THAT(Run({"check"}).out, Not(HasSubstr("note: somebody")));
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+TEST(OwnChanges, AreColumnsThatHoldLessAndUniqueKeys) {
+    const cli::Layout expected = cli::Layout::Parse(R"(
+table tag
+    a VARCHAR(50) DEFAULT '' NOT NULL
+    b LONGTEXT NOT NULL
+    c INT DEFAULT '0' NOT NULL
+    d DECIMAL(17,2) DEFAULT '0.00' NOT NULL
+    e DOUBLE DEFAULT '0' NOT NULL
+    f DATETIME NULL
+    g VARCHAR(255) DEFAULT '' NOT NULL <- SiteContentStep_1_0254
+    KEY a_idx(a)
+table css
+)");
+    const auto changesOf = [&](const std::string& stored, double version) {
+        return cli::OwnChanges(CliServer::Get().Root(), "tw_none", cli::Layout::Parse(stored),
+                               expected,
+                               cli::PendingRun(Ladder::kSiteSchema, Ladder::kSiteContent, version));
+    };
+    EXPECT_THAT(changesOf(R"(
+table tag
+    a VARCHAR(40) DEFAULT '' NOT NULL
+    b TEXT NOT NULL
+    c INT UNSIGNED DEFAULT '0' NOT NULL
+    d DECIMAL(17,1) DEFAULT '0.0' NOT NULL
+    e FLOAT DEFAULT '0' NOT NULL
+    f DATE NULL
+    g VARCHAR(50) DEFAULT '' NOT NULL
+    KEY a_idx(a)
+    UNIQUE KEY own_idx(c)
+table own
+    UNIQUE KEY own_idx(c)
+)",
+                          1.0),
+                ElementsAre("tw_none.tag has a unique key own_idx",
+                            "tw_none.tag.a is VARCHAR(40) and not VARCHAR(50)",
+                            "tw_none.tag.b is TEXT and not LONGTEXT",
+                            "tw_none.tag.c is INT UNSIGNED and not INT",
+                            "tw_none.tag.d is DECIMAL(17,1) and not DECIMAL(17,2)",
+                            "tw_none.tag.e is FLOAT and not DOUBLE",
+                            "tw_none.tag.f is DATE and not DATETIME"));
+    // Wider ones do no harm, nor does a column that is not there.
+    const std::string wider = R"(
+table tag
+    a LONGTEXT NOT NULL
+    b LONGTEXT NULL
+    c BIGINT NOT NULL
+    d DECIMAL(20,4) DEFAULT '0.0000' NOT NULL
+    g VARCHAR(50) DEFAULT '' NOT NULL
+)";
+    EXPECT_THAT(changesOf(wider, 1.0), IsEmpty());
+    // After the step that makes the last one so.
+    EXPECT_THAT(changesOf(wider, 1.0254),
+                ElementsAre("tw_none.tag.g is VARCHAR(50) and not VARCHAR(255)"));
 }
 
 }  // namespace
