@@ -178,6 +178,19 @@ bool IsStrict(const std::string& sqlMode);
 /// True for a strict mode that ends a statement at any row, in tables without transactions too.
 bool IsStrictForAll(const std::string& sqlMode);
 
+/// An index of a column's first characters that a pending step adds.
+struct PrefixIndex {
+    std::string name;
+    std::string column;
+    std::string characters;  ///< how many
+};
+
+/// Nothing when the index can be added.
+/// @param type  of the column, such as "VARCHAR(8)"
+std::optional<CheckFinding> PrefixFinding(const std::string& database, const std::string& table,
+                                          const std::string& step, const PrefixIndex& index,
+                                          const std::string& type);
+
 /// Adds a finding unless the same is said of that place already, with an earlier step.
 void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings);
 

@@ -26,28 +26,38 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 9> kConverte
      {"commission", "percentage"},
      {"accesscodeaccount", "associatepercentage"}}};
 
-bool IsConverted(const std::string& table, const std::string& column) {
-    return (table.starts_with("form_") && column.starts_with("field_")) ||
-           std::find(kConverted.begin(), kConverted.end(),
+bool IsConverted(host::Connection& connection, const std::string& database,
+                 const std::string& table, const std::string& column) {
+    if (table.starts_with("form_")) {
+        return HasRows(connection, database,
+                       fmt::format("SELECT 1 FROM {{0}}.formfield WHERE type = 'float' AND {} = "
+                                   "CONCAT('form_', featureid) AND {} = CONCAT('field_', "
+                                   "formfieldid)",
+                                   TextLiteral(table), TextLiteral(column)));
+    }
+    return std::find(kConverted.begin(), kConverted.end(),
                      std::pair<std::string_view, std::string_view>(table, column)) !=
-               kConverted.end();
+           kConverted.end();
 }
 
-bool IsFloat(const Layout::Table& table, const std::string& column) {
-    const auto item = table.items.find(column);
-    return item != table.items.end() &&
-           item->second.definitions.front().starts_with(column + " FLOAT ");
+bool IsFloat(const std::string& column, const LayoutItem& item) {
+    return item.definitions.front().starts_with(column + " FLOAT ");
 }
 
 /// A conversion that was cut between adding `double_temp` and dropping the column adds it again.
-void CheckDoubleTemp(const std::string& database, const Layout& layout, const std::string& step,
+void CheckDoubleTemp(host::Connection& connection, const std::string& database,
+                     const Layout& layout, const std::string& step,
                      std::vector<CheckFinding>& findings) {
     for (const auto& [name, table] : layout.tables) {
+        if (!table.items.contains("double_temp")) {
+            continue;
+        }
         bool fails = false;
         for (const auto& [column, item] : table.items) {
-            fails = fails || (IsConverted(name, column) && IsFloat(table, column));
+            fails =
+                fails || (IsFloat(column, item) && IsConverted(connection, database, name, column));
         }
-        if (fails && table.items.contains("double_temp")) {
+        if (fails) {
             findings.push_back(
                 {database, name, step, "a column double_temp is left over from a run that was cut",
                  fmt::format("ALTER TABLE {}.{} DROP COLUMN double_temp", database, name)});
@@ -127,7 +137,7 @@ void CheckCentral(const Session& session, const CheckScope& scope,
     const PendingRun pending = scope.CentralRun();
     CheckCentralNeeds(session, scope, layout, pending, findings);
     if (pending.Has("ServerStep_1_0035")) {
-        CheckDoubleTemp(database, layout, "ServerStep_1_0035", findings);
+        CheckDoubleTemp(*session.GetConnection(), database, layout, "ServerStep_1_0035", findings);
     }
     if (pending.Has("ServerDataStep_1_0030") && !scope.unreadable.contains("tw_logs") &&
         !Installation(session.Own()).HasDatabase("tw_logs")) {
@@ -168,7 +178,8 @@ void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& s
                             "drop or rename the one that is not in use"});
     }
     if (pending.Has("SiteSchemaStep_1_0035")) {
-        CheckDoubleTemp(database, layout, "SiteSchemaStep_1_0035", findings);
+        CheckDoubleTemp(*session.GetConnection(), database, layout, "SiteSchemaStep_1_0035",
+                        findings);
     }
     CheckSiteRows(session, scope, siteId, pending, findings);
     CheckSiteSurroundings(session, scope, siteId, pending, findings);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
+#include <regex>
 #include <set>
 #include <span>
 #include <sstream>
@@ -10,6 +12,7 @@
 #include "cli/check_finding.h"
 #include "cli/data_files.h"
 #include "cli/layout.h"
+#include "cli/text.h"
 
 // Tables and columns that a step names without asking whether they are there.
 namespace twupdate::cli {
@@ -57,6 +60,10 @@ constexpr std::string_view kViewedLinkFields =
     "'productfamily')";
 constexpr std::string_view kAnyView = "SELECT 1 FROM {0}.formtemplate";
 constexpr std::string_view kAnyStylesheet = "SELECT 1 FROM {0}.css";
+constexpr std::string_view kUploads =
+    "SELECT 1 FROM {0}.formfield f INNER JOIN information_schema.columns c ON c.table_schema = "
+    "'{0}' AND c.table_name = CONCAT('form_', f.featureid) AND c.column_name = CONCAT('field_', "
+    "f.formfieldid) WHERE f.type IN('file', 'image')";
 constexpr std::string_view kOrderCommission = "SELECT 1 FROM {0}.commission WHERE orderid > 0";
 
 // Columns of the indexes that steps add are not here: the layout knows them.
@@ -89,6 +96,7 @@ constexpr std::array kSiteNeeds{
          "featureid formfieldid minrequestlength maxrequestlength requestparamname"},
     Need{"SiteSchemaStep_1_0236", "formtemplatefield", "formtemplateinstancefield", ""},
     Need{"SiteSchemaStep_1_0251", "formfield", "formfield", "featureid formfieldid type"},
+    Need{"SiteSchemaStep_1_0251", "formfield", "form", "formfeatureid securefiles", kUploads},
     Need{"SiteContentStep_1_0001", "formtemplateinstancefield", "formtemplateinstancefield",
          "operator valuetype"},
     Need{"SiteContentStep_1_0003", "formfield", "formfield", "blankoptiontext defaultvalue"},
@@ -386,6 +394,34 @@ void AddNeedsOfTheSteps(const Session& session, const Databases& in, std::span<c
     }
 }
 
+/// Columns of which an index takes more characters than somebody has left them. The sites get such
+/// indexes with new tables alone.
+void CheckPrefixes(const Databases& in, std::vector<CheckFinding>& findings) {
+    static const std::regex prefix(R"(KEY (\w+)\((\w+)\((\d+)\)\))");
+    for (const auto& [name, actual] : in.actual.tables) {
+        const auto expected = in.expected.tables.find(name);
+        if (expected == in.expected.tables.end()) {
+            continue;
+        }
+        for (const auto& [key, item] : expected->second.items) {
+            std::smatch parts;
+            if (!in.pending.Has(item.step) || actual.items.contains(key) ||
+                !std::regex_match(item.definitions.front(), parts, prefix)) {
+                continue;
+            }
+            const auto column = actual.items.find(parts[2]);
+            if (column == actual.items.end()) {
+                continue;  // a finding of its own
+            }
+            const auto words = SplitAtBlanks(column->second.definitions.front());
+            if (auto finding = PrefixFinding(in.name, name, item.step,
+                                             {parts[1], parts[2], parts[3]}, words.at(1))) {
+                findings.push_back(std::move(*finding));
+            }
+        }
+    }
+}
+
 /// Tables that get a column as their primary key and have another key already.
 void CheckPrimaryKeys(const std::string& database, const Layout& layout, const PendingRun& pending,
                       std::vector<CheckFinding>& findings) {
@@ -416,6 +452,24 @@ void CheckPrimaryKeys(const std::string& database, const Layout& layout, const P
 
 }  // namespace
 
+std::optional<CheckFinding> PrefixFinding(const std::string& database, const std::string& table,
+                                          const std::string& step, const PrefixIndex& index,
+                                          const std::string& type) {
+    static const std::regex unlimited(".*(text|blob)", std::regex::icase);
+    static const std::regex limited(R"(.*(?:char|binary)\((\d+)\))", std::regex::icase);
+    std::smatch width;
+    if (std::regex_match(type, unlimited) ||
+        (std::regex_match(type, width, limited) &&
+         std::stoull(width[1]) >= std::stoull(index.characters))) {
+        return std::nullopt;
+    }
+    CheckFinding finding{database, table, step,
+                         fmt::format("{} takes the first {} characters of {}, which is {}",
+                                     index.name, index.characters, index.column, type),
+                         fmt::format("make {} as wide as the layout has it", index.column)};
+    return finding;
+}
+
 void CheckSiteNeeds(const Session& session, const std::string& database, const Layout& layout,
                     const PendingRun& pending, std::vector<CheckFinding>& findings) {
     const Databases in{database, layout, SiteLayout(), pending};
@@ -441,6 +495,7 @@ void CheckCentralNeeds(const Session& session, const CheckScope& scope, const La
         }
     }
     missing.Report(in.name, findings);
+    CheckPrefixes(in, findings);
 }
 
 }  // namespace twupdate::cli

@@ -19,6 +19,7 @@ namespace {
 
 enum class Kind {
     kNumber,     ///< read as a 32-bit number: NULL and larger numbers fail in any sql_mode
+    kFlag,       ///< read as a number that is 0 or not: NULL fails in any sql_mode
     kText,       ///< read as a text: NULL fails in any sql_mode
     kNotNull,    ///< written to the target, or made NOT NULL
     kFloat,      ///< converted to DOUBLE where it is FLOAT: takes no NULL
@@ -504,6 +505,9 @@ class RowChecks {
                 }
                 break;
             }
+            case Kind::kFlag:
+                addNull("where a number must be", "number");
+                break;
             case Kind::kText:
                 addNull("where a text must be", "text");
                 break;
@@ -793,42 +797,29 @@ void AddForms(host::Connection& connection, const std::string& database, const P
     }
 }
 
-/// The uploaded files that SiteSchemaStep_1_0251 measures.
+/// The forms whose uploaded files SiteSchemaStep_1_0251 measures.
 void AddUploads(host::Connection& connection, const std::string& database,
                 const PendingRun& pending, RowChecks& checks, std::vector<CheckFinding>& findings) {
     constexpr std::string_view kStep = "SiteSchemaStep_1_0251";
     if (!pending.Has(kStep)) {
         return;
     }
-    std::string forms;
-    std::set<std::string> seen;
-    const auto missing = [&](const std::string& table, const std::string& what) {
-        findings.push_back({database, table, std::string(kStep), what + " is missing",
-                            "bring it back from a backup"});
-    };
+    std::set<std::string> forms;
     for (const auto& [table, column] : FormColumns(connection, database, kFileFields)) {
-        if (checks.Stored().Find(table, column) == nullptr || !seen.insert(table).second) {
+        if (checks.Stored().Find(table, column) == nullptr ||
+            !forms.insert(table.substr(table.find('_') + 1)).second) {
             continue;
         }
-        forms += (forms.empty() ? "" : ", ") + table.substr(table.find('_') + 1);
         if (checks.Stored().Find(table, "replyid") == nullptr) {
-            missing(table, "the column replyid");
+            findings.push_back({database, table, std::string(kStep),
+                                fmt::format("the column {} is missing", "replyid"),
+                                "bring it back from a backup"});
         }
     }
-    if (forms.empty()) {
-        return;
+    if (!forms.empty()) {
+        const std::string rows = fmt::format("formfeatureid IN({})", fmt::join(forms, ", "));
+        checks.Add(Place{kStep, "form", "securefiles", Kind::kFlag, rows});
     }
-    if (!checks.Stored().tables.contains("form")) {
-        missing("form", "the table");
-        return;
-    }
-    for (const char* column : {"formfeatureid", "securefiles"}) {
-        if (checks.Stored().Find("form", column) == nullptr) {
-            missing("form", fmt::format("the column {}", column));
-        }
-    }
-    const std::string rows = fmt::format("formfeatureid IN({})", forms);
-    checks.Add(Place{kStep, "form", "securefiles", Kind::kNumber, rows});
 }
 
 /// Records whose number does not fit, where SiteSchemaStep_1_0251 finds the file.
@@ -995,6 +986,18 @@ void CheckColours(host::Connection& connection, const std::string& database,
     }
 }
 
+/// The indexes that a log has already, by "table.index".
+std::set<std::string> IndexesOfLogs(host::Connection& connection) {
+    std::set<std::string> indexes;
+    for (const std::string& index :
+         FirstColumn(connection,
+                     "SELECT CONCAT(table_name, '.', index_name) FROM "
+                     "information_schema.statistics WHERE table_schema = 'tw_logs';")) {
+        indexes.insert(index);
+    }
+    return indexes;
+}
+
 /// The columns that ServerDataStep_1_0030 indexes in every log.
 void CheckLogs(host::Connection& connection, const PendingRun& pending,
                std::vector<CheckFinding>& findings) {
@@ -1002,22 +1005,33 @@ void CheckLogs(host::Connection& connection, const PendingRun& pending,
     if (!pending.Has(kStep)) {
         return;
     }
+    const std::set<std::string> indexes = IndexesOfLogs(connection);
     for (const auto& [name, table] : ReadStoredTables(connection, "tw_logs").tables) {
         // The step finds them with LIKE 'tw_%', to which an underscore is any character.
         // Without the right to read the table its columns are not seen.
         if (name.size() < 3 || LowerCase(name.substr(0, 2)) != "tw" || table.columns.empty()) {
             continue;
         }
-        std::set<std::string> columns;
+        std::map<std::string, std::string> types;
         for (const auto& [column, what] : table.columns) {
-            columns.insert(LowerCase(column));
+            types[LowerCase(column)] = what.fullType;
         }
-        for (const char* column : {"LogTime", "target"}) {
-            if (!columns.contains(LowerCase(column))) {
+        for (const std::string column : {"LogTime", "target"}) {
+            const std::string index = column + "_idx";
+            const auto type = types.find(LowerCase(column));
+            if (indexes.contains(name + "." + index)) {
+                continue;
+            }
+            if (type == types.end()) {
                 findings.push_back({"tw_logs", name, std::string(kStep),
                                     fmt::format("the column {} is missing", column),
                                     "bring it back from a backup, or move the table to another "
                                     "database"});
+            } else if (auto finding = column == "target"
+                                          ? PrefixFinding("tw_logs", name, std::string(kStep),
+                                                          {index, column, "7"}, type->second)
+                                          : std::nullopt) {
+                findings.push_back(std::move(*finding));
             }
         }
     }

@@ -173,6 +173,15 @@ Change BadCharacter(const std::string& table, const std::string& key, const std:
                   "server error " + std::to_string(error));
 }
 
+/// A column that a step names.
+Change MissingColumn(const std::string& table, const std::string& column, const std::string& step) {
+    return {"ALTER TABLE tw_8." + table + " RENAME COLUMN " + column + " TO kept_" + column,
+            table + ": the column " + column + " is missing, so " + step +
+                " fails; bring it back from a backup",
+            "step " + step + ": .*server error 1054 .*'" + column + "'",
+            "ALTER TABLE tw_8." + table + " RENAME COLUMN kept_" + column + " TO " + column};
+}
+
 /// A value of a row that is copied into a column that does not take it.
 /// @param problem  "is NULL where the step needs a value", and the like
 /// @param target   the column into which it is copied
@@ -844,6 +853,34 @@ const std::vector<ChangedSite> kChangedSites{
              "becomes longer than the 0 characters of "
              "formfield.directurlreplacementchar",
              "SiteContentStep_1_0237", "server error 1406")}},
+    {"NumbersOfNewRowsInLaterSteps",
+     "1.0000",
+     {kShop, kShopEmail, "INSERT INTO tw_8.tag(tagid, name, overrideid) VALUES(5, '.heading', 3)"},
+     {NoIdLeft("tag", "tagid", "2147483648", "SiteContentStep_1_0017"),
+      NoIdLeft("override", "overrideid", "2147483648", "SiteContentStep_1_0054"),
+      NoIdLeft("event", "eventid", "2147483648", "SiteContentStep_1_0055"),
+      NoIdLeft("eventpart", "eventpartid", "2147483648", "SiteContentStep_1_0055")}},
+    {"ColumnsThatUploadsNeed",
+     "1.0000",
+     {"INSERT INTO tw_8.formfield(formfieldid, featureid, type) VALUES(7, 50, 'file')",
+      "CREATE TABLE tw_8.form_50(replyid INT PRIMARY KEY, field_7 VARCHAR(255))"},
+     {MissingColumn("form", "securefiles", "SiteSchemaStep_1_0251"),
+      MissingColumn("form", "formfeatureid", "SiteSchemaStep_1_0251")}},
+    {"ALinkFieldWithoutItsFormTableAtTheSecondStep",
+     "1.0075",
+     {},
+     {{"INSERT INTO tw_8.formfield(formfieldid, featureid, type) VALUES(7, 50, 'formlink')",
+       "form_50: the table is missing, but formfield has formlink fields of it, so "
+       "SiteSchemaStep_1_0077 fails; delete these rows of formfield, or bring the table back",
+       "step SiteSchemaStep_1_0077: .*form_50.*server error 1146", "DELETE FROM tw_8.formfield"}}},
+    {"ASearchLogWithAnotherKeyAtTheSecondStep",
+     "1.0020",
+     {"DROP TABLE tw_8.searchlog"},
+     {{"CREATE TABLE tw_8.searchlog(logid INT PRIMARY KEY, searchedwhen DATETIME)",
+       "searchlog: searchlogid is to be the primary key, and the table has another one, PRIMARY "
+       "KEY(logid), so SiteSchemaStep_1_0021 fails; ALTER TABLE tw_8.searchlog DROP PRIMARY KEY",
+       "step SiteSchemaStep_1_0021: .*server error 1068",
+       "ALTER TABLE tw_8.searchlog DROP PRIMARY KEY"}}},
 };
 
 /// A row of featurenamevalue, as featureid, name, value and sequence, that the copy of its type

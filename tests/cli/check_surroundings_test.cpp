@@ -160,19 +160,47 @@ TEST_F(CheckSurroundings, FindsALogWithoutTheIndexedColumns) {
         {"CREATE TABLE tw_logs.tw_9(logtime DATETIME)", "CREATE TABLE tw_logs.other(a INT)"});
     ExpectFailure("tw_logs.tw_9: the column target is missing, so ServerDataStep_1_0030 fails; ",
                   "step ServerDataStep_1_0030: .*tw_9.*server error 1072");
+    // The run has made an index of it, which stays when the column gets another name.
+    ExecuteAll({"ALTER TABLE tw_logs.tw_9 CHANGE logtime target VARCHAR(6)"});
+    ExpectFailure(
+        "tw_logs.tw_9: target_idx takes the first 7 characters of target, which is varchar(6), so "
+        "ServerDataStep_1_0030 fails; make target as wide as the layout has it",
+        "step ServerDataStep_1_0030: .*tw_9.*server error 1089");
+    ExecuteAll({"DROP TABLE tw_logs.tw_9", "CREATE TABLE tw_logs.tw_9(target VARCHAR(7))"});
+    ExpectFailure("tw_logs.tw_9: the column LogTime is missing, so ServerDataStep_1_0030 fails; ",
+                  "step ServerDataStep_1_0030: .*tw_9.*server error 1072");
     ExecuteAll({"DROP TABLE tw_logs.tw_9"});
     ExpectSuccess();
 }
 
 TEST_F(CheckSurroundings, FindsAHostNameThatIsTooLong) {
     MakeSite(8);
-    ExecuteAll({"ALTER TABLE tw_8.domain MODIFY domainname VARCHAR(8) DEFAULT '' NOT NULL"});
-    ExpectFailure(
-        "tw_8.domain: the local host name has 9 characters, and domainname takes 8, so "
-        "ServerDataStep_1_0252 fails; ",
-        "step ServerDataStep_1_0252: .*tw_8.domain.*server error 1406",
-        {"--local-host-name", "web-one-1"});
-    ExecuteAll({"ALTER TABLE tw_8.domain MODIFY domainname VARCHAR(9) DEFAULT '' NOT NULL"});
+    const std::string host = "web-server-one-1";  // 16 characters
+    for (const std::string domain : {"tw_tarnwick.domain", "tw_8.domain"}) {
+        const std::string modify = "ALTER TABLE " + domain + " MODIFY domainname VARCHAR";
+        ExecuteAll({modify + "(15) DEFAULT '' NOT NULL"});
+        ExpectFailure(domain +
+                          ": the local host name has 16 characters, and domainname takes 15, so "
+                          "ServerDataStep_1_0252 fails; ",
+                      "step ServerDataStep_1_0252: .*" + domain + ".*server error 1406",
+                      {"--local-host-name", host});
+        ExecuteAll({modify + "(16) DEFAULT '' NOT NULL"});
+    }
+    ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsADomainNameThatIsTooShortForItsIndex) {
+    for (const std::string type : {"VARCHAR(14)", "INT"}) {
+        ExecuteAll({"ALTER TABLE tw_tarnwick.domain MODIFY domainname " + type});
+        ExpectFailure(
+            "tw_tarnwick.domain: domainname_idx takes the first 15 characters of "
+            "domainname, which is " +
+                type +
+                ", so ServerStep_1_0039 fails; make "
+                "domainname as wide as the layout has it",
+            "step ServerStep_1_0039: .*domainname_idx.*server error 1089");
+    }
+    ExecuteAll({"ALTER TABLE tw_tarnwick.domain MODIFY domainname TEXT"});
     ExpectSuccess();
 }
 
@@ -353,6 +381,16 @@ TEST_F(CheckSurroundings, FindsWhatThePaymentsOfCommissionsNeed) {
         ExecuteAll({"DELETE FROM tw_8.commission WHERE commissionid = 9"});
     }
     ExpectSuccess();
+    // A table that the central database does not need any more.
+    ExecuteAll({"UPDATE tw_tarnwick.site SET version = 1.0222",
+                "RENAME TABLE tw_tarnwick.account TO tw_tarnwick.kept"});
+    EXPECT_EQ(
+        RunHere({"check", "--site", "8"}).out,
+        "tw_tarnwick.account: the table is missing, so SiteContentStep_1_0223 fails; bring it "
+        "back from a backup\n1 finding.\n");
+    EXPECT_THAT(RunHere({"upgrade-site", "8"}).err,
+                ContainsRegex("step SiteContentStep_1_0223: .*server error 1146 .*"
+                              "tw_tarnwick.account"));
 }
 
 TEST_F(CheckSurroundings, FindsASiteWithoutATableOfComponents) {
@@ -372,7 +410,7 @@ TEST_F(CheckSurroundings, FindsASiteWithoutATableOfComponents) {
 
 TEST_F(CheckSurroundings, FindsAComponentIdThatIsNone) {
     MakeSite(8);
-    ExecuteAll({"ALTER TABLE tw_tarnwick.component MODIFY componentid BIGINT",
+    ExecuteAll({"ALTER TABLE tw_tarnwick.component DROP PRIMARY KEY, MODIFY componentid BIGINT",
                 "INSERT INTO tw_tarnwick.component(componentid) VALUES(4294967396)"});
     const std::vector<std::string> check{"check", "--site", "8"};
     const std::vector<std::string> upgrade{"upgrade-site", "8"};
@@ -381,7 +419,15 @@ TEST_F(CheckSurroundings, FindsAComponentIdThatIsNone) {
               "SiteContentStep_1_0002 fails; mend or remove the row\n1 finding.\n");
     EXPECT_THAT(RunHere(upgrade).err,
                 ContainsRegex("step SiteContentStep_1_0002: .*32-bit integer"));
-    ExecuteAll({"DELETE FROM tw_tarnwick.component WHERE componentid = 4294967396"});
+    ExecuteAll(
+        {"UPDATE tw_tarnwick.component SET componentid = NULL WHERE componentid = "
+         "4294967396"});
+    EXPECT_EQ(RunHere(check).out,
+              "tw_tarnwick.component: componentid NULL does not fit a 32-bit integer, so "
+              "SiteContentStep_1_0002 fails; mend or remove the row\n1 finding.\n");
+    EXPECT_THAT(RunHere(upgrade).err,
+                ContainsRegex("step SiteContentStep_1_0002: .*NULL where a number must be"));
+    ExecuteAll({"DELETE FROM tw_tarnwick.component WHERE componentid IS NULL"});
     const fs::path data = folder_ / "update/resources/componentData.txt";
     const std::string whole = ContentOf(data);
     WriteFile(data, "99999999999\tname\tfolder\n" + whole);
@@ -414,6 +460,30 @@ TEST_F(CheckSurroundings, FindsAComponentWhoseFolderLeadsOut) {
     ExpectFailure("out leads out of ", "step SiteContentStep_1_0022: ");
     WriteFile(data, whole);
     ExpectSuccess();
+}
+
+TEST_F(CheckSurroundings, FindsARecordWithAFileThatIsBeyond32Bits) {
+    MakeSite(8, "1.0000", {sample::Group::kForms});
+    ExecuteAll({"INSERT INTO tw_8.formfield(formfieldid, featureid, type) VALUES(60, 50, 'file')",
+                "CREATE TABLE tw_8.form_50(replyid BIGINT PRIMARY KEY, field_60 VARCHAR(255))",
+                // Nobody reads the number of a record without a file.
+                "INSERT INTO tw_8.form_50 VALUES(2147483648, '../60/a.txt'), (2147483649, "
+                "'../60/none.txt')"});
+    WriteFile(SiteFolder() / "60/a.txt", "a");
+    const std::string finding =
+        "tw_8.form_50: replyid does not fit a 32-bit integer in a record with a file (replyid "
+        "2147483648), so SiteSchemaStep_1_0251 fails; mend it";
+    const std::string failure =
+        "step SiteSchemaStep_1_0251: .*column replyid: 2147483648 does not fit";
+    ExpectFailure(finding, failure);
+    // A form may keep its files elsewhere.
+    ExecuteAll({"INSERT INTO tw_8.form(formfeatureid, securefiles) VALUES(50, -1)"});
+    fs::remove(SiteFolder() / "60/a.txt");
+    WriteFile(folder_ / "sites_secure/8/60/a.txt", "a");
+    ExpectFailure(finding, failure);
+    ExecuteAll({"UPDATE tw_8.form_50 SET replyid = 1 WHERE replyid = 2147483648"});
+    ExpectSuccess();
+    EXPECT_EQ(Cell("SELECT field_60_filesize FROM tw_8.form_50 WHERE replyid = 1;"), "1");
 }
 
 TEST_F(CheckSurroundings, FindsRobotsThatAreTooLarge) {
@@ -569,6 +639,12 @@ TEST_F(CheckSurroundings, FindsAFolderThatCannotBeMade) {
     ExpectFailure(
         "wwwroot/sites/8/EmailTest is a file where a folder must be, so SiteContentStep_1_0063 "
         "fails; ",
+        "step SiteContentStep_1_0063: cannot create the folder .*EmailTest");
+    fs::remove(SiteFolder() / "EmailTest");
+    fs::create_symlink("nothing", SiteFolder() / "EmailTest");
+    ExpectFailure(
+        "wwwroot/sites/8/EmailTest is a file where a folder must be, so SiteContentStep_1_0063 "
+        "fails; move the file out of the way",
         "step SiteContentStep_1_0063: cannot create the folder .*EmailTest");
     fs::remove(SiteFolder() / "EmailTest");
     ExpectSuccess();

@@ -92,6 +92,26 @@ TEST_F(Check, FindsALeftOverColumnOfACutConversion) {
     EXPECT_EQ(Run({"upgrade"}).status, 0);
 }
 
+TEST_F(Check, FindsALeftOverColumnInTheTableOfAForm) {
+    MakeCentralDatabase();
+    MakeSite(8, "1.0000", {sample::Group::kForms});
+    Execute("INSERT INTO tw_8.formfield(formfieldid, featureid, type) VALUES(7, 50, 'float');");
+    // The field of the other form is gone.
+    for (const char* form : {"tw_8.form_50", "tw_8.form_51"}) {
+        Execute(std::string("CREATE TABLE ") + form +
+                "(replyid INT PRIMARY KEY, field_7 FLOAT DEFAULT 0 NOT NULL, double_temp DOUBLE);");
+    }
+    Expect({},
+           "tw_8.form_50: a column double_temp is left over from a run that was cut, so "
+           "SiteSchemaStep_1_0035 fails; ALTER TABLE tw_8.form_50 DROP COLUMN double_temp");
+    UpgradeFails({},
+                 "step SiteSchemaStep_1_0035: ALTER TABLE tw_8.form_50 ADD COLUMN "
+                 "double_temp.*server error 1060");
+    Execute("ALTER TABLE tw_8.form_50 DROP COLUMN double_temp;");
+    EXPECT_EQ(Run({"check"}).status, 0);
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
 TEST_F(Check, FindsALeftOverColumnInTheCentralDatabase) {
     MakeCentralDatabase();
     Execute("ALTER TABLE tw_tarnwick.account ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;");
