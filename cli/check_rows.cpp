@@ -1019,7 +1019,7 @@ void CheckLogs(host::Connection& connection, const PendingRun& pending,
         for (const std::string column : {"LogTime", "target"}) {
             const std::string index = column + "_idx";
             const auto type = types.find(LowerCase(column));
-            if (indexes.contains(name + "." + index)) {
+            if (indexes.contains(fmt::format("{}.{}", name, index))) {
                 continue;
             }
             if (type == types.end()) {
