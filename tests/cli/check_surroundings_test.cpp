@@ -603,9 +603,9 @@ TEST_F(CheckSurroundings, FindsRobotsThatAreNoText) {
     ExpectFailure("robots.txt is not text in utf8mb4, so SiteContentStep_1_0030 fails; ",
                   "step SiteContentStep_1_0030: .*server error 1366");
     // A large one is looked at in pieces, between which no character is torn apart.
-    const GlobalSetting packet("max_allowed_packet", "4096");
+    const GlobalSetting packet("max_allowed_packet", "8192");
     std::string letters;
-    for (int i = 0; i < 1500; ++i) {
+    for (int i = 0; i < 3000; ++i) {
         letters += i % 2 == 0 ? "\xC3\xA9" : "\xE2\x82\xAC";
     }
     WriteFile(SiteFolder() / "robots.txt", letters + "\xE9");
