@@ -53,7 +53,10 @@ FirstUses UsesOf(const std::filesystem::path& trace) {
         }
         if (std::regex_search(sql, rows)) {
             auto table = std::sregex_iterator(sql.begin(), sql.end(), name);
-            for (isInsert ? ++table : table; table != std::sregex_iterator(); ++table) {
+            if (isInsert) {
+                ++table;
+            }
+            for (; table != std::sregex_iterator(); ++table) {
                 use(table->str(), "SELECT");
             }
         }
