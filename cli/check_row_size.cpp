@@ -15,8 +15,8 @@
 #include "cli/server_version.h"
 #include "cli/text.h"
 
-// Tables whose longest row InnoDB would refuse. In the row formats COMPACT and REDUNDANT a long
-// text keeps 788 bytes in the row, in DYNAMIC 20.
+// Tables whose longest row InnoDB would refuse, and those that come to the server's own limits. In
+// the row formats COMPACT and REDUNDANT a long text keeps 788 bytes in the row, in DYNAMIC 20.
 namespace twupdate::cli {
 namespace {
 
@@ -55,6 +55,24 @@ struct Table {
     bool hasKey = false;          ///< that the rows are kept by
     Number maxLength = 1;         ///< bytes of a character in a new column
     std::map<std::string, Field> fields;
+
+    /// The longest row, as the server counts it: a long text is a length and an address.
+    Number ServerRowSize() const {
+        static const std::map<std::string, Number> lengths{
+            {"tinytext", 1}, {"text", 2}, {"mediumtext", 3}, {"longtext", 4},
+            {"tinyblob", 1}, {"blob", 2}, {"mediumblob", 3}, {"longblob", 4}};
+        Number nullable = 0;
+        Number size = 0;
+        for (const auto& [name, field] : fields) {
+            const auto length = lengths.find(field.type);
+            const bool varies = field.type.starts_with("var");
+            size += length != lengths.end() ? length->second + 8
+                    : varies                ? field.bytes + (field.bytes > 255 ? 2 : 1)
+                                            : field.bytes;
+            nullable += field.nullable ? 1 : 0;
+        }
+        return size + (nullable + 7) / 8;
+    }
 
     /// The longest row, as InnoDB counts it.
     Number RowSize() const {
@@ -241,30 +259,72 @@ std::map<std::string, std::vector<Change>> ChangesOfForms(
     return changes;
 }
 
-/// The table as it is when a step is refused.
-struct Refused {
-    std::string step;
-    Format format;
-    Number size;  ///< of the longest row
+/// What InnoDB holds against a row; the server's limits hold anyway.
+struct InnoDbRules {
+    Format serversFormat;
+    Number pageSize;
 };
+
+/// A table and a step that changes it.
+struct Place {
+    std::string database;
+    std::string table;
+    std::string step = {};
+};
+
+/// Why the server takes no table like this, of whatever engine; nothing when it does.
+std::optional<CheckFinding> RefusedByServer(const Place& at, const Table& table) {
+    constexpr Number kLongestRow = 65535;
+    constexpr Number kMostColumns = 1017;
+    if (const Number columns = table.fields.size(); columns > kMostColumns) {
+        const CheckFinding finding{
+            at.database, at.table, at.step,
+            fmt::format("a table takes {} columns, and it comes to {}", kMostColumns, columns),
+            "drop columns that the platform does not have"};
+        return finding;
+    }
+    if (const Number size = table.ServerRowSize(); size > kLongestRow) {
+        const CheckFinding finding{
+            at.database, at.table, at.step,
+            fmt::format("a row takes {} bytes without its long texts, and it comes to {}",
+                        kLongestRow, size),
+            "make columns that the platform does not have shorter"};
+        return finding;
+    }
+    return std::nullopt;
+}
 
 /// Carries out the changes until one is refused. A column is not added to a table whose row is too
 /// long already, however short it is; a change that rebuilds the table is refused where the row is
 /// too long afterwards, in the format that the server now gives it.
-std::optional<Refused> FirstRefused(Table table, const std::vector<Change>& changes,
-                                    Format serversFormat, Number pageSize) {
+std::optional<CheckFinding> FirstRefused(Place at, Table table, const std::vector<Change>& changes,
+                                         const std::optional<InnoDbRules>& rules) {
     for (const Change& change : changes) {
+        at.step = change.step;
         const auto stored = table.fields.find(change.column);
         const bool isNew = stored == table.fields.end();
         Table looked = table;
+        Table after = table;
+        after.fields[change.column] = change.field;
         if (!isNew && stored->second.type == "float" && change.field.type == "double") {
             looked.fields["double_temp"] = change.field;  // the old column goes only after that
+            after.fields = looked.fields;
         } else if (!isNew || change.rebuilds) {
             looked.fields[change.column] = change.field;
-            looked.format = table.formatIsItsOwn ? table.format : serversFormat;
+            looked.format = table.formatIsItsOwn || !rules ? table.format : rules->serversFormat;
         }
-        if (const Number size = looked.RowSize(); size >= Limit(looked.format, pageSize)) {
-            return Refused{change.step, looked.format, size};
+        if (auto refused = RefusedByServer(at, after)) {
+            return refused;
+        }
+        if (const Number size = looked.RowSize();
+            rules && size >= Limit(looked.format, rules->pageSize)) {
+            const CheckFinding finding{
+                at.database, at.table, at.step,
+                fmt::format("in the row format {} a row takes less than {} bytes, and it can come "
+                            "to {}",
+                            NameOf(looked.format), Limit(looked.format, rules->pageSize), size),
+                fmt::format("ALTER TABLE {}.{} ROW_FORMAT=DYNAMIC", at.database, at.table)};
+            return finding;
         }
         table.format = looked.format;
         table.fields[change.column] = change.field;
@@ -273,7 +333,7 @@ std::optional<Refused> FirstRefused(Table table, const std::vector<Change>& chan
 }
 
 void CheckTables(host::Connection& connection, const PendingDatabase& database,
-                 Format serversFormat, Number pageSize, std::vector<CheckFinding>& findings) {
+                 const std::optional<InnoDbRules>& rules, std::vector<CheckFinding>& findings) {
     const bool isSite = database.kind == Kind::kSite;
     const Layout& expected = isSite ? SiteLayout() : CentralLayout();
     const PendingRun pending = database.Run();
@@ -284,25 +344,17 @@ void CheckTables(host::Connection& connection, const PendingDatabase& database,
         if (const auto found = expected.tables.find(name); found != expected.tables.end()) {
             changes[name] = ChangesOf(found->second, table, pending);
         }
-        if (const auto refused = FirstRefused(table, changes[name], serversFormat, pageSize)) {
-            findings.push_back(
-                {database.name, name, refused->step,
-                 fmt::format("in the row format {} a row takes less than {} bytes, and it can come "
-                             "to {}",
-                             NameOf(refused->format), Limit(refused->format, pageSize),
-                             refused->size),
-                 fmt::format("ALTER TABLE {}.{} ROW_FORMAT=DYNAMIC", database.name, name)});
+        if (const auto finding = FirstRefused({database.name, name}, table, changes[name], rules)) {
+            findings.push_back(*finding);
         }
     }
 }
 
-}  // namespace
-
-void CheckRowSizes(host::Connection& connection, const std::vector<PendingDatabase>& pending,
-                   std::vector<CheckFinding>& findings) {
+/// Nothing where InnoDB does not mind, or counts otherwise than here.
+std::optional<InnoDbRules> RulesOf(host::Connection& connection) {
     const ServerVersion version = ServerVersion::Of(connection);
     if (!version.IsMariaDb() || version.Number() < 100300) {
-        return;  // other servers count otherwise
+        return std::nullopt;
     }
     const InnoDbSettings settings = InnoDbSettings::Of(connection);
     const auto serversFormat = FormatOf(settings.defaultRowFormat);
@@ -310,11 +362,19 @@ void CheckRowSizes(host::Connection& connection, const std::vector<PendingDataba
     const Number pageSize = page->Next() ? std::stoull(page->Get(0).ToText()) : 0;
     constexpr Number kLargestPage = 65536;  // of which a row takes less than a half
     if (!settings.strict || !serversFormat || pageSize == kLargestPage) {
-        return;
+        return std::nullopt;
     }
+    return InnoDbRules{*serversFormat, pageSize};
+}
+
+}  // namespace
+
+void CheckRowSizes(host::Connection& connection, const std::vector<PendingDatabase>& pending,
+                   std::vector<CheckFinding>& findings) {
+    const auto rules = RulesOf(connection);
     for (const PendingDatabase& database : pending) {
         if (database.kind == Kind::kCentral || database.kind == Kind::kSite) {
-            CheckTables(connection, database, *serversFormat, pageSize, findings);
+            CheckTables(connection, database, rules, findings);
         }
     }
 }

@@ -58,15 +58,8 @@ std::set<std::string> Modes(const std::string& sqlMode) {
 /// The first cell of a query. Nothing without rows, or where a table or column is missing, which is
 /// a finding of its own.
 std::optional<std::string> FirstCell(host::Connection& connection, const std::string& sql) {
-    try {
-        const auto rows = connection.Query(sql);
-        return rows->Next() ? std::optional(rows->Get(0).ToText()) : std::nullopt;
-    } catch (const HostError& error) {
-        if (!IsMissing(error)) {
-            throw;
-        }
-        return std::nullopt;
-    }
+    const auto cells = FirstColumn(connection, sql);
+    return cells.empty() ? std::nullopt : std::optional(cells.front());
 }
 
 /// What the checks of the server look at.

@@ -176,5 +176,70 @@ TEST_F(CheckRowSize, FindsWhatFailsInSitesOfAnyVersion) {
     }
 }
 
+/// The table `tag` with columns of somebody's own, which 1.0050, 1.0061 and 1.0072 give an INT
+/// each.
+class CheckLongTable : public CheckRowSize {
+  protected:
+    /// @param finding  of tw_1.tag; empty: the upgrade goes well
+    void Expect(const std::string& own, const std::string& finding = "",
+                const std::string& failure = "") {
+        MakeSiteAt(1.0);
+        Execute("ALTER TABLE tw_1.tag " + own + ";");
+        if (finding.empty()) {
+            Goes();
+            return;
+        }
+        EXPECT_EQ(Found(), "tw_1.tag: " + finding + "\n1 finding.\n");
+        const Outcome upgrade = Run(WithFolder({"upgrade-site", "1"}));
+        EXPECT_THAT(upgrade.err, ContainsRegex(failure));
+    }
+};
+
+// Six columns of 1, 4, 4, 4, 4 and (255 characters of four bytes, and two for the length) 1,022
+// bytes are 1,039; a VARBINARY has two bytes for its length.
+TEST_F(CheckLongTable, IsFoundWhereTheServerTakesNoLongerRow) {
+    const auto own = [](int bytes) {
+        return fmt::format("ADD COLUMN own VARBINARY({}) DEFAULT '' NOT NULL", bytes);
+    };
+    const auto comesTo = [](int bytes, const std::string& step) {
+        return fmt::format(
+            "a row takes 65535 bytes without its long texts, and it comes to {}, so "
+            "{} fails; make columns that the platform does not have shorter",
+            bytes, step);
+    };
+    Expect(own(64482));
+    Expect(own(64483), comesTo(65536, "SiteSchemaStep_1_0072"),
+           "step SiteSchemaStep_1_0072: .*server error 1118 ");
+    Expect(own(64490), comesTo(65539, "SiteSchemaStep_1_0061"),
+           "step SiteSchemaStep_1_0061: .*server error 1118 ");
+    Expect(own(64491), comesTo(65536, "SiteSchemaStep_1_0050"),
+           "step SiteSchemaStep_1_0050: .*server error 1118 ");
+}
+
+// A column that may be NULL takes a bit, and the first eight of them a byte.
+TEST_F(CheckLongTable, CountsTheBitsOfWhatMayBeNull) {
+    Expect("ADD COLUMN own VARBINARY(64480) DEFAULT '' NOT NULL, ADD COLUMN b TINYINT");
+    Expect("ADD COLUMN own VARBINARY(64481) DEFAULT '' NOT NULL, ADD COLUMN b TINYINT",
+           "a row takes 65535 bytes without its long texts, and it comes to 65536, so "
+           "SiteSchemaStep_1_0072 fails; make columns that the platform does not have shorter",
+           "step SiteSchemaStep_1_0072: .*server error 1118 ");
+}
+
+TEST_F(CheckLongTable, IsFoundWhereTheServerTakesNoMoreColumns) {
+    const auto own = [](int count) {
+        std::string columns;
+        for (int i = 1; i <= count; ++i) {
+            columns +=
+                fmt::format("{}ADD COLUMN own{} TINYINT DEFAULT 0 NOT NULL", i > 1 ? ", " : "", i);
+        }
+        return columns;
+    };
+    Expect(own(1008));
+    Expect(own(1009),
+           "a table takes 1017 columns, and it comes to 1018, so SiteSchemaStep_1_0072 fails; drop "
+           "columns that the platform does not have",
+           "step SiteSchemaStep_1_0072: .*server error 1005 .*Too many columns");
+}
+
 }  // namespace
 }  // namespace twupdate::test
