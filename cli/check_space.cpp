@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <map>
 #include <optional>
-#include <set>
 
 #include "cli/check_finding.h"
-#include "cli/layout.h"
-#include "cli/text.h"
+#include "cli/server_version.h"
+#include "cli/step_needs.h"
 
 namespace twupdate::cli {
 namespace {
@@ -51,46 +51,40 @@ std::optional<std::uint64_t> FreeFromServer(host::Connection& connection) {
     }
 }
 
-/// The tables of the layout in which a pending step makes something.
-std::set<std::string> ChangedTables(const Layout& layout, std::initializer_list<Ladder> ladders,
-                                    double version) {
-    std::set<std::string_view> steps;
-    for (const Ladder ladder : ladders) {
-        for (const LadderStep& step : PendingSteps(ladder, version)) {
-            steps.insert(step.name);
-        }
+/// What makes the server write a table, or a key of it, anew.
+std::vector<std::string_view> Rewrites(const ServerVersion& version) {
+    if (version.AddsColumnsInstantly()) {
+        return {kCopiesTable, kRebuildsTable, kAddsIndex};
     }
-    std::set<std::string> tables;
-    for (const auto& [name, table] : layout.tables) {
-        for (const auto& [key, item] : table.items) {
-            if (steps.contains(item.step)) {
-                tables.insert(name);
-            }
-        }
-    }
-    return tables;
+    return {"ALTER"};
 }
 
 struct TableSize {
     std::string database;
     std::string table;
+    std::string step;
     std::uint64_t bytes = 0;
 };
 
-/// The largest of the tables that the upgrade changes; forms belong to them.
-TableSize LargestChangedTable(host::Connection& connection,
-                              const std::vector<PendingDatabase>& pending) {
+/// The largest of the tables that the upgrade writes anew.
+TableSize LargestRewrittenTable(host::Connection& connection,
+                                const std::vector<PendingDatabase>& pending) {
+    const auto rewrites = Rewrites(ServerVersion::Of(connection));
     TableSize largest;
     for (const PendingDatabase& database : pending) {
-        const bool central = database.kind == Kind::kCentral;
-        if (!central && database.kind != Kind::kSite) {
+        if (database.kind != Kind::kCentral && database.kind != Kind::kSite) {
             continue;
         }
-        const auto changed =
-            central ? ChangedTables(CentralLayout(), {Ladder::kServer, Ladder::kServerData},
-                                    database.version)
-                    : ChangedTables(SiteLayout(), {Ladder::kSiteSchema, Ladder::kSiteContent},
-                                    database.version);
+        Needs needs = NeedsOf(connection, database.name, pending);
+        std::map<std::string, FirstNeed> steps;
+        for (const std::string_view rewrite : rewrites) {
+            for (const auto& [table, need] : needs[rewrite]) {
+                const auto known = steps.emplace(table, need).first;
+                if (need.IsBefore(known->second)) {
+                    known->second = need;
+                }
+            }
+        }
         const auto rows = connection.Query(fmt::format(
             "SELECT table_name, data_length + index_length FROM information_schema.tables WHERE "
             "table_schema = '{}' AND table_type = 'BASE TABLE';",
@@ -99,8 +93,9 @@ TableSize LargestChangedTable(host::Connection& connection,
             const std::string name = rows->Get(0).ToText();
             const std::uint64_t bytes =
                 rows->Get(1).IsNull() ? 0 : std::stoull(rows->Get(1).ToText());
-            if (bytes > largest.bytes && (changed.contains(name) || name.starts_with("form_"))) {
-                largest = {database.name, name, bytes};
+            const auto step = steps.find(name);
+            if (bytes > largest.bytes && step != steps.end()) {
+                largest = {database.name, name, step->second.step, bytes};
             }
         }
     }
@@ -116,7 +111,7 @@ std::string Megabytes(std::uint64_t bytes) {
 void CheckSpace(const Session& session, const std::vector<PendingDatabase>& pending,
                 std::vector<CheckFinding>& findings, std::vector<std::string>& notes) {
     host::Connection& connection = *session.GetConnection();
-    const TableSize largest = LargestChangedTable(connection, pending);
+    const TableSize largest = LargestRewrittenTable(connection, pending);
     if (largest.bytes == 0) {
         return;
     }
@@ -130,7 +125,7 @@ void CheckSpace(const Session& session, const std::vector<PendingDatabase>& pend
             folder, largest.database, largest.table, Megabytes(largest.bytes)));
     } else if (*free < largest.bytes) {
         findings.push_back(
-            {largest.database, largest.table, "",
+            {largest.database, largest.table, largest.step,
              fmt::format("a change that copies the table needs {}, and the data folder {} has {} "
                          "free",
                          Megabytes(largest.bytes), folder, Megabytes(*free)),

@@ -22,6 +22,8 @@ class ServerVersion {
     /// False: LONGTEXT DEFAULT '' is an error in a strict sql_mode, and otherwise a warning that
     /// the column has no default.
     bool TakesLongTextDefaults() const { return mariaDb_ && number_ >= 100201; }
+    /// And drops them so: the rows stay as they are.
+    bool AddsColumnsInstantly() const { return mariaDb_ && number_ >= 100400; }
     bool HasRowNumber() const { return number_ >= (mariaDb_ ? 100200 : 80000); }
 
   private:
