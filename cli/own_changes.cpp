@@ -124,7 +124,7 @@ std::vector<std::string> OwnChanges(host::Connection& connection, const std::str
     std::vector<std::string> changes;
     for (const auto& [name, table] : expected.tables) {
         if (const auto found = stored.tables.find(name); found != stored.tables.end()) {
-            const std::string place = database + "." + name;
+            const std::string place = fmt::format("{}.{}", database, name);
             AddKeys(place, found->second, table, changes);
             AddColumns(place, found->second, table, pending, changes);
         }

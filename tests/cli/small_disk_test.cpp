@@ -42,7 +42,8 @@ class SmallDisk : public InstallationTest {
         const auto* const info = testing::UnitTest::GetInstance()->current_test_info();
         const std::string test = std::string(info->test_suite_name()) + "." + info->name();
         const std::string command = unshare + " sh -c '" + mount + " && " + kInside + "=1 exec " +
-                                    program + " --gtest_brief=1 --gtest_filter=" + test + "'";
+                                    "env -u GTEST_TOTAL_SHARDS -u GTEST_SHARD_INDEX " + program +
+                                    " --gtest_brief=1 --gtest_filter=" + test + "'";
         EXPECT_EQ(std::system(command.c_str()), 0);
         return true;
     }
