@@ -2,13 +2,12 @@
 // situation, sees what `check` says of it, and sees the real upgrade agree.
 #include <gmock/gmock.h>
 
-#include <regex>
+#include <map>
 #include <set>
 
 #include "cli/installation_fixture.h"
 #include "cli/named_place.h"
-#include "sample/installation.h"
-#include "twupdate_host/mariadb_utility.h"
+#include "cli/sample_run.h"
 
 namespace twupdate::test {
 namespace {
@@ -126,40 +125,16 @@ TEST_F(CheckRights, NoneAreNeededForLogsThatThereAreNot) {
 /// The rights on tables that a run has used, from its trace: all but SELECT.
 std::map<std::string, std::set<std::string>> RightsUsed(const std::filesystem::path& trace) {
     std::map<std::string, std::set<std::string>> used;
-    const std::regex write(
-        R"(^(UPDATE|INSERT INTO|DELETE FROM|ALTER TABLE|CREATE TABLE IF NOT EXISTS) (tw_\w+\.\w+))");
-    const std::regex rename(R"(^RENAME TABLE (\S+) TO ([^;]+);)");
-    const std::regex repair(R"(^REPAIR TABLE (\S+))");
-    for (const auto& line : JsonLinesOf(trace)) {
-        const std::string sql = line.value("sql", "");
-        std::smatch parts;
-        if (std::regex_search(sql, parts, write)) {
-            const std::string verb = parts[1];
-            used[parts[2]].insert(verb.substr(0, verb.find(' ')));
-            if (sql.find("ON DUPLICATE KEY UPDATE") != std::string::npos) {
-                used[parts[2]].insert("UPDATE");
-            }
-        } else if (std::regex_search(sql, parts, rename)) {
-            used[parts[1]].insert({"ALTER", "DROP"});
-            used[parts[2]].insert({"CREATE", "INSERT"});
-        } else if (std::regex_search(sql, parts, repair)) {
-            used[parts[1]].insert("INSERT");
+    for (const auto& [use, step] : UsesOf(trace)) {
+        if (use.second != "SELECT") {
+            used[use.first].insert(use.second);
         }
     }
     return used;
 }
 
 TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
-    // The first site of the sample: every feature, with rows for all that a step can write.
-    const auto make = [] {
-        sample::InstallationOptions options;
-        options.sites = 1;
-        options.rows = 20;
-        sample::MakeInstallation(std::make_shared<host::MariaDbUtility>(host::Connection::Open(
-                                     CliServer::Get().Server().ConnectOptions())),
-                                 options);
-    };
-    make();
+    MakeFirstSampleSite();
     const auto trace = folder_ / "trace.jsonl";
     ASSERT_EQ(Run({"--trace", trace.string(), "upgrade"}).status, 0);
     auto used = RightsUsed(trace);
@@ -172,7 +147,7 @@ TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
     for (const std::string& database : databases) {
         Execute("DROP DATABASE " + database + ";");
     }
-    make();
+    MakeFirstSampleSite();
     Execute("CREATE TABLE tw_1.other(a INT);");  // somebody else's
     for (const std::string& database : databases) {
         Grant("SELECT", database + ".*");
