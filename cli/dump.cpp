@@ -2,13 +2,14 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 
-#include "cli/child_process.h"
 #include "cli/failure.h"
 
 namespace twupdate::cli {
@@ -80,27 +81,23 @@ std::string OptionLines(const host::ConnectionOptions& connect) {
 }  // namespace
 
 ClientOptionFile::ClientOptionFile(const Session& session, const GlobalOptions& options)
-    : alone_(!options.datadir.empty() || !options.defaultsFile.empty()) {
-    std::string name = (fs::temp_directory_path() / "twupdate-client-XXXXXX").string();
-    const Descriptor file(mkstemp(name.data()));  // for its owner alone
-    path_ = name;
+    : file_(memfd_create("twupdate-client", MFD_CLOEXEC)),
+      alone_(!options.datadir.empty() || !options.defaultsFile.empty()) {
     std::string content;
     if (!options.defaultsFile.empty()) {
         content = "!include " + fs::absolute(options.defaultsFile).string() + "\n";
     }
     content += OptionLines(session.ConnectOptions());
-    if (file.Get() < 0 || !WriteAll(file.Get(), content)) {
-        throw CommandError("cannot write " + name + ": " + std::strerror(errno));
+    // A file that others may write is passed over by the clients.
+    if (file_.Get() < 0 || fchmod(file_.Get(), S_IRUSR | S_IWUSR) != 0 ||
+        !WriteAll(file_.Get(), content)) {
+        throw CommandError(std::string("cannot hand on how to sign in: ") + std::strerror(errno));
     }
 }
 
-ClientOptionFile::~ClientOptionFile() {
-    std::error_code ignored;
-    fs::remove(path_, ignored);
-}
-
 std::string ClientOptionFile::Argument() const {
-    return (alone_ ? "--defaults-file=" : "--defaults-extra-file=") + path_.string();
+    return fmt::format("{}=/proc/{}/fd/{}", alone_ ? "--defaults-file" : "--defaults-extra-file",
+                       getpid(), file_.Get());
 }
 
 void DumpDatabase(const ClientOptionFile& client, const std::string& database,

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "cli/child_process.h"
 #include "cli/dump_contents.h"
 #include "cli/options.h"
 #include "cli/session.h"
@@ -11,18 +12,17 @@
 namespace twupdate::cli {
 
 /// A file by which the server's own clients reach the same server as the session, the password
-/// included; only its owner may read it. Removed at the end of its life.
+/// included; only its owner may read it. It is in no folder and goes with the process, however that
+/// ends.
 class ClientOptionFile {
   public:
+    /// @throws CommandError
     ClientOptionFile(const Session& session, const GlobalOptions& options);
-    ~ClientOptionFile();
-    ClientOptionFile(const ClientOptionFile&) = delete;
-    ClientOptionFile& operator=(const ClientOptionFile&) = delete;
     /// The option that names the file to a client.
     std::string Argument() const;
 
   private:
-    std::filesystem::path path_;
+    Descriptor file_;
     bool alone_;
 };
 

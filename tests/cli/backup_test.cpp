@@ -565,9 +565,10 @@ TEST_F(Backup, NeitherShowsNorLeavesThePassword) {
     Execute("GRANT ALL ON *.* TO 'keeper'@'localhost';");
     WriteFile(folder_ / "password", "hush\"hush\\\n");
     chmod((folder_ / "password").c_str(), 0600);
-    const std::string path =
-        PathWith("mariadb-dump", "tr '\\0' ' ' </proc/$$/cmdline >" + (folder_ / "seen").string() +
-                                     "; exec /usr/bin/mariadb-dump \"$@\"");
+    const std::string path = PathWith(
+        "mariadb-dump", "tr '\\0' ' ' </proc/$$/cmdline >" + (folder_ / "seen").string() + "; ls " +
+                            folder_.Path().string() + " >>" + (folder_ / "seen").string() +
+                            "; exec /usr/bin/mariadb-dump \"$@\"");
     const auto socket = CliServer::Get().Server().Socket().string();
     const Outcome outcome = RunProgram(
         {"--socket", socket, "--user", "keeper", "--password-file", (folder_ / "password").string(),
@@ -576,6 +577,9 @@ TEST_F(Backup, NeitherShowsNorLeavesThePassword) {
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("--defaults-extra-file="));
     EXPECT_THAT(ContentOf(folder_ / "seen"), Not(HasSubstr("hush")));
+    // In no folder even while it is read: a run that is killed leaves nothing.
+    EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("\npassword\n"));
+    EXPECT_THAT(ContentOf(folder_ / "seen"), Not(HasSubstr("twupdate-client")));
     for (const auto& entry : fs::directory_iterator(folder_.Path())) {
         EXPECT_THAT(entry.path().filename().string(), Not(HasSubstr("twupdate-client")));
     }
