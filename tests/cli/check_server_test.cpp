@@ -11,8 +11,6 @@ namespace {
 
 using testing::ContainsRegex;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 class CheckServer : public InstallationTest {
   protected:
