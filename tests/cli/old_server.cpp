@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include "cli/installation_fixture.h"
 
@@ -22,7 +23,7 @@ fs::path ServerFolder() {
 }
 
 /// Starts the server with its own libraries. It dies with this thread.
-pid_t Start(const std::vector<std::string>& words, const fs::path& log) {
+pid_t Start(std::vector<std::string> words, const fs::path& log) {
     const pid_t parent = getpid();
     const pid_t pid = fork();
     if (pid == 0) {
@@ -34,12 +35,12 @@ pid_t Start(const std::vector<std::string>& words, const fs::path& log) {
         dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
         setenv("LD_LIBRARY_PATH", ServerFolder().c_str(), 1);
-        std::vector<const char*> arguments;
-        for (const std::string& word : words) {
-            arguments.push_back(word.c_str());
+        std::vector<char*> arguments;
+        for (std::string& word : words) {
+            arguments.push_back(word.data());
         }
         arguments.push_back(nullptr);
-        execv(arguments[0], const_cast<char* const*>(arguments.data()));
+        execv(arguments[0], arguments.data());
         _exit(127);
     }
     return pid;
@@ -74,7 +75,7 @@ OldServer::OldServer(const std::vector<std::string>& options) {
         words.emplace_back("--user=root");  // it refuses to run as root unless it is told to
     }
     words.insert(words.end(), options.begin(), options.end());
-    pid_ = Start(words, folder_ / "log");
+    pid_ = Start(std::move(words), folder_ / "log");
     const bool up = WaitUntil([this] {
         try {
             host::Connection::Open(ConnectOptions());

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace twupdate::test {
 
@@ -14,8 +15,8 @@ namespace twupdate::test {
 class LockedFolder {
   public:
     /// @param top  the folder of the test, in which `folder` lies
-    LockedFolder(const std::filesystem::path& top, const std::filesystem::path& folder)
-        : folder_(folder) {
+    LockedFolder(const std::filesystem::path& top, std::filesystem::path folder)
+        : folder_(std::move(folder)) {
         namespace fs = std::filesystem;
         fs::permissions(top, fs::perms::group_exec | fs::perms::others_exec, fs::perm_options::add);
         fs::permissions(folder_, fs::perms::none);
