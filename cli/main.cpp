@@ -1,11 +1,11 @@
 #include <csignal>
 #include <exception>
 
-#include "cli/console.h"
-#include "cli/failure.h"
-#include "cli/options.h"
-#include "cli/text.h"
-#include "cli/trace.h"
+#include "cli/run/trace.h"
+#include "cli/server/options.h"
+#include "cli/terminal/console.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
 
 namespace twupdate::cli {
 namespace {

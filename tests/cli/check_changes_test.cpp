@@ -1,8 +1,8 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include "cli/check/own_changes.h"
 #include "cli/installation_fixture.h"
-#include "cli/own_changes.h"
 #include "cli/sample_fixture.h"
 #include "support/lines.h"
 

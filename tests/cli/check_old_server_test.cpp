@@ -7,8 +7,8 @@
 
 #include "cli/named_place.h"
 #include "cli/old_server.h"
-#include "cli/pending_run.h"
 #include "cli/sample_fixture.h"
+#include "cli/server/pending_run.h"
 
 namespace twupdate::test {
 namespace {

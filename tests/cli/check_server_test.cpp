@@ -4,7 +4,7 @@
 
 #include "cli/installation_fixture.h"
 #include "cli/named_place.h"
-#include "cli/server_version.h"
+#include "cli/server/server_version.h"
 
 namespace twupdate::test {
 namespace {

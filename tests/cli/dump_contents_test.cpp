@@ -1,4 +1,4 @@
-#include "cli/dump_contents.h"
+#include "cli/backup/dump_contents.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

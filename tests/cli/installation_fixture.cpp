@@ -7,7 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "cli/layout.h"
+#include "cli/server/layout.h"
 #include "twupdate_host/mariadb_utility.h"
 
 namespace twupdate::test {

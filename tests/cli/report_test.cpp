@@ -5,13 +5,13 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "cli/failure.h"
-#include "cli/html.h"
 #include "cli/installation_fixture.h"
-#include "cli/report_page.h"
-#include "cli/report_timeline.h"
-#include "cli/run_events.h"
-#include "cli/run_figures.h"
+#include "cli/report/html.h"
+#include "cli/report/report_page.h"
+#include "cli/report/report_timeline.h"
+#include "cli/report/run_events.h"
+#include "cli/report/run_figures.h"
+#include "cli/terminal/failure.h"
 
 namespace twupdate::test {
 namespace {

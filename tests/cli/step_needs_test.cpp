@@ -1,5 +1,5 @@
 // What the steps need on which tables, against the statements of a real upgrade.
-#include "cli/step_needs.h"
+#include "cli/check/step_needs.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "cli/time_left.h"
+#include "cli/run/time_left.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "cli/installation_fixture.h"
-#include "cli/layout.h"
+#include "cli/server/layout.h"
 #include "twupdate/update.h"
 #include "twupdate_host/mariadb_utility.h"
 
@@ -91,7 +91,7 @@ class Verify : public InstallationTest {
 
 /// Compares a layout with its file in the tree, and writes the file when the developer asks so.
 void ExpectFresh(const std::string& name, const Layout& layout) {
-    const std::string file = std::string(TWUPDATE_SOURCE_FOLDER) + "/cli/layouts/" + name;
+    const std::string file = std::string(TWUPDATE_SOURCE_FOLDER) + "/cli/server/layouts/" + name;
     const std::string text =
         "# Made by the test Verify.TheLayoutsAreFresh; to make it anew, run that test with "
         "TWUPDATE_WRITE_LAYOUTS=1.\n" +

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "cli/backup/dump_contents.h"
+#include "cli/server/child_process.h"
+#include "cli/server/options.h"
+#include "cli/server/session.h"
+
+namespace twupdate::cli {
+
+/// A file by which the server's own clients reach the same server as the session, the password
+/// included; only its owner may read it. It is in no folder and goes with the process, however that
+/// ends.
+class ClientOptionFile {
+  public:
+    /// @throws CommandError
+    ClientOptionFile(const Session& session, const GlobalOptions& options);
+    /// The option that names the file to a client.
+    std::string Argument() const;
+
+  private:
+    Descriptor file_;
+    bool alone_;
+};
+
+/// Dumps a database into a compressed file, which is there, whole, or not at all.
+/// @throws CommandError
+void DumpDatabase(const ClientOptionFile& client, const std::string& database,
+                  const std::filesystem::path& file);
+
+/// Reads a dump to its end.
+/// @throws CommandError when it is of another database, or does not end as a whole dump does
+DumpContents CheckDump(const std::filesystem::path& file, const std::string& database);
+
+/// Puts a dumped database back in place of the one of that name.
+/// @param first  a statement to run before the first of the database that is made anew
+/// @throws CommandError
+void LoadDump(const ClientOptionFile& client, const std::filesystem::path& file,
+              const std::string& database, const std::string& first);
+
+}  // namespace twupdate::cli

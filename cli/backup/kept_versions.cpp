@@ -1,0 +1,72 @@
+#include "cli/backup/kept_versions.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "cli/server/child_process.h"
+#include "cli/terminal/failure.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path FileIn(const fs::path& folder) {
+    return folder / "kept_versions.json";
+}
+
+std::string Named(const fs::path& file) {
+    return file.string() + ", which keeps the versions of the sites that are not in the backup";
+}
+
+bool WriteToDisk(const fs::path& file, const std::string& content) {
+    constexpr mode_t kOwnerOnly = 0600;
+    const Descriptor target(
+        open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kOwnerOnly));
+    return target.Get() >= 0 && WriteAll(target.Get(), content) && fsync(target.Get()) == 0;
+}
+
+}  // namespace
+
+void KeepVersions(const fs::path& folder, const SiteVersions& versions) {
+    auto lines = nlohmann::json::array();
+    for (const auto& [siteId, version] : versions) {
+        lines.push_back({{"site", siteId}, {"version", version}});
+    }
+    const fs::path file = FileIn(folder);
+    const fs::path part = file.string() + ".part";
+    if (!WriteToDisk(part, lines.dump()) || rename(part.c_str(), file.c_str()) != 0) {
+        throw CommandError(fmt::format("cannot write {}: {}; nothing was put back", Named(file),
+                                       std::strerror(errno)));
+    }
+}
+
+std::optional<SiteVersions> KeptVersions(const fs::path& folder) {
+    const fs::path file = FileIn(folder);
+    if (!fs::exists(file)) {
+        return std::nullopt;
+    }
+    try {
+        std::ifstream stream(file);
+        SiteVersions versions;
+        for (const auto& line : nlohmann::json::parse(stream)) {
+            versions[line.at("site").get<std::int64_t>()] = line.at("version").get<double>();
+        }
+        return versions;
+    } catch (const nlohmann::json::exception&) {
+        throw CommandError(Named(file) + ", cannot be read; nothing was put back");
+    }
+}
+
+void RemoveKeptVersions(const fs::path& folder) {
+    std::error_code ignored;
+    fs::remove(FileIn(folder), ignored);
+}
+
+}  // namespace twupdate::cli

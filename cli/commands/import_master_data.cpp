@@ -1,0 +1,82 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <limits>
+#include <memory>
+#include <optional>
+
+#include "cli/commands/commands.h"
+#include "cli/run/run.h"
+#include "cli/run/run_lock.h"
+#include "cli/server/session.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_t siteId,
+                     std::optional<double> from) {
+    InstallFolderWithData(options);  // wrong use is told before anything is done
+    Session session(options);
+    const RunLock lock(session, options);
+    const double version = from ? *from : Installation(session.Own()).ImportedVersion(siteId);
+    if (version > kCurrentVersion) {
+        throw CommandError(fmt::format(
+            "the central tables in tw_{} are at {}, newer than the {} that this program knows; "
+            "nothing was done",
+            siteId, VersionText(version), VersionText(kCurrentVersion)));
+    }
+    if (!IsBelow(version, kCurrentVersion)) {
+        console.Say(fmt::format("The central tables in tw_{} are at {} already; nothing was done.",
+                                siteId, VersionText(version)));
+        console.Result({{"command", "import-master-data"},
+                        {"result", "nothing to do"},
+                        {"site", siteId},
+                        {"version", version}});
+        return kDone;
+    }
+    Run run;
+    run.start = {"import-master-data", version, {}};
+    run.result["site"] = siteId;
+    run.result["from"] = version;
+    run.operation = [&](Update& update, Utility& /*host*/) {
+        update.UpdateImportMasterData(siteId, version);
+    };
+    const int status = CarryOut(session, options, console, run);
+    if (status == kDone) {
+        console.Say(
+            fmt::format("The version in tw_{}.tw_installation is left as it was: it is "
+                        "recorded by whoever takes the copies over.",
+                        siteId));
+    }
+    return status;
+}
+
+}  // namespace
+
+void AddImportMasterData(CLI::App& app, Invocation& invocation) {
+    struct Arguments {
+        std::int32_t siteId = 0;
+        std::optional<double> from;
+    };
+    auto* command =
+        app.add_subcommand("import-master-data",
+                           "Bring the copies of the central tables in an imported site up to date");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("ID", arguments->siteId, "The site's id")
+        ->required()
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    command
+        ->add_option("--from", arguments->from,
+                     "Start from this version instead of the recorded one")
+        ->type_name("VERSION")
+        ->check(IsVersion);
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return ImportMasterData(options, console, arguments->siteId, arguments->from);
+        };
+    });
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,200 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "cli/commands/commands.h"
+#include "cli/server/installation.h"
+#include "cli/server/left_out.h"
+#include "cli/server/session.h"
+#include "cli/server/site_option.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+/// The sites that start from one version.
+struct Group {
+    double version = 0;
+    std::vector<std::int64_t> sites;
+};
+
+struct Plan {
+    double version = 0;      ///< of the installation
+    bool central = true;     ///< the central ladders run
+    std::vector<Group> old;  ///< what the run will upgrade, by version
+    LeftOut leftOut;
+};
+
+constexpr std::array kCentralLadders{Ladder::kServer, Ladder::kServerData};
+constexpr std::array kSiteLadders{Ladder::kSiteSchema, Ladder::kSiteContent};
+
+Plan MakePlan(Installation& installation, std::optional<std::int32_t> siteId) {
+    Plan plan;
+    plan.version = installation.Version();
+    plan.central = !siteId && IsBelow(plan.version, kCurrentVersion);
+    auto sites = installation.Sites();
+    if (siteId) {
+        std::erase_if(sites, [&](const SiteRow& site) { return site.siteId != *siteId; });
+        if (sites.empty()) {
+            throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
+        }
+    }
+    std::map<double, Group> groups;
+    for (const SiteRow& site : sites) {
+        if (site.State() == SiteState::kOld) {
+            auto& group = groups[*site.version];
+            group.version = *site.version;
+            group.sites.push_back(site.siteId);
+        }
+    }
+    plan.leftOut = SitesLeftOut(sites);
+    for (auto& [version, group] : groups) {
+        plan.old.push_back(std::move(group));
+    }
+    return plan;
+}
+
+/// How many sites of the plan run the step.
+std::uint64_t SitesThatRun(const Plan& plan, const LadderStep& step) {
+    std::uint64_t sites = 0;
+    for (const Group& group : plan.old) {
+        sites += IsBelow(group.version, step.threshold) ? group.sites.size() : 0U;
+    }
+    return sites;
+}
+
+void PrintCentralLadder(Ladder ladder, double version, Console& console) {
+    const auto steps = PendingSteps(ladder, version);
+    console.Print(fmt::format("\n{} ladder on tw_tarnwick: {}", LadderName(ladder),
+                              Count(steps.size(), "step")));
+    for (const LadderStep& step : steps) {
+        console.Print(fmt::format("  {}  {:<24} {}", VersionText(step.threshold), step.name,
+                                  step.description));
+    }
+}
+
+void PrintSiteLadder(Ladder ladder, const Plan& plan, Console& console) {
+    std::string lines;
+    std::size_t steps = 0;
+    for (const LadderStep& step : LadderSteps(ladder)) {
+        if (const auto sites = SitesThatRun(plan, step); sites > 0) {
+            ++steps;
+            lines += fmt::format("\n  {}  {:<24} {:>9}  {}", VersionText(step.threshold), step.name,
+                                 Count(sites, "site"), step.description);
+        }
+    }
+    if (steps > 0) {
+        console.Print(
+            fmt::format("\n{} ladder: {}{}", LadderName(ladder), Count(steps, "step"), lines));
+    }
+}
+
+void PrintLeftOut(const Plan& plan, Console& console) {
+    for (const auto& [state, ids] : plan.leftOut) {
+        console.Print("Left out, " + LeftOutText(state, ids));
+    }
+}
+
+void Print(const Plan& plan, Console& console) {
+    console.Print(fmt::format("Installation: version {} of {}.", VersionText(plan.version),
+                              VersionText(kCurrentVersion)));
+    for (const Group& group : plan.old) {
+        console.Print(fmt::format(
+            "{} at {}: {} schema and {} content steps ({} {})", Count(group.sites.size(), "site"),
+            VersionText(group.version), PendingSteps(Ladder::kSiteSchema, group.version).size(),
+            PendingSteps(Ladder::kSiteContent, group.version).size(),
+            group.sites.size() == 1 ? "site" : "sites", IdsText(group.sites)));
+    }
+    PrintLeftOut(plan, console);
+    if (plan.central) {
+        for (const Ladder ladder : kCentralLadders) {
+            PrintCentralLadder(ladder, plan.version, console);
+        }
+    }
+    for (const Ladder ladder : kSiteLadders) {
+        PrintSiteLadder(ladder, plan, console);
+    }
+}
+
+nlohmann::ordered_json JsonOf(const Plan& plan) {
+    nlohmann::ordered_json result{
+        {"command", "plan"}, {"version", plan.version}, {"current_version", kCurrentVersion}};
+    auto& groups = result["groups"] = nlohmann::ordered_json::array();
+    for (const Group& group : plan.old) {
+        groups.push_back(
+            {{"version", group.version},
+             {"sites", group.sites},
+             {"schema_steps", PendingSteps(Ladder::kSiteSchema, group.version).size()},
+             {"content_steps", PendingSteps(Ladder::kSiteContent, group.version).size()}});
+    }
+    result["left_out"] = JsonOf(plan.leftOut);
+    auto& ladders = result["ladders"] = nlohmann::ordered_json::object();
+    const auto add = [&](const LadderStep& step, std::uint64_t databases) {
+        ladders[std::string(LadderName(step.ladder))].push_back(
+            {{"threshold", step.threshold},
+             {"step", step.name},
+             {"databases", databases},
+             {"description", step.description}});
+    };
+    if (plan.central) {
+        for (const Ladder ladder : kCentralLadders) {
+            for (const LadderStep& step : PendingSteps(ladder, plan.version)) {
+                add(step, 1);
+            }
+        }
+    }
+    for (const Ladder ladder : kSiteLadders) {
+        for (const LadderStep& step : LadderSteps(ladder)) {
+            if (const auto sites = SitesThatRun(plan, step); sites > 0) {
+                add(step, sites);
+            }
+        }
+    }
+    return result;
+}
+
+int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
+    Session session(options);
+    Installation installation(session.Own());
+    Plan plan = MakePlan(installation, siteId);
+    if (!siteId && !IsBelow(plan.version, kCurrentVersion)) {
+        // The component looks at no site then.
+        console.Print(fmt::format("Installation: version {} of {}; an upgrade would do nothing.",
+                                  VersionText(plan.version), VersionText(kCurrentVersion)));
+        for (const Group& group : plan.old) {
+            console.Print(fmt::format("Older all the same, {}: {} ({}); see upgrade-site",
+                                      VersionText(group.version), Count(group.sites.size(), "site"),
+                                      IdsText(group.sites)));
+        }
+        PrintLeftOut(plan, console);
+        auto result = JsonOf(plan);
+        result["older_sites"] = result["groups"];
+        result["groups"] = nlohmann::ordered_json::array();
+        result["ladders"] = nlohmann::ordered_json::object();
+        console.Result(result);
+        return kDone;
+    }
+    Print(plan, console);
+    console.Result(JsonOf(plan));
+    return kDone;
+}
+
+}  // namespace
+
+void AddPlan(CLI::App& app, Invocation& invocation) {
+    auto* command = app.add_subcommand("plan", "Show what an upgrade would run; writes nothing");
+    const auto siteId = std::make_shared<std::optional<std::int32_t>>();
+    AddSiteOption(*command, *siteId, "Show one site alone, as upgrade-site would run it");
+    command->callback([&invocation, siteId] {
+        invocation.run = [siteId](const GlobalOptions& options, Console& console) {
+            return ShowPlan(options, console, *siteId);
+        };
+    });
+}
+
+}  // namespace twupdate::cli

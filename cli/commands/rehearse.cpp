@@ -1,0 +1,377 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <set>
+
+#include "cli/backup/copy_database.h"
+#include "cli/backup/dump.h"
+#include "cli/check/check_finding.h"
+#include "cli/commands/commands.h"
+#include "cli/run/events.h"
+#include "cli/run/progress.h"
+#include "cli/run/run_watch.h"
+#include "cli/run/trace.h"
+#include "cli/server/innodb_settings.h"
+#include "cli/server/layout.h"
+#include "cli/server/root_site.h"
+#include "cli/server/session.h"
+#include "cli/server/site_option.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/table.h"
+#include "cli/terminal/text.h"
+#include "twupdate/update.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct RehearseArguments {
+    std::vector<std::int32_t> sites;
+    std::size_t sample = 0;
+    fs::path workdir;
+    bool schemaOnly = false;
+};
+
+struct Rehearsed {
+    std::vector<DatabaseDone> done;
+    std::vector<RunFailure> failed;
+    std::vector<LayoutFinding> findings;
+    std::vector<std::string> notes;  ///< what the copy lacks
+};
+
+/// A named site that an upgrade would not come to is a slip; nothing would be tried in its place.
+void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int32_t>& named) {
+    for (const std::int32_t siteId : named) {
+        const auto site = std::find_if(
+            all.begin(), all.end(), [siteId](const SiteRow& row) { return row.siteId == siteId; });
+        if (site == all.end()) {
+            throw CommandError(fmt::format("tw_tarnwick.site has no site {}", siteId));
+        }
+        if (site->State() != SiteState::kOld) {
+            throw CommandError(
+                fmt::format("site {} is not to be upgraded, so it is not rehearsed: {}", siteId,
+                            SiteStateText(site->State())));
+        }
+    }
+}
+
+/// A rehearsal makes folders and files, which must not mix with what is somebody's.
+void RequireEmpty(const fs::path& workdir) {
+    std::error_code ignored;
+    if (fs::exists(workdir / "server", ignored)) {
+        throw CommandError(
+            fmt::format("{} holds a rehearsal already; name another folder", workdir.string()),
+            kWrongUse);
+    }
+    if (fs::exists(workdir, ignored) && !fs::is_empty(workdir, ignored)) {
+        throw CommandError(
+            fmt::format("{} is not empty; name another folder for the rehearsal", workdir.string()),
+            kWrongUse);
+    }
+}
+
+/// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
+/// sample of these that has early and late versions alike.
+std::vector<SiteRow> ChosenSites(const std::vector<SiteRow>& all, const RehearseArguments& wanted) {
+    std::vector<SiteRow> old;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(old), [&](const SiteRow& site) {
+        const bool named =
+            std::find(wanted.sites.begin(), wanted.sites.end(), site.siteId) != wanted.sites.end();
+        return site.State() == SiteState::kOld && (wanted.sites.empty() || named);
+    });
+    if (wanted.sample == 0 || wanted.sample >= old.size()) {
+        return old;
+    }
+    std::stable_sort(old.begin(), old.end(),
+                     [](const SiteRow& a, const SiteRow& b) { return a.version < b.version; });
+    std::vector<SiteRow> sample;
+    const std::size_t steps = std::max<std::size_t>(wanted.sample - 1, 1);
+    for (std::size_t i = 0; i < wanted.sample; ++i) {
+        sample.push_back(old[i * (old.size() - 1) / steps]);  // the first and the last among them
+    }
+    return sample;
+}
+
+/// What reaches the copy: the source's way of working, and nothing of its way there.
+GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& workdir,
+                                host::Connection& source) {
+    GlobalOptions copy;
+    copy.datadir = workdir / "server";
+    copy.charset = options.charset;
+    const auto mode = source.Query("SELECT @@SESSION.sql_mode;");
+    copy.sqlMode = mode->Next() ? mode->Get(0).ToText() : "";
+    copy.installFolder = workdir / "component";
+    copy.localHostName = options.localHostName;
+    copy.servicesLog = workdir / "services.jsonl";
+    return copy;
+}
+
+/// A run must not copy files into the platform's own folders, so it gets a component folder of
+/// its own, with the data files.
+void MakeComponentFolder(const GlobalOptions& options, const fs::path& folder) {
+    fs::create_directories(folder);
+    fs::copy(InstallFolderWithData(options) / "resources", folder / "resources",
+             fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+}
+
+/// Sites that are not rehearsed are marked in the copy as if they were gone.
+void LeaveOut(host::Connection& copy, const std::vector<SiteRow>& all,
+              const std::vector<SiteRow>& chosen) {
+    std::set<std::int64_t> ids;
+    for (const SiteRow& site : chosen) {
+        ids.insert(site.siteId);
+    }
+    for (const SiteRow& site : all) {
+        if (!ids.contains(site.siteId)) {
+            copy.Execute(fmt::format(
+                "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", site.siteId));
+        }
+    }
+}
+
+std::vector<std::string> Column(host::Connection& connection, const std::string& sql) {
+    std::vector<std::string> values;
+    const auto rows = connection.Query(sql);
+    while (rows->Next()) {
+        values.push_back(rows->Get(0).ToText());
+    }
+    return values;
+}
+
+/// Triggers and routines run with the rights of the account that defined them, which must be there.
+void MakeDefiners(host::Connection& source, host::Connection& copy, const std::string& database) {
+    const auto definers = source.Query(
+        fmt::format("SELECT QUOTE(LEFT(definer, CHAR_LENGTH(definer) - CHAR_LENGTH(host) - 1)), "
+                    "QUOTE(host) FROM (SELECT definer, SUBSTRING_INDEX(definer, '@', -1) AS host "
+                    "FROM (SELECT definer FROM information_schema.triggers WHERE trigger_schema = "
+                    "'{0}' UNION SELECT definer FROM information_schema.routines WHERE "
+                    "routine_schema = '{0}') d) h;",
+                    database));
+    while (definers->Next()) {
+        const std::string name = definers->Get(0).ToText();
+        const std::string host = definers->Get(1).ToText();
+        const bool role = host == "''";
+        const std::string account = role ? name : fmt::format("{}@{}", name, host);
+        copy.Execute(fmt::format("CREATE {} IF NOT EXISTS {};", role ? "ROLE" : "USER", account));
+        copy.Execute(fmt::format("GRANT ALL PRIVILEGES ON *.* TO {};", account));
+    }
+}
+
+/// Copies one database after the other. What the user may not read of them is noted.
+void CopyAll(const Session& source, const Session& copy, const GlobalOptions& options,
+             const GlobalOptions& copyOptions, const std::vector<std::string>& databases,
+             bool schemaOnly, Console& console, std::vector<std::string>& notes) {
+    const ClientOptionFile from(source, options);
+    const ClientOptionFile to(copy, copyOptions);
+    host::Connection& connection = *source.GetConnection();
+    CopyScope scope;
+    scope.routines = MayReadRoutines(connection);
+    if (!scope.routines) {
+        notes.emplace_back(
+            "procedures and functions are not copied: the user may not read them (SELECT on "
+            "mysql.proc)");
+    }
+    std::vector<std::string> withoutTriggers;
+    for (const std::string& database : databases) {
+        // The versions are rows of the central database, so it is always copied whole.
+        scope.rows = !schemaOnly || database == "tw_tarnwick";
+        // A view may show another database, which is not copied; no step reads one.
+        scope.leftOut =
+            Column(connection, fmt::format("SELECT table_name FROM information_schema.tables WHERE "
+                                           "table_schema = '{}' AND table_type = 'VIEW';",
+                                           database));
+        if (!HasRight(connection, database, "TRIGGER")) {
+            withoutTriggers.push_back(database);
+        }
+        MakeDefiners(connection, *copy.GetConnection(), database);
+        CopyDatabase(from, to, database, scope);
+        console.Say(fmt::format("{}: copied", database));
+    }
+    if (!withoutTriggers.empty()) {
+        notes.push_back(
+            fmt::format("triggers are not copied: the user lacks the right TRIGGER on {}",
+                        fmt::join(withoutTriggers, ", ")));
+    }
+}
+
+/// Upgrades the copy. A site that fails is noted and left out, and the run goes on without it.
+void Upgrade(Session& copy, double version, const std::vector<SiteRow>& chosen,
+             const std::vector<std::shared_ptr<RunSink>>& sinks, Rehearsed& rehearsed) {
+    for (bool again = true; again;) {
+        again = false;
+        const auto watch = std::make_shared<RunWatch>();
+        for (const auto& sink : sinks) {
+            watch->AddSink(sink);
+        }
+        Update update;
+        update.Configure(copy.ForComponent(watch));
+        watch->Start({"rehearse", version, chosen});
+        try {
+            update.UpdateServer(version);
+            watch->End();
+        } catch (const std::exception& error) {
+            rehearsed.failed.push_back(watch->Fail(error));
+            if (const auto site = rehearsed.failed.back().where.siteId) {
+                copy.GetConnection()->Execute(fmt::format(
+                    "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", *site));
+                again = true;
+            }
+        }
+        for (const DatabaseDone& done : watch->Databases()) {
+            const bool known = std::any_of(
+                rehearsed.done.begin(), rehearsed.done.end(),
+                [&](const DatabaseDone& other) { return other.database == done.database; });
+            if (!known) {  // the central ladders run again with each attempt
+                rehearsed.done.push_back(done);
+            }
+        }
+    }
+}
+
+void VerifyCopy(const Session& copy, Rehearsed& rehearsed) {
+    for (const DatabaseDone& done : rehearsed.done) {
+        std::vector<std::string> absent;
+        for (auto& finding : Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
+                                     ReadLayout(*copy.Own(), done.database), absent)) {
+            rehearsed.findings.push_back(std::move(finding));
+        }
+    }
+}
+
+void Print(const Rehearsed& rehearsed, Console& console) {
+    using Align = TextTable::Align;
+    TextTable table({{"Database"},
+                     {"From"},
+                     {"Steps", Align::kRight},
+                     {"Statements", Align::kRight},
+                     {"Time", Align::kRight}});
+    for (const DatabaseDone& done : rehearsed.done) {
+        table.AddRow({done.database, VersionText(done.from), std::to_string(done.steps),
+                      std::to_string(done.statements), DurationText(done.duration)});
+    }
+    for (const std::string& line : table.Lines()) {
+        console.Print(line);
+    }
+    for (const RunFailure& failure : rehearsed.failed) {
+        console.Print("would fail: " + FailureLine(failure));
+    }
+    for (const LayoutFinding& finding : rehearsed.findings) {
+        console.Print("differs afterwards: " + finding.Text());
+    }
+    for (const std::string& note : rehearsed.notes) {
+        console.Say("note: " + note);
+    }
+    console.Say(fmt::format(
+        "Rehearsed: {} upgraded, {}, {}.", Count(rehearsed.done.size(), "database"),
+        Count(rehearsed.failed.size(), "failure"), Count(rehearsed.findings.size(), "difference")));
+}
+
+nlohmann::ordered_json JsonOf(const Rehearsed& rehearsed, bool clean) {
+    nlohmann::ordered_json result{{"command", "rehearse"},
+                                  {"result", clean ? "clean" : "findings"}};
+    auto& done = result["upgraded"] = nlohmann::ordered_json::array();
+    for (const DatabaseDone& database : rehearsed.done) {
+        done.push_back({{"database", database.database},
+                        {"from", database.from},
+                        {"steps", database.steps},
+                        {"statements", database.statements},
+                        {"seconds", std::chrono::duration<double>(database.duration).count()}});
+    }
+    auto& failed = result["failures"] = nlohmann::ordered_json::array();
+    for (const RunFailure& failure : rehearsed.failed) {
+        failed.push_back({{"database", failure.where.database},
+                          {"step", failure.where.step ? failure.where.step->name : ""},
+                          {"code", failure.code},
+                          {"text", FailureLine(failure)}});
+    }
+    auto& findings = result["differences"] = nlohmann::ordered_json::array();
+    for (const LayoutFinding& finding : rehearsed.findings) {
+        findings.push_back(finding.Text());
+    }
+    result["notes"] = rehearsed.notes;
+    return result;
+}
+
+int Rehearse(const GlobalOptions& options, Console& console, const RehearseArguments& arguments) {
+    RequireEmpty(arguments.workdir);
+    InstallFolderWithData(options);  // before a folder is made that the next try would find
+    Session source(options);
+    Installation installation(source.Own());
+    const double version = installation.Version();
+    const auto all = installation.Sites();
+    if (!IsBelow(version, kCurrentVersion)) {
+        throw CommandError(
+            "the installation is not below the current version: nothing to rehearse");
+    }
+    RequireOldSites(all, arguments.sites);
+    const auto chosen = ChosenSites(all, arguments);
+    fs::create_directories(arguments.workdir);
+    const GlobalOptions copyOptions =
+        OptionsForTheCopy(options, arguments.workdir, *source.GetConnection());
+    MakeComponentFolder(options, copyOptions.installFolder);
+    Session copy(copyOptions, DataFolder::kAnyOrNew);
+    std::vector<std::string> databases{"tw_tarnwick"};
+    if (installation.HasDatabase("tw_logs")) {
+        databases.emplace_back("tw_logs");
+    }
+    for (const SiteRow& site : chosen) {
+        databases.push_back(fmt::format("tw_{}", site.siteId));
+    }
+    if (const auto root = RootSite(*source.Own())) {
+        const std::string database = fmt::format("tw_{}", *root);
+        if (std::find(databases.begin(), databases.end(), database) == databases.end()) {
+            databases.push_back(database);  // the central ladder writes a domain into it
+        }
+    }
+    std::erase_if(databases, [&](const std::string& database) {
+        return !installation.HasDatabase(database);  // the step that needs it tells
+    });
+    Rehearsed rehearsed;
+    const InnoDbSettings settings = InnoDbSettings::Of(*source.GetConnection());
+    PrepareForCopies(*copy.GetConnection(), settings);
+    CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
+            rehearsed.notes);
+    FinishCopies(*source.GetConnection(), *copy.GetConnection(), settings, databases);
+    LeaveOut(*copy.GetConnection(), all, chosen);
+    std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
+    if (!options.trace.empty()) {
+        sinks.push_back(std::make_shared<Trace>(options.trace));
+    }
+    if (!options.events.empty()) {
+        sinks.push_back(std::make_shared<Events>(options.events));
+    }
+    Upgrade(copy, version, chosen, sinks, rehearsed);
+    VerifyCopy(copy, rehearsed);
+    Print(rehearsed, console);
+    const bool clean = rehearsed.failed.empty() && rehearsed.findings.empty();
+    console.Result(JsonOf(rehearsed, clean));
+    return clean ? kDone : kFindings;
+}
+
+}  // namespace
+
+void AddRehearse(CLI::App& app, Invocation& invocation) {
+    auto* command = app.add_subcommand(
+        "rehearse", "Upgrade a copy on a private server; the source is only read");
+    const auto arguments = std::make_shared<RehearseArguments>();
+    AddSiteOption(*command, arguments->sites, "Copy this site (may be repeated)");
+    command->add_option("--sample", arguments->sample, "Copy so many of the sites")
+        ->type_name("N")
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    command->add_option("--workdir", arguments->workdir, "A folder for the private server")
+        ->type_name("DIR")
+        ->required();
+    command->add_flag("--schema-only", arguments->schemaOnly,
+                      "Copy the tables of the sites without their rows");
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return Rehearse(options, console, *arguments);
+        };
+    });
+}
+
+}  // namespace twupdate::cli

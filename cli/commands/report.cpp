@@ -1,0 +1,134 @@
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "cli/commands/commands.h"
+#include "cli/report/report_page.h"
+#include "cli/server/child_process.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Arguments {
+    fs::path page;
+    std::vector<fs::path> events;
+};
+
+/// Refuses a name that is not a page's: a folder, a device, or one of the files to be read.
+void CheckPage(const Arguments& arguments) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(arguments.page, ignored);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        throw CommandError(
+            fmt::format("{} is no file that can be replaced", arguments.page.string()), kWrongUse);
+    }
+    for (const fs::path& events : arguments.events) {
+        if (fs::equivalent(arguments.page, events, ignored)) {
+            throw CommandError(
+                fmt::format("{} holds the events; name another file for the page", events.string()),
+                kWrongUse);
+        }
+    }
+}
+
+/// The runs of all files in the order of time.
+std::vector<RunRecord> ReadAll(const std::vector<fs::path>& files) {
+    std::vector<RunRecord> runs;
+    for (const fs::path& file : files) {
+        for (RunRecord& run : ReadRuns(file)) {
+            runs.push_back(std::move(run));
+        }
+    }
+    std::stable_sort(runs.begin(), runs.end(),
+                     [](const RunRecord& a, const RunRecord& b) { return a.start < b.start; });
+    return runs;
+}
+
+/// Puts the page there whole, or leaves what was there.
+void WritePage(const fs::path& file, std::string_view page) {
+    const fs::path part = file.string() + ".part";
+    try {
+        Descriptor target(
+            open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (target.Get() < 0 || !WriteAll(target.Get(), page) || fsync(target.Get()) != 0) {
+            throw CommandError(std::strerror(errno));
+        }
+        target.Close();
+        fs::rename(part, file);
+    } catch (const std::exception& error) {
+        std::error_code ignored;
+        fs::remove(part, ignored);
+        throw CommandError(fmt::format("cannot write {}: {}", file.string(), error.what()));
+    }
+}
+
+std::string_view EndText(RunEnd end) {
+    switch (end) {
+        case RunEnd::kFinished:
+            return "finished";
+        case RunEnd::kFailed:
+            return "failed";
+        case RunEnd::kStopped:
+            return "stopped";
+        case RunEnd::kNone:
+            return "did not end";
+    }
+    return "";
+}
+
+int Report(Console& console, const Arguments& arguments) {
+    CheckPage(arguments);
+    const std::vector<RunRecord> runs = ReadAll(arguments.events);
+    WritePage(arguments.page, ReportPage(runs));
+    const std::string_view end = EndText(runs.back().end);
+    console.Say(fmt::format("{}: {}, the last one {}.", arguments.page.string(),
+                            Count(runs.size(), "run"), end));
+    console.Result({{"command", "report"},
+                    {"result", "done"},
+                    {"file", arguments.page.string()},
+                    {"runs", runs.size()},
+                    {"last_run", end}});
+    return kDone;
+}
+
+}  // namespace
+
+void AddReport(CLI::App& app, Invocation& invocation) {
+    auto* command =
+        app.add_subcommand("report", "Make a page in HTML from what --events has recorded");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("FILE", arguments->page, "The page; one that is there is replaced")
+        ->required();
+    command
+        ->add_option("--events", arguments->events,
+                     "The events of a run; may be given several times, for the runs of a night")
+        ->type_name("FILE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false);
+    command->callback([&invocation, arguments] {
+        if (arguments->events.empty() && !invocation.global.events.empty()) {
+            // Named before the command; it is read here, not written.
+            arguments->events.push_back(std::exchange(invocation.global.events, {}));
+        }
+        if (arguments->events.empty()) {
+            throw CLI::RequiredError("--events");
+        }
+        invocation.run = [arguments](const GlobalOptions& /*options*/, Console& console) {
+            return Report(console, *arguments);
+        };
+    });
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,88 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/commands/commands.h"
+#include "cli/server/installation.h"
+#include "cli/server/session.h"
+#include "cli/terminal/table.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites) {
+    nlohmann::ordered_json result{
+        {"command", "status"},
+        {"current_version", kCurrentVersion},
+        {"installation",
+         {{"version", version},
+          {"pending_server_steps", PendingSteps(Ladder::kServer, version).size()},
+          {"pending_server_data_steps", PendingSteps(Ladder::kServerData, version).size()}}}};
+    auto& list = result["sites"] = nlohmann::ordered_json::array();
+    for (const SiteRow& site : sites) {
+        nlohmann::ordered_json row{{"id", site.siteId}, {"name", site.name}};
+        row["version"] = nullptr;
+        if (site.version) {
+            row["version"] = *site.version;
+        }
+        row["state"] = SiteStateText(site.State());
+        if (site.version) {
+            row["pending_schema_steps"] = PendingSteps(Ladder::kSiteSchema, *site.version).size();
+            row["pending_content_steps"] = PendingSteps(Ladder::kSiteContent, *site.version).size();
+        }
+        list.push_back(std::move(row));
+    }
+    return result;
+}
+
+void PrintSites(const std::vector<SiteRow>& sites, Console& console) {
+    using Align = TextTable::Align;
+    TextTable table({{"Site", Align::kRight},
+                     {"Name"},
+                     {"Version"},
+                     {"State"},
+                     {"Schema steps", Align::kRight},
+                     {"Content steps", Align::kRight}});
+    for (const SiteRow& site : sites) {
+        const auto pending = [&](Ladder ladder) {
+            return site.version ? std::to_string(PendingSteps(ladder, *site.version).size()) : "";
+        };
+        table.AddRow({std::to_string(site.siteId), Printable(site.name),
+                      site.version ? VersionText(*site.version) : "NULL",
+                      SiteStateText(site.State()), pending(Ladder::kSiteSchema),
+                      pending(Ladder::kSiteContent)});
+    }
+    for (const std::string& line : table.Lines()) {
+        console.Print(line);
+    }
+}
+
+int Status(const GlobalOptions& options, Console& console) {
+    Session session(options);
+    Installation installation(session.Own());
+    const double version = installation.Version();
+    const auto sites = installation.Sites();
+    console.Print(
+        fmt::format("Installation: version {} of {}; {} and {} pending.", VersionText(version),
+                    VersionText(kCurrentVersion),
+                    Count(PendingSteps(Ladder::kServer, version).size(), "server step"),
+                    Count(PendingSteps(Ladder::kServerData, version).size(), "server data step")));
+    if (sites.empty()) {
+        console.Print("No sites.");
+    } else {
+        console.Print("");
+        PrintSites(sites, console);
+    }
+    console.Result(JsonOf(version, sites));
+    return kDone;
+}
+
+}  // namespace
+
+void AddStatus(CLI::App& app, Invocation& invocation) {
+    app.add_subcommand("status", "Show the versions of the installation and its sites")
+        ->callback([&] { invocation.run = Status; });
+}
+
+}  // namespace twupdate::cli

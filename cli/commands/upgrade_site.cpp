@@ -1,0 +1,119 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <limits>
+#include <memory>
+#include <optional>
+
+#include "cli/commands/commands.h"
+#include "cli/run/run.h"
+#include "cli/run/run_lock.h"
+#include "cli/server/session.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+struct SiteArguments {
+    std::int32_t siteId = 0;
+    std::optional<double> from;
+    bool noRecord = false;
+};
+
+/// The version to start from, with every reason not to start at all.
+double StartingVersion(Installation& installation, const SiteArguments& arguments) {
+    if (arguments.from && arguments.noRecord) {
+        return *arguments.from;  // then the central database has no part in it
+    }
+    installation.Version();  // says what is wrong with the central database, if anything is
+    const auto site = installation.Site(arguments.siteId);
+    if (!site) {
+        throw CommandError(fmt::format("tw_tarnwick.site has no site {}", arguments.siteId));
+    }
+    if (site->hardDeleted || site->inTransaction) {
+        throw CommandError(fmt::format("site {} is {}; it is not to be upgraded", arguments.siteId,
+                                       SiteStateText(site->State())));
+    }
+    if (arguments.from) {
+        return *arguments.from;
+    }
+    if (!site->version) {
+        throw CommandError(fmt::format(
+            "the version of site {} in tw_tarnwick.site is NULL; say with --from which version "
+            "its layout has (0 runs every step)",
+            arguments.siteId));
+    }
+    return *site->version;
+}
+
+void RecordVersion(Utility& host, std::int32_t siteId) {
+    const auto command = host.GetCommandFactory()->NewCommand();
+    command->AddParameter(kCurrentVersion);
+    command->SetText(
+        fmt::format("UPDATE tw_tarnwick.site SET version = ? WHERE siteid = {};", siteId));
+    std::int64_t rowsAffected = 0;
+    command->ExecuteCommand(host.GetDatabase(), rowsAffected);
+    command->CloseCommand();
+}
+
+int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArguments& arguments) {
+    Session session(options);
+    const RunLock lock(session, options);
+    Installation installation(session.Own());
+    const double version = StartingVersion(installation, arguments);
+    const std::string name = fmt::format("Site {}", arguments.siteId);
+    if (version > kCurrentVersion) {
+        throw CommandError(fmt::format(
+            "site {} is at {}, newer than the {} that this program knows; nothing was done",
+            arguments.siteId, VersionText(version), VersionText(kCurrentVersion)));
+    }
+    if (!IsBelow(version, kCurrentVersion)) {
+        console.Say(name + " is at " + VersionText(version) + " already; nothing was done.");
+        console.Result({{"command", "upgrade-site"},
+                        {"result", "nothing to do"},
+                        {"site", arguments.siteId},
+                        {"version", version}});
+        return kDone;
+    }
+    WarnWithoutSiteFiles(options, console);
+    Run run;
+    SiteRow site;
+    site.siteId = arguments.siteId;
+    site.version = version;
+    run.start = {"upgrade-site", version, {site}};
+    run.result["site"] = arguments.siteId;
+    run.result["from"] = version;
+    run.result["recorded"] = !arguments.noRecord;
+    run.operation = [&](Update& update, Utility& host) {
+        update.UpdateSite(arguments.siteId, version);
+        if (!arguments.noRecord) {
+            RecordVersion(host, arguments.siteId);
+        }
+    };
+    return CarryOut(session, options, console, run);
+}
+
+}  // namespace
+
+void AddUpgradeSite(CLI::App& app, Invocation& invocation) {
+    auto* command = app.add_subcommand("upgrade-site", "Bring one site up to date");
+    const auto arguments = std::make_shared<SiteArguments>();
+    command->add_option("ID", arguments->siteId, "The site's id")
+        ->required()
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
+    command
+        ->add_option("--from", arguments->from,
+                     "Start from this version instead of the recorded one")
+        ->type_name("VERSION")
+        ->check(IsVersion);
+    command->add_flag("--no-record", arguments->noRecord,
+                      "Do not record the site's new version in the central database");
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return UpgradeSite(options, console, *arguments);
+        };
+    });
+}
+
+}  // namespace twupdate::cli

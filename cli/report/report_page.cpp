@@ -1,0 +1,474 @@
+#include "cli/report/report_page.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <string_view>
+#include <vector>
+
+#include "cli/report/html.h"
+#include "cli/report/report_style.h"
+#include "cli/report/report_timeline.h"
+#include "cli/report/run_figures.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr std::size_t kMostSteps = 15;
+constexpr std::size_t kMostStatements = 15;
+constexpr std::size_t kMostMarked = 10;
+constexpr std::size_t kMostTimelines = 12;
+constexpr std::size_t kMostFailures = 30;
+constexpr std::size_t kMostNames = 20;
+constexpr std::size_t kMostRuns = 100;
+constexpr std::size_t kMostText = 1000;  // bytes of a statement or an error
+
+// --- parts of a page -----------------------------------------------------------------------------
+
+std::string Sql(std::string_view statement) {
+    return fmt::format("<code class=\"sql\">{}</code>\n",
+                       Html(ShortStatement(statement, kMostText)));
+}
+
+std::string Figure(std::string_view id, std::string_view name, std::string_view value) {
+    return fmt::format("<div><dt>{}</dt><dd id=\"{}\">{}</dd></div>\n", name, id, value);
+}
+
+/// A section with its heading.
+std::string Section(std::string_view id, std::string_view title, std::string_view content) {
+    return fmt::format(
+        "<section aria-labelledby=\"{0}-title\" id=\"{0}\">\n<h2 id=\"{0}-title\">{1}</h2>\n"
+        "{2}</section>\n",
+        id, title, content);
+}
+
+/// A table that scrolls by itself where the page is too narrow for it.
+class Table {
+  public:
+    /// @param columns  titles; one that begins with # is of numbers
+    Table(std::string_view id, std::string_view caption,
+          const std::vector<std::string_view>& columns)
+        : html_(fmt::format(
+              "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"{1}\">\n"
+              "<table id=\"{0}\"><caption>{1}</caption>\n<thead><tr>",
+              id, caption)) {
+        for (const std::string_view column : columns) {
+            isNumber_.push_back(column.starts_with('#'));
+            html_ += fmt::format("<th scope=\"col\"{}>{}</th>", Kind(isNumber_.size() - 1),
+                                 isNumber_.back() ? column.substr(1) : column);
+        }
+        html_ += "</tr></thead>\n<tbody>\n";
+    }
+    /// The first cell names the row.
+    void AddRow(const std::vector<std::string>& cells) {
+        html_ += "<tr>";
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            html_ += i == 0 ? fmt::format("<th scope=\"row\"{}>{}</th>", Kind(i), cells[i])
+                            : fmt::format("<td{}>{}</td>", Kind(i), cells[i]);
+        }
+        html_ += "</tr>\n";
+    }
+    std::string Done() const { return html_ + "</tbody></table></div>\n"; }
+
+  private:
+    std::string_view Kind(std::size_t i) const { return isNumber_[i] ? " class=\"number\"" : ""; }
+
+    std::vector<bool> isNumber_;
+    std::string html_;
+};
+
+std::string AndMore(std::size_t all, std::size_t shown, std::string_view noun) {
+    return all > shown ? fmt::format("<p class=\"quiet\">{} not shown.</p>\n",
+                                     Count(all - shown, fmt::format("more {} is", noun),
+                                           fmt::format("more {}s are", noun)))
+                       : "";
+}
+
+std::string EndWord(RunEnd end) {
+    switch (end) {
+        case RunEnd::kFinished:
+            return "<span class=\"good-word\">✓ finished</span>";
+        case RunEnd::kFailed:
+            return "<span class=\"bad-word\">✗ failed</span>";
+        case RunEnd::kStopped:
+            return "◼ stopped";
+        case RunEnd::kNone:
+            return "… did not end";
+    }
+    return "";
+}
+
+// --- the summary ---------------------------------------------------------------------------------
+
+std::string PlaceOf(const FailureRecord& failure) {
+    std::string place = NameHtml(failure.database);
+    if (!failure.ladder.empty()) {
+        place += fmt::format(", {} ladder", NameHtml(failure.ladder));
+    }
+    if (!failure.step.empty()) {
+        place += fmt::format(", step {}", NameHtml(failure.step));
+    }
+    return place;
+}
+
+std::string ErrorOf(const FailureRecord& failure) {
+    std::string error;
+    if (failure.code != 0) {
+        error = failure.sqlState.empty() ? fmt::format("server error {}: ", failure.code)
+                                         : fmt::format("server error {} ({}): ", failure.code,
+                                                       NameHtml(failure.sqlState));
+    }
+    return error + Html(ShortStatement(failure.error, kMostText));
+}
+
+/// Where the events of a run break off.
+std::string LastSeen(const RunRecord& run) {
+    std::string place = fmt::format("the last event is of {} UTC", TimeHtml(run.lastEvent));
+    if (const DatabaseRecord* database = run.InHand()) {
+        place += fmt::format(", in {}", NameHtml(database->name));
+        if (!database->steps.empty() && !database->steps.back().ended) {
+            place += fmt::format(", step {}", NameHtml(database->steps.back().name));
+        }
+    }
+    return place;
+}
+
+std::string Outcome(const RunRecord& run) {
+    switch (run.end) {
+        case RunEnd::kFinished:
+            return "<p class=\"outcome good\" id=\"outcome\"><strong>✓ Finished.</strong> The run "
+                   "came to its end.</p>\n";
+        case RunEnd::kFailed:
+            return fmt::format(
+                "<p class=\"outcome bad\" id=\"outcome\"><strong>✗ Failed</strong> in {}: {}</p>\n",
+                PlaceOf(*run.failure), ErrorOf(*run.failure));
+        case RunEnd::kStopped:
+            return fmt::format(
+                "<p class=\"outcome\" id=\"outcome\"><strong>◼ Stopped</strong> as was asked for, "
+                "in {}. The same command goes on.</p>\n",
+                PlaceOf(*run.failure));
+        case RunEnd::kNone:
+            return fmt::format(
+                "<p class=\"outcome\" id=\"outcome\"><strong>… Did not end:</strong> {}{}. The "
+                "program was killed, or is still running.</p>\n",
+                LastSeen(run), run.cutLine ? "; the event after it is cut" : "");
+    }
+    return "";
+}
+
+std::string ServicesOf(std::span<const RunRecord> runs) {
+    std::uint64_t calls = 0;
+    std::uint64_t failed = 0;
+    for (const ServiceTotal& total : ServiceTotals(runs)) {
+        calls += total.calls;
+        failed += total.failed;
+    }
+    return Grouped(calls) + (failed > 0 ? fmt::format(" ({} failed)", Grouped(failed)) : "");
+}
+
+std::string FiguresOfOne(const RunRecord& run) {
+    return Figure("took", run.end == RunEnd::kFinished ? "Took" : "Took so far",
+                  DurationHtml(run.duration)) +
+           Figure("databases", "Databases upgraded", Grouped(run.DatabasesEnded())) +
+           Figure("sites", "Sites upgraded",
+                  fmt::format("{} of {}", Grouped(run.SitesEnded()), Grouped(run.sitesToDo))) +
+           Figure("steps", "Steps", Grouped(run.StepsEnded())) +
+           Figure("statements", "Statements", Grouped(run.statements));
+}
+
+std::string FiguresOfAll(std::span<const RunRecord> runs) {
+    std::set<std::string_view> databases;
+    std::set<std::string_view> sites;
+    EventDuration duration{0};
+    std::uint64_t steps = 0;
+    std::uint64_t statements = 0;
+    for (const RunRecord& run : runs) {
+        duration += run.duration;
+        steps += run.StepsEnded();
+        statements += run.statements;
+        for (const DatabaseRecord& database : run.databases) {
+            if (database.ended) {
+                databases.insert(database.name);
+                if (database.siteId) {
+                    sites.insert(database.name);
+                }
+            }
+        }
+    }
+    return Figure("runs-figure", "Runs", Grouped(runs.size())) +
+           Figure("took", "Took together", DurationHtml(duration)) +
+           Figure("databases", "Databases upgraded", Grouped(databases.size())) +
+           Figure("sites", "Sites upgraded", Grouped(sites.size())) +
+           Figure("steps", "Steps", Grouped(steps)) +
+           Figure("statements", "Statements", Grouped(statements));
+}
+
+/// Failures that no later run made good, but for one of the last run, of which the outcome tells.
+std::uint64_t OpenFailures(std::span<const RunRecord> runs) {
+    std::uint64_t open = 0;
+    for (const FailureGroup& group : FailureGroups(runs)) {
+        open += static_cast<std::uint64_t>(std::count_if(
+            group.occurrences.begin(), group.occurrences.end(), [&](const auto& occurrence) {
+                return !occurrence.mended && occurrence.run != &runs.back();
+            }));
+    }
+    return open;
+}
+
+std::string RunTable(std::span<const RunRecord> runs) {
+    Table table("runs", "The runs; times are UTC",
+                {"Began", "Command", "End", "#Sites", "#Steps", "#Statements", "#Took"});
+    const auto shown = runs.last(std::min(runs.size(), kMostRuns));
+    for (const RunRecord& run : shown) {
+        table.AddRow({TimeHtml(run.start), NameHtml(run.command), EndWord(run.end),
+                      fmt::format("{} of {}", Grouped(run.SitesEnded()), Grouped(run.sitesToDo)),
+                      Grouped(run.StepsEnded()), Grouped(run.statements),
+                      DurationHtml(run.duration)});
+    }
+    return table.Done() + AndMore(runs.size(), shown.size(), "earlier run");
+}
+
+std::string Summary(std::span<const RunRecord> runs) {
+    const bool one = runs.size() == 1;
+    std::string html;
+    if (!one) {
+        html += fmt::format("<p>The last of {}:</p>\n", Count(runs.size(), "run"));
+    }
+    html += Outcome(runs.back());
+    if (const auto open = OpenFailures(runs); open > 0) {
+        html += fmt::format(
+            "<p class=\"outcome bad\" id=\"open-failures\"><strong>✗ {}</strong> of earlier runs "
+            "{} not made good by a later one; see <a href=\"#failures\">Failures</a>.</p>\n",
+            Count(open, "failure"), open == 1 ? "was" : "were");
+    }
+    html += "<dl class=\"figures\">\n" + (one ? FiguresOfOne(runs[0]) : FiguresOfAll(runs)) +
+            Figure("services-figure", "Service calls", ServicesOf(runs)) + "</dl>\n";
+    return Section("summary", "Summary", html + (one ? "" : RunTable(runs)));
+}
+
+// --- failures ------------------------------------------------------------------------------------
+
+std::string FailureTitle(const FailureRecord& failure) {
+    const std::string step = failure.step.empty() ? "Outside of a step" : NameHtml(failure.step);
+    return failure.code == 0
+               ? step + ": no error of the server"
+               : fmt::format(
+                     "{}: server error {}{}", step, failure.code,
+                     failure.sqlState.empty() ? "" : " (" + NameHtml(failure.sqlState) + ")");
+}
+
+std::string FailureText(const FailureGroup& group) {
+    const FailureRecord& latest = group.Latest();
+    std::string html = fmt::format("<h3>{}</h3>\n<p>{}</p>\n", FailureTitle(latest),
+                                   Html(ShortStatement(latest.error, kMostText)));
+    if (!latest.error.starts_with(latest.statement)) {  // the text of a service names the call
+        html += Sql(latest.statement);
+    }
+    html += fmt::format("<p>{}:</p>\n<ul class=\"databases\">\n",
+                        Count(group.occurrences.size(), "time"));
+    const std::size_t shown = std::min(group.occurrences.size(), kMostNames);
+    for (std::size_t i = group.occurrences.size() - shown; i < group.occurrences.size(); ++i) {
+        const auto& [run, mended] = group.occurrences[i];
+        html += fmt::format("<li>{}, {} UTC: {}</li>\n", NameHtml(run->failure->database),
+                            TimeHtml(run->failure->time),
+                            mended ? "<span class=\"good-word\">✓ made good by a later run</span>"
+                                   : "<span class=\"bad-word\">✗ still open</span>");
+    }
+    return html + "</ul>\n" + AndMore(group.occurrences.size(), shown, "earlier failure");
+}
+
+std::string Failures(std::span<const RunRecord> runs) {
+    const auto groups = FailureGroups(runs);
+    if (groups.empty()) {
+        return Section("failures", "Failures", "<p>None.</p>\n");
+    }
+    std::string html =
+        "<p class=\"quiet\">By step and error of the server, the most frequent first; with text "
+        "and statement of the latest.</p>\n";
+    const std::size_t shown = std::min(groups.size(), kMostFailures);
+    for (std::size_t i = 0; i < shown; ++i) {
+        html += FailureText(groups[i]);
+    }
+    return Section("failures", "Failures", html + AndMore(groups.size(), shown, "failure group"));
+}
+
+// --- the timeline --------------------------------------------------------------------------------
+
+constexpr std::string_view kLegend =
+    "<ul class=\"legend\">\n"
+    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><rect class=\"schema\" width=\"22\" "
+    "height=\"12\"/></svg>plain: server or site schema ladder</li>\n"
+    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><rect class=\"data\" width=\"22\" "
+    "height=\"12\"/><path class=\"stripe\" d=\"M3 0h3l-4 12h-3zM11 0h3l-4 12h-3zM19 0h3l-4 12h-3z\""
+    "/></svg>striped: server data or site content ladder</li>\n"
+    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><rect class=\"step\" x=\"1\" y=\"1\" "
+    "width=\"20\" height=\"10\"/></svg>outlined: a step of its own</li>\n"
+    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><rect class=\"span\" width=\"22\" "
+    "height=\"12\"/></svg>grey: parts too short to draw</li>\n"
+    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><line class=\"cut\" x1=\"11\" "
+    "x2=\"11\" y1=\"0\" y2=\"12\"/></svg>upright bar: it did not end</li>\n"
+    "</ul>\n";
+
+std::string Timeline(const RunRecord& run, std::size_t id) {
+    const std::string ran =
+        fmt::format("{} from {} to {}, {} UTC", NameHtml(run.command), VersionText(run.from),
+                    VersionText(run.to), TimeHtml(run.start));
+    if (run.databases.empty()) {
+        return fmt::format("<p>{}: no ladder was begun.</p>\n", ran);
+    }
+    const auto marked = LongestSteps(run, kMostMarked);
+    Table table(fmt::format("longest-{}", id), "The steps that took longest in one database",
+                {"#No.", "Step", "Database", "#Began after", "#Took", "#Of the run"});
+    for (std::size_t i = 0; i < marked.size(); ++i) {
+        const StepRecord& step = *marked[i].step;
+        table.AddRow(
+            {std::to_string(i + 1), NameHtml(step.name), NameHtml(marked[i].database->name),
+             DurationHtml(std::max<EventDuration>(step.start - run.start, EventDuration{0})),
+             DurationHtml(step.duration) + (step.ended ? "" : " (did not end)"),
+             ShareHtml(step.duration, run.duration)});
+    }
+    return fmt::format("<figure>\n<figcaption>{}: {}</figcaption>\n{}</figure>\n{}", ran,
+                       EndWord(run.end), TimelineSvg(run, marked, id),
+                       marked.empty() ? "" : table.Done());
+}
+
+std::string Timelines(std::span<const RunRecord> runs) {
+    std::string html(kLegend);
+    html +=
+        "<p class=\"quiet\">Numbers stand below the steps that took longest and are those of the "
+        "table. Times of day are UTC.</p>\n";
+    const auto shown = runs.last(std::min(runs.size(), kMostTimelines));
+    html += AndMore(runs.size(), shown.size(), "earlier run");
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        html += Timeline(shown[i], i + 1);
+    }
+    return Section("timeline", "Timeline", html);
+}
+
+// --- the other tables ----------------------------------------------------------------------------
+
+std::string Versions(std::span<const RunRecord> runs) {
+    const auto totals = VersionTotals(runs);
+    if (totals.empty()) {
+        return "";
+    }
+    Table table("versions", "Databases by the version at which they began",
+                {"From", "#Begun", "#Upgraded", "#Median", "#Longest", "Where"});
+    for (const VersionTotal& total : totals) {
+        const bool any = total.ended > 0;
+        table.AddRow({VersionText(total.from), Grouped(total.begun), Grouped(total.ended),
+                      any ? DurationHtml(total.median) : "–",
+                      any ? DurationHtml(total.longest) : "–", NameHtml(total.longestIn)});
+    }
+    return Section("databases-by-version", "Databases", table.Done());
+}
+
+std::string Steps(std::span<const RunRecord> runs) {
+    const auto totals = StepTotals(runs);
+    if (totals.empty()) {
+        return Section("slowest-steps", "Slowest steps", "<p>No step has ended.</p>\n");
+    }
+    EventDuration all{0};
+    for (const StepTotal& total : totals) {
+        all += total.sum;
+    }
+    Table table("steps-table", "Steps by their time in all databases together",
+                {"Step", "#Ran", "#Statements", "#Together", "#Of all steps", "#Longest", "Where"});
+    const std::size_t shown = std::min(totals.size(), kMostSteps);
+    for (std::size_t i = 0; i < shown; ++i) {
+        const StepTotal& total = totals[i];
+        table.AddRow({NameHtml(total.name), Grouped(total.times), Grouped(total.statements),
+                      DurationHtml(total.sum), ShareHtml(total.sum, all),
+                      DurationHtml(total.longest), NameHtml(total.longestIn)});
+    }
+    return Section("slowest-steps", "Slowest steps",
+                   table.Done() + AndMore(totals.size(), shown, "step"));
+}
+
+std::string Statements(std::span<const RunRecord> runs) {
+    const auto places = SlowestStatements(runs, kMostStatements);
+    if (places.empty()) {
+        return "";
+    }
+    std::string html =
+        "<p class=\"quiet\">Of every step in every database its longest statement is known; these "
+        "are the longest of them.</p>\n<ol class=\"statements\">\n";
+    for (const StepPlace& place : places) {
+        html += fmt::format("<li><strong>{}</strong> in {}, {}\n{}</li>\n",
+                            DurationHtml(place.step->slowestTime), NameHtml(place.database->name),
+                            NameHtml(place.step->name), Sql(place.step->slowest));
+    }
+    return Section("slowest-statements", "Slowest statements", html + "</ol>\n");
+}
+
+std::string FailedCalls(std::span<const RunRecord> runs) {
+    std::vector<const ServiceRecord*> failed;
+    for (const RunRecord& run : runs) {
+        for (const ServiceRecord& call : run.services) {
+            if (call.failed) {
+                failed.push_back(&call);
+            }
+        }
+    }
+    if (failed.empty()) {
+        return "";
+    }
+    std::string html = "<h3>Calls that failed</h3>\n<ul id=\"failed-calls\">\n";
+    const std::size_t shown = std::min(failed.size(), kMostNames);
+    for (std::size_t i = failed.size() - shown; i < failed.size(); ++i) {
+        const ServiceRecord& call = *failed[i];
+        html += fmt::format("<li>{}{} in {}, {} UTC</li>\n", NameHtml(call.name),
+                            call.componentId ? fmt::format(" {}", *call.componentId) : "",
+                            NameHtml(call.database), TimeHtml(call.time));
+    }
+    return html + "</ul>\n" + AndMore(failed.size(), shown, "earlier failed call");
+}
+
+std::string Services(std::span<const RunRecord> runs) {
+    const auto totals = ServiceTotals(runs);
+    if (totals.empty()) {
+        return Section("services", "Service calls", "<p>None.</p>\n");
+    }
+    Table table("services-table", "Calls to the component's services",
+                {"Service", "#Calls", "#Failed", "#Components", "#Together", "#Longest"});
+    for (const ServiceTotal& total : totals) {
+        table.AddRow(
+            {NameHtml(total.name), Grouped(total.calls),
+             total.failed == 0 ? "0"
+                               : fmt::format("<span class=\"bad-word\">✗ {}</span>", total.failed),
+             Grouped(total.components), DurationHtml(total.sum), DurationHtml(total.longest)});
+    }
+    return Section("services", "Service calls", table.Done() + FailedCalls(runs));
+}
+
+/// What tells the page from others at its head and in a list of windows.
+std::string Title(std::span<const RunRecord> runs) {
+    return fmt::format("{} of {} UTC",
+                       runs.size() == 1 ? NameHtml(runs[0].command) : Count(runs.size(), "run"),
+                       TimeHtml(runs[0].start));
+}
+
+}  // namespace
+
+std::string ReportPage(std::span<const RunRecord> runs) {
+    const std::string title = Title(runs);
+    return fmt::format(
+               "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+               "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+               "<meta name=\"color-scheme\" content=\"light dark\">\n"
+               "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
+               "style-src 'unsafe-inline'; img-src data:; base-uri 'none'; form-action 'none'\">\n"
+               "<meta name=\"generator\" content=\"twupdate {}\">\n<title>twupdate: {}</title>\n"
+               "<link rel=\"icon\" href=\"data:,\">\n<style>{}</style>\n</head>\n<body>\n<main>\n"
+               "<header>\n<h1>twupdate: {}</h1>\n<p class=\"quiet\">From version {} to {}. Times "
+               "are UTC.</p>\n</header>\n",
+               TWUPDATE_VERSION, title, kReportStyle, title, VersionText(runs.front().from),
+               VersionText(runs.back().to)) +
+           Summary(runs) + Failures(runs) + Timelines(runs) + Versions(runs) + Steps(runs) +
+           Statements(runs) + Services(runs) + "</main>\n</body>\n</html>\n";
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,400 @@
+#include "cli/report/run_events.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <numeric>
+#include <stdexcept>
+#include <utility>
+
+#include "cli/run/events.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+using nlohmann::json;
+using std::chrono::milliseconds;
+
+/// What is wrong with a line; the reader adds where it stands.
+class BadLine : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One event, whose fields must have the types that the format gives them.
+class Event {
+  public:
+    explicit Event(const json& object) : object_(object) {}
+
+    std::string Text(const char* key) const {
+        const json* value = Find(key, &json::is_string);
+        return value == nullptr ? std::string() : value->get<std::string>();
+    }
+    std::uint64_t Number(const char* key) const {
+        const json* value = Find(key, &json::is_number_unsigned);
+        return value == nullptr ? 0 : value->get<std::uint64_t>();
+    }
+    std::optional<std::int64_t> Id(const char* key) const {
+        const json* value = Find(key, &json::is_number_integer);
+        return value == nullptr ? std::nullopt : std::optional(value->get<std::int64_t>());
+    }
+    double Version(const char* key) const {
+        const json* value = Find(key, &json::is_number);
+        return value == nullptr ? 0 : value->get<double>();
+    }
+    bool Flag(const char* key) const {
+        const json* value = Find(key, &json::is_boolean);
+        return value != nullptr && value->get<bool>();
+    }
+    Event Object(const char* key) const {
+        static const json kEmpty = json::object();
+        const json* value = Find(key, &json::is_object);
+        return Event(value == nullptr ? kEmpty : *value);
+    }
+    /// The field `ms`.
+    EventDuration Duration() const {
+        constexpr double kLongest = 1e11;  // three years
+        const json* value = Find("ms", &json::is_number);
+        const double ms = value == nullptr ? 0 : value->get<double>();
+        return EventDuration(std::llround(std::clamp(ms, 0.0, kLongest) * 1e6));
+    }
+    /// The field `time`.
+    EventTime Time() const {
+        int year = 0;
+        unsigned month = 0;
+        unsigned day = 0;
+        int hour = 0;
+        int minute = 0;
+        double second = 0;
+        char zone = 0;
+        const std::string text = Text("time");
+        const int fields = std::sscanf(text.c_str(), "%4d-%2u-%2uT%2d:%2d:%6lf%c", &year, &month,
+                                       &day, &hour, &minute, &second, &zone);
+        const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{month},
+                                               std::chrono::day{day}};
+        if (fields != 7 || zone != 'Z' || !date.ok() || hour > 23 || minute > 59 ||
+            !(second < 61) || hour < 0 || minute < 0 || second < 0) {
+            throw BadLine("'time' is no time such as 2026-11-21T09:05:03.120Z");
+        }
+        return std::chrono::sys_days(date) + std::chrono::hours{hour} +
+               std::chrono::minutes{minute} + milliseconds{std::llround(second * 1000)};
+    }
+
+  private:
+    using IsOfType = bool (json::*)() const noexcept;
+
+    const json* Find(const char* key, IsOfType isOfType) const {
+        const auto found = object_.find(key);
+        if (found == object_.end()) {
+            return nullptr;
+        }
+        if (!((*found).*isOfType)()) {
+            throw BadLine(fmt::format("'{}' does not hold what it must", key));
+        }
+        return &*found;
+    }
+
+    const json& object_;
+};
+
+EventDuration Between(EventTime start, EventTime end) {
+    return std::max(end - start, milliseconds{0});  // a clock may be set back
+}
+
+/// Builds the runs from their events.
+class RunBuilder {
+  public:
+    explicit RunBuilder(std::vector<RunRecord>& runs) : runs_(runs) {}
+
+    void Take(const std::string& name, const Event& event) {
+        const EventTime time = event.Time();
+        if (name == "run-started") {
+            EndOfEvents();
+            RunStarted(event, time);
+            return;
+        }
+        if (!inRun_) {
+            throw BadLine(
+                fmt::format("'{}' stands in no run; a run begins with run-started", name));
+        }
+        runs_.back().lastEvent = std::max(runs_.back().lastEvent, time);
+        const auto handler = kHandlers.find(name);
+        if (handler != kHandlers.end()) {  // later releases may tell more
+            (this->*handler->second)(event, time);
+        }
+    }
+
+    /// The run in hand, if any, has no more events.
+    void EndOfEvents() {
+        if (!inRun_) {
+            return;
+        }
+        RunRecord& run = runs_.back();
+        if (run.end != RunEnd::kFinished) {
+            run.duration = Between(run.start, run.lastEvent);
+        }
+        if (databaseOpen_) {
+            LeaveDatabase();
+        }
+        inRun_ = false;
+    }
+
+  private:
+    using Handler = void (RunBuilder::*)(const Event&, EventTime);
+    static const std::map<std::string, Handler, std::less<>> kHandlers;
+
+    DatabaseRecord& Database() { return runs_.back().databases.back(); }
+
+    void RunStarted(const Event& event, EventTime time) {
+        RunRecord run;
+        run.command = event.Text("command");
+        run.from = event.Version("from");
+        run.to = event.Version("to");
+        run.sitesToDo = event.Number("sites_to_do");
+        run.start = run.lastEvent = time;
+        runs_.push_back(std::move(run));
+        inRun_ = true;
+        databaseOpen_ = false;
+    }
+
+    void DatabaseStarted(const Event& event, EventTime time) {
+        if (databaseOpen_) {
+            throw BadLine("a database begins before the one in hand has ended");
+        }
+        DatabaseRecord database;
+        database.name = event.Text("database");
+        database.siteId = event.Id("site");
+        database.from = event.Version("from");
+        database.start = time;
+        runs_.back().databases.push_back(std::move(database));
+        databaseOpen_ = true;
+    }
+
+    void LadderStarted(const Event& event, EventTime time) {
+        if (!databaseOpen_) {  // the central database is not announced
+            DatabaseStarted(event, time);
+        }
+        Database().ladders.push_back({event.Text("ladder"), time, time});
+    }
+
+    void LadderFinished(const Event& /*event*/, EventTime time) {
+        if (databaseOpen_ && !Database().ladders.empty()) {
+            Database().ladders.back().end = time;
+        }
+    }
+
+    void StepStarted(const Event& event, EventTime time) {
+        if (!databaseOpen_ || Database().ladders.empty()) {
+            throw BadLine("a step outside of a ladder");
+        }
+        StepRecord step;
+        step.name = event.Text("step");
+        step.ladder = event.Text("ladder");
+        step.start = time;
+        Database().steps.push_back(std::move(step));
+    }
+
+    void StepFinished(const Event& event, EventTime time) {
+        if (!databaseOpen_ || Database().steps.empty() ||
+            Database().steps.back().name != event.Text("step")) {
+            throw BadLine("the end of a step that was not begun");
+        }
+        StepRecord& step = Database().steps.back();
+        step.ended = true;
+        step.duration = event.Duration();
+        step.statements = event.Number("statements");
+        const Event slowest = event.Object("slowest");
+        step.slowest = slowest.Text("sql");
+        step.slowestTime = slowest.Duration();
+        Database().ladders.back().end = time;
+        runs_.back().statements += step.statements;
+    }
+
+    void DatabaseFinished(const Event& event, EventTime /*time*/) {
+        if (!databaseOpen_) {
+            throw BadLine("the end of a database that was not begun");
+        }
+        DatabaseRecord& database = Database();
+        database.ended = true;
+        database.duration = event.Duration();
+        database.statements = event.Number("statements");
+        databaseOpen_ = false;
+        TakeCounts(event);
+    }
+
+    void Service(const Event& event, EventTime time) {
+        runs_.back().services.push_back({event.Text("service"), event.Text("database"),
+                                         event.Id("component"), time, event.Duration(),
+                                         event.Flag("failed")});
+    }
+
+    void Failed(const Event& event, EventTime time) {
+        FailureRecord failure;
+        failure.database = databaseOpen_ ? Database().name : event.Text("database");
+        failure.ladder = event.Text("ladder");
+        failure.step = event.Text("step");
+        failure.statement = event.Text("statement");
+        failure.code = event.Number("code");
+        failure.sqlState = event.Text("sqlstate");
+        failure.error = event.Text("error");
+        failure.time = time;
+        runs_.back().failure = std::move(failure);
+        TakeCounts(event);
+    }
+
+    void RunFailed(const Event& event, EventTime time) {
+        Failed(event, time);
+        runs_.back().end = RunEnd::kFailed;
+        EndOfEvents();
+    }
+
+    void RunStopped(const Event& event, EventTime time) {
+        Failed(event, time);
+        runs_.back().end = RunEnd::kStopped;
+        EndOfEvents();
+    }
+
+    void RunFinished(const Event& event, EventTime /*time*/) {
+        TakeCounts(event);
+        runs_.back().end = RunEnd::kFinished;
+        runs_.back().duration = event.Duration();
+        EndOfEvents();
+    }
+
+    /// The counts know of the statements outside of steps too.
+    void TakeCounts(const Event& event) {
+        const std::uint64_t statements = event.Object("counts").Number("statements");
+        runs_.back().statements = std::max(runs_.back().statements, statements);
+    }
+
+    /// The database in hand has no more events.
+    void LeaveDatabase() {
+        DatabaseRecord& database = Database();
+        const EventTime end = runs_.back().lastEvent;
+        database.duration = Between(database.start, end);
+        for (const StepRecord& step : database.steps) {
+            database.statements += step.statements;
+        }
+        if (!database.steps.empty() && !database.steps.back().ended) {
+            database.steps.back().duration = Between(database.steps.back().start, end);
+            database.ladders.back().end = end;
+        }
+        databaseOpen_ = false;
+    }
+
+    std::vector<RunRecord>& runs_;
+    bool inRun_ = false;
+    bool databaseOpen_ = false;
+};
+
+const std::map<std::string, RunBuilder::Handler, std::less<>> RunBuilder::kHandlers{
+    {"ladder-started", &RunBuilder::LadderStarted},
+    {"ladder-finished", &RunBuilder::LadderFinished},
+    {"step-started", &RunBuilder::StepStarted},
+    {"step-finished", &RunBuilder::StepFinished},
+    {"site-started", &RunBuilder::DatabaseStarted},
+    {"site-finished", &RunBuilder::DatabaseFinished},
+    {"central-finished", &RunBuilder::DatabaseFinished},
+    {"service", &RunBuilder::Service},
+    {"site-failed", &RunBuilder::Failed},
+    {"run-failed", &RunBuilder::RunFailed},
+    {"run-stopped", &RunBuilder::RunStopped},
+    {"run-finished", &RunBuilder::RunFinished}};
+
+/// The line as JSON, a discarded value when it is none. Bytes that are no UTF-8 do not count.
+json Parse(const std::string& line) {
+    json value = json::parse(line, nullptr, false);
+    return value.is_discarded() ? json::parse(Printable(line), nullptr, false) : value;
+}
+
+void TakeLine(RunBuilder& builder, const json& line) {
+    if (!line.is_object()) {
+        throw BadLine("no JSON object");
+    }
+    const Event event(line);
+    if (!line.contains("v") || !line.contains("event")) {
+        throw BadLine("no event of a run");
+    }
+    if (line["v"] != Events::kFormatVersion) {
+        throw BadLine(fmt::format("version {} of the events; this program reads version {}",
+                                  line["v"].dump(-1, ' ', true, json::error_handler_t::replace),
+                                  Events::kFormatVersion));
+    }
+    builder.Take(event.Text("event"), event);
+}
+
+}  // namespace
+
+std::uint64_t DatabaseRecord::StepsEnded() const {
+    return static_cast<std::uint64_t>(std::count_if(
+        steps.begin(), steps.end(), [](const StepRecord& step) { return step.ended; }));
+}
+
+std::uint64_t RunRecord::DatabasesEnded() const {
+    return static_cast<std::uint64_t>(
+        std::count_if(databases.begin(), databases.end(),
+                      [](const DatabaseRecord& database) { return database.ended; }));
+}
+
+std::uint64_t RunRecord::SitesEnded() const {
+    return static_cast<std::uint64_t>(std::count_if(
+        databases.begin(), databases.end(),
+        [](const DatabaseRecord& database) { return database.ended && database.siteId; }));
+}
+
+std::uint64_t RunRecord::StepsEnded() const {
+    return std::accumulate(databases.begin(), databases.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const DatabaseRecord& database) {
+                               return sum + database.StepsEnded();
+                           });
+}
+
+const DatabaseRecord* RunRecord::InHand() const {
+    return databases.empty() || databases.back().ended ? nullptr : &databases.back();
+}
+
+std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
+    const auto cannotRead = [&] {
+        return CommandError(fmt::format("cannot read {}: {}", file.string(), std::strerror(errno)),
+                            kWrongUse);
+    };
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        throw cannotRead();
+    }
+    std::vector<RunRecord> runs;
+    RunBuilder builder(runs);
+    std::uint64_t number = 0;
+    for (std::string line; std::getline(stream, line);) {
+        ++number;
+        try {
+            const json value = Parse(line);
+            if (value.is_discarded() && stream.eof() && !runs.empty()) {
+                runs.back().cutLine = true;  // what a killed run leaves, or one that still writes
+                break;
+            }
+            TakeLine(builder, value);
+        } catch (const BadLine& error) {
+            throw CommandError(fmt::format("{}, line {}: {}", file.string(), number, error.what()));
+        }
+    }
+    if (stream.bad()) {
+        throw cannotRead();
+    }
+    builder.EndOfEvents();
+    if (runs.empty()) {
+        throw CommandError(fmt::format("{} holds no events of a run", file.string()));
+    }
+    return runs;
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "cli/report/run_events.h"
+
+// What the records of runs add up to. The records must outlive what names them.
+namespace twupdate::cli {
+
+/// A step over all databases.
+struct StepTotal {
+    std::string name;
+    std::uint64_t times = 0;
+    std::uint64_t statements = 0;
+    EventDuration sum{0};
+    EventDuration longest{0};
+    std::string longestIn;  ///< the database
+};
+
+/// The steps that have ended, the longest sum first.
+std::vector<StepTotal> StepTotals(std::span<const RunRecord> runs);
+
+/// A step and the database in which it ran.
+struct StepPlace {
+    const StepRecord* step;
+    const DatabaseRecord* database;
+};
+
+/// The steps of one run that took longest, those that did not end included; the longest first.
+std::vector<StepPlace> LongestSteps(const RunRecord& run, std::size_t most);
+
+/// The steps whose slowest statement took longest; the longest first.
+std::vector<StepPlace> SlowestStatements(std::span<const RunRecord> runs, std::size_t most);
+
+/// Runs that failed in the same step with the same error.
+struct FailureGroup {
+    struct Occurrence {
+        const RunRecord* run;
+        /// A later run has brought the database to its end.
+        bool mended;
+    };
+    const FailureRecord& Latest() const { return *occurrences.back().run->failure; }
+    std::vector<Occurrence> occurrences;  ///< in the order of the runs
+};
+
+/// The failures of the runs, which are in the order of time; the most frequent first. A run that
+/// was stopped did not fail.
+std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs);
+
+/// A service over all calls.
+struct ServiceTotal {
+    std::string name;
+    std::uint64_t calls = 0;
+    std::uint64_t failed = 0;
+    std::uint64_t components = 0;  ///< different ones
+    EventDuration sum{0};
+    EventDuration longest{0};
+};
+
+/// The services, the one called most often first.
+std::vector<ServiceTotal> ServiceTotals(std::span<const RunRecord> runs);
+
+/// The databases that began at one version.
+struct VersionTotal {
+    double from = 0;
+    std::uint64_t begun = 0;
+    std::uint64_t ended = 0;
+    EventDuration median{0};  ///< of those that ended; the lower one of two in the middle
+    EventDuration longest{0};
+    std::string longestIn;  ///< the database
+};
+
+/// The databases by version, the oldest first.
+std::vector<VersionTotal> VersionTotals(std::span<const RunRecord> runs);
+
+}  // namespace twupdate::cli

@@ -1,0 +1,159 @@
+#include "cli/run/events.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <cmath>
+
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+double Milliseconds(std::chrono::nanoseconds duration) {
+    return std::round(std::chrono::duration<double, std::milli>(duration).count() * 1000) / 1000;
+}
+
+}  // namespace
+
+std::string TimeNow() {
+    const auto now = std::chrono::system_clock::now();
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+        1000;
+    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z",
+                       fmt::gmtime(std::chrono::system_clock::to_time_t(now)), milliseconds);
+}
+
+nlohmann::ordered_json Events::Line(std::string_view event) const {
+    return {{"v", kFormatVersion}, {"time", TimeNow()}, {"event", event}};
+}
+
+nlohmann::ordered_json Events::Line(std::string_view event, const Position& where) const {
+    auto line = Line(event);
+    line["database"] = where.database;
+    if (where.siteId) {
+        line["site"] = *where.siteId;
+    }
+    if (where.ladder) {
+        line["ladder"] = LadderName(*where.ladder);
+    }
+    if (where.step) {
+        line["step"] = where.step->name;
+        line["threshold"] = where.step->threshold;
+    }
+    return line;
+}
+
+void Events::AddCounts(nlohmann::ordered_json& line, const Counts& counts) const {
+    line["counts"] = {{"databases", counts.databases},   {"sites", counts.sites},
+                      {"sites_to_do", sites_},           {"steps", counts.steps},
+                      {"statements", counts.statements}, {"services", counts.services}};
+}
+
+void Events::RunStarting(const RunStart& start) {
+    command_ = start.command;
+    sites_ = start.sites.size();
+    auto line = Line("run-started");
+    line["command"] = start.command;
+    line["from"] = start.version;
+    line["to"] = kCurrentVersion;
+    line["sites_to_do"] = sites_;
+    lines_.Write(line);
+}
+
+void Events::LadderStarting(const Position& where, double version) {
+    auto line = Line("ladder-started", where);
+    line["from"] = version;
+    lines_.Write(line);
+}
+
+void Events::LadderEnded(const Position& where) {
+    lines_.Write(Line("ladder-finished", where));
+}
+
+void Events::StepStarting(const Position& where) {
+    slowest_.clear();
+    slowestTime_ = std::chrono::nanoseconds{0};
+    lines_.Write(Line("step-started", where));
+}
+
+void Events::StepEnded(const Position& where, std::chrono::nanoseconds duration,
+                       std::uint64_t statements) {
+    auto line = Line("step-finished", where);
+    line["ms"] = Milliseconds(duration);
+    line["statements"] = statements;
+    if (!slowest_.empty()) {
+        line["slowest"] = {{"sql", ShortStatement(WithoutPasswords(slowest_))},
+                           {"ms", Milliseconds(slowestTime_)}};
+    }
+    lines_.Write(line);
+}
+
+void Events::SiteStarting(const Position& where, double version) {
+    auto line = Line("site-started", where);
+    line["from"] = version;
+    lines_.Write(line);
+}
+
+void Events::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
+    auto line = Line(done.siteId ? "site-finished" : "central-finished");
+    line["database"] = done.database;
+    if (done.siteId) {
+        line["site"] = *done.siteId;
+    }
+    line["from"] = done.from;
+    line["ms"] = Milliseconds(done.duration);
+    line["steps"] = done.steps;
+    line["statements"] = done.statements;
+    AddCounts(line, counts);
+    lines_.Write(line);
+}
+
+void Events::CallEnded(const Position& where, const Call& call) {
+    if (!call.sql.empty() && call.duration >= slowestTime_) {
+        slowestTime_ = call.duration;
+        slowest_ = call.sql;
+    }
+    if (call.service.empty() && call.kind != Call::Kind::kRefresh) {
+        return;
+    }
+    auto line = Line("service", where);
+    line["service"] = call.service.empty() ? "RefreshApplication" : call.service;
+    if (call.componentId) {
+        line["component"] = *call.componentId;
+    }
+    line["ms"] = Milliseconds(call.duration);
+    line["failed"] = call.failed;
+    lines_.Write(line);
+}
+
+void Events::RunFailed(const RunFailure& failure, const Counts& counts) {
+    const auto describe = [&](std::string_view event) {
+        auto line = Line(event, failure.where);
+        if (!failure.statement.empty()) {
+            line["statement"] = ShortStatement(failure.statement);
+        }
+        if (failure.code != 0) {
+            line["code"] = failure.code;
+            line["sqlstate"] = failure.sqlState;
+        }
+        line["error"] = failure.text;
+        AddCounts(line, counts);
+        lines_.Write(line);
+    };
+    if (failure.where.siteId && !failure.stopped) {
+        describe("site-failed");
+    }
+    describe(failure.stopped ? "run-stopped" : "run-failed");
+}
+
+void Events::RunEnded(const Counts& counts, std::chrono::nanoseconds duration) {
+    auto line = Line("run-finished");
+    line["command"] = command_;
+    line["ms"] = Milliseconds(duration);
+    AddCounts(line, counts);
+    lines_.Write(line);
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "cli/run/run_sink.h"
+#include "cli/run/trace.h"
+
+namespace twupdate::cli {
+
+/// The time now, UTC, as "2026-11-21T09:05:03.120Z".
+std::string TimeNow();
+
+/// --events: how a run goes on, for tools; one JSON object a line. The format is described in
+/// docs/operating/during.md and carries its version.
+class Events final : public RunSink {
+  public:
+    static constexpr int kFormatVersion = 1;
+
+    explicit Events(const std::filesystem::path& file) : lines_(file) {}
+
+    void RunStarting(const RunStart& start) override;
+    void LadderStarting(const Position& where, double version) override;
+    void LadderEnded(const Position& where) override;
+    void StepStarting(const Position& where) override;
+    void StepEnded(const Position& where, std::chrono::nanoseconds duration,
+                   std::uint64_t statements) override;
+    void SiteStarting(const Position& where, double version) override;
+    void DatabaseEnded(const DatabaseDone& done, const Counts& counts) override;
+    void CallEnded(const Position& where, const Call& call) override;
+    void RunFailed(const RunFailure& failure, const Counts& counts) override;
+    void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
+
+  private:
+    nlohmann::ordered_json Line(std::string_view event) const;
+    nlohmann::ordered_json Line(std::string_view event, const Position& where) const;
+    void AddCounts(nlohmann::ordered_json& line, const Counts& counts) const;
+
+    JsonLines lines_;
+    std::string command_;
+    std::string slowest_;  ///< the statement of the step in hand that took longest
+    std::chrono::nanoseconds slowestTime_{0};
+    std::uint64_t sites_ = 0;
+};
+
+}  // namespace twupdate::cli

@@ -1,0 +1,200 @@
+#include "cli/run/run.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "cli/backup/backup.h"
+#include "cli/backup/restore_mark.h"
+#include "cli/run/events.h"
+#include "cli/run/progress.h"
+#include "cli/run/run_log.h"
+#include "cli/run/run_watch.h"
+#include "cli/run/stop_request.h"
+#include "cli/run/trace.h"
+#include "cli/server/blockers.h"
+#include "cli/terminal/text.h"
+#include "twupdate/error.h"
+
+namespace twupdate::cli {
+namespace {
+
+nlohmann::ordered_json JsonOf(const RunFailure& failure) {
+    nlohmann::ordered_json error;
+    error["database"] = failure.where.database;
+    if (failure.where.ladder) {
+        error["ladder"] = LadderName(*failure.where.ladder);
+    }
+    if (failure.where.step) {
+        error["step"] = failure.where.step->name;
+    }
+    if (!failure.statement.empty()) {
+        error["statement"] = failure.statement;
+        error["code"] = failure.code;
+        error["sqlstate"] = failure.sqlState;
+    }
+    error["text"] = failure.text;
+    return error;
+}
+
+nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
+    auto list = nlohmann::ordered_json::array();
+    for (const DatabaseDone& done : databases) {
+        list.push_back({{"database", done.database},
+                        {"from", done.from},
+                        {"steps", done.steps},
+                        {"statements", done.statements},
+                        {"seconds", std::chrono::duration<double>(done.duration).count()}});
+    }
+    return list;
+}
+
+nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
+                              const RunFailure* failure, const std::string& resume = "") {
+    nlohmann::ordered_json result{{"command", run.start.command},
+                                  {"result", failure == nullptr ? "done"
+                                             : failure->stopped ? "stopped"
+                                                                : "failed"}};
+    if (!run.result.is_null()) {  // an operation that failed may not have come so far
+        result.update(run.result);
+    }
+    const Counts& counts = watch.Done();
+    result["databases"] = counts.databases;
+    result["sites"] = counts.sites;
+    result["steps"] = counts.steps;
+    result["statements"] = counts.statements;
+    result["seconds"] = std::chrono::duration<double>(watch.Elapsed()).count();
+    result["services"] = {{"carried_out", services.carriedOut}, {"recorded", services.recorded}};
+    result["upgraded"] = JsonOf(watch.Databases());
+    if (failure != nullptr) {
+        result["error"] = JsonOf(*failure);
+        result["resume"] = resume;
+    }
+    return result;
+}
+
+std::string SummaryLine(const RunWatch& watch) {
+    const Counts& counts = watch.Done();
+    const std::string ladders = counts.databases == 0
+                                    ? std::string()  // a creation walks no ladder
+                                    : fmt::format("{}, {}, ", Count(counts.databases, "database"),
+                                                  Count(counts.steps, "step"));
+    return fmt::format("Done: {}{} in {}.", ladders, Count(counts.statements, "statement"),
+                       DurationText(watch.Elapsed()));
+}
+
+void PrintServices(Console& console, const ServiceCounts& services) {
+    if (services.carriedOut > 0) {
+        console.Say(
+            fmt::format("Component services: {} carried out.", Count(services.carriedOut, "call")));
+    }
+    if (services.recorded == 0) {
+        return;
+    }
+    if (!services.log.empty()) {
+        console.Say(
+            fmt::format("Component services: {} recorded in {}, for the platform to carry "
+                        "out.",
+                        Count(services.recorded, "call"), services.log));
+    } else {
+        console.Warn(fmt::format(
+            "{} to component services could not be carried out and are recorded nowhere; name a "
+            "program with --service-command, or a file with --services-log",
+            Count(services.recorded, "call")));
+    }
+}
+
+void AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
+              Console& console) {
+    if (!options.backup.empty()) {
+        watch.AddSink(std::make_shared<Backup>(session, options, console));
+    }
+    if (!options.trace.empty()) {
+        watch.AddSink(std::make_shared<Trace>(options.trace));
+    }
+    if (!options.events.empty()) {
+        watch.AddSink(std::make_shared<Events>(options.events));
+    }
+    if (!options.log.empty()) {
+        watch.AddSink(MakeRunLog(options.log));
+    }
+    watch.AddSink(std::make_shared<Progress>(console));
+}
+
+void ExplainFailure(const Session& session, Console& console, const RunFailure& failure) {
+    if (failure.stopped) {
+        console.Error("stopped as requested, before the next statement: " + FailureLine(failure));
+        return;
+    }
+    console.Error("failed: " + FailureLine(failure));
+    if (failure.code == kLockWaitTimeout) {
+        for (const std::string& holder : LockHolders(session, failure.where.database)) {
+            console.Error("a lock may be held by " + holder);
+        }
+    }
+}
+
+std::string WhatToDo(const Run& run, const std::exception& error) {
+    return dynamic_cast<const OutdatedCentralDatabaseError*>(&error) == nullptr
+               ? run.afterFailure
+               : "The command upgrade does so, and then upgrades the older sites, this one too.";
+}
+
+}  // namespace
+
+std::string WhatStands(const std::vector<DatabaseDone>& databases) {
+    constexpr std::size_t kMostNames = 10;
+    std::vector<std::string> names;
+    bool central = false;
+    for (const DatabaseDone& done : databases) {
+        if (done.database == "tw_tarnwick") {
+            central = true;
+        } else {
+            names.push_back(done.database);
+        }
+    }
+    const std::string more =
+        names.size() > kMostNames ? fmt::format(" and {} more", names.size() - kMostNames) : "";
+    std::string line = "No database was upgraded to the end.";
+    if (!names.empty()) {
+        const auto end =
+            names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), kMostNames));
+        line = fmt::format("Upgraded to the end: {} ({}{}).", Count(names.size(), "database"),
+                           fmt::join(names.begin(), end, ", "), more);
+    }
+    // Its version waits for the last site, so that a run that resumes walks its ladders again.
+    return line + (central
+                       ? " The ladders of tw_tarnwick have ended; its version is recorded after "
+                         "the last site."
+                       : "");
+}
+
+int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
+    RefuseUnfinishedRestore(*session.Own());
+    const auto watch = std::make_shared<RunWatch>();
+    AddSinks(*watch, session, options, console);
+    const auto host = session.ForComponent(watch);
+    const StopSignals stopSignals;
+    watch->Start(run.start);
+    try {
+        Update update;
+        update.Configure(host);
+        run.operation(update, *host);
+        watch->End();
+    } catch (const std::exception& error) {
+        const RunFailure failure = watch->Fail(error);
+        ExplainFailure(session, console, failure);
+        const std::string resume = WhatToDo(run, error);
+        console.Error(WhatStands(watch->Databases()) + " " + resume);
+        PrintServices(console, session.Services());
+        console.Result(JsonOf(run, *watch, session.Services(), &failure, resume));
+        return failure.stopped ? kStopped : kFailed;
+    }
+    console.Say(SummaryLine(*watch));
+    PrintServices(console, session.Services());
+    console.Result(JsonOf(run, *watch, session.Services(), nullptr));
+    return kDone;
+}
+
+}  // namespace twupdate::cli

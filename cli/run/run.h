@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/run/run_sink.h"
+#include "cli/server/installation.h"
+#include "cli/server/options.h"
+#include "cli/server/session.h"
+#include "cli/terminal/console.h"
+#include "twupdate/update.h"
+
+namespace twupdate::cli {
+
+/// One operation of the component and what surrounds it.
+struct Run {
+    RunStart start;
+    /// Calls the component, and does what belongs to the host afterwards.
+    std::function<void(Update&, Utility&)> operation;
+    /// What to do after a failure; by default that the same command resumes.
+    std::string afterFailure = "Run the same command again: it resumes where it stopped.";
+    /// Added to the result of --json.
+    nlohmann::ordered_json result;
+};
+
+/// Carries the run out under watch: traces it, shows its progress, and prints the summary, or
+/// where it failed and what stands.
+/// @return the exit status
+int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run);
+
+/// What a run that did not end has finished, for people; one line.
+std::string WhatStands(const std::vector<DatabaseDone>& databases);
+
+}  // namespace twupdate::cli

@@ -1,0 +1,75 @@
+#include "cli/run/run_lock.h"
+
+#include <fmt/format.h>
+
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+/// Who holds the lock, as far as the user may see it.
+std::string Holder(host::Connection& connection) {
+    const auto used = connection.Query(fmt::format("SELECT IS_USED_LOCK('{}');", RunLock::kName));
+    if (!used->Next() || used->Get(0).IsNull()) {
+        return "another run";  // it has just ended
+    }
+    const std::string id = used->Get(0).ToText();
+    const auto process = connection.Query(
+        fmt::format("SELECT user, host, CAST(NOW() - INTERVAL time SECOND AS CHAR) "
+                    "FROM information_schema.processlist WHERE id = {};",
+                    id));
+    if (!process->Next()) {
+        return fmt::format(
+            "connection {} (its user and host are shown to users with the right "
+            "PROCESS)",
+            id);
+    }
+    return fmt::format("{}@{} since {} (connection {})", process->Get(0).ToText(),
+                       process->Get(1).ToText(), process->Get(2).ToText(), id);
+}
+
+}  // namespace
+
+RunLock::RunLock(const Session& session, const GlobalOptions& options) {
+    if (options.noLock) {
+        return;
+    }
+    // The server hears of a closed connection a moment later; the next command may come sooner.
+    const auto connection = session.Connect();
+    connection_ =
+        std::shared_ptr<host::Connection>(connection.get(), [connection](host::Connection* held) {
+            try {
+                held->Query(fmt::format("SELECT RELEASE_LOCK('{}');", kName));
+            } catch (const HostError&) {
+                // The connection is gone, and the lock with it.
+            }
+        });
+    Value got;
+    try {
+        // The last statement on this connection is the one whose time tells since when the lock is
+        // held.
+        const auto rows = connection_->Query(
+            fmt::format("SELECT GET_LOCK('{}', {});", kName, options.lockWaitSeconds));
+        got = rows->Next() ? rows->Get(0) : Value();
+    } catch (const HostError& error) {
+        throw CommandError("the server refuses the run lock: " + DescribeError(error) +
+                               "; when no other run can be in progress, go on with --no-lock",
+                           kLocked);
+    }
+    if (got.IsNull()) {
+        throw CommandError(
+            "the server refuses the run lock; when no other run can be in progress, go on with "
+            "--no-lock",
+            kLocked);
+    }
+    if (!got.ToBool()) {
+        throw CommandError(
+            fmt::format("another run is in progress on this server: {}; wait for its end "
+                        "(--lock-wait SECONDS)",
+                        Holder(*connection_)),
+            kLocked);
+    }
+}
+
+}  // namespace twupdate::cli

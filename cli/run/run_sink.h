@@ -1,0 +1,112 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/server/installation.h"
+#include "twupdate/ladder.h"
+#include "twupdate/value.h"
+
+namespace twupdate::cli {
+
+using Clock = std::chrono::steady_clock;
+
+/// Where a run stands.
+struct Position {
+    std::string database = "tw_tarnwick";
+    std::optional<Ladder> ladder;    ///< nothing between ladders
+    std::optional<LadderStep> step;  ///< nothing between steps
+    std::optional<std::int32_t> siteId;
+};
+
+/// One call that the component has made to its host, or a file that it has copied. What it names
+/// lasts as long as the call that tells of it.
+struct Call {
+    enum class Kind : std::uint8_t {
+        kQuery,
+        kReader,
+        kExecute,
+        kCommand,
+        kService,
+        kRefresh,
+        kCopy
+    };
+    Kind kind = Kind::kQuery;
+    std::string_view sql;
+    std::span<const Value> params;
+    std::string_view service;
+    std::optional<std::int32_t> siteId;
+    std::optional<std::int32_t> componentId;
+    std::string_view source;       ///< of a copied file
+    std::string_view destination;  ///< of a copied file
+    bool failed = false;
+    std::chrono::nanoseconds duration{0};
+};
+
+/// "query", "reader", "execute", "command", "service", "refresh" or "copy".
+std::string_view CallKindText(Call::Kind kind);
+
+/// What a run has done so far.
+struct Counts {
+    std::uint64_t databases = 0;  ///< of which all ladders have ended
+    std::uint64_t sites = 0;      ///< of these, sites
+    std::uint64_t steps = 0;      ///< that have ended
+    std::uint64_t statements = 0;
+    std::uint64_t services = 0;
+};
+
+/// A database whose ladders have all ended.
+struct DatabaseDone {
+    std::string database;
+    std::optional<std::int32_t> siteId;
+    double from = 0;
+    std::uint64_t steps = 0;
+    std::uint64_t statements = 0;
+    std::chrono::nanoseconds duration{0};
+};
+
+/// What is known about a run before it starts.
+struct RunStart {
+    std::string command;         ///< e.g. "upgrade"
+    double version = 0;          ///< of the database that the command names
+    std::vector<SiteRow> sites;  ///< that the run will upgrade
+};
+
+/// What ended a run before its time.
+struct RunFailure {
+    Position where;
+    std::string statement;  ///< without passwords; empty when no statement failed
+    std::uint32_t code = 0;
+    std::string sqlState;
+    std::string text;
+    bool stopped = false;  ///< not an error: a person asked the run to stop
+};
+
+/// "database tw_7, site schema ladder, step SiteSchemaStep_1_0028: statement: server error 1060
+/// (42S21): Duplicate column name"; on one line. Of a stop the place alone.
+std::string FailureLine(const RunFailure& failure);
+
+/// Is told how a run goes on; the position is the one before an end and after a start.
+class RunSink {
+  public:
+    virtual ~RunSink() = default;
+    virtual void RunStarting(const RunStart& /*start*/) {}
+    virtual void LadderStarting(const Position& /*where*/, double /*version*/) {}
+    virtual void LadderEnded(const Position& /*where*/) {}
+    virtual void StepStarting(const Position& /*where*/) {}
+    virtual void StepEnded(const Position& /*where*/, std::chrono::nanoseconds /*duration*/,
+                           std::uint64_t /*statements*/) {}
+    virtual void SiteStarting(const Position& /*where*/, double /*version*/) {}
+    virtual void DatabaseEnded(const DatabaseDone& /*done*/, const Counts& /*counts*/) {}
+    virtual void CallStarting(const Position& /*where*/) {}
+    virtual void CallEnded(const Position& /*where*/, const Call& /*call*/) {}
+    virtual void RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
+    virtual void RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*duration*/) {}
+};
+
+}  // namespace twupdate::cli

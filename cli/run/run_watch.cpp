@@ -1,0 +1,229 @@
+#include "cli/run/run_watch.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "cli/run/stop_request.h"
+#include "cli/terminal/text.h"
+#include "twupdate/error.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr const char* kCentralDatabase = "tw_tarnwick";
+
+Call::Kind KindOf(std::string_view op) {
+    using Kind = Call::Kind;
+    constexpr std::array kKinds{Kind::kQuery,   Kind::kReader,  Kind::kExecute,
+                                Kind::kCommand, Kind::kService, Kind::kRefresh};
+    const auto* const kind =
+        std::find_if(kKinds.begin(), kKinds.end(), [op](Kind k) { return CallKindText(k) == op; });
+    return kind == kKinds.end() ? Kind::kQuery : *kind;
+}
+
+/// Steps that do not simply run again when they were cut in the middle: a stop waits for their
+/// end, so that the same command resumes.
+bool MustNotBeCut(const LadderStep& step) {
+    constexpr std::array<std::string_view, 9> kSteps{
+        "SiteSchemaStep_1_0018",  "SiteSchemaStep_1_0035",  "SiteSchemaStep_1_0225",
+        "SiteContentStep_1_0007", "SiteContentStep_1_0043", "ServerStep_1_0035",
+        "ServerStep_1_0074",      "ServerDataStep_1_0252",  "ReimportReferenceData"};
+    return std::find(kSteps.begin(), kSteps.end(), step.name) != kSteps.end();
+}
+
+std::string SiteDatabaseName(std::int32_t siteId) {
+    return "tw_" + std::to_string(siteId);
+}
+
+}  // namespace
+
+std::string_view CallKindText(Call::Kind kind) {
+    switch (kind) {
+        case Call::Kind::kQuery:
+            return "query";
+        case Call::Kind::kReader:
+            return "reader";
+        case Call::Kind::kExecute:
+            return "execute";
+        case Call::Kind::kCommand:
+            return "command";
+        case Call::Kind::kService:
+            return "service";
+        case Call::Kind::kRefresh:
+            return "refresh";
+        case Call::Kind::kCopy:
+            return "copy";
+    }
+    return "";
+}
+
+std::string FailureLine(const RunFailure& failure) {
+    std::string line = "database " + failure.where.database;
+    if (failure.where.ladder) {
+        line += fmt::format(", {} ladder", LadderName(*failure.where.ladder));
+    }
+    if (failure.where.step) {
+        line += fmt::format(", step {}", failure.where.step->name);
+    }
+    if (failure.stopped) {
+        return line;  // who asked for it needs no reason
+    }
+    return line + ": " +
+           DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
+}
+
+void RunWatch::AddSink(std::shared_ptr<RunSink> sink) {
+    sinks_.push_back(std::move(sink));
+}
+
+void RunWatch::Start(const RunStart& start) {
+    started_ = Clock::now();
+    TellSinks([&](RunSink& sink) { sink.RunStarting(start); });
+}
+
+void RunWatch::End() {
+    const auto elapsed = Elapsed();
+    TellSinks([&](RunSink& sink) { sink.RunEnded(counts_, elapsed); });
+}
+
+RunFailure RunWatch::Fail(const std::exception& error) {
+    RunFailure failure;
+    failure.where = where_;
+    failure.text = error.what();
+    if (const auto* hostError = dynamic_cast<const HostError*>(&error)) {
+        failure.statement = WithoutPasswords(hostError->Statement());
+        failure.code = hostError->Code();
+        failure.sqlState = hostError->SqlState();
+    }
+    failure.stopped = dynamic_cast<const StopRequested*>(&error) != nullptr;
+    TellSinks([&](RunSink& sink) { sink.RunFailed(failure, counts_); });
+    return failure;
+}
+
+void RunWatch::Before(const host::StatementEvent& /*event*/) {
+    if (StopSignals::Requested() && !(where_.step && MustNotBeCut(*where_.step))) {
+        throw StopRequested();
+    }
+    TellSinks([&](RunSink& sink) { sink.CallStarting(where_); });
+}
+
+void RunWatch::After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
+                     const HostError* error) {
+    Call call;
+    call.kind = KindOf(event.op);
+    call.sql = event.sql;
+    call.params = event.params;
+    call.service = event.service;
+    call.siteId = event.siteId;
+    call.componentId = event.componentId;
+    call.duration = elapsed;
+    call.failed = error != nullptr;
+    CallEnded(call);
+}
+
+void RunWatch::CallEnded(const Call& call) {
+    switch (call.kind) {
+        case Call::Kind::kQuery:
+        case Call::Kind::kReader:
+        case Call::Kind::kExecute:
+        case Call::Kind::kCommand:
+            ++counts_.statements;
+            ++current_.statements;
+            ++stepStatements_;
+            break;
+        case Call::Kind::kService:
+        case Call::Kind::kRefresh:
+            ++counts_.services;
+            break;
+        case Call::Kind::kCopy:
+            break;
+    }
+    TellSinks([&](RunSink& sink) { sink.CallEnded(where_, call); });
+}
+
+void RunWatch::DatabaseStarting(const std::string& database, double version) {
+    where_.database = database;
+    current_ = DatabaseDone{};
+    current_.database = database;
+    current_.from = version;
+    databaseStarted_ = Clock::now();
+}
+
+void RunWatch::DatabaseEnded() {
+    current_.duration = Clock::now() - databaseStarted_;
+    ++counts_.databases;
+    counts_.sites += current_.siteId ? 1U : 0U;
+    databases_.push_back(current_);
+    TellSinks([&](RunSink& sink) { sink.DatabaseEnded(current_, counts_); });
+    where_.database = kCentralDatabase;
+    where_.siteId.reset();
+}
+
+void RunWatch::LadderStarting(Ladder ladder, const std::string& database, double version) {
+    // The first of the two ladders on the central tables begins that database; a site's begins
+    // with the site.
+    if (ladder == Ladder::kServer) {
+        DatabaseStarting(database, version);
+    }
+    where_.database = database;
+    where_.ladder = ladder;
+    TellSinks([&](RunSink& sink) { sink.LadderStarting(where_, version); });
+}
+
+void RunWatch::LadderEnded(Ladder ladder, const std::string& /*database*/) {
+    TellSinks([&](RunSink& sink) { sink.LadderEnded(where_); });
+    where_.ladder.reset();
+    if (ladder == Ladder::kServerData) {
+        DatabaseEnded();
+    } else if (ladder == Ladder::kSiteContent) {
+        // What follows is the record of the site's version.
+        where_.database = kCentralDatabase;
+    }
+}
+
+void RunWatch::StepStarting(const LadderStep& step, const std::string& /*database*/) {
+    where_.step = step;
+    stepStatements_ = 0;
+    stepStarted_ = Clock::now();
+    TellSinks([&](RunSink& sink) { sink.StepStarting(where_); });
+}
+
+void RunWatch::StepEnded(const LadderStep& /*step*/, const std::string& /*database*/) {
+    ++counts_.steps;
+    ++current_.steps;
+    const auto duration = Clock::now() - stepStarted_;
+    TellSinks([&](RunSink& sink) { sink.StepEnded(where_, duration, stepStatements_); });
+    where_.step.reset();
+}
+
+void RunWatch::SiteWalkStarting() {
+    where_.database = kCentralDatabase;
+}
+
+void RunWatch::SiteStarting(std::int32_t siteId, double version) {
+    DatabaseStarting(SiteDatabaseName(siteId), version);
+    current_.siteId = siteId;
+    where_.siteId = siteId;
+    TellSinks([&](RunSink& sink) { sink.SiteStarting(where_, version); });
+}
+
+void RunWatch::SiteEnded(std::int32_t /*siteId*/) {
+    DatabaseEnded();
+}
+
+void RunWatch::FileCopied(const std::filesystem::path& source,
+                          const std::filesystem::path& destination) {
+    Call copy;
+    copy.kind = Call::Kind::kCopy;
+    copy.siteId = where_.siteId;
+    const std::string from = source.string();
+    const std::string to = destination.string();
+    copy.source = from;
+    copy.destination = to;
+    CallEnded(copy);
+}
+
+}  // namespace twupdate::cli

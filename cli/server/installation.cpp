@@ -1,0 +1,178 @@
+#include "cli/server/installation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "cli/backup/restore_mark.h"
+#include "cli/terminal/failure.h"
+#include "twupdate/ladder.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr std::uint32_t kUnknownDatabase = 1049;
+constexpr std::uint32_t kUnknownTable = 1146;
+
+Value FieldOf(const Recordset& rows, std::string_view column) {
+    return rows.Fields().Item(column).Value();
+}
+
+bool IsSet(const Value& value) {
+    return !value.IsNull() && value.ToBool();
+}
+
+}  // namespace
+
+std::string SiteStateText(SiteState state) {
+    switch (state) {
+        case SiteState::kCurrent:
+            return "current";
+        case SiteState::kOld:
+            return "old";
+        case SiteState::kHardDeleted:
+            return "hard-deleted";
+        case SiteState::kInTransaction:
+            return "in transaction";
+        case SiteState::kNewer:
+            return "newer";
+        case SiteState::kNoVersion:
+            return "no version";
+    }
+    return "";
+}
+
+SiteState SiteRow::State() const {
+    if (hardDeleted) {
+        return SiteState::kHardDeleted;
+    }
+    if (inTransaction) {
+        return SiteState::kInTransaction;
+    }
+    if (!version) {
+        return SiteState::kNoVersion;
+    }
+    if (IsBelow(*version, kCurrentVersion)) {
+        return SiteState::kOld;
+    }
+    return *version > kCurrentVersion ? SiteState::kNewer : SiteState::kCurrent;
+}
+
+Installation::Installation(std::shared_ptr<Utility> utility) : utility_(std::move(utility)) {}
+
+std::shared_ptr<Recordset> Installation::Query(const std::string& sql) {
+    return utility_->GetDatabase()->OpenRecordset(sql, 0, 0);
+}
+
+double Installation::VersionFrom(const std::string& table) {
+    const auto rows = Query("SELECT version FROM " + table + " ORDER BY version;");
+    if (rows->IsEOF()) {
+        throw CommandError(table + " has no row, so the version is not known");
+    }
+    const Value version = FieldOf(*rows, "version");
+    rows->Close();
+    if (version.IsNull()) {
+        throw CommandError(table +
+                           ".version is NULL, so the version is not known: set it to the "
+                           "version of the stored layout (0 runs every step)");
+    }
+    return version.ToDouble();
+}
+
+bool Installation::HasDatabase(const std::string& name) {
+    // A table of a database that is not there is told like any table that is not there.
+    const auto databases = Databases();
+    return std::find(databases.begin(), databases.end(), name) != databases.end();
+}
+
+double Installation::Version() {
+    RefuseUnfinishedRestore(*utility_);
+    try {
+        return VersionFrom("tw_tarnwick.installation");
+    } catch (const HostError& error) {
+        if (error.Code() != kUnknownTable && error.Code() != kUnknownDatabase) {
+            throw;
+        }
+        if (!HasDatabase("tw_tarnwick")) {
+            throw CommandError(
+                "there is no central database tw_tarnwick on this server; create-core makes one");
+        }
+        throw CommandError(
+            "the central database tw_tarnwick has no table installation: it is not complete, as "
+            "after an interrupted create-core; drop it and run create-core again, or bring it "
+            "back from a backup");
+    }
+}
+
+double Installation::ImportedVersion(std::int32_t siteId) {
+    try {
+        return VersionFrom(fmt::format("tw_{}.tw_installation", siteId));
+    } catch (const HostError& error) {
+        if (error.Code() != kUnknownTable && error.Code() != kUnknownDatabase) {
+            throw;
+        }
+        if (!HasDatabase(fmt::format("tw_{}", siteId))) {
+            throw CommandError(fmt::format("there is no database tw_{} on this server", siteId));
+        }
+        throw CommandError(fmt::format(
+            "tw_{} has no table tw_installation: it carries no copy of the central tables",
+            siteId));
+    }
+}
+
+std::vector<SiteRow> Installation::ReadSites(const std::string& condition) {
+    // An installation far behind does not have the column transaction yet.
+    std::set<std::string> columns;
+    const auto fields = Query("SHOW COLUMNS FROM tw_tarnwick.site;");
+    for (; !fields->IsEOF(); fields->MoveNext()) {
+        columns.insert(FieldOf(*fields, "Field").ToText());
+    }
+    fields->Close();
+    const bool hasTransaction = columns.contains("transaction");
+    std::vector<SiteRow> sites;
+    const auto rows = Query(fmt::format(
+        "SELECT siteid, sitename, version, harddeleted{} FROM tw_tarnwick.site{} ORDER BY siteid;",
+        hasTransaction ? ", transaction" : "", condition));
+    for (; !rows->IsEOF(); rows->MoveNext()) {
+        SiteRow site;
+        const Value id = FieldOf(*rows, "siteid");
+        // The column is a BIGINT: an id that the component cannot take is shown nevertheless.
+        site.siteId = std::stoll(id.ToText());
+        const Value name = FieldOf(*rows, "sitename");
+        site.name = name.IsNull() ? std::string() : name.ToText();
+        const Value version = FieldOf(*rows, "version");
+        if (!version.IsNull()) {
+            site.version = version.ToDouble();
+        }
+        site.hardDeleted = IsSet(FieldOf(*rows, "harddeleted"));
+        site.inTransaction = hasTransaction && IsSet(FieldOf(*rows, "transaction"));
+        sites.push_back(std::move(site));
+    }
+    rows->Close();
+    return sites;
+}
+
+std::vector<SiteRow> Installation::Sites() {
+    return ReadSites("");
+}
+
+std::optional<SiteRow> Installation::Site(std::int64_t siteId) {
+    const auto sites = ReadSites(fmt::format(" WHERE siteid = {}", siteId));
+    return sites.empty() ? std::nullopt : std::optional(sites.front());
+}
+
+std::vector<std::string> Installation::Databases() {
+    std::vector<std::string> names;
+    const auto rows = Query(
+        "SELECT schema_name AS name FROM information_schema.schemata "
+        "WHERE schema_name LIKE 'tw\\_%' ORDER BY schema_name;");
+    for (; !rows->IsEOF(); rows->MoveNext()) {
+        names.push_back(FieldOf(*rows, "name").ToText());
+    }
+    rows->Close();
+    return names;
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,266 @@
+#include "cli/server/layout.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <regex>
+#include <stdexcept>
+
+#include "cli/server/embedded_layouts.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr std::string_view kMadeBy = " <- ";
+constexpr std::string_view kOr = " | ";
+constexpr std::string_view kOptional = " optional";
+
+std::string TextOf(const Recordset& rows, std::string_view column) {
+    const Value value = rows.Fields().Item(column).Value();
+    return value.IsNull() ? std::string() : value.ToText();
+}
+
+/// "int(11) unsigned" as "INT UNSIGNED"; "tinyint(1)" as "BOOL". The words of an enumeration and
+/// the like keep their letters.
+std::string TypeName(const std::string& type) {
+    if (type == "tinyint(1)") {
+        return "BOOL";
+    }
+    std::string name = type;
+    const auto open = name.find('(');
+    const std::string word = name.substr(0, open);
+    if (open != std::string::npos && word.ends_with("int")) {
+        name.erase(open, name.find(')') - open + 1);
+    }
+    const auto end = name.find('\'');
+    std::transform(
+        name.begin(),
+        end == std::string::npos ? name.end() : name.begin() + static_cast<std::ptrdiff_t>(end),
+        name.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return name;
+}
+
+/// A default as one server shows it quoted and another one does not.
+std::string QuotedDefault(const std::string& shown) {
+    const bool quoted = shown.size() >= 2 && shown.front() == '\'' && shown.back() == '\'';
+    return quoted ? shown : "'" + shown + "'";
+}
+
+std::string ColumnDefinition(const Recordset& row) {
+    std::string definition =
+        TextOf(row, "column_name") + " " + TypeName(TextOf(row, "column_type"));
+    const std::string extra = TextOf(row, "extra");
+    if (extra.find("auto_increment") != std::string::npos) {
+        definition += " AUTO_INCREMENT";
+    }
+    const Value value = row.Fields().Item("column_default").Value();
+    if (!value.IsNull() && value.ToText() != "NULL") {
+        definition += " DEFAULT " + QuotedDefault(value.ToText());
+    }
+    return definition + (TextOf(row, "is_nullable") == "YES" ? " NULL" : " NOT NULL");
+}
+
+/// "KEY siteid_idx" of "KEY siteid_idx(siteid)", "PRIMARY KEY" of "PRIMARY KEY(a)", "siteid" of
+/// "siteid INT …". A unique key and a plain one of the same name are the same item.
+std::string ItemName(const std::string& definition) {
+    for (const std::string_view prefix : {"PRIMARY KEY", "UNIQUE KEY ", "KEY "}) {
+        if (definition.starts_with(prefix)) {
+            const std::string name = definition.substr(0, definition.find('('));
+            return name.starts_with("UNIQUE ") ? name.substr(7) : name;
+        }
+    }
+    return definition.substr(0, definition.find(' '));
+}
+
+std::vector<std::string> Split(std::string_view text, std::string_view separator) {
+    std::vector<std::string> parts;
+    for (auto at = text.find(separator); at != std::string_view::npos; at = text.find(separator)) {
+        parts.emplace_back(text.substr(0, at));
+        text.remove_prefix(at + separator.size());
+    }
+    parts.emplace_back(text);
+    return parts;
+}
+
+void AddColumns(Utility& utility, const std::string& database, Layout& layout) {
+    const auto rows = utility.GetDatabase()->OpenRecordset(
+        fmt::format("SELECT table_name AS table_name, column_name AS column_name, column_type AS "
+                    "column_type, is_nullable AS is_nullable, column_default AS column_default, "
+                    "extra AS extra FROM information_schema.columns WHERE table_schema = '{}';",
+                    database),
+        0, 0);
+    for (; !rows->IsEOF(); rows->MoveNext()) {
+        const std::string definition = ColumnDefinition(*rows);
+        layout.tables[TextOf(*rows, "table_name")].items[ItemName(definition)].definitions = {
+            definition};
+    }
+    rows->Close();
+}
+
+void AddKeys(Utility& utility, const std::string& database, Layout& layout) {
+    struct Key {
+        bool unique = false;
+        std::string columns;
+    };
+    std::map<std::pair<std::string, std::string>, Key> keys;
+    const auto rows = utility.GetDatabase()->OpenRecordset(
+        fmt::format("SELECT table_name AS table_name, index_name AS index_name, non_unique AS "
+                    "non_unique, column_name AS column_name, sub_part AS sub_part FROM "
+                    "information_schema.statistics WHERE table_schema = '{}' ORDER BY table_name, "
+                    "index_name, seq_in_index;",
+                    database),
+        0, 0);
+    for (; !rows->IsEOF(); rows->MoveNext()) {
+        Key& key = keys[{TextOf(*rows, "table_name"), TextOf(*rows, "index_name")}];
+        key.unique = TextOf(*rows, "non_unique") == "0";
+        const std::string part = TextOf(*rows, "sub_part");
+        key.columns += (key.columns.empty() ? "" : ", ") + TextOf(*rows, "column_name") +
+                       (part.empty() ? "" : "(" + part + ")");
+    }
+    rows->Close();
+    for (const auto& [name, key] : keys) {
+        const std::string head = name.second == "PRIMARY"
+                                     ? "PRIMARY KEY"
+                                     : (key.unique ? "UNIQUE KEY " : "KEY ") + name.second;
+        const std::string definition = head + "(" + key.columns + ")";
+        layout.tables[name.first].items[ItemName(definition)].definitions = {definition};
+    }
+}
+
+std::string Lines(const Layout::Table& table, bool keys) {
+    std::string text;
+    for (const auto& [name, item] : table.items) {
+        const bool isKey = name.starts_with("KEY ") || name == "PRIMARY KEY";
+        if (isKey == keys) {
+            text += fmt::format("    {}{}{}\n", fmt::join(item.definitions, kOr),
+                                item.step.empty() ? "" : kMadeBy, item.step);
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+bool LayoutItem::Allows(const std::string& definition) const {
+    return std::find(definitions.begin(), definitions.end(), definition) != definitions.end();
+}
+
+std::string Layout::Text() const {
+    std::string text;
+    for (const auto& [name, table] : tables) {
+        text += fmt::format("table {}{}{}{}\n", name, table.optional ? kOptional : "",
+                            table.step.empty() ? "" : kMadeBy, table.step);
+        text += Lines(table, false) + Lines(table, true);
+    }
+    return text;
+}
+
+Layout Layout::Parse(std::string_view text) {
+    Layout layout;
+    Table* table = nullptr;
+    for (const std::string& line : Split(text, "\n")) {
+        const auto begin = line.find_first_not_of(' ');
+        if (begin == std::string::npos || line[begin] == '#') {
+            continue;
+        }
+        auto parts = Split(std::string_view(line).substr(begin), kMadeBy);
+        const std::string step = parts.size() > 1 ? parts[1] : "";
+        if (parts[0].starts_with("table ")) {
+            std::string name = parts[0].substr(6);
+            const bool optional = name.ends_with(kOptional);
+            name.resize(std::min(name.find(' '), name.size()));
+            table = &layout.tables[name];
+            table->optional = optional;
+            table->step = step;
+        } else if (table == nullptr) {
+            throw std::runtime_error("a layout begins with a table, not with: " + line);
+        } else {
+            auto definitions = Split(parts[0], kOr);
+            const std::string name = ItemName(definitions[0]);
+            table->items[name] = {std::move(definitions), step};
+        }
+    }
+    return layout;
+}
+
+Layout ReadLayout(Utility& utility, const std::string& database) {
+    Layout layout;
+    AddColumns(utility, database, layout);
+    AddKeys(utility, database, layout);
+    return layout;
+}
+
+const Layout& CentralLayout() {
+    static const Layout layout = Layout::Parse(kEmbeddedCentralLayout);
+    return layout;
+}
+
+const Layout& SiteLayout() {
+    static const Layout layout = Layout::Parse(kEmbeddedSiteLayout);
+    return layout;
+}
+
+Layout OnOldServer(Layout layout) {
+    constexpr std::string_view kLongText = " LONGTEXT DEFAULT ''";
+    constexpr std::string_view kNotNull = " NOT NULL";
+    for (auto& [name, table] : layout.tables) {
+        const auto key = table.items.find("PRIMARY KEY");
+        const std::string keyText = key == table.items.end() ? "" : key->second.definitions.front();
+        for (auto& [itemName, item] : table.items) {
+            std::string& definition = item.definitions.front();
+            if (const auto at = definition.find(kLongText); at != std::string::npos) {
+                definition.replace(at, kLongText.size(), " LONGTEXT");
+            } else if (std::regex_search(keyText, std::regex("[( ]" + itemName + "[,)]")) &&
+                       definition.find(" VARCHAR(") != std::string::npos &&
+                       definition.find(" DEFAULT ") == std::string::npos) {
+                item.definitions.push_back(
+                    definition.substr(0, definition.size() - kNotNull.size()) + " DEFAULT ''" +
+                    std::string(kNotNull));
+            }
+        }
+    }
+    return layout;
+}
+
+std::string LayoutFinding::Text() const {
+    const std::string by =
+        step.empty() ? "it belongs to every version" : fmt::format("{} makes it", step);
+    if (item.empty()) {
+        return fmt::format("{}.{}: the table is missing; {}", database, table, by);
+    }
+    const bool isKey = item.starts_with("KEY ") || item == "PRIMARY KEY";
+    const std::string what = isKey ? item : "column " + item;
+    if (actual.empty()) {
+        return fmt::format("{}.{}: {} is missing; {}: {}", database, table, what, by, expected);
+    }
+    return fmt::format("{}.{}: {} is {}; {}: {}", database, table, what, actual, by, expected);
+}
+
+std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
+                                   const Layout& actual, std::vector<std::string>& absent) {
+    std::vector<LayoutFinding> findings;
+    for (const auto& [name, table] : expected.tables) {
+        const auto found = actual.tables.find(name);
+        if (found == actual.tables.end()) {
+            if (table.optional) {
+                absent.push_back(name);
+            } else {
+                findings.push_back({database, name, "", "", "", table.step});
+            }
+            continue;
+        }
+        for (const auto& [itemName, item] : table.items) {
+            const auto there = found->second.items.find(itemName);
+            const std::string is =
+                there == found->second.items.end() ? "" : there->second.definitions.front();
+            if (!item.Allows(is)) {
+                findings.push_back(
+                    {database, name, itemName, item.definitions.front(), is, item.step});
+            }
+        }
+    }
+    return findings;
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,196 @@
+#include "cli/server/options.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <string>
+
+#include "cli/commands/commands.h"
+#include "cli/terminal/text.h"
+#include "twupdate/ladder.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr const char* kServerGroup = "Server";
+constexpr const char* kComponentGroup = "Component";
+constexpr const char* kRunGroup = "Run";
+constexpr const char* kOutputGroup = "Output";
+
+/// Takes the ways in which the server's own clients are given a password, to say why this program
+/// has none of them. The message leaves out what was given.
+void RefusePasswords(CLI::App& app) {
+    app.add_option("-p,--password",
+                   [](const CLI::results_t&) -> bool {
+                       throw CLI::ValidationError(
+                           "a password is not taken from the command line, where every user of "
+                           "the machine can read it; use --password-file, the variable MYSQL_PWD "
+                           "or an option file (--defaults-file)");
+                   })
+        ->expected(0, 1)
+        ->group("");
+}
+
+/// An empty value is a variable of the shell that was not set.
+std::string NotEmpty(const std::string& value) {
+    return value.empty() ? "the value must not be empty" : "";
+}
+
+/// What the central database's column of domain names takes.
+std::string IsHostName(const std::string& name) {
+    constexpr std::size_t kLongest = 100;
+    const bool hasBlank = name.find_first_of(" \t\r\n") != std::string::npos;
+    return name.empty() || name.size() > kLongest || hasBlank
+               ? "a host name has 1 to 100 characters and no blank"
+               : "";
+}
+
+std::string VersionLine() {
+    return fmt::format("twupdate {} (brings databases to version {})", TWUPDATE_VERSION,
+                       VersionText(kCurrentVersion));
+}
+
+}  // namespace
+
+void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
+    app.add_option("--defaults-file", options.defaultsFile,
+                   "Read the groups [client] and [twupdate] of this option file alone")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile)
+        ->group(kServerGroup);
+    app.add_option("--socket,-S", options.socket, "Unix socket of the server")
+        ->type_name("FILE")
+        ->group(kServerGroup);
+    app.add_option("--host,-H", options.host, "Host name of the server")
+        ->type_name("NAME")
+        ->group(kServerGroup);
+    app.add_option("--port,-P", options.port, "TCP port of the server")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 65535))
+        ->group(kServerGroup);
+    app.add_option("--user,-u", options.user, "User name on the server")
+        ->type_name("NAME")
+        ->group(kServerGroup);
+    app.add_option("--password-file", options.passwordFile,
+                   "File whose first line is the password (also: the variable MYSQL_PWD)")
+        ->type_name("FILE")
+        ->group(kServerGroup);
+    app.add_option("--ssl-ca", options.sslCa, "File of the certificate authority; turns TLS on")
+        ->type_name("FILE")
+        ->group(kServerGroup);
+    app.add_flag("--ssl-verify-server-cert", options.sslVerifyServerCert,
+                 "Check the server's certificate and host name; turns TLS on")
+        ->group(kServerGroup);
+    app.add_option("--charset", options.charset, "Character set of the connection")
+        ->type_name("NAME")
+        ->check(NotEmpty)
+        ->capture_default_str()
+        ->group(kServerGroup);
+    app.add_option("--sql-mode", options.sqlMode,
+                   "sql_mode of the connection (default: the server's)")
+        ->type_name("MODES")
+        ->group(kServerGroup);
+    auto* datadir =
+        app.add_option("--datadir", options.datadir,
+                       "Start a private server on this folder for the time of the command")
+            ->type_name("DIR")
+            ->check(NotEmpty)
+            ->group(kServerGroup);
+    for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
+                              "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {
+        datadir->excludes(app.get_option(other));
+    }
+
+    app.add_option("--install-folder", options.installFolder,
+                   "The component's folder: resources lies in it, its parent is the installation "
+                   "root")
+        ->type_name("DIR")
+        ->check(CLI::ExistingDirectory)
+        ->group(kComponentGroup);
+    app.add_option("--local-host-name", options.localHostName,
+                   "Local host name that is registered as a domain of the root site")
+        ->type_name("NAME")
+        ->check(IsHostName)
+        ->capture_default_str()
+        ->group(kComponentGroup);
+    app.add_option("--service-command", options.serviceCommand,
+                   "Program that carries out a component service; it gets SERVICE SITEID "
+                   "COMPONENTID")
+        ->type_name("CMD")
+        ->group(kComponentGroup);
+    app.add_option("--services-log", options.servicesLog,
+                   "Record component services in this file, one JSON object a line")
+        ->type_name("FILE")
+        ->check(NotEmpty)
+        ->group(kComponentGroup);
+
+    app.add_option("--lock-wait", options.lockWaitSeconds,
+                   "Wait so long for the end of another run (default: not at all)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0, 31536000))
+        ->group(kRunGroup);
+    app.add_flag("--no-lock", options.noLock, "Do not take the lock that keeps out other runs")
+        ->group(kRunGroup);
+    app.add_option("--backup", options.backup,
+                   "Dump each database into this folder before it is first changed")
+        ->type_name("DIR")
+        ->check(NotEmpty)
+        ->group(kRunGroup);
+    app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
+                   "Fail when a statement waits so long for a lock that somebody else holds "
+                   "(default: the server's)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 31536000))
+        ->group(kRunGroup);
+
+    app.add_option("--trace", options.trace,
+                   "Record every call to the server in this file, one JSON object a line")
+        ->type_name("FILE")
+        ->check(NotEmpty)
+        ->group(kOutputGroup);
+    app.add_option("--events", options.events,
+                   "Record how the run goes on in this file, one JSON object a line")
+        ->type_name("FILE")
+        ->check(NotEmpty)
+        ->group(kOutputGroup);
+    app.add_option("--log", options.log, "Record how the run goes on in this file, for people")
+        ->type_name("FILE")
+        ->check(NotEmpty)
+        ->group(kOutputGroup);
+    app.add_flag("--json", options.json, "Print the result as one JSON object")
+        ->group(kOutputGroup);
+    app.add_flag("--quiet,-q", options.quiet, "Print errors and what was asked for only")
+        ->group(kOutputGroup);
+    RefusePasswords(app);
+}
+
+bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
+    CLI::App app("Brings the platform's databases up to the current version.", "twupdate");
+    app.set_version_flag("--version,-V", VersionLine());
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.get_formatter()->column_width(36);
+    AddGlobalOptions(app, invocation.global);
+    AddCommands(app, invocation);
+    for (CLI::App* command : app.get_subcommands({})) {
+        command->footer("The options of twupdate --help may stand here, too.");
+    }
+    try {
+        app.parse(argc, argv);
+        return true;
+    } catch (const CLI::Success& request) {
+        app.exit(request);
+        status = kDone;
+    } catch (const CLI::ParseError& error) {
+        // A word that is no command is told as a missing command otherwise.
+        const bool noCommand = app.get_subcommands().empty() && app.remaining_size() > 0;
+        std::cerr << "twupdate: "
+                  << (noCommand ? "unknown: " + app.remaining().front() : error.what()) << '\n'
+                  << "Try 'twupdate --help' or 'twupdate COMMAND --help'.\n";
+        status = kWrongUse;
+    }
+    return false;
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,27 @@
+#include "cli/server/server_version.h"
+
+#include <array>
+#include <sstream>
+#include <utility>
+
+namespace twupdate::cli {
+
+ServerVersion::ServerVersion(std::string version)
+    : text_(std::move(version)), mariaDb_(text_.find("MariaDB") != std::string::npos) {
+    std::array<int, 3> parts{};
+    char dot = '.';
+    std::istringstream stream(text_);
+    stream >> parts[0] >> dot >> parts[1] >> dot >> parts[2];
+    number_ = parts[0] * 10000 + parts[1] * 100 + parts[2];
+}
+
+ServerVersion ServerVersion::Of(host::Connection& connection) {
+    const auto row = connection.Query("SELECT VERSION();");
+    return ServerVersion(row->Next() ? row->Get(0).ToText() : "");
+}
+
+std::string ServerVersion::Name() const {
+    return (mariaDb_ ? "" : "MySQL ") + text_;
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,187 @@
+#include "cli/server/session.h"
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+#include <system_error>
+#include <vector>
+
+#include "cli/run/trace.h"
+#include "cli/terminal/failure.h"
+#include "twupdate_host/password_file.h"
+
+namespace twupdate::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+template <typename Text>
+std::optional<Text> IfGiven(const Text& text) {
+    return text.empty() ? std::nullopt : std::optional<Text>(text);
+}
+
+std::string PasswordFrom(const fs::path& file) {
+    try {
+        return host::ReadPasswordFile(file);
+    } catch (const std::runtime_error& error) {
+        throw CommandError(error.what(), kWrongUse);
+    }
+}
+
+host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
+    host::ConnectionOptions connect;
+    if (!options.defaultsFile.empty()) {
+        connect.defaultsFile = options.defaultsFile;
+    }
+    connect.host = IfGiven(options.host);
+    connect.port = options.port;
+    if (!options.socket.empty()) {
+        connect.socket = options.socket;
+    }
+    connect.user = IfGiven(options.user);
+    if (!options.passwordFile.empty()) {
+        connect.password = PasswordFrom(options.passwordFile);
+    }
+    if (!options.sslCa.empty()) {
+        connect.sslCa = options.sslCa;
+    }
+    if (options.sslVerifyServerCert) {
+        connect.sslVerifyServerCert = true;
+    }
+    return connect;
+}
+
+std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder, DataFolder kind) {
+    if (folder.empty()) {
+        return nullptr;
+    }
+    host::PrivateServerOptions options;
+    options.initialise = kind == DataFolder::kAnyOrNew;
+    // The whole word list goes out in one statement.
+    options.serverOptions = {"--max-allowed-packet=1G"};
+    try {
+        return std::make_unique<host::PrivateServer>(folder, options);
+    } catch (const host::NoServerDataError& error) {
+        throw CommandError(
+            options.initialise
+                ? error.what()
+                : fmt::format("{}; create-core makes a new server there", error.what()),
+            kWrongUse);
+    }
+}
+
+fs::path ProgramFolder() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    return error ? fs::path() : program.parent_path();
+}
+
+}  // namespace
+
+Session::Session(const GlobalOptions& options) : Session(options, DataFolder::kWithData) {}
+
+Session::Session(const GlobalOptions& options, DataFolder folder)
+    : options_(options),
+      server_(StartPrivateServer(options.datadir, folder)),
+      connectOptions_(server_ ? server_->ConnectOptions() : ConnectionOptionsFrom(options)) {
+    connectOptions_.charset = options.charset;
+    connectOptions_.sqlMode = options.sqlMode;
+    connectOptions_.lockWaitTimeoutSeconds = options.ddlTimeoutSeconds;
+    connection_ = Connect();
+    own_ = std::make_shared<host::MariaDbUtility>(connection_);
+}
+
+std::shared_ptr<host::Connection> Session::Connect() const {
+    try {
+        return host::Connection::Open(connectOptions_);
+    } catch (const HostError& error) {
+        throw CommandError(
+            fmt::format("cannot connect to the server: {}{}", error.what(),
+                        error.Code() == 0 ? "" : fmt::format(" ({})", error.Code())));
+    }
+}
+
+std::shared_ptr<Utility> Session::ForComponent(const std::shared_ptr<RunWatch>& watch) {
+    host::MariaDbUtilityOptions options;
+    options.installFolder = InstallFolder(options_);
+    options.localHostName = options_.localHostName;
+    options.observer = watch;
+    options.listener = watch;
+    options.services.serviceCommand = options_.serviceCommand;
+    options.services.servicesLog = WithFolders(options_.servicesLog);
+    component_ = std::make_shared<host::MariaDbUtility>(connection_, options);
+    return component_;
+}
+
+ServiceCounts Session::Services() const {
+    ServiceCounts counts;
+    if (!component_) {
+        return counts;
+    }
+    const auto& services = component_->GetServices();
+    auto& total = services->HasCommand() ? counts.carriedOut : counts.recorded;
+    for (const auto& [service, calls] : services->Calls()) {
+        total += calls;
+    }
+    counts.log = options_.servicesLog.string();
+    return counts;
+}
+
+std::filesystem::path InstallFolder(const GlobalOptions& options) {
+    if (!options.installFolder.empty()) {
+        return fs::absolute(options.installFolder);
+    }
+    const fs::path program = ProgramFolder();
+    std::vector<fs::path> candidates{program, program / ".." / "share" / "twupdate"};
+    for (fs::path above = program; above.has_relative_path(); above = above.parent_path()) {
+        candidates.push_back(above);
+    }
+    for (const fs::path& folder : candidates) {
+        std::error_code ignored;
+        if (fs::exists(folder / "resources" / "componentData.txt", ignored)) {
+            return folder.lexically_normal();
+        }
+    }
+    throw CommandError(
+        "no folder resources with the reference data beside the program; name the component's "
+        "folder with --install-folder",
+        kWrongUse);
+}
+
+fs::path InstallFolderWithData(const GlobalOptions& options) {
+    fs::path folder = InstallFolder(options);
+    std::error_code error;
+    const fs::file_type type = fs::status(folder / "resources", error).type();
+    if (type == fs::file_type::none) {
+        throw CommandError(fmt::format("cannot look into {}: {}", folder.string(), error.message()),
+                           kWrongUse);
+    }
+    if (type != fs::file_type::directory) {
+        throw CommandError(
+            fmt::format(
+                "{} has no folder resources with the reference data; --install-folder names "
+                "the folder in which resources lies",
+                folder.string()),
+            kWrongUse);
+    }
+    return folder;
+}
+
+void WarnWithoutSiteFiles(const GlobalOptions& options, Console& console) {
+    fs::path root = InstallFolder(options).lexically_normal().parent_path();
+    if (!InstallFolder(options).has_filename()) {
+        root = root.parent_path();  // it ended in a separator
+    }
+    for (const char* folder : {"templates", "components", "wwwroot"}) {
+        std::error_code ignored;
+        if (fs::exists(root / folder, ignored)) {
+            return;
+        }
+    }
+    console.Warn(fmt::format(
+        "{} has none of the folders templates, components and wwwroot: no file of a site is "
+        "copied; --install-folder names the component's folder inside the installation",
+        root.string()));
+}
+
+}  // namespace twupdate::cli

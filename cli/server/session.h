@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/run/run_watch.h"
+#include "cli/server/options.h"
+#include "cli/terminal/console.h"
+#include "twupdate/host.h"
+#include "twupdate_host/connection.h"
+#include "twupdate_host/mariadb_utility.h"
+#include "twupdate_host/private_server.h"
+
+namespace twupdate::cli {
+
+/// What became of the calls to component services.
+struct ServiceCounts {
+    std::uint64_t carriedOut = 0;
+    std::uint64_t recorded = 0;
+    std::string log;  ///< where they are recorded; empty when nowhere
+};
+
+/// What --datadir may name.
+enum class DataFolder : std::uint8_t {
+    kWithData,  ///< a server's data folder
+    kAnyOrNew,  ///< a missing or empty one too, in which a server's data is then made
+};
+
+/// The server and the host for the time of one command: the private server when one is asked for,
+/// the connection, and the host's objects.
+class Session {
+  public:
+    /// Starts and connects.
+    /// @throws CommandError, host::PrivateServerError
+    explicit Session(const GlobalOptions& options);
+    Session(const GlobalOptions& options, DataFolder folder);
+
+    /// For the program's own queries. Nobody watches them.
+    std::shared_ptr<Utility> Own() const { return own_; }
+
+    /// For the component: the watch is told of its run and of every call.
+    std::shared_ptr<Utility> ForComponent(const std::shared_ptr<RunWatch>& watch);
+
+    /// Of the component's host.
+    ServiceCounts Services() const;
+
+    /// Opens one more connection like the session's own.
+    /// @throws CommandError
+    std::shared_ptr<host::Connection> Connect() const;
+    const host::ConnectionOptions& ConnectOptions() const { return connectOptions_; }
+    const std::shared_ptr<host::Connection>& GetConnection() const { return connection_; }
+
+  private:
+    const GlobalOptions& options_;
+    std::unique_ptr<host::PrivateServer> server_;
+    host::ConnectionOptions connectOptions_;
+    std::shared_ptr<host::Connection> connection_;
+    std::shared_ptr<Utility> own_;
+    std::shared_ptr<host::MariaDbUtility> component_;
+};
+
+/// The component's folder: the one that is named, or the first of these that holds `resources`:
+/// the program's folder, `../share/twupdate` beside it, the folders above it (a build tree).
+/// @throws CommandError when there is none
+std::filesystem::path InstallFolder(const GlobalOptions& options);
+
+/// The same, for commands that import the reference data: without it they would leave tables empty.
+/// @throws CommandError when the folder that is named has no `resources`
+std::filesystem::path InstallFolderWithData(const GlobalOptions& options);
+
+/// Warns when the folder above the install folder holds nothing of an installation: the component
+/// passes over folders that are not there, and the files of the sites would stay old unnoticed.
+void WarnWithoutSiteFiles(const GlobalOptions& options, Console& console);
+
+}  // namespace twupdate::cli
