@@ -1,4 +1,9 @@
+#include <algorithm>
+#include <array>
+
+#include "dbutil/inspection.h"
 #include "dbutil/sql.h"
+#include "twupdate/interruption.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
@@ -264,7 +269,72 @@ std::string CreateTable(const TableLayout& table) {
                table.name, "(", table.columns, ");");
 }
 
+/// The tables that the creation fills, by the end of the last of its imports.
+constexpr std::array<std::string_view, 6> kFilledTables{
+    "installation", "country", "currency", "englishword", "component", "componenttype"};
+
+bool IsIn(const std::vector<std::string>& names, std::string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// What is missing in a central database that was not created to its end; empty when nothing is.
+std::string MissingIn(const Inspection& central, const std::vector<std::string>& tables,
+                      const std::filesystem::path& dataFolder) {
+    if (!IsIn(tables, kInstallation.name)) {
+        return Sql("it has no table ", kInstallation.name);
+    }
+    const auto versions =
+        central.Texts("SELECT version FROM tw_tarnwick.installation ORDER BY version;", "version");
+    if (versions.empty()) {
+        return "its table installation has no row";
+    }
+    if (versions.front().empty() || IsBelow(std::stod(versions.front()), kCurrentVersion)) {
+        return "";  // the ladders bring it up to date
+    }
+    for (const TableLayout& table : kOtherTables) {
+        if (!IsIn(tables, table.name)) {
+            return Sql("it has no table ", table.name);
+        }
+    }
+    std::error_code ignored;
+    const auto lastImport = dataFolder / Sql(kFilledTables.back(), "Data.txt");
+    const bool hasData = std::filesystem::file_size(lastImport, ignored) > 0 && !ignored;
+    return hasData && central.Count(Sql("tw_tarnwick.", kFilledTables.back())) == 0
+               ? Sql("its table ", kFilledTables.back(), " has no rows")
+               : "";
+}
+
+/// True when the database holds nothing that its creation has not made.
+bool HoldsNothingElse(const Inspection& central, const std::vector<std::string>& tables) {
+    return std::all_of(tables.begin(), tables.end(), [&](const std::string& name) {
+        if (std::find(kFilledTables.begin(), kFilledTables.end(), name) != kFilledTables.end()) {
+            return true;
+        }
+        return std::any_of(std::begin(kOtherTables), std::end(kOtherTables),
+                           [&](const TableLayout& table) { return table.name == name; }) &&
+               central.Count(Sql("tw_tarnwick.", name)) == 0;
+    });
+}
+
 }  // namespace
+
+std::optional<Leftover> FindUnfinishedCreation(Utility& host,
+                                               const std::filesystem::path& dataFolder) {
+    const Inspection central(host, std::string(kCentralDatabase));
+    if (central.Count("information_schema.schemata WHERE schema_name = 'tw_tarnwick'") == 0) {
+        return std::nullopt;
+    }
+    const auto tables = central.Tables();
+    const std::string missing = MissingIn(central, tables, dataFolder);
+    if (missing.empty()) {
+        return std::nullopt;
+    }
+    Leftover leftover{"", missing, "create-core looks at nothing but the name of the database", {}};
+    if (HoldsNothingElse(central, tables)) {
+        leftover.statements.emplace_back("DROP DATABASE tw_tarnwick;");
+    }
+    return leftover;
+}
 
 Boolean Update::CreateCoreDb() {
     // The database alone decides: a half-created one is the operator's to repair.

@@ -1,8 +1,10 @@
 #include "dbutil/replace_all.h"
+#include "dbutil/sql.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
-std::string Update::SqlEscape(std::string_view text) {
+
+std::string EscapeSql(std::string_view text) {
     // One pass does what the three replacements (quote, then backslash, then CR LF) do in turn:
     // none of them makes a character that a later one would find.
     std::string escaped;
@@ -20,6 +22,10 @@ std::string Update::SqlEscape(std::string_view text) {
         }
     }
     return escaped;
+}
+
+std::string Update::SqlEscape(std::string_view text) {
+    return EscapeSql(text);
 }
 
 std::string Update::FieldText(const Field& field) {

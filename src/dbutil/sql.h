@@ -27,6 +27,9 @@ std::string Sql(const Parts&... parts) {
     return sql;
 }
 
+/// The text as it may stand between single quotes.
+std::string EscapeSql(std::string_view text);
+
 inline constexpr std::string_view kCentralDatabase = "tw_tarnwick";
 
 /// The name of a site's database: site 7 gives "tw_7".

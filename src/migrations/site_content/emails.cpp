@@ -1,15 +1,12 @@
-#include <array>
 #include <string_view>
 
 #include "dbutil/sql.h"
+#include "migrations/site_content/email_texts.h"
 #include "migrations/site_content/rows.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
 namespace {
-
-constexpr std::array<std::string_view, 6> kEmailTexts{"fromlist", "tolist",  "cclist",
-                                                      "bcclist",  "subject", "message"};
 
 std::string EncodeAngleBrackets(std::string_view text) {
     std::string encoded;

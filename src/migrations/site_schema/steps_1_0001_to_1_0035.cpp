@@ -1,7 +1,6 @@
-#include <array>
-
 #include "dbutil/fields.h"
 #include "dbutil/sql.h"
+#include "migrations/site_schema/shared_columns.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
@@ -131,12 +130,10 @@ void Update::SiteSchemaStep_1_0017(std::int32_t siteId) {
 
 void Update::SiteSchemaStep_1_0018(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
-    const std::array<std::string, 4> timings = {"startshowdelay", "startfadein", "starthidedelay",
-                                                "startfadeout"};
     // The first column stands for all four: a site that has it is left as it is.
-    if (!ColumnExists(db, "layoutzone", timings.front())) {
-        for (const std::string& timing : timings) {
-            AddColumn(db, "layoutzone", timing, "FLOAT DEFAULT 0 NOT NULL");
+    if (!ColumnExists(db, "layoutzone", std::string(kZoneTimings.front()))) {
+        for (const std::string_view timing : kZoneTimings) {
+            AddColumn(db, "layoutzone", std::string(timing), "FLOAT DEFAULT 0 NOT NULL");
         }
     }
     AddColumnIfMissing(db, "setting", "float_value", "FLOAT DEFAULT 0 NOT NULL");
@@ -307,17 +304,10 @@ void Update::SiteSchemaStep_1_0034(std::int32_t siteId) {
 
 void Update::SiteSchemaStep_1_0035(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
-    ConvertFloatToDouble(db, "setting", "float_value");
-    ConvertFloatToDouble(db, "navigation", "xmlmappriority");
-    ConvertFloatToDouble(db, "layoutzone", "startshowdelay");
-    ConvertFloatToDouble(db, "layoutzone", "startfadein");
-    ConvertFloatToDouble(db, "layoutzone", "starthidedelay");
-    ConvertFloatToDouble(db, "layoutzone", "startfadeout");
-    if (TableExists(db, "commission")) {
-        ConvertFloatToDouble(db, "commission", "percentage");
-    }
-    if (TableExists(db, "accesscodeaccount")) {
-        ConvertFloatToDouble(db, "accesscodeaccount", "associatepercentage");
+    for (const auto& [table, column, tableIsOptional] : kConvertedColumns) {
+        if (!tableIsOptional || TableExists(db, std::string(table))) {
+            ConvertFloatToDouble(db, std::string(table), std::string(column));
+        }
     }
     if (TableExists(db, "formfield")) {
         const auto fields = OpenRecordset(Sql("SELECT featureid, formfieldid FROM tw_", siteId,

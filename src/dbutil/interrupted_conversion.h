@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "twupdate/interruption.h"
+
+namespace twupdate {
+
+/// The columns of one table that a step turns from single into double precision, in its order.
+struct ConvertedTable {
+    std::string table;
+    std::vector<std::string> columns;
+};
+
+/// Looks for what an interrupted ConvertFloatToDouble has left: a column double_temp. Which column
+/// it belongs to is told by the order of the conversions and by the place of the columns in the
+/// table; what is to be dropped has been compared with what stays.
+std::vector<Leftover> FindInterruptedConversions(Utility& host, const std::string& database,
+                                                 const std::vector<ConvertedTable>& tables);
+
+/// Tables of the database with a column double_temp that no step converts.
+/// @param known  the tables whose columns some step converts
+std::vector<Leftover> FindStrangeConversions(Utility& host, const std::string& database,
+                                             const std::vector<std::string>& known);
+
+}  // namespace twupdate

@@ -1,0 +1,171 @@
+#include "migrations/interruptions.h"
+
+#include "dbutil/inspection.h"
+#include "dbutil/sql.h"
+#include "migrations/site_content/email_texts.h"
+
+namespace twupdate {
+namespace {
+
+/// Charge c is the one that group g was made from.
+constexpr const char* kMadeFrom =
+    "c.featureid = g.featureid AND COALESCE(c.name, '') = g.name AND c.sequence = g.sequence";
+
+std::string GroupsText(std::int64_t groups) {
+    return std::to_string(groups) + (groups == 1 ? " group" : " groups");
+}
+
+/// Rows in the tables that the conversion fills which it did not make itself from the charges, or
+/// which orders use by now.
+std::int64_t RowsOfOthers(const Inspection& inspection, const std::string& db) {
+    const std::string groupAndCharge =
+        Sql(db, ".chargegroup g INNER JOIN ", db, ".charge c ON ", kMadeFrom);
+    std::int64_t rows = inspection.Count(Sql(db, ".chargegroup g WHERE NOT EXISTS (SELECT 1 FROM ",
+                                             db, ".charge c WHERE ", kMadeFrom, ")"));
+    rows += inspection.Count(Sql(
+        db, ".chargeoption o WHERE o.sequence <> 1 OR NOT EXISTS (SELECT 1 FROM ", groupAndCharge,
+        " WHERE g.groupid = o.groupid AND o.featureid = g.featureid AND o.name = g.name AND "
+        "o.password = COALESCE(c.password, ''))"));
+    rows += inspection.Count(Sql(
+        db, ".chargegrouptochargegroup l WHERE NOT EXISTS (SELECT 1 FROM ", groupAndCharge,
+        " INNER JOIN ", db, ".chargetocharge x ON x.chargeid = c.chargeid INNER JOIN ", db,
+        ".charge d ON d.chargeid = x.applytochargeid INNER JOIN ", db,
+        ".chargegroup h ON d.featureid = h.featureid AND COALESCE(d.name, '') = h.name AND "
+        "d.sequence = h.sequence WHERE g.groupid = l.groupid AND h.groupid = l.applytogroupid)"));
+    rows += inspection.Count(
+        Sql(db, ".chargegrouptoitemtype l WHERE NOT EXISTS (SELECT 1 FROM ", groupAndCharge,
+            " INNER JOIN ", db,
+            ".chargetoitemtype x ON x.chargeid = c.chargeid WHERE g.groupid = l.groupid AND "
+            "x.applytoitemtypeid = l.applytoitemtypeid)"));
+    rows += inspection.Count(Sql(db, ".orderchargeoption u INNER JOIN ", db,
+                                 ".chargeoption o ON o.optionid = u.chargeoptionid"));
+    rows += inspection.Count(Sql(db, ".orderpasswordchargeoption u INNER JOIN ", db,
+                                 ".chargeoption o ON o.optionid = u.optionid"));
+    rows += inspection.Count(Sql(db, ".ordercharge u INNER JOIN ", db,
+                                 ".chargeoption o ON o.optionid = u.chargeoptionid"));
+    return rows;
+}
+
+/// Below 1.0007 nothing but the conversion fills these tables.
+std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::string& db) {
+    const std::int64_t groups = inspection.Count(Sql(db, ".chargegroup"));
+    if (groups == 0) {
+        return {};
+    }
+    Leftover leftover{"chargegroup",
+                      Sql(GroupsText(groups), " of a conversion that did not end"),
+                      "a repeat converts every charge again",
+                      {}};
+    if (const std::int64_t others = RowsOfOthers(inspection, db); others > 0) {
+        leftover.seen += Sql("; ", std::to_string(others),
+                             others == 1 ? " row of the groups is" : " rows of the groups are",
+                             " not from the charges or in use by orders");
+        return {std::move(leftover)};
+    }
+    for (const char* table :
+         {"chargegroup", "chargeoption", "chargegrouptochargegroup", "chargegrouptoitemtype"}) {
+        leftover.statements.push_back(Sql("TRUNCATE TABLE ", db, ".", table, ";"));
+    }
+    leftover.statements.push_back(Sql("UPDATE ", db, ".charge SET chargeoptionid = 0;"));
+    return {std::move(leftover)};
+}
+
+/// Groups that no charge names and no order uses, as a conversion makes them, beside a later one
+/// of the same feature, name and sequence that is named.
+std::vector<Leftover> ConvertedTwice(const Inspection& inspection, const std::string& db) {
+    const auto isNamed = [&db](std::string_view group) {
+        return Sql("EXISTS (SELECT 1 FROM ", db, ".chargeoption o INNER JOIN ", db,
+                   ".charge c ON c.chargeoptionid = o.optionid WHERE o.groupid = ", group,
+                   ".groupid)");
+    };
+    const auto isUsed = [&db](std::string_view table, std::string_view column) {
+        return Sql("EXISTS (SELECT 1 FROM ", db, ".chargeoption o INNER JOIN ", db, ".", table,
+                   " u ON u.", column, " = o.optionid WHERE o.groupid = g.groupid)");
+    };
+    const std::string unchanged =
+        inspection.HasColumn("chargegroup", "validfrom") &&
+                inspection.HasColumn("chargegroup", "validuntil")
+            ? " AND g.validfrom = DEFAULT(g.validfrom) AND g.validuntil = DEFAULT(g.validuntil)"
+            : "";
+    const auto ids = inspection.Texts(
+        Sql("SELECT g.groupid AS id FROM ", db, ".chargegroup g WHERE NOT ", isNamed("g"),
+            " AND (SELECT COUNT(*) FROM ", db,
+            ".chargeoption o WHERE o.groupid = g.groupid) = 1 AND EXISTS (SELECT 1 FROM ", db,
+            ".chargeoption o WHERE o.groupid = g.groupid AND o.name = g.name AND o.sequence = 1)",
+            unchanged, " AND EXISTS (SELECT 1 FROM ", db,
+            ".chargegroup t WHERE t.groupid > g.groupid AND t.featureid = g.featureid AND t.name = "
+            "g.name AND t.sequence = g.sequence AND ",
+            isNamed("t"), ") AND NOT ", isUsed("orderchargeoption", "chargeoptionid"), " AND NOT ",
+            isUsed("orderpasswordchargeoption", "optionid"), " AND NOT ",
+            isUsed("ordercharge", "chargeoptionid"), " ORDER BY g.groupid;"),
+        "id");
+    if (ids.empty()) {
+        return {};
+    }
+    std::string list;
+    for (const std::string& id : ids) {
+        list += (list.empty() ? "" : ", ") + id;
+    }
+    const auto remove = [&](std::string_view table, std::string_view column) {
+        return Sql("DELETE FROM ", db, ".", table, " WHERE ", column, " IN (", list, ");");
+    };
+    return {
+        {"chargegroup",
+         Sql(GroupsText(static_cast<std::int64_t>(ids.size())), " that no charge names, beside ",
+             ids.size() == 1 ? "one" : "others", " of the same name"),
+         "every charge was converted again, and the shop shows it twice",
+         {remove("chargegrouptochargegroup", "groupid"),
+          remove("chargegrouptochargegroup", "applytogroupid"),
+          remove("chargegrouptoitemtype", "groupid"), remove("chargeoption", "groupid"),
+          remove("chargegroup", "groupid")}}};
+}
+
+}  // namespace
+
+std::vector<Leftover> LeftBySiteContentStep_1_0007(Utility& host, const SteppedDatabase& database,
+                                                   StepHistory history) {
+    const Inspection inspection(host, database.name);
+    // The column is the last thing that the schema step of the charges adds but for passwords.
+    if (history == StepHistory::kNotRunning || !inspection.HasTable("chargegroup") ||
+        !inspection.HasColumn("charge", "chargeoptionid") ||
+        !inspection.HasColumn("charge", "password")) {
+        return {};
+    }
+    return history == StepHistory::kInterrupted || IsBelow(database.version, 1.0007)
+               ? HalfConverted(inspection, database.name)
+               : ConvertedTwice(inspection, database.name);
+}
+
+// Converting again what is converted changes nothing: no '<' or '>' is left in it.
+std::vector<Leftover> LeftBySiteContentStep_1_0043(Utility& host, const SteppedDatabase& database,
+                                                   StepHistory history) {
+    const std::string& db = database.name;
+    const Inspection inspection(host, db);
+    const bool isRunning = history == StepHistory::kInterrupted ||
+                           (history == StepHistory::kUnknown && IsBelow(database.version, 1.0043));
+    if (!isRunning || !inspection.HasColumn("email", "ishtml")) {
+        return {};
+    }
+    std::string unconverted;
+    for (const std::string_view column : kEmailTexts) {
+        unconverted += Sql(unconverted.empty() ? "" : " OR ", "INSTR(", column,
+                           ", '<') > 0 OR INSTR(", column, ", '>') > 0");
+    }
+    const std::int64_t emails = inspection.Count(Sql(db, ".email WHERE ", unconverted));
+    if (emails == 0) {
+        return {};
+    }
+    Leftover leftover{"email",
+                      Sql(std::to_string(emails), emails == 1 ? " e-mail is" : " e-mails are",
+                          " not converted, though the table has the column ishtml already"),
+                      "a repeat converts none",
+                      {}};
+    if (inspection.Count(Sql(db, ".email WHERE ishtml <> 0")) > 0) {
+        leftover.seen += ", which is set in some";
+    } else {
+        leftover.statements.push_back(Sql("ALTER TABLE ", db, ".email DROP COLUMN ishtml;"));
+    }
+    return {std::move(leftover)};
+}
+
+}  // namespace twupdate

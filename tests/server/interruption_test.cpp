@@ -1,0 +1,375 @@
+#include "twupdate/interruption.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "support/server_test.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Interruption : public ServerTest {
+  protected:
+    static const LadderStep& Step(std::string_view name) {
+        for (const Ladder ladder :
+             {Ladder::kSiteSchema, Ladder::kSiteContent, Ladder::kServer, Ladder::kServerData}) {
+            for (const LadderStep& step : LadderSteps(ladder)) {
+                if (step.name == name) {
+                    return step;
+                }
+            }
+        }
+        throw std::runtime_error("no such step");
+    }
+
+    std::vector<Leftover> Left(std::string_view step, const SteppedDatabase& database,
+                               StepHistory history = StepHistory::kUnknown) {
+        return FindLeftovers(*Host(), Step(step), database, history);
+    }
+
+    /// The only thing that is left, put right.
+    Leftover PutRight(std::string_view step, const SteppedDatabase& database,
+                      StepHistory history = StepHistory::kUnknown) {
+        const auto left = Left(step, database, history);
+        if (left.size() != 1 || left.front().statements.empty()) {
+            ADD_FAILURE() << left.size() << (left.empty() ? "" : " " + left.front().seen);
+            return {};
+        }
+        for (const std::string& statement : left.front().statements) {
+            Sql(statement);
+        }
+        EXPECT_THAT(Left(step, database, history), IsEmpty());
+        return left.front();
+    }
+
+    /// Only a person can tell what is right.
+    std::string SeenByAPerson(std::string_view step, const SteppedDatabase& database) {
+        const auto left = Left(step, database);
+        EXPECT_THAT(left, SizeIs(1));
+        EXPECT_THAT(left.front().statements, IsEmpty());
+        return left.front().seen;
+    }
+
+    const SteppedDatabase site_{"tw_7", "", 1.0};
+    const SteppedDatabase central_{"tw_tarnwick", "", 1.0};
+};
+
+// --- columns that become doubles ----------------------------------------------------------------
+
+class Conversion : public Interruption {
+  protected:
+    Conversion() {
+        Sql("CREATE DATABASE tw_7;");
+        Sql("CREATE TABLE tw_7.setting(id INT PRIMARY KEY, float_value FLOAT DEFAULT 0 NOT NULL);");
+        Sql("INSERT INTO tw_7.setting VALUES(1, 0.1), (2, 0), (3, 16777216);");
+    }
+    static constexpr const char* kStep = "SiteSchemaStep_1_0035";
+    static constexpr const char* kAdd =
+        "ALTER TABLE tw_7.setting ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;";
+    static constexpr const char* kFill =
+        "UPDATE tw_7.setting SET double_temp = CAST(float_value AS BINARY);";
+    static constexpr const char* kDrop = "ALTER TABLE tw_7.setting DROP COLUMN float_value;";
+    /// As step 1.0018 does in a repeat.
+    static constexpr const char* kAddAgain =
+        "ALTER TABLE tw_7.setting ADD COLUMN float_value FLOAT DEFAULT 0 NOT NULL;";
+
+    std::vector<std::string> Settings() {
+        return Rows("SELECT id, float_value FROM tw_7.setting ORDER BY id");
+    }
+};
+
+TEST_F(Conversion, NothingIsLeftWhereNoneWasInterrupted) {
+    EXPECT_THAT(Left(kStep, site_), IsEmpty());
+}
+
+TEST_F(Conversion, ACopyThatIsNotFilledIsDropped) {
+    Sql(kAdd);
+    EXPECT_THAT(PutRight(kStep, site_).statements,
+                ElementsAre("ALTER TABLE tw_7.setting DROP COLUMN double_temp;"));
+    EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
+}
+
+TEST_F(Conversion, ACopyThatIsFilledIsDropped) {
+    Sql(kAdd);
+    Sql(kFill);
+    EXPECT_THAT(PutRight(kStep, site_).statements,
+                ElementsAre("ALTER TABLE tw_7.setting DROP COLUMN double_temp;"));
+}
+
+TEST_F(Conversion, ACopyWithAnotherValueIsKept) {
+    Sql(kAdd);
+    Sql(kFill);
+    Sql("UPDATE tw_7.setting SET double_temp = 4 WHERE id = 2;");
+    EXPECT_EQ(SeenByAPerson(kStep, site_),
+              "double_temp holds values that float_value does not hold, in 1 row");
+}
+
+TEST_F(Conversion, ValuesWithoutTheirColumnGetItsName) {
+    Sql(kAdd);
+    Sql(kFill);
+    Sql(kDrop);
+    EXPECT_THAT(PutRight(kStep, site_).statements,
+                ElementsAre("ALTER TABLE tw_7.setting CHANGE COLUMN double_temp float_value DOUBLE "
+                            "DEFAULT 0 NOT NULL;"));
+    EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
+}
+
+TEST_F(Conversion, AnEmptyColumnThatARepeatAddedGivesWayToTheValues) {
+    Sql(kAdd);
+    Sql(kFill);
+    Sql(kDrop);
+    Sql(kAddAgain);
+    EXPECT_THAT(PutRight(kStep, site_).seen,
+                HasSubstr("float_value, which was added again since, is empty"));
+    EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
+}
+
+TEST_F(Conversion, AColumnThatWasAddedAgainAndUsedIsKeptWithTheValues) {
+    Sql(kAdd);
+    Sql(kFill);
+    Sql(kDrop);
+    Sql(kAddAgain);
+    Sql("UPDATE tw_7.setting SET float_value = 9 WHERE id = 2;");
+    EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("holds others in 1 row"));
+}
+
+// Zeros are values, too: the site map's priority is 0.5 where nothing is set.
+TEST_F(Conversion, ZerosAreNoEmptyCopyWhenTheColumnWasAddedAgain) {
+    Sql("CREATE TABLE tw_7.navigation(id INT PRIMARY KEY, double_temp DOUBLE DEFAULT 0 NOT NULL, "
+        "xmlmappriority FLOAT DEFAULT 0.5 NOT NULL);");
+    Sql("INSERT INTO tw_7.navigation(id) VALUES(1), (2);");
+    PutRight(kStep, site_);
+    EXPECT_THAT(Rows("SELECT id, xmlmappriority FROM tw_7.navigation"),
+                ElementsAre("1 | 0", "2 | 0"));
+}
+
+TEST_F(Conversion, OfSeveralColumnsTheFirstThatIsNoDoubleWasInHand) {
+    Sql("CREATE TABLE tw_7.layoutzone(id INT PRIMARY KEY, starthidedelay FLOAT DEFAULT 0 NOT NULL, "
+        "startfadeout FLOAT DEFAULT 0 NOT NULL, startshowdelay DOUBLE DEFAULT 0 NOT NULL, "
+        "double_temp DOUBLE DEFAULT 0 NOT NULL);");
+    Sql("INSERT INTO tw_7.layoutzone VALUES(1, 2, 3, 4, 5);");
+    EXPECT_EQ(PutRight(kStep, site_).seen,
+              "the column startfadein is missing, and its values are in double_temp");
+    EXPECT_EQ(Cell("SELECT startfadein FROM tw_7.layoutzone"), "5");
+}
+
+// Step 1.0018 was interrupted, too: nobody can tell whose values these are.
+TEST_F(Conversion, WhereAnotherColumnIsMissingAsWellValuesAreKept) {
+    Sql("CREATE TABLE tw_7.layoutzone(id INT PRIMARY KEY, startshowdelay FLOAT DEFAULT 0 NOT NULL, "
+        "double_temp DOUBLE DEFAULT 0 NOT NULL);");
+    Sql("INSERT INTO tw_7.layoutzone VALUES(1, 5, 5);");
+    EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("or of a column that is missing"));
+}
+
+TEST_F(Conversion, FieldsOfFormsAreFound) {
+    Sql("CREATE TABLE tw_7.formfield(formfieldid INT, featureid INT, type VARCHAR(20));");
+    Sql("INSERT INTO tw_7.formfield VALUES(5, 50, 'float'), (6, 50, 'float'), (7, 60, 'text');");
+    Sql("CREATE TABLE tw_7.form_50(replyid INT PRIMARY KEY, field_6 FLOAT DEFAULT 0 NOT NULL, "
+        "double_temp DOUBLE DEFAULT 0 NOT NULL);");
+    Sql("INSERT INTO tw_7.form_50 VALUES(1, 2, 3);");
+    PutRight(kStep, site_);
+    EXPECT_THAT(Rows("SELECT field_5, field_6 FROM tw_7.form_50"), ElementsAre("3 | 2"));
+}
+
+TEST_F(Conversion, AColumnOfThatNameInAnyOtherTableIsSeenAndKept) {
+    Sql("CREATE TABLE tw_7.form_60(replyid INT PRIMARY KEY, double_temp DOUBLE);");
+    EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("no step converts"));
+    Sql("DROP TABLE tw_7.form_60;");
+    Sql("ALTER TABLE tw_7.setting ADD COLUMN double_temp VARCHAR(20);");
+    EXPECT_EQ(SeenByAPerson(kStep, site_),
+              "the column double_temp has the type varchar(20), which no conversion gives it");
+}
+
+TEST_F(Conversion, ACopyBesideAColumnThatIsConvertedIsDroppedOnlyWhenItHoldsNothingElse) {
+    Sql("ALTER TABLE tw_7.setting MODIFY COLUMN float_value DOUBLE DEFAULT 0 NOT NULL;");
+    Sql(kAdd);
+    Sql("UPDATE tw_7.setting SET double_temp = 7 WHERE id = 2;");
+    EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("values that are in no other column"));
+    Sql("UPDATE tw_7.setting SET double_temp = float_value;");
+    PutRight(kStep, site_);
+}
+
+TEST_F(Conversion, TheAccountsOfTheInstallationAndOfAnImportedSiteAreFound) {
+    LoadCentral();
+    for (const SteppedDatabase& database : {central_, SteppedDatabase{"tw_7", "tw_", 1.0}}) {
+        const std::string account = database.name + "." + database.tablePrefix + "account";
+        if (!database.tablePrefix.empty()) {
+            Sql("CREATE TABLE " + account + " LIKE tw_tarnwick.account;");
+        } else {
+            Sql("ALTER TABLE " + account +
+                " DROP COLUMN associatepercentage, "
+                "ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;");
+        }
+        Sql("INSERT INTO " + account + "(accountid, double_temp) VALUES(1, 12.5);");
+        EXPECT_EQ(PutRight("ServerStep_1_0035", database).table, database.tablePrefix + "account");
+        EXPECT_EQ(Cell("SELECT associatepercentage FROM " + account), "12.5");
+        if (database.tablePrefix.empty()) {
+            Sql("ALTER TABLE " + account +
+                " CHANGE COLUMN associatepercentage double_temp DOUBLE "
+                "DEFAULT 0 NOT NULL;");
+        }
+    }
+}
+
+// --- charges ------------------------------------------------------------------------------------
+
+class Charges : public Interruption {
+  protected:
+    Charges() {
+        LoadSite(7, {Group::kShop, Group::kCharges}, {1.0007, 1.0006});
+        Sql("INSERT INTO tw_7.charge(chargeid, featureid, name, password, sequence) "
+            "VALUES(1, 3, 'Post', 'p', 1), (2, 3, 'Wrap', '', 2);");
+        Sql("INSERT INTO tw_7.chargetocharge VALUES(2, 1);");
+        Sql("INSERT INTO tw_7.chargetoitemtype VALUES(1, 8);");
+        RunStep(kStep, 7);
+    }
+    static constexpr const char* kStep = "SiteContentStep_1_0007";
+    std::vector<std::string> Groups() {
+        return Rows("SELECT groupid, name FROM tw_7.chargegroup ORDER BY groupid");
+    }
+};
+
+TEST_F(Charges, OfAnInterruptedConversionAreTakenBack) {
+    PutRight(kStep, site_, StepHistory::kInterrupted);
+    EXPECT_THAT(Groups(), IsEmpty());
+    RunStep(kStep, 7);
+    EXPECT_THAT(Groups(), ElementsAre("1 | Post", "2 | Wrap"));
+}
+
+TEST_F(Charges, ThatAreConvertedAreLeftAlone) {
+    EXPECT_THAT(Left(kStep, site_, StepHistory::kNotRunning), IsEmpty());
+    EXPECT_THAT(Left(kStep, {"tw_7", "", 1.0007}), IsEmpty());
+}
+
+TEST_F(Charges, ThatSomebodyHasWorkedOnAreKept) {
+    const std::vector<std::pair<std::string, std::string>> works{
+        {"UPDATE tw_7.chargegroup SET name = 'Mail' WHERE groupid = 1;",
+         "UPDATE tw_7.chargegroup SET name = 'Post' WHERE groupid = 1;"},
+        {"INSERT INTO tw_7.chargeoption(groupid, featureid, name, sequence) VALUES(1, 3, 'X', 2);",
+         "DELETE FROM tw_7.chargeoption WHERE name = 'X';"},
+        {"INSERT INTO tw_7.chargegrouptochargegroup VALUES(1, 2);",
+         "DELETE FROM tw_7.chargegrouptochargegroup WHERE groupid = 1;"},
+        {"INSERT INTO tw_7.chargegrouptoitemtype VALUES(2, 8);",
+         "DELETE FROM tw_7.chargegrouptoitemtype WHERE groupid = 2;"},
+        {"INSERT INTO tw_7.orderchargeoption(orderid, chargeoptionid) VALUES(1, 1);",
+         "DELETE FROM tw_7.orderchargeoption;"},
+        {"INSERT INTO tw_7.orderpasswordchargeoption(orderid, optionid) VALUES(1, 1);",
+         "DELETE FROM tw_7.orderpasswordchargeoption;"},
+        {"INSERT INTO tw_7.ordercharge(orderid, chargeid, chargeoptionid) VALUES(1, 1, 1);",
+         "DELETE FROM tw_7.ordercharge;"}};
+    for (const auto& [work, undo] : works) {
+        Sql(work);
+        EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("not from the charges or in use"))
+            << work;
+        Sql(undo);
+    }
+    PutRight(kStep, site_, StepHistory::kInterrupted);
+}
+
+TEST_F(Charges, ThatWereConvertedTwiceLoseTheGroupsThatNothingNames) {
+    RunStep(kStep, 7);
+    EXPECT_THAT(Groups(), SizeIs(4));
+    // A group that somebody made of one like it is the later one.
+    Sql("INSERT INTO tw_7.chargegroup(groupid, featureid, name, sequence) VALUES(9, 3, 'Post', "
+        "1);");
+    Sql("INSERT INTO tw_7.chargeoption(groupid, featureid, name, sequence) VALUES(9, 3, 'Post', "
+        "1);");
+    PutRight(kStep, {"tw_7", "", 1.0265});
+    EXPECT_THAT(Groups(), ElementsAre("3 | Post", "4 | Wrap", "9 | Post"));
+}
+
+TEST_F(Charges, ThatWereConvertedTwiceKeepTheGroupsThatOrdersUseOrSomebodyHasChanged) {
+    RunStep(kStep, 7);
+    Sql("INSERT INTO tw_7.orderchargeoption(orderid, chargeoptionid) VALUES(1, 1);");
+    Sql("UPDATE tw_7.chargeoption SET sequence = 4 WHERE optionid = 2;");
+    EXPECT_THAT(Left(kStep, {"tw_7", "", 1.0265}), IsEmpty());
+}
+
+// --- the others ---------------------------------------------------------------------------------
+
+TEST_F(Interruption, EmailsThatAreNotConvertedAreConvertedByTheNextRun) {
+    constexpr const char* kStep = "SiteContentStep_1_0043";
+    LoadSite(7, {}, {1.0264, 1.0042});
+    Sql("DELETE FROM tw_7.email;");
+    Sql("INSERT INTO tw_7.email(subject, message) VALUES('&lt;a&gt;', 'done'), ('b', '1 > 0');");
+    EXPECT_THAT(Left(kStep, site_, StepHistory::kInterrupted), IsEmpty());  // no column yet
+    Sql("ALTER TABLE tw_7.email ADD COLUMN ishtml BOOL DEFAULT 0 NOT NULL;");
+    EXPECT_THAT(Left(kStep, site_, StepHistory::kNotRunning), IsEmpty());
+    EXPECT_THAT(Left(kStep, {"tw_7", "", 1.0043}), IsEmpty());
+    EXPECT_THAT(Left(kStep, site_), SizeIs(1));
+    PutRight(kStep, site_, StepHistory::kInterrupted);
+    RunStep(kStep, 7);
+    EXPECT_THAT(Rows("SELECT subject, message FROM tw_7.email ORDER BY emailid"),
+                ElementsAre("&lt;a&gt; | done", "b | 1 &gt; 0"));
+    Sql("UPDATE tw_7.email SET message = '<p>', ishtml = -1 WHERE subject = 'b';");
+    EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("which is set in some"));
+}
+
+TEST_F(Interruption, StartMarksThatAreMissingAreSet) {
+    constexpr const char* kStep = "ServerStep_1_0074";
+    LoadLogs(1);
+    LoadCentral(1.0063);
+    Sql("DELETE FROM tw_tarnwick.site; DELETE FROM tw_tarnwick.domain;");
+    Sql("INSERT INTO tw_tarnwick.site(siteid, harddeleted) VALUES(1, 0), (2, 0), (3, -1), (4, 0);");
+    Sql("INSERT INTO tw_tarnwick.domain(siteid, domainname) VALUES(1, 'a'), (2, 'b'), (3, 'c');");
+    EXPECT_THAT(Left(kStep, central_), IsEmpty());
+    Sql("ALTER TABLE tw_tarnwick.site ADD COLUMN serverstarted BOOL DEFAULT 0 NOT NULL;");
+    Sql("UPDATE tw_tarnwick.site SET serverstarted = -1 WHERE siteid = 1;");
+    EXPECT_THAT(Left(kStep, central_, StepHistory::kNotRunning), IsEmpty());
+    EXPECT_THAT(Left(kStep, central_), SizeIs(1));
+    PutRight(kStep, central_, StepHistory::kInterrupted);
+    EXPECT_THAT(Rows("SELECT siteid, serverstarted FROM tw_tarnwick.site ORDER BY siteid"),
+                ElementsAre("1 | -1", "2 | -1", "3 | 0", "4 | 0"));
+    // Once a later step has run a site may have been stopped on purpose.
+    Sql("UPDATE tw_tarnwick.site SET serverstarted = 0 WHERE siteid = 1;");
+    RunStep("ServerStep_1_0076", 0);
+    EXPECT_THAT(Left(kStep, central_), IsEmpty());
+}
+
+TEST_F(Interruption, TheLocalDomainOfTheRootSiteIsLinked) {
+    constexpr const char* kStep = "ServerDataStep_1_0252";
+    LoadLogs(1);
+    LoadCentral(1.0244);
+    LoadSite(7, {}, {1.0264, 1.0261});
+    Sql("UPDATE tw_tarnwick.site SET parentsiteid = 0 WHERE siteid = 7;");
+    Sql("DELETE FROM tw_7.domain; DELETE FROM tw_7.domaingroup; DELETE FROM tw_7.group_table;");
+    Sql("INSERT INTO tw_7.group_table(groupid, displayname) VALUES(5, 'local Visitor');");
+    EXPECT_THAT(Left(kStep, central_, StepHistory::kInterrupted), IsEmpty());
+    Sql("INSERT INTO tw_7.domain(domainid, domainname) VALUES(3, 'localhost');");
+    EXPECT_THAT(Left(kStep, central_), IsEmpty());
+    PutRight(kStep, central_, StepHistory::kInterrupted);
+    EXPECT_THAT(Rows("SELECT groupid, domainid, domaingrouptype FROM tw_7.domaingroup"),
+                ElementsAre("5 | 3 | 0"));
+}
+
+TEST_F(Interruption, AnUnfinishedCreationIsDroppedOnlyWhileNothingElseIsStored) {
+    const auto find = [&] {
+        return FindUnfinishedCreation(*Host(), InstallFolder() / "resources");
+    };
+    EXPECT_FALSE(find());
+    Sql("CREATE DATABASE tw_tarnwick;");
+    ASSERT_TRUE(find());
+    EXPECT_THAT(find()->statements, ElementsAre("DROP DATABASE tw_tarnwick;"));
+    Sql("DROP DATABASE tw_tarnwick;");
+    Update update;
+    update.Configure(Host());
+    update.CreateCoreDb();
+    EXPECT_FALSE(find());
+    Sql("DELETE FROM tw_tarnwick.componenttype;");
+    EXPECT_EQ(find()->seen, "its table componenttype has no rows");
+    EXPECT_THAT(find()->statements, SizeIs(1));
+    Sql("INSERT INTO tw_tarnwick.site(siteid) VALUES(1);");
+    EXPECT_THAT(find()->statements, IsEmpty());
+    Sql("DELETE FROM tw_tarnwick.site; CREATE TABLE tw_tarnwick.notes(id INT);");
+    EXPECT_THAT(find()->statements, IsEmpty());
+}
+
+}  // namespace
+}  // namespace twupdate::test
