@@ -21,8 +21,7 @@ struct CLadder {
         for (std::size_t i = 0; i < ladderSteps.size(); ++i) {
             const LadderStep& step = ladderSteps[i];
             steps.push_back({static_cast<twu_ladder>(ladder), step.number, step.threshold,
-                             names[i].c_str(), descriptions[i].c_str(),
-                             step.built ? kTrue : kFalse});
+                             names[i].c_str(), descriptions[i].c_str()});
         }
     }
     // A copy's steps would point into the texts of the original.

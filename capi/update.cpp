@@ -7,8 +7,6 @@
 using twupdate::capi::Guarded;
 using twupdate::capi::InvalidArgument;
 
-static_assert(TWU_CURRENT_VERSION == twupdate::kCurrentVersion);
-
 struct twu_host {
     std::shared_ptr<twupdate::Utility> utility;
 };

@@ -13,7 +13,7 @@ install(TARGETS twupdate_shared EXPORT twUpdateTargets
 install(TARGETS twupdate EXPORT twUpdateTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(DIRECTORY src/component/twupdate capi/twupdate DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-        COMPONENT development FILES_MATCHING PATTERN "*.h")
+        COMPONENT development FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 configure_file(cmake/twupdate.pc.in twupdate.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/twupdate.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT development)

@@ -1,9 +1,11 @@
 # Debian packages: library, headers, tool. Made by ./dev package; installed into a clean folder and
 # removed again by tests/package/packages_test.sh.
 set(TWUPDATE_MAINTAINER "twUpdate developers <twupdate@localhost>")
+configure_file(packaging/changelog.in changelog.debian @ONLY)
 add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/changelog.gz
-  COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${CMAKE_BINARY_DIR}/changelog.gz
-  DEPENDS packaging/changelog)
+  COMMAND gzip -9nc changelog.debian > changelog.gz
+  WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+  DEPENDS ${CMAKE_BINARY_DIR}/changelog.debian)
 add_custom_target(changelog ALL DEPENDS ${CMAKE_BINARY_DIR}/changelog.gz)
 foreach(package IN ITEMS "library;libtwupdate1" "development;libtwupdate-dev" "tool;twupdate")
   list(GET package 0 component)

@@ -35,6 +35,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* TWU_CURRENT_VERSION: the version that every completed upgrade records. */
+#include "twupdate/ladders.def"
+
 #if defined(__GNUC__)
 /** Marks a function of this interface: what the shared library exports. */
 #define TWU_API __attribute__((visibility("default")))
@@ -45,9 +48,6 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-/** The version that every completed upgrade records. */
-#define TWU_CURRENT_VERSION 1.0265
 
 /** @name Status codes
  * @{ */
@@ -186,7 +186,6 @@ typedef struct twu_step {
     double threshold;        /**< runs when the version is strictly below */
     const char* name;        /**< e.g. "SiteSchemaStep_1_0001" */
     const char* description; /**< what it does, in one line */
-    int32_t built;           /**< -1; 0: the step is listed but does nothing yet */
 } twu_step;
 
 /** "site schema", "site content", "server" or "server data"; "" for a number that is no ladder. */

@@ -24,16 +24,6 @@ Call::Kind KindOf(std::string_view op) {
     return kind == kKinds.end() ? Kind::kQuery : *kind;
 }
 
-/// Steps that do not simply run again when they were cut in the middle: a stop waits for their
-/// end, so that the same command resumes.
-bool MustNotBeCut(const LadderStep& step) {
-    constexpr std::array<std::string_view, 9> kSteps{
-        "SiteSchemaStep_1_0018",  "SiteSchemaStep_1_0035",  "SiteSchemaStep_1_0225",
-        "SiteContentStep_1_0007", "SiteContentStep_1_0043", "ServerStep_1_0035",
-        "ServerStep_1_0074",      "ServerDataStep_1_0252",  "ReimportReferenceData"};
-    return std::find(kSteps.begin(), kSteps.end(), step.name) != kSteps.end();
-}
-
 std::string SiteDatabaseName(std::int32_t siteId) {
     return "tw_" + std::to_string(siteId);
 }
@@ -104,7 +94,8 @@ RunFailure RunWatch::Fail(const std::exception& error) {
 }
 
 void RunWatch::Before(const host::StatementEvent& /*event*/) {
-    if (StopSignals::Requested() && !(where_.step && MustNotBeCut(*where_.step))) {
+    // A step that cannot simply run again is not stopped inside: the same command then resumes.
+    if (StopSignals::Requested() && (!where_.step || where_.step->repeatable)) {
         throw StopRequested();
     }
     TellSinks([&](RunSink& sink) { sink.CallStarting(where_); });

@@ -52,7 +52,7 @@ class Component(Structure):
 
 class Step(Structure):
     _fields_ = [("ladder", c_int32), ("number", c_int32), ("threshold", c_double),
-                ("name", c_char_p), ("description", c_char_p), ("built", c_int32)]
+                ("name", c_char_p), ("description", c_char_p)]
 
 
 # The callbacks in the order of the struct: name, type of the result, types of the arguments. The

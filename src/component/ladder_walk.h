@@ -8,10 +8,11 @@
 namespace twupdate {
 
 /// Runs, in table order, every rung whose threshold the version is strictly below.
-/// @param call  receives the rung and makes the call
-template <typename Rungs, typename Call>
+/// @param arguments  what every step of the ladder is called with
+template <typename Rungs, typename... Arguments>
 void Update::WalkLadder(Ladder ladder, const Rungs& rungs, StringRef database, double version,
-                        const Call& call) {
+                        const Arguments&... arguments) {
+    Boolean result = kFalse;  // some steps write it; nobody reads it
     const auto observer = p_oUtility ? p_oUtility->GetObserver() : nullptr;
     const auto steps = LadderSteps(ladder);
     if (observer) {
@@ -24,7 +25,7 @@ void Update::WalkLadder(Ladder ladder, const Rungs& rungs, StringRef database, d
         if (observer) {
             observer->StepStarting(steps[i], database);
         }
-        call(rungs[i]);
+        rungs[i].run(*this, arguments..., result);
         if (observer) {
             observer->StepEnded(steps[i], database);
         }

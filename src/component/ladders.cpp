@@ -16,9 +16,39 @@ constexpr std::array<LadderStep, kCount> ViewOf(Ladder ladder,
                    rungs[i].threshold,
                    rungs[i].name,
                    rungs[i].description,
-                   rungs[i].IsBuilt()};
+                   rungs[i].repeatable};
     }
     return view;
+}
+
+/// A rung that is added to a ladder must rise above the one before it, and none may lie above the
+/// current version.
+template <typename Rungs>
+constexpr bool IsAscendingToCurrent(const Rungs& rungs) {
+    for (std::size_t i = 1; i < rungs.size(); ++i) {
+        if (!(rungs[i - 1].threshold < rungs[i].threshold)) {
+            return false;
+        }
+    }
+    return rungs.back().threshold <= kCurrentVersion;
+}
+
+/// A step that is called twice must say the same of itself both times.
+template <typename Rungs>
+constexpr bool AgreesOnRepeatable(const Rungs& rungs) {
+    for (const auto& rung : rungs) {
+        for (const auto& other : rungs) {
+            if (rung.name == other.name && rung.repeatable != other.repeatable) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+template <typename Rungs>
+constexpr bool IsSound(const Rungs& rungs) {
+    return IsAscendingToCurrent(rungs) && AgreesOnRepeatable(rungs);
 }
 
 }  // namespace
@@ -39,21 +69,8 @@ std::string_view LadderName(Ladder ladder) {
 
 std::span<const LadderStep> LadderSteps(Ladder ladder) {
     using L = Update::Ladders;
-    // A rung that is added to a ladder must rise above the one before it, and none may lie above
-    // the current version: what does not hold here does not compile.
-    static_assert(L::kSiteSchema.size() == 92 && L::IsAscending(L::kSiteSchema) &&
-                  L::kSiteSchema.back().threshold == 1.0264);
-    static_assert(L::kSiteContent.size() == 84 && L::IsAscending(L::kSiteContent) &&
-                  L::kSiteContent.back().threshold == 1.0261);
-    static_assert(L::kServer.size() == 18 && L::IsAscending(L::kServer) &&
-                  L::kServer.back().threshold == 1.0264);
-    static_assert(L::kServerData.size() == 23 && L::IsAscending(L::kServerData) &&
-                  L::kServerData.back().threshold == 1.0263);
-    static_assert(L::kSiteSchema.back().threshold <= kCurrentVersion &&
-                  L::kSiteContent.back().threshold <= kCurrentVersion &&
-                  L::kServer.back().threshold <= kCurrentVersion &&
-                  L::kServerData.back().threshold <= kCurrentVersion);
-
+    static_assert(IsSound(L::kSiteSchema) && IsSound(L::kSiteContent) && IsSound(L::kServer) &&
+                  IsSound(L::kServerData));
     static constexpr auto kSiteSchema = ViewOf(Ladder::kSiteSchema, L::kSiteSchema);
     static constexpr auto kSiteContent = ViewOf(Ladder::kSiteContent, L::kSiteContent);
     static constexpr auto kServer = ViewOf(Ladder::kServer, L::kServer);

@@ -46,17 +46,11 @@ Boolean Update::RunServerUpgrade(double version, std::int32_t siteId) {
 
 void Update::RunServerLadders(double version, StringRef databaseName, StringRef tablePrefix,
                               bool isSite) {
-    Boolean result = kFalse;  // some steps write it; nobody reads it
-    const auto call = [&](const Ladders::ServerRung& rung) {
-        if (const auto* step = std::get_if<Ladders::ServerStep>(&rung.step)) {
-            (this->**step)(databaseName, tablePrefix, isSite);
-        } else if (const auto* withResult = std::get_if<Ladders::ServerResultStep>(&rung.step)) {
-            (this->**withResult)(databaseName, tablePrefix, isSite, result);
-        }
-    };
     // The second run starts again at low thresholds: its data steps need all of the new columns.
-    WalkLadder(Ladder::kServer, Ladders::kServer, databaseName, version, call);
-    WalkLadder(Ladder::kServerData, Ladders::kServerData, databaseName, version, call);
+    WalkLadder(Ladder::kServer, Ladders::kServer, databaseName, version, databaseName, tablePrefix,
+               isSite);
+    WalkLadder(Ladder::kServerData, Ladders::kServerData, databaseName, version, databaseName,
+               tablePrefix, isSite);
 }
 
 void Update::UpgradeOldSites() {

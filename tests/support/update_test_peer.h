@@ -1,8 +1,6 @@
 #pragma once
 
 #include <string_view>
-#include <type_traits>
-#include <variant>
 
 #include "component/ladder_walk.h"
 #include "component/ladders.h"
@@ -40,9 +38,11 @@ struct UpdateTestPeer {
     void RunServerStep(Ladder ladder, std::size_t number, std::int32_t siteId) {
         const std::string database = siteId < 1 ? "tw_tarnwick" : "tw_" + std::to_string(siteId);
         const std::string prefix = siteId < 1 ? "" : "tw_";
-        const auto& rungs = ladder == Ladder::kServer ? Rungs(Update::Ladders::kServer)
-                                                      : Rungs(Update::Ladders::kServerData);
-        RunRung(rungs[number - 1], database, prefix, siteId >= 1);
+        if (ladder == Ladder::kServer) {
+            RunRung(Update::Ladders::kServer.at(number - 1), database, prefix, siteId >= 1);
+        } else {
+            RunRung(Update::Ladders::kServerData.at(number - 1), database, prefix, siteId >= 1);
+        }
     }
 
     /// Runs a server step by name on the central database or on a site's copies of its tables.
@@ -145,26 +145,10 @@ struct UpdateTestPeer {
     Update& update;
 
   private:
-    template <std::size_t kCount>
-    static std::vector<Update::Ladders::ServerRung> Rungs(
-        const std::array<Update::Ladders::ServerRung, kCount>& rungs) {
-        return {rungs.begin(), rungs.end()};
-    }
-
-    /// Calls the rung's step, with a result slot where it takes one; nothing when it has none.
     template <typename Rung, typename... Arguments>
     void RunRung(const Rung& rung, const Arguments&... arguments) {
-        std::visit(
-            [&](auto step) {
-                Boolean result = kFalse;
-                if constexpr (std::is_invocable_v<decltype(step), Update&, const Arguments&...,
-                                                  Boolean&>) {
-                    (update.*step)(arguments..., result);
-                } else if constexpr (!std::is_same_v<decltype(step), std::nullptr_t>) {
-                    (update.*step)(arguments...);
-                }
-            },
-            rung.step);
+        Boolean result = kFalse;
+        rung.run(update, arguments..., result);
     }
 };
 

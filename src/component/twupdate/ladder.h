@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "twupdate/export.h"
+#include "twupdate/ladders.def"
 
 namespace twupdate {
 
 /// The version that every completed upgrade records.
-inline constexpr double kCurrentVersion = 1.0265;
+inline constexpr double kCurrentVersion = TWU_CURRENT_VERSION;
 
 /// The one test of every rung: strictly below, so that a version that is not a number is below
 /// every threshold and runs everything.
@@ -36,10 +37,7 @@ struct LadderStep {
     double threshold;              ///< runs when the version is strictly below
     std::string_view name;         ///< e.g. "SiteSchemaStep_1_0001"
     std::string_view description;  ///< what it does, in one line
-    bool built;                    ///< false: the rung is listed but calls nothing yet
-
-    /// "built" or "not built".
-    std::string_view State() const { return built ? "built" : "not built"; }
+    bool repeatable;  ///< false: run again after an interruption, it leaves something wrong
 };
 
 /// All rungs of a ladder, in the order in which they run. The data lives as long as the program.

@@ -22,8 +22,8 @@ namespace twupdate {
 /// and no version is recorded for a database whose ladders did not end, so that the same call,
 /// made again, resumes the work. One object serves one caller at a time.
 ///
-/// A version is a double with four decimals, 1.0000 to 1.0265. A database runs exactly the steps
-/// whose threshold its version is strictly below; a version that is not a number runs all.
+/// A version is a double with four decimals, 1.0000 to kCurrentVersion. A database runs exactly the
+/// steps whose threshold its version is strictly below; a version that is not a number runs all.
 class TWUPDATE_EXPORT Update final {
   public:
     Update() = default;
@@ -96,9 +96,9 @@ class TWUPDATE_EXPORT Update final {
     std::shared_ptr<Recordset> EnumerateSites(std::int32_t lastSiteId, std::int32_t limit,
                                               double version);
     void RefreshApplication();
-    template <typename Rungs, typename Call>
+    template <typename Rungs, typename... Arguments>
     void WalkLadder(Ladder ladder, const Rungs& rungs, StringRef database, double version,
-                    const Call& call);
+                    const Arguments&... arguments);
     static std::string GetFileExtension(StringRef path);
 
     // --- src/dbutil: schema primitives ------------------------------------------------------
@@ -129,189 +129,30 @@ class TWUPDATE_EXPORT Update final {
     void CopyComponentTemplate(std::int32_t siteId, const Component& component, bool overwrite,
                                Boolean& result);
 
+    // --- src/migrations: the steps, as the ladders name them -----------------------------------
+#define TWU_SITE_SCHEMA_STEP(threshold, step, repeatable, description) \
+    void step(std::int32_t siteId);
+#define TWU_SITE_SCHEMA_STEP_AGAIN(threshold, step, repeatable, description)
+#define TWU_SITE_CONTENT_STEP(threshold, step, repeatable, description) \
+    void step(std::int32_t siteId);
+#define TWU_SITE_CONTENT_STEP_AGAIN(threshold, step, repeatable, description)
+#define TWU_SITE_CONTENT_STEP_WITH_RESULT(threshold, step, repeatable, description) \
+    void step(std::int32_t siteId, Boolean& result);
+#define TWU_SERVER_STEP(threshold, step, repeatable, description) \
+    void step(StringRef databaseName, StringRef tablePrefix, bool isSite);
+#define TWU_SERVER_DATA_STEP(threshold, step, repeatable, description) \
+    void step(StringRef databaseName, StringRef tablePrefix, bool isSite);
+#define TWU_SERVER_DATA_STEP_AGAIN(threshold, step, repeatable, description)
+#define TWU_SERVER_DATA_STEP_WITH_RESULT(threshold, step, repeatable, description) \
+    void step(StringRef databaseName, StringRef tablePrefix, bool isSite, Boolean& result);
+#define TWU_SERVER_DATA_STEP_WITH_RESULT_AGAIN(threshold, step, repeatable, description)
+#include "twupdate/ladders.def"
+
     // --- src/migrations/site_schema ---------------------------------------------------------
-    // steps_1_0001_to_1_0035.cpp
-    void SiteSchemaStep_1_0001(std::int32_t siteId);
-    void SiteSchemaStep_1_0003(std::int32_t siteId);
-    void SiteSchemaStep_1_0005(std::int32_t siteId);
-    void SiteSchemaStep_1_0007(std::int32_t siteId);
-    void SiteSchemaStep_1_0008(std::int32_t siteId);
-    void SiteSchemaStep_1_0013(std::int32_t siteId);
-    void SiteSchemaStep_1_0014(std::int32_t siteId);
-    void SiteSchemaStep_1_0017(std::int32_t siteId);
-    void SiteSchemaStep_1_0018(std::int32_t siteId);
-    void SiteSchemaStep_1_0019(std::int32_t siteId);
-    void SiteSchemaStep_1_0020(std::int32_t siteId);
-    void SiteSchemaStep_1_0021(std::int32_t siteId);
-    void SiteSchemaStep_1_0023(std::int32_t siteId);
-    void SiteSchemaStep_1_0025(std::int32_t siteId);
-    void SiteSchemaStep_1_0028(std::int32_t siteId);
-    void SiteSchemaStep_1_0031(std::int32_t siteId);
-    void SiteSchemaStep_1_0032(std::int32_t siteId);
-    void SiteSchemaStep_1_0033(std::int32_t siteId);
-    void SiteSchemaStep_1_0034(std::int32_t siteId);
-    void SiteSchemaStep_1_0035(std::int32_t siteId);
-    // steps_1_0037_to_1_0069.cpp
-    void SiteSchemaStep_1_0037(std::int32_t siteId);
-    void SiteSchemaStep_1_0038(std::int32_t siteId);
-    void SiteSchemaStep_1_0039(std::int32_t siteId);
-    void SiteSchemaStep_1_0040(std::int32_t siteId);
-    void SiteSchemaStep_1_0042(std::int32_t siteId);
-    void SiteSchemaStep_1_0045(std::int32_t siteId);
-    void SiteSchemaStep_1_0047(std::int32_t siteId);
-    void SiteSchemaStep_1_0050(std::int32_t siteId);
-    void SiteSchemaStep_1_0052(std::int32_t siteId);
-    void SiteSchemaStep_1_0054(std::int32_t siteId);
-    void SiteSchemaStep_1_0055(std::int32_t siteId);
-    void SiteSchemaStep_1_0059(std::int32_t siteId);
-    void SiteSchemaStep_1_0060(std::int32_t siteId);
-    void SiteSchemaStep_1_0061(std::int32_t siteId);
-    void SiteSchemaStep_1_0062(std::int32_t siteId);
-    void SiteSchemaStep_1_0064(std::int32_t siteId);
-    void SiteSchemaStep_1_0066(std::int32_t siteId);
-    void SiteSchemaStep_1_0067(std::int32_t siteId);
-    void SiteSchemaStep_1_0068(std::int32_t siteId);
-    void SiteSchemaStep_1_0069(std::int32_t siteId);
-    // steps_1_0072_to_1_0224.cpp
-    void SiteSchemaStep_1_0072(std::int32_t siteId);
-    void SiteSchemaStep_1_0073(std::int32_t siteId);
-    void SiteSchemaStep_1_0075(std::int32_t siteId);
-    void SiteSchemaStep_1_0077(std::int32_t siteId);
-    void SiteSchemaStep_1_0078(std::int32_t siteId);
-    void SiteSchemaStep_1_0079(std::int32_t siteId);
-    void SiteSchemaStep_1_0080(std::int32_t siteId);
-    void SiteSchemaStep_1_0081(std::int32_t siteId);
-    void SiteSchemaStep_1_0082(std::int32_t siteId);
-    void SiteSchemaStep_1_0083(std::int32_t siteId);
-    void SiteSchemaStep_1_0084(std::int32_t siteId);
-    void SiteSchemaStep_1_0085(std::int32_t siteId);
-    void SiteSchemaStep_1_0090(std::int32_t siteId);
-    void SiteSchemaStep_1_0091(std::int32_t siteId);
-    void SiteSchemaStep_1_0092(std::int32_t siteId);
-    void SiteSchemaStep_1_0093(std::int32_t siteId);
-    void SiteSchemaStep_1_0094(std::int32_t siteId);
-    void SiteSchemaStep_1_0095(std::int32_t siteId);
-    void SiteSchemaStep_1_0096(std::int32_t siteId);
-    void SiteSchemaStep_1_0097(std::int32_t siteId);
-    void SiteSchemaStep_1_0200(std::int32_t siteId);
-    void SiteSchemaStep_1_0210(std::int32_t siteId);
-    void SiteSchemaStep_1_0224(std::int32_t siteId);
-    // steps_1_0225_to_1_0249.cpp
-    void SiteSchemaStep_1_0225(std::int32_t siteId);
-    void SiteSchemaStep_1_0226(std::int32_t siteId);
-    void SiteSchemaStep_1_0227(std::int32_t siteId);
-    void SiteSchemaStep_1_0228(std::int32_t siteId);
-    void SiteSchemaStep_1_0229(std::int32_t siteId);
-    void SiteSchemaStep_1_0231(std::int32_t siteId);
-    void SiteSchemaStep_1_0232(std::int32_t siteId);
-    void SiteSchemaStep_1_0233(std::int32_t siteId);
-    void SiteSchemaStep_1_0234(std::int32_t siteId);
-    void SiteSchemaStep_1_0235(std::int32_t siteId);
-    void SiteSchemaStep_1_0236(std::int32_t siteId);
-    void SiteSchemaStep_1_0237(std::int32_t siteId);
-    void SiteSchemaStep_1_0238(std::int32_t siteId);
-    void SiteSchemaStep_1_0241(std::int32_t siteId);
-    void SiteSchemaStep_1_0243(std::int32_t siteId);
-    void SiteSchemaStep_1_0244(std::int32_t siteId);
-    void SiteSchemaStep_1_0246(std::int32_t siteId);
-    void SiteSchemaStep_1_0247(std::int32_t siteId);
-    void SiteSchemaStep_1_0248(std::int32_t siteId);
-    void SiteSchemaStep_1_0249(std::int32_t siteId);
-    // steps_1_0251_to_1_0264.cpp
-    void SiteSchemaStep_1_0251(std::int32_t siteId);
-    void SiteSchemaStep_1_0252(std::int32_t siteId);
-    void SiteSchemaStep_1_0257(std::int32_t siteId);
-    void SiteSchemaStep_1_0259(std::int32_t siteId);
-    void SiteSchemaStep_1_0260(std::int32_t siteId);
-    void SiteSchemaStep_1_0262(std::int32_t siteId);
-    void SiteSchemaStep_1_0264(std::int32_t siteId);
     void MeasureUploadedFiles(std::int32_t siteId, StringRef form, StringRef field,
                               bool secureFiles);
 
     // --- src/migrations/site_content --------------------------------------------------------
-    void SiteContentStep_1_0001(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0002(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0003(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0004(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0005(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0006(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0007(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0008(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0009(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0010(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0011(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0012(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0015(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0016(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0017(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0019(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0020(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0021(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0022(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0023(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0025(std::int32_t siteId, Boolean& result);
-    void SiteContentStep_1_0026(std::int32_t siteId);
-    void SiteContentStep_1_0027(std::int32_t siteId);
-    void SiteContentStep_1_0029(std::int32_t siteId);
-    void SiteContentStep_1_0030(std::int32_t siteId);
-    void SiteContentStep_1_0031(std::int32_t siteId);
-    void SiteContentStep_1_0032(std::int32_t siteId);
-    void SiteContentStep_1_0037(std::int32_t siteId);
-    void SiteContentStep_1_0039(std::int32_t siteId);
-    void SiteContentStep_1_0042(std::int32_t siteId);
-    void SiteContentStep_1_0043(std::int32_t siteId);
-    void SiteContentStep_1_0044(std::int32_t siteId);
-    void SiteContentStep_1_0048(std::int32_t siteId);
-    void SiteContentStep_1_0049(std::int32_t siteId);
-    void SiteContentStep_1_0050(std::int32_t siteId);
-    void SiteContentStep_1_0051(std::int32_t siteId);
-    void SiteContentStep_1_0054(std::int32_t siteId);
-    void SiteContentStep_1_0055(std::int32_t siteId);
-    void SiteContentStep_1_0057(std::int32_t siteId);
-    void SiteContentStep_1_0058(std::int32_t siteId);
-    void SiteContentStep_1_0061(std::int32_t siteId);
-    void SiteContentStep_1_0062(std::int32_t siteId);
-    void SiteContentStep_1_0063(std::int32_t siteId);
-    void SiteContentStep_1_0066(std::int32_t siteId);
-    void SiteContentStep_1_0068(std::int32_t siteId);
-    void SiteContentStep_1_0069(std::int32_t siteId);
-    void SiteContentStep_1_0071(std::int32_t siteId);
-    void SiteContentStep_1_0072(std::int32_t siteId);
-    void SiteContentStep_1_0074(std::int32_t siteId);
-    void SiteContentStep_1_0078(std::int32_t siteId);
-    void SiteContentStep_1_0080(std::int32_t siteId);
-    void SiteContentStep_1_0081(std::int32_t siteId);
-    void SiteContentStep_1_0082(std::int32_t siteId);
-    void SiteContentStep_1_0086(std::int32_t siteId);
-    void SiteContentStep_1_0087(std::int32_t siteId);
-    void SiteContentStep_1_0089(std::int32_t siteId);
-    void SiteContentStep_1_0090(std::int32_t siteId);
-    void SiteContentStep_1_0091(std::int32_t siteId);
-    void SiteContentStep_1_0094(std::int32_t siteId);
-    void SiteContentStep_1_0096(std::int32_t siteId);
-    void SiteContentStep_1_0098(std::int32_t siteId);
-    void SiteContentStep_1_0099(std::int32_t siteId);
-    void SiteContentStep_1_0100(std::int32_t siteId);
-    void SiteContentStep_1_0222(std::int32_t siteId);
-    void SiteContentStep_1_0223(std::int32_t siteId);
-    void SiteContentStep_1_0225(std::int32_t siteId);
-    void SiteContentStep_1_0229(std::int32_t siteId);
-    void SiteContentStep_1_0234(std::int32_t siteId);
-    void SiteContentStep_1_0235(std::int32_t siteId);
-    void SiteContentStep_1_0236(std::int32_t siteId);
-    void SiteContentStep_1_0237(std::int32_t siteId);
-    void SiteContentStep_1_0238(std::int32_t siteId);
-    void SiteContentStep_1_0239(std::int32_t siteId);
-    void SiteContentStep_1_0240(std::int32_t siteId);
-    void SiteContentStep_1_0242(std::int32_t siteId);
-    void SiteContentStep_1_0245(std::int32_t siteId);
-    void SiteContentStep_1_0254(std::int32_t siteId);
-    void SiteContentStep_1_0255(std::int32_t siteId);
-    void SiteContentStep_1_0256(std::int32_t siteId);
-    void SiteContentStep_1_0257(std::int32_t siteId);
-    void SiteContentStep_1_0258(std::int32_t siteId);
-    void SiteContentStep_1_0259(std::int32_t siteId);
-    void SiteContentStep_1_0261(std::int32_t siteId);
     void AddResetPasswordEvent(std::int32_t siteId);
     void ConvertExplicitLayoutElements(std::int32_t siteId);
     void ConvertChargesToGroups(std::int32_t siteId);
@@ -360,30 +201,6 @@ class TWUPDATE_EXPORT Update final {
     void MakeUrlCanonical(StringRef db, std::int32_t featureId, StringRef url);
 
     // --- src/migrations/server --------------------------------------------------------------
-    void ServerStep_1_0002(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0013(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0024(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0026(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0030(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0035(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0039(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0040(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0041(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0047(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0056(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0063(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0074(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0076(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0220(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0223(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0253(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerStep_1_0264(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerDataStep_1_0026(StringRef databaseName, StringRef tablePrefix, bool isSite,
-                               Boolean& result);
-    void ServerDataStep_1_0030(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerDataStep_1_0036(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerDataStep_1_0063(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ServerDataStep_1_0252(StringRef databaseName, StringRef tablePrefix, bool isSite);
     std::int32_t FindRootSite(StringRef databaseName, StringRef tablePrefix);
     void RegisterCentralDomain(StringRef databaseName, StringRef tablePrefix, std::int32_t siteId,
                                StringRef escapedHost);
