@@ -1,8 +1,8 @@
 #include <csignal>
 #include <exception>
 
-#include "cli/run/trace.h"
-#include "cli/server/options.h"
+#include "cli/commands/command_line.h"
+#include "cli/commands/writable.h"
 #include "cli/terminal/console.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"

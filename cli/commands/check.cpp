@@ -6,12 +6,12 @@
 #include <memory>
 #include <optional>
 
-#include "cli/backup/restore_mark.h"
 #include "cli/check/check_finding.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/site_option.h"
+#include "cli/server/restore_mark.h"
 #include "cli/server/root_site.h"
 #include "cli/server/session.h"
-#include "cli/server/site_option.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 

@@ -1,8 +1,22 @@
 #pragma once
 
+#include <functional>
+
 #include "cli/server/options.h"
+#include "cli/terminal/console.h"
+
+namespace CLI {
+class App;
+}
 
 namespace twupdate::cli {
+
+/// What the command line asks for.
+struct Invocation {
+    GlobalOptions global;
+    /// Carries out the command; set by the command that was named. Returns the exit status.
+    std::function<int(const GlobalOptions&, Console&)> run;
+};
 
 /// Adds every command to the parser. The one that is named sets `invocation.run`.
 void AddCommands(CLI::App& app, Invocation& invocation);

@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
+#include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
-#include "cli/run/run.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/installation.h"
 #include "cli/server/layout.h"

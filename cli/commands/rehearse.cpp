@@ -10,6 +10,7 @@
 #include "cli/backup/dump.h"
 #include "cli/check/check_finding.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/site_option.h"
 #include "cli/run/events.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_watch.h"
@@ -18,7 +19,6 @@
 #include "cli/server/layout.h"
 #include "cli/server/root_site.h"
 #include "cli/server/session.h"
-#include "cli/server/site_option.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/table.h"
 #include "cli/terminal/text.h"
@@ -208,7 +208,7 @@ void Upgrade(Session& copy, double version, const std::vector<SiteRow>& chosen,
             watch->AddSink(sink);
         }
         Update update;
-        update.Configure(copy.ForComponent(watch));
+        update.Configure(copy.ForComponent(watch, watch));
         watch->Start({"rehearse", version, chosen});
         try {
             update.UpdateServer(version);

@@ -5,10 +5,10 @@
 #include <optional>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/site_option.h"
 #include "cli/repair/repair_finding.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
-#include "cli/server/site_option.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 

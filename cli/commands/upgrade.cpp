@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
-#include "cli/run/run.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/left_out.h"
 #include "cli/server/session.h"

@@ -5,8 +5,8 @@
 #include <memory>
 #include <optional>
 
+#include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
-#include "cli/run/run.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
 #include "cli/terminal/failure.h"

@@ -5,11 +5,11 @@
 #include <optional>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/site_option.h"
 #include "cli/server/installation.h"
 #include "cli/server/layout.h"
 #include "cli/server/server_version.h"
 #include "cli/server/session.h"
-#include "cli/server/site_option.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 

@@ -6,7 +6,7 @@
 #include <set>
 #include <utility>
 
-#include "cli/backup/restore_mark.h"
+#include "cli/server/restore_mark.h"
 #include "cli/terminal/failure.h"
 #include "twupdate/ladder.h"
 

@@ -1,15 +1,8 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
-
-#include "cli/terminal/console.h"
-
-namespace CLI {
-class App;
-}
 
 namespace twupdate::cli {
 
@@ -50,21 +43,5 @@ struct GlobalOptions {
     bool json = false;
     bool quiet = false;
 };
-
-/// What the command line asks for.
-struct Invocation {
-    GlobalOptions global;
-    /// Carries out the command; set by the command that was named. Returns the exit status.
-    std::function<int(const GlobalOptions&, Console&)> run;
-};
-
-/// Adds the global options to the parser.
-void AddGlobalOptions(CLI::App& app, GlobalOptions& options);
-
-/// Parses the command line.
-/// @param status  receives the exit status when the program is to end at once: after --help or
-///                --version (0) or after wrong use (2), about which a line has been printed
-/// @return false when the program is to end at once
-bool Parse(int argc, char** argv, Invocation& invocation, int& status);
 
 }  // namespace twupdate::cli

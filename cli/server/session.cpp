@@ -4,10 +4,11 @@
 
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 #include <vector>
 
-#include "cli/run/trace.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/json_lines.h"
 #include "twupdate_host/password_file.h"
 
 namespace twupdate::cli {
@@ -101,12 +102,13 @@ std::shared_ptr<host::Connection> Session::Connect() const {
     }
 }
 
-std::shared_ptr<Utility> Session::ForComponent(const std::shared_ptr<RunWatch>& watch) {
+std::shared_ptr<Utility> Session::ForComponent(std::shared_ptr<Observer> observer,
+                                               std::shared_ptr<host::StatementListener> listener) {
     host::MariaDbUtilityOptions options;
     options.installFolder = InstallFolder(options_);
     options.localHostName = options_.localHostName;
-    options.observer = watch;
-    options.listener = watch;
+    options.observer = std::move(observer);
+    options.listener = std::move(listener);
     options.services.serviceCommand = options_.serviceCommand;
     options.services.servicesLog = WithFolders(options_.servicesLog);
     component_ = std::make_shared<host::MariaDbUtility>(connection_, options);

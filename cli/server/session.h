@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "cli/run/run_watch.h"
 #include "cli/server/options.h"
 #include "cli/terminal/console.h"
 #include "twupdate/host.h"
@@ -41,8 +40,9 @@ class Session {
     /// For the program's own queries. Nobody watches them.
     std::shared_ptr<Utility> Own() const { return own_; }
 
-    /// For the component: the watch is told of its run and of every call.
-    std::shared_ptr<Utility> ForComponent(const std::shared_ptr<RunWatch>& watch);
+    /// For the component: the observer is told of its run, the listener of every call.
+    std::shared_ptr<Utility> ForComponent(std::shared_ptr<Observer> observer,
+                                          std::shared_ptr<host::StatementListener> listener);
 
     /// Of the component's host.
     ServiceCounts Services() const;

@@ -1,4 +1,4 @@
-#include "cli/run/run.h"
+#include "cli/commands/carry_out.h"
 
 #include <fmt/format.h>
 
@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "cli/backup/backup.h"
-#include "cli/backup/restore_mark.h"
 #include "cli/run/events.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_log.h"
@@ -14,6 +13,7 @@
 #include "cli/run/stop_request.h"
 #include "cli/run/trace.h"
 #include "cli/server/blockers.h"
+#include "cli/server/restore_mark.h"
 #include "cli/terminal/text.h"
 #include "twupdate/error.h"
 
@@ -174,7 +174,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
     AddSinks(*watch, session, options, console);
-    const auto host = session.ForComponent(watch);
+    const auto host = session.ForComponent(watch, watch);
     const StopSignals stopSignals;
     watch->Start(run.start);
     try {

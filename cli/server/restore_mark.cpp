@@ -1,4 +1,4 @@
-#include "cli/backup/restore_mark.h"
+#include "cli/server/restore_mark.h"
 
 #include <fmt/format.h>
 

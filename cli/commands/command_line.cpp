@@ -1,4 +1,4 @@
-#include "cli/server/options.h"
+#include "cli/commands/command_line.h"
 
 #include <fmt/format.h>
 
@@ -6,7 +6,6 @@
 #include <iostream>
 #include <string>
 
-#include "cli/commands/commands.h"
 #include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
 
@@ -50,8 +49,6 @@ std::string VersionLine() {
     return fmt::format("twupdate {} (brings databases to version {})", TWUPDATE_VERSION,
                        VersionText(kCurrentVersion));
 }
-
-}  // namespace
 
 void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--defaults-file", options.defaultsFile,
@@ -164,6 +161,8 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kOutputGroup);
     RefusePasswords(app);
 }
+
+}  // namespace
 
 bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     CLI::App app("Brings the platform's databases up to the current version.", "twupdate");
