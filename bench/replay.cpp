@@ -119,7 +119,7 @@ void Recorder::Before(const host::StatementEvent& event) {
     if (!event.sql.empty()) {
         statements.push_back({std::string(event.sql),
                               {event.params.begin(), event.params.end()},
-                              event.op == "command"});
+                              event.operation == host::Operation::kCommand});
     }
 }
 

@@ -180,7 +180,7 @@ class ServicesApplication : public Application {
 
     void Refresh() override {
         auto& state = *services_->state_;
-        TimedCall(state.listener.get(), {.op = "refresh"},
+        TimedCall(state.listener.get(), {.operation = Operation::kRefresh},
                   [&] { state.CarryOut("RefreshApplication", 0, 0); });
         services_->ForgetComponents();
     }
@@ -253,8 +253,10 @@ void ComponentServices::ForgetComponents() {
 
 void ComponentServices::Call(std::string_view service, std::int32_t siteId,
                              std::int32_t componentId) {
-    const StatementEvent event{
-        .op = "service", .service = service, .siteId = siteId, .componentId = componentId};
+    const StatementEvent event{.operation = Operation::kService,
+                               .service = service,
+                               .siteId = siteId,
+                               .componentId = componentId};
     TimedCall(state_->listener.get(), event,
               [&] { state_->CarryOut(std::string(service), siteId, componentId); });
 }

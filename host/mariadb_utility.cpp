@@ -107,10 +107,10 @@ class MariaDbDatabase : public Database {
 
     std::shared_ptr<Recordset> OpenRecordset(const std::string& sql, std::int32_t /*option1*/,
                                              std::int32_t /*option2*/) override {
-        return std::make_shared<BufferedRecordset>(Query("query", sql), sql);
+        return std::make_shared<BufferedRecordset>(Query(Operation::kQuery, sql), sql);
     }
     void Execute(const std::string& sql, std::int64_t& rowsAffected) override {
-        rowsAffected = TimedCall(listener_.get(), {.op = "execute", .sql = sql},
+        rowsAffected = TimedCall(listener_.get(), {.operation = Operation::kExecute, .sql = sql},
                                  [&] { return connection_->Execute(sql); });
         if (sql == kComponentsChange) {
             services_->ForgetComponents();
@@ -125,14 +125,14 @@ class MariaDbDatabase : public Database {
         id = static_cast<std::int32_t>(last);
     }
     std::shared_ptr<Reader> OpenReader(const std::string& sql) override {
-        return std::make_shared<BufferedReader>(Query("reader", sql), sql);
+        return std::make_shared<BufferedReader>(Query(Operation::kReader, sql), sql);
     }
 
     Connection& GetConnection() { return *connection_; }
 
   private:
-    std::unique_ptr<Rows> Query(std::string_view op, const std::string& sql) {
-        return TimedCall(listener_.get(), {.op = op, .sql = sql},
+    std::unique_ptr<Rows> Query(Operation operation, const std::string& sql) {
+        return TimedCall(listener_.get(), {.operation = operation, .sql = sql},
                          [&] { return connection_->Query(sql); });
     }
 
@@ -167,7 +167,9 @@ class MariaDbCommand : public Command {
     }
 
   private:
-    StatementEvent Event() const { return {.op = "command", .sql = sql_, .params = parameters_}; }
+    StatementEvent Event() const {
+        return {.operation = Operation::kCommand, .sql = sql_, .params = parameters_};
+    }
     Connection& ConnectionOf(const std::shared_ptr<Database>& database) const {
         auto* own = dynamic_cast<MariaDbDatabase*>(database.get());
         if (own == nullptr) {

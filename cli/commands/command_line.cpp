@@ -32,12 +32,12 @@ void RefusePasswords(CLI::App& app) {
 }
 
 /// An empty value is a variable of the shell that was not set.
-std::string NotEmpty(const std::string& value) {
+std::string FaultOfEmptyValue(const std::string& value) {
     return value.empty() ? "the value must not be empty" : "";
 }
 
 /// What the central database's column of domain names takes.
-std::string IsHostName(const std::string& name) {
+std::string FaultOfHostName(const std::string& name) {
     constexpr std::size_t kLongest = 100;
     const bool hasBlank = name.find_first_of(" \t\r\n") != std::string::npos;
     return name.empty() || name.size() > kLongest || hasBlank
@@ -50,7 +50,7 @@ std::string VersionLine() {
                        VersionText(kCurrentVersion));
 }
 
-void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
+void AddServerOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--defaults-file", options.defaultsFile,
                    "Read the groups [client] and [twupdate] of this option file alone")
         ->type_name("FILE")
@@ -81,7 +81,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kServerGroup);
     app.add_option("--charset", options.charset, "Character set of the connection")
         ->type_name("NAME")
-        ->check(NotEmpty)
+        ->check(FaultOfEmptyValue)
         ->capture_default_str()
         ->group(kServerGroup);
     app.add_option("--sql-mode", options.sqlMode,
@@ -92,13 +92,15 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         app.add_option("--datadir", options.datadir,
                        "Start a private server on this folder for the time of the command")
             ->type_name("DIR")
-            ->check(NotEmpty)
+            ->check(FaultOfEmptyValue)
             ->group(kServerGroup);
     for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
                               "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {
         datadir->excludes(app.get_option(other));
     }
+}
 
+void AddComponentOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--install-folder", options.installFolder,
                    "The component's folder: resources lies in it, its parent is the installation "
                    "root")
@@ -108,7 +110,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--local-host-name", options.localHostName,
                    "Local host name that is registered as a domain of the root site")
         ->type_name("NAME")
-        ->check(IsHostName)
+        ->check(FaultOfHostName)
         ->capture_default_str()
         ->group(kComponentGroup);
     app.add_option("--service-command", options.serviceCommand,
@@ -119,9 +121,11 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--services-log", options.servicesLog,
                    "Record component services in this file, one JSON object a line")
         ->type_name("FILE")
-        ->check(NotEmpty)
+        ->check(FaultOfEmptyValue)
         ->group(kComponentGroup);
+}
 
+void AddRunOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--lock-wait", options.lockWaitSeconds,
                    "Wait so long for the end of another run (default: not at all)")
         ->type_name("SECONDS")
@@ -132,7 +136,7 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--backup", options.backup,
                    "Dump each database into this folder before it is first changed")
         ->type_name("DIR")
-        ->check(NotEmpty)
+        ->check(FaultOfEmptyValue)
         ->group(kRunGroup);
     app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
                    "Fail when a statement waits so long for a lock that somebody else holds "
@@ -140,26 +144,27 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 31536000))
         ->group(kRunGroup);
+}
 
+void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--trace", options.trace,
                    "Record every call to the server in this file, one JSON object a line")
         ->type_name("FILE")
-        ->check(NotEmpty)
+        ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
     app.add_option("--events", options.events,
                    "Record how the run goes on in this file, one JSON object a line")
         ->type_name("FILE")
-        ->check(NotEmpty)
+        ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
     app.add_option("--log", options.log, "Record how the run goes on in this file, for people")
         ->type_name("FILE")
-        ->check(NotEmpty)
+        ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
     app.add_flag("--json", options.json, "Print the result as one JSON object")
         ->group(kOutputGroup);
     app.add_flag("--quiet,-q", options.quiet, "Print errors and what was asked for only")
         ->group(kOutputGroup);
-    RefusePasswords(app);
 }
 
 }  // namespace
@@ -170,7 +175,11 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     app.require_subcommand(1);
     app.fallthrough();
     app.get_formatter()->column_width(36);
-    AddGlobalOptions(app, invocation.global);
+    AddServerOptions(app, invocation.global);
+    RefusePasswords(app);
+    AddComponentOptions(app, invocation.global);
+    AddRunOptions(app, invocation.global);
+    AddOutputOptions(app, invocation.global);
     AddCommands(app, invocation);
     for (CLI::App* command : app.get_subcommands({})) {
         command->footer("The options of twupdate --help may stand here, too.");

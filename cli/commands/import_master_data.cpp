@@ -71,7 +71,7 @@ void AddImportMasterData(CLI::App& app, Invocation& invocation) {
         ->add_option("--from", arguments->from,
                      "Start from this version instead of the recorded one")
         ->type_name("VERSION")
-        ->check(IsVersion);
+        ->check(FaultOfVersion);
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return ImportMasterData(options, console, arguments->siteId, arguments->from);

@@ -106,7 +106,7 @@ void AddUpgradeSite(CLI::App& app, Invocation& invocation) {
         ->add_option("--from", arguments->from,
                      "Start from this version instead of the recorded one")
         ->type_name("VERSION")
-        ->check(IsVersion);
+        ->check(FaultOfVersion);
     command->add_flag("--no-record", arguments->noRecord,
                       "Do not record the site's new version in the central database");
     command->callback([&invocation, arguments] {

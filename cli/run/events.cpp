@@ -115,7 +115,7 @@ void Events::CallEnded(const Position& where, const Call& call) {
         slowestTime_ = call.duration;
         slowest_ = call.sql;
     }
-    if (call.service.empty() && call.kind != Call::Kind::kRefresh) {
+    if (call.service.empty() && call.operation != host::Operation::kRefresh) {
         return;
     }
     auto line = Line("service", where);

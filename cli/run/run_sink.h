@@ -11,6 +11,7 @@
 #include "cli/server/installation.h"
 #include "twupdate/ladder.h"
 #include "twupdate/value.h"
+#include "twupdate_host/listener.h"
 
 namespace twupdate::cli {
 
@@ -27,16 +28,7 @@ struct Position {
 /// One call that the component has made to its host, or a file that it has copied. What it names
 /// lasts as long as the call that tells of it.
 struct Call {
-    enum class Kind : std::uint8_t {
-        kQuery,
-        kReader,
-        kExecute,
-        kCommand,
-        kService,
-        kRefresh,
-        kCopy
-    };
-    Kind kind = Kind::kQuery;
+    std::optional<host::Operation> operation;  ///< nothing for a copied file
     std::string_view sql;
     std::span<const Value> params;
     std::string_view service;
@@ -47,9 +39,6 @@ struct Call {
     bool failed = false;
     std::chrono::nanoseconds duration{0};
 };
-
-/// "query", "reader", "execute", "command", "service", "refresh" or "copy".
-std::string_view CallKindText(Call::Kind kind);
 
 /// What a run has done so far.
 struct Counts {

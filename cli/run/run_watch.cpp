@@ -15,40 +15,11 @@ namespace {
 
 constexpr const char* kCentralDatabase = "tw_tarnwick";
 
-Call::Kind KindOf(std::string_view op) {
-    using Kind = Call::Kind;
-    constexpr std::array kKinds{Kind::kQuery,   Kind::kReader,  Kind::kExecute,
-                                Kind::kCommand, Kind::kService, Kind::kRefresh};
-    const auto* const kind =
-        std::find_if(kKinds.begin(), kKinds.end(), [op](Kind k) { return CallKindText(k) == op; });
-    return kind == kKinds.end() ? Kind::kQuery : *kind;
-}
-
 std::string SiteDatabaseName(std::int32_t siteId) {
     return "tw_" + std::to_string(siteId);
 }
 
 }  // namespace
-
-std::string_view CallKindText(Call::Kind kind) {
-    switch (kind) {
-        case Call::Kind::kQuery:
-            return "query";
-        case Call::Kind::kReader:
-            return "reader";
-        case Call::Kind::kExecute:
-            return "execute";
-        case Call::Kind::kCommand:
-            return "command";
-        case Call::Kind::kService:
-            return "service";
-        case Call::Kind::kRefresh:
-            return "refresh";
-        case Call::Kind::kCopy:
-            return "copy";
-    }
-    return "";
-}
 
 std::string FailureLine(const RunFailure& failure) {
     std::string line = "database " + failure.where.database;
@@ -104,7 +75,7 @@ void RunWatch::Before(const host::StatementEvent& /*event*/) {
 void RunWatch::After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
                      const HostError* error) {
     Call call;
-    call.kind = KindOf(event.op);
+    call.operation = event.operation;
     call.sql = event.sql;
     call.params = event.params;
     call.service = event.service;
@@ -116,21 +87,13 @@ void RunWatch::After(const host::StatementEvent& event, std::chrono::nanoseconds
 }
 
 void RunWatch::CallEnded(const Call& call) {
-    switch (call.kind) {
-        case Call::Kind::kQuery:
-        case Call::Kind::kReader:
-        case Call::Kind::kExecute:
-        case Call::Kind::kCommand:
-            ++counts_.statements;
-            ++current_.statements;
-            ++stepStatements_;
-            break;
-        case Call::Kind::kService:
-        case Call::Kind::kRefresh:
-            ++counts_.services;
-            break;
-        case Call::Kind::kCopy:
-            break;
+    using host::Operation;
+    if (call.operation == Operation::kService || call.operation == Operation::kRefresh) {
+        ++counts_.services;
+    } else if (call.operation) {
+        ++counts_.statements;
+        ++current_.statements;
+        ++stepStatements_;
     }
     TellSinks([&](RunSink& sink) { sink.CallEnded(where_, call); });
 }
@@ -208,7 +171,6 @@ void RunWatch::SiteEnded(std::int32_t /*siteId*/) {
 void RunWatch::FileCopied(const std::filesystem::path& source,
                           const std::filesystem::path& destination) {
     Call copy;
-    copy.kind = Call::Kind::kCopy;
     copy.siteId = where_.siteId;
     const std::string from = source.string();
     const std::string to = destination.string();

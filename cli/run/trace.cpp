@@ -20,7 +20,7 @@ nlohmann::ordered_json JsonOf(const Value& value) {
 void Trace::CallEnded(const Position& where, const Call& call) {
     nlohmann::ordered_json line;
     line["seq"] = ++seq_;
-    line["op"] = CallKindText(call.kind);
+    line["op"] = call.operation ? host::OperationText(*call.operation) : "copy";
     line["database"] = where.database;
     if (where.step) {
         line["step"] = where.step->name;

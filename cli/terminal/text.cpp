@@ -316,7 +316,7 @@ bool ComesBefore(std::string_view name, std::string_view other) {
     return name.size() != other.size() ? name.size() < other.size() : name < other;
 }
 
-std::string IsVersion(const std::string& word) {
+std::string FaultOfVersion(const std::string& word) {
     const Value version(word);
     return version.IsNumeric() && version.ToDouble() >= 0
                ? ""

@@ -57,6 +57,6 @@ std::string DescribeError(const HostError& error);
 bool ComesBefore(std::string_view name, std::string_view other);
 
 /// What a parser says of a word that is no version; nothing of a decimal number not below 0.
-std::string IsVersion(const std::string& word);
+std::string FaultOfVersion(const std::string& word);
 
 }  // namespace twupdate::cli

@@ -11,13 +11,23 @@
 
 namespace twupdate::host {
 
+/// What a call is.
+enum class Operation : std::uint8_t {
+    kQuery,    ///< a statement that gives a recordset
+    kReader,   ///< a statement that gives a reader
+    kExecute,  ///< a statement that gives no rows
+    kCommand,  ///< a parameterised statement, run either way
+    kService,  ///< a component service
+    kRefresh,  ///< the application's refresh
+};
+
+/// "query", "reader", "execute", "command", "service" or "refresh".
+std::string_view OperationText(Operation operation);
+
 /// One call that goes out: a statement to the server or a service of the platform. Everything in
 /// it is borrowed and ends with the call.
 struct StatementEvent {
-    /// "query" (OpenRecordset), "reader" (OpenReader), "execute" (Execute), "command" (a
-    /// parameterised statement, run either way), "service" (a component service) or "refresh"
-    /// (the application's refresh).
-    std::string_view op = {};
+    Operation operation = Operation::kQuery;
     std::string_view sql = {};           ///< empty for services and refresh
     std::span<const Value> params = {};  ///< of a command
     std::string_view service = {};       ///< e.g. "UpgradeSiteComponent"

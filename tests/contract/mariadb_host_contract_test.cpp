@@ -18,11 +18,11 @@ class ServiceListener : public host::StatementListener {
         if (error != nullptr) {
             return;
         }
-        if (event.op == "service") {
+        if (event.operation == host::Operation::kService) {
             calls.push_back(std::string(event.service) + " " +
                             std::to_string(event.siteId.value()) + " " +
                             std::to_string(event.componentId.value()));
-        } else if (event.op == "refresh") {
+        } else if (event.operation == host::Operation::kRefresh) {
             calls.push_back("Refresh");
         }
     }

@@ -62,8 +62,8 @@ TEST(SplitCommand, RefusesWhatIsNoCommand) {
 
 // --- on a server -----------------------------------------------------------------------------
 
-/// Writes every event down: "op sql [params]" or "op service site component" before, and after
-/// it "ok" or the error's code.
+/// Writes every event down: "operation sql [params]" or "operation service site component" before,
+/// and after it "ok" or the error's code.
 class NotingListener : public host::StatementListener {
   public:
     std::vector<std::string> notes;
@@ -73,7 +73,7 @@ class NotingListener : public host::StatementListener {
         if (before) {
             before(event);
         }
-        std::string note(event.op);
+        std::string note(host::OperationText(event.operation));
         if (!event.sql.empty()) {
             note += " " + std::string(event.sql);
         }
@@ -89,7 +89,7 @@ class NotingListener : public host::StatementListener {
     void After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
                const HostError* error) override {
         EXPECT_GT(elapsed.count(), 0);
-        notes.push_back(std::string(event.op) +
+        notes.push_back(std::string(host::OperationText(event.operation)) +
                         (error == nullptr ? " ok" : " " + std::to_string(error->Code())));
     }
 };
