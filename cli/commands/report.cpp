@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "cli/commands/commands.h"
-#include "cli/report/report_page.h"
+#include "cli/report/page.h"
 #include "cli/server/child_process.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"

@@ -16,7 +16,7 @@
 namespace twupdate::cli {
 namespace {
 
-struct Verified {
+struct VerifyResult {
     std::vector<std::string> databases;
     std::vector<std::string> notUpgraded;  ///< databases that are not at the current version
     std::vector<LayoutFinding> findings;
@@ -25,16 +25,16 @@ struct Verified {
 };
 
 void VerifyDatabase(Utility& utility, const std::string& database, const Layout& expected,
-                    Verified& verified) {
-    verified.databases.push_back(database);
+                    VerifyResult& verifyResult) {
+    verifyResult.databases.push_back(database);
     const Layout actual = ReadLayout(utility, database);
     if (actual.tables.empty()) {
-        verified.findings.push_back({database, "", "", "", "", ""});
+        verifyResult.findings.push_back({database, "", "", "", "", ""});
         return;
     }
-    auto& absent = verified.absent.emplace_back(database, std::vector<std::string>()).second;
+    auto& absent = verifyResult.absent.emplace_back(database, std::vector<std::string>()).second;
     for (auto& finding : Compare(database, expected, actual, absent)) {
-        verified.findings.push_back(std::move(finding));
+        verifyResult.findings.push_back(std::move(finding));
     }
 }
 
@@ -44,20 +44,21 @@ std::string TextOf(const LayoutFinding& finding) {
                : finding.Text();
 }
 
-Verified VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
+VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
     Installation installation(session.Own());
     const bool defaults = ServerVersion::Of(*session.GetConnection()).TakesLongTextDefaults();
     const auto onThisServer = [defaults](const Layout& layout) {
         return defaults ? layout : OnOldServer(layout);
     };
     const Layout siteLayout = onThisServer(SiteLayout());
-    Verified verified;
+    VerifyResult verifyResult;
     const double version = installation.Version();
     if (!siteId) {
         if (IsBelow(version, kCurrentVersion)) {
-            verified.notUpgraded.emplace_back("tw_tarnwick");
+            verifyResult.notUpgraded.emplace_back("tw_tarnwick");
         } else {
-            VerifyDatabase(*session.Own(), "tw_tarnwick", onThisServer(CentralLayout()), verified);
+            VerifyDatabase(*session.Own(), "tw_tarnwick", onThisServer(CentralLayout()),
+                           verifyResult);
         }
     }
     bool found = false;
@@ -69,25 +70,25 @@ Verified VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         found = true;
         const std::string database = fmt::format("tw_{}", site.siteId);
         if (!site.version || IsBelow(*site.version, kCurrentVersion)) {
-            verified.notUpgraded.push_back(database);
+            verifyResult.notUpgraded.push_back(database);
         } else {
-            VerifyDatabase(*session.Own(), database, siteLayout, verified);
+            VerifyDatabase(*session.Own(), database, siteLayout, verifyResult);
         }
     }
     if (siteId && !found) {
         throw CommandError(
             fmt::format("tw_tarnwick.site has no site {}, or it is hard-deleted", *siteId));
     }
-    return verified;
+    return verifyResult;
 }
 
-nlohmann::ordered_json JsonOf(const Verified& verified) {
+nlohmann::ordered_json JsonOf(const VerifyResult& verifyResult) {
     nlohmann::ordered_json result{{"command", "verify"},
-                                  {"result", verified.findings.empty() ? "clean" : "findings"},
-                                  {"databases", verified.databases},
-                                  {"not_upgraded", verified.notUpgraded}};
+                                  {"result", verifyResult.findings.empty() ? "clean" : "findings"},
+                                  {"databases", verifyResult.databases},
+                                  {"not_upgraded", verifyResult.notUpgraded}};
     auto& findings = result["findings"] = nlohmann::ordered_json::array();
-    for (const LayoutFinding& finding : verified.findings) {
+    for (const LayoutFinding& finding : verifyResult.findings) {
         findings.push_back({{"database", finding.database},
                             {"table", finding.table},
                             {"item", finding.item},
@@ -97,7 +98,7 @@ nlohmann::ordered_json JsonOf(const Verified& verified) {
                             {"text", TextOf(finding)}});
     }
     auto& absent = result["absent_optional_tables"] = nlohmann::ordered_json::object();
-    for (const auto& [database, tables] : verified.absent) {
+    for (const auto& [database, tables] : verifyResult.absent) {
         if (!tables.empty()) {
             absent[database] = tables;
         }
@@ -105,36 +106,36 @@ nlohmann::ordered_json JsonOf(const Verified& verified) {
     return result;
 }
 
-std::string Verdict(const Verified& verified) {
-    const std::size_t databases = verified.databases.size();
+std::string Verdict(const VerifyResult& verifyResult) {
+    const std::size_t databases = verifyResult.databases.size();
     if (databases == 0) {
         return "No database was compared.";
     }
     const std::string sound = databases == 1 ? "as it should be" : "as they should be";
     return fmt::format(
         "{} compared: {}.", Count(databases, "database"),
-        verified.findings.empty() ? sound : Count(verified.findings.size(), "difference"));
+        verifyResult.findings.empty() ? sound : Count(verifyResult.findings.size(), "difference"));
 }
 
 int Verify(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
     Session session(options);
-    const Verified verified = VerifyAll(session, siteId);
-    for (const LayoutFinding& finding : verified.findings) {
+    const VerifyResult verifyResult = VerifyAll(session, siteId);
+    for (const LayoutFinding& finding : verifyResult.findings) {
         console.Print(TextOf(finding));
     }
-    for (const auto& [database, tables] : verified.absent) {
+    for (const auto& [database, tables] : verifyResult.absent) {
         if (!tables.empty()) {
             console.Say(fmt::format("{}: without {} of features that it does not have", database,
                                     Count(tables.size(), "table")));
         }
     }
-    if (!verified.notUpgraded.empty()) {
+    if (!verifyResult.notUpgraded.empty()) {
         console.Say(fmt::format("Not at {} and not looked at: {}", VersionText(kCurrentVersion),
-                                fmt::join(verified.notUpgraded, ", ")));
+                                fmt::join(verifyResult.notUpgraded, ", ")));
     }
-    console.Say(Verdict(verified));
-    console.Result(JsonOf(verified));
-    return verified.findings.empty() ? kDone : kFindings;
+    console.Say(Verdict(verifyResult));
+    console.Result(JsonOf(verifyResult));
+    return verifyResult.findings.empty() ? kDone : kFindings;
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ void ForEachStep(std::span<const RunRecord> runs, const Visit& visit) {
     for (const RunRecord& run : runs) {
         for (const DatabaseRecord& database : run.databases) {
             for (const StepRecord& step : database.steps) {
-                visit(StepPlace{&step, &database});
+                visit(StepRun{&step, &database});
             }
         }
     }
@@ -55,8 +55,8 @@ bool IsMended(const FailureRecord& failure, const RunRecord& run,
 
 std::vector<StepTotal> StepTotals(std::span<const RunRecord> runs) {
     std::map<std::string_view, StepTotal> byName;
-    ForEachStep(runs, [&](const StepPlace& place) {
-        const StepRecord& step = *place.step;
+    ForEachStep(runs, [&](const StepRun& stepRun) {
+        const StepRecord& step = *stepRun.step;
         if (!step.ended) {
             return;
         }
@@ -67,7 +67,7 @@ std::vector<StepTotal> StepTotals(std::span<const RunRecord> runs) {
         total.sum += step.duration;
         if (total.longestIn.empty() || step.duration > total.longest) {
             total.longest = step.duration;
-            total.longestIn = place.database->name;
+            total.longestIn = stepRun.database->name;
         }
     });
     auto totals = Values(byName);
@@ -75,24 +75,24 @@ std::vector<StepTotal> StepTotals(std::span<const RunRecord> runs) {
     return totals;
 }
 
-std::vector<StepPlace> LongestSteps(const RunRecord& run, std::size_t most) {
-    std::vector<StepPlace> places;
-    ForEachStep({&run, 1}, [&](const StepPlace& place) { places.push_back(place); });
-    SortFromLargest(places, [](const StepPlace& place) { return place.step->duration; });
-    places.resize(std::min(places.size(), most));
-    return places;
+std::vector<StepRun> LongestSteps(const RunRecord& run, std::size_t most) {
+    std::vector<StepRun> stepRuns;
+    ForEachStep({&run, 1}, [&](const StepRun& stepRun) { stepRuns.push_back(stepRun); });
+    SortFromLargest(stepRuns, [](const StepRun& stepRun) { return stepRun.step->duration; });
+    stepRuns.resize(std::min(stepRuns.size(), most));
+    return stepRuns;
 }
 
-std::vector<StepPlace> SlowestStatements(std::span<const RunRecord> runs, std::size_t most) {
-    std::vector<StepPlace> places;
-    ForEachStep(runs, [&](const StepPlace& place) {
-        if (!place.step->slowest.empty()) {
-            places.push_back(place);
+std::vector<StepRun> SlowestStatements(std::span<const RunRecord> runs, std::size_t most) {
+    std::vector<StepRun> stepRuns;
+    ForEachStep(runs, [&](const StepRun& stepRun) {
+        if (!stepRun.step->slowest.empty()) {
+            stepRuns.push_back(stepRun);
         }
     });
-    SortFromLargest(places, [](const StepPlace& place) { return place.step->slowestTime; });
-    places.resize(std::min(places.size(), most));
-    return places;
+    SortFromLargest(stepRuns, [](const StepRun& stepRun) { return stepRun.step->slowestTime; });
+    stepRuns.resize(std::min(stepRuns.size(), most));
+    return stepRuns;
 }
 
 std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs) {

@@ -24,17 +24,17 @@ struct StepTotal {
 /// The steps that have ended, the longest sum first.
 std::vector<StepTotal> StepTotals(std::span<const RunRecord> runs);
 
-/// A step and the database in which it ran.
-struct StepPlace {
+/// One run of a step, in one database.
+struct StepRun {
     const StepRecord* step;
     const DatabaseRecord* database;
 };
 
 /// The steps of one run that took longest, those that did not end included; the longest first.
-std::vector<StepPlace> LongestSteps(const RunRecord& run, std::size_t most);
+std::vector<StepRun> LongestSteps(const RunRecord& run, std::size_t most);
 
 /// The steps whose slowest statement took longest; the longest first.
-std::vector<StepPlace> SlowestStatements(std::span<const RunRecord> runs, std::size_t most);
+std::vector<StepRun> SlowestStatements(std::span<const RunRecord> runs, std::size_t most);
 
 /// Runs that failed in the same step with the same error.
 struct FailureGroup {

@@ -7,10 +7,10 @@
 
 #include "cli/installation_fixture.h"
 #include "cli/report/html.h"
-#include "cli/report/report_page.h"
-#include "cli/report/report_timeline.h"
+#include "cli/report/page.h"
 #include "cli/report/run_events.h"
 #include "cli/report/run_figures.h"
+#include "cli/report/timeline.h"
 #include "cli/terminal/failure.h"
 
 namespace twupdate::test {

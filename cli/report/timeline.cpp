@@ -1,4 +1,4 @@
-#include "cli/report/report_timeline.h"
+#include "cli/report/timeline.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -47,7 +47,7 @@ std::vector<Databases> Rows(const RunRecord& run) {
 
 class Figure {
   public:
-    Figure(const RunRecord& run, const std::vector<StepPlace>& marked, std::size_t id)
+    Figure(const RunRecord& run, const std::vector<StepRun>& marked, std::size_t id)
         : run_(run),
           marked_(marked),
           id_(id),
@@ -217,7 +217,7 @@ class Figure {
     }
 
     const RunRecord& run_;
-    const std::vector<StepPlace>& marked_;
+    const std::vector<StepRun>& marked_;
     std::size_t id_;
     EventDuration length_;
     int y_ = kAxisHeight;
@@ -256,8 +256,7 @@ std::vector<AxisMark> AxisMarks(EventTime start, EventDuration length) {
     return marks;
 }
 
-std::string TimelineSvg(const RunRecord& run, const std::vector<StepPlace>& marked,
-                        std::size_t id) {
+std::string TimelineSvg(const RunRecord& run, const std::vector<StepRun>& marked, std::size_t id) {
     return Figure(run, marked, id).Svg();
 }
 

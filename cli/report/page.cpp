@@ -1,4 +1,4 @@
-#include "cli/report/report_page.h"
+#include "cli/report/page.h"
 
 #include <fmt/format.h>
 
@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "cli/report/html.h"
-#include "cli/report/report_style.h"
-#include "cli/report/report_timeline.h"
 #include "cli/report/run_figures.h"
+#include "cli/report/style.h"
+#include "cli/report/timeline.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
@@ -389,17 +389,18 @@ std::string Steps(std::span<const RunRecord> runs) {
 }
 
 std::string Statements(std::span<const RunRecord> runs) {
-    const auto places = SlowestStatements(runs, kMostStatements);
-    if (places.empty()) {
+    const auto stepRuns = SlowestStatements(runs, kMostStatements);
+    if (stepRuns.empty()) {
         return "";
     }
     std::string html =
         "<p class=\"quiet\">Of every step in every database its longest statement is known; these "
         "are the longest of them.</p>\n<ol class=\"statements\">\n";
-    for (const StepPlace& place : places) {
-        html += fmt::format("<li><strong>{}</strong> in {}, {}\n{}</li>\n",
-                            DurationHtml(place.step->slowestTime), NameHtml(place.database->name),
-                            NameHtml(place.step->name), Sql(place.step->slowest));
+    for (const StepRun& stepRun : stepRuns) {
+        html +=
+            fmt::format("<li><strong>{}</strong> in {}, {}\n{}</li>\n",
+                        DurationHtml(stepRun.step->slowestTime), NameHtml(stepRun.database->name),
+                        NameHtml(stepRun.step->name), Sql(stepRun.step->slowest));
     }
     return Section("slowest-statements", "Slowest statements", html + "</ol>\n");
 }

@@ -12,7 +12,7 @@ namespace twupdate::cli {
 /// making its text smaller.
 /// @param marked  steps that get a number, from 1
 /// @param id      makes the figure's ids different from those of other figures of the page
-std::string TimelineSvg(const RunRecord& run, const std::vector<StepPlace>& marked, std::size_t id);
+std::string TimelineSvg(const RunRecord& run, const std::vector<StepRun>& marked, std::size_t id);
 
 /// The parts of an axis: as many marks as fit beside one another.
 struct AxisMark {
