@@ -4,8 +4,8 @@
 
 #include <fstream>
 
-#include "cli/check/check_finding.h"
 #include "cli/run/events.h"
+#include "cli/server/grants.h"
 #include "cli/server/root_site.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"

@@ -9,9 +9,11 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/server/grants.h"
 #include "cli/server/installation.h"
 #include "cli/server/layout.h"
 #include "cli/server/pending_run.h"
+#include "cli/server/queries.h"
 #include "cli/server/session.h"
 #include "cli/server/stored_columns.h"
 
@@ -81,20 +83,6 @@ void CheckRowSizes(host::Connection& connection, const std::vector<PendingDataba
 std::set<std::string> CheckRights(host::Connection& connection,
                                   const std::vector<PendingDatabase>& pending,
                                   std::vector<CheckFinding>& findings);
-
-/// Whether the user has a right in a database, by the same grants.
-bool HasRight(host::Connection& connection, const std::string& database, std::string_view right);
-
-/// Whether the user has a right that cannot be given for a single database; ALL PRIVILEGES on any
-/// database does not hold it.
-bool HasGlobalRight(host::Connection& connection, std::string_view right);
-
-/// Whether the user may read the procedures and functions of others.
-bool MayReadRoutines(host::Connection& connection);
-
-/// Whether the user may write on a server that is read_only.
-/// @param superSuffices  as on servers before MariaDB 10.11
-bool MayWriteReadOnly(host::Connection& connection, bool superSuffices);
 
 /// The free space where the server keeps its data, against the largest table that will be changed.
 /// @param notes  receives a line when the space cannot be seen from here
@@ -169,15 +157,6 @@ void CheckSiteFiles(const Session& session, const CheckScope& scope, std::int32_
 /// The folder that holds `templates`, `components`, `wwwroot` and `sites_secure`.
 std::filesystem::path InstallationRoot(const std::filesystem::path& installFolder);
 
-/// The session's sql_mode.
-std::string SqlMode(host::Connection& connection);
-
-/// True for an sql_mode that refuses values which a column cannot hold.
-bool IsStrict(const std::string& sqlMode);
-
-/// True for a strict mode that ends a statement at any row, in tables without transactions too.
-bool IsStrictForAll(const std::string& sqlMode);
-
 /// An index of a column's first characters that a pending step adds.
 struct PrefixIndex {
     std::string name;
@@ -193,19 +172,5 @@ std::optional<CheckFinding> PrefixFinding(const std::string& database, const std
 
 /// Adds a finding unless the same is said of that place already, with an earlier step.
 void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings);
-
-/// True when the query, in which "{0}" stands for the database, has a row; false where a table or
-/// column is missing or may not be read, which are findings of their own.
-bool HasRows(host::Connection& connection, const std::string& database, std::string_view query);
-
-/// The first column of a query of which a step asks only when its tables are there, NULL as an
-/// empty text; none where a table or column is missing.
-std::vector<std::string> FirstColumn(host::Connection& connection, const std::string& query);
-
-/// True for the server's errors that a database, table or column is not there.
-bool IsMissing(const HostError& error);
-
-/// Whether a query failed because the user may not use the database, the table or the column.
-bool IsDenied(const HostError& error);
 
 }  // namespace twupdate::cli

@@ -319,15 +319,6 @@ std::string CheckFinding::Text() const {
     return where + problem + then + "; " + cure;
 }
 
-std::string SqlMode(host::Connection& connection) {
-    const auto mode = connection.Query("SELECT @@SESSION.sql_mode;");
-    return mode->Next() ? mode->Get(0).ToText() : std::string();
-}
-
-bool IsStrict(const std::string& sqlMode) {
-    return sqlMode.find("STRICT_") != std::string::npos;  // _TRANS_TABLES or _ALL_TABLES
-}
-
 void AddOnce(CheckFinding finding, std::vector<CheckFinding>& findings) {
     const bool known =
         std::any_of(findings.begin(), findings.end(), [&](const CheckFinding& other) {
