@@ -55,13 +55,6 @@ std::set<std::string> Modes(const std::string& sqlMode) {
     return modes;
 }
 
-/// The first cell of a query. Nothing without rows, or where a table or column is missing, which is
-/// a finding of its own.
-std::optional<std::string> FirstCell(host::Connection& connection, const std::string& sql) {
-    const auto cells = FirstColumn(connection, sql);
-    return cells.empty() ? std::nullopt : std::optional(cells.front());
-}
-
 /// What the checks of the server look at.
 struct Looked {
     host::Connection& connection;

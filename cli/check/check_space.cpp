@@ -8,6 +8,7 @@
 
 #include "cli/check/check_finding.h"
 #include "cli/check/step_needs.h"
+#include "cli/server/queries.h"
 #include "cli/server/server_version.h"
 
 namespace twupdate::cli {
@@ -15,18 +16,13 @@ namespace {
 
 using Kind = PendingDatabase::Kind;
 
-std::string Cell(host::Connection& connection, const std::string& sql) {
-    const auto rows = connection.Query(sql);
-    return rows->Next() && !rows->Get(0).IsNull() ? rows->Get(0).ToText() : std::string();
-}
-
 /// Whether the paths that the server names are this machine's: the connection goes through a
 /// socket, and no container gives the server a name of its own.
 bool IsOnThisMachine(host::Connection& connection) {
     std::array<char, 256> name{};
     gethostname(name.data(), name.size() - 1);
     return connection.HostInfo().find("socket") != std::string::npos &&
-           Cell(connection, "SELECT @@hostname;") == name.data();
+           FirstCell(connection, "SELECT @@hostname;") == name.data();
 }
 
 std::optional<std::uint64_t> FreeOnThisMachine(const std::string& folder) {
@@ -41,9 +37,10 @@ std::optional<std::uint64_t> FreeOnThisMachine(const std::string& folder) {
 std::optional<std::uint64_t> FreeFromServer(host::Connection& connection) {
     try {
         const std::string kilobytes =
-            Cell(connection,
-                 "SELECT available FROM information_schema.disks WHERE @@datadir LIKE "
-                 "CONCAT(path, '%') ORDER BY LENGTH(path) DESC LIMIT 1;");
+            FirstCell(connection,
+                      "SELECT available FROM information_schema.disks WHERE @@datadir LIKE "
+                      "CONCAT(path, '%') ORDER BY LENGTH(path) DESC LIMIT 1;")
+                .value_or("");
         return kilobytes.empty() ? std::nullopt
                                  : std::optional<std::uint64_t>(std::stoull(kilobytes) * 1024);
     } catch (const HostError&) {
@@ -115,7 +112,7 @@ void CheckSpace(const Session& session, const std::vector<PendingDatabase>& pend
     if (largest.bytes == 0) {
         return;
     }
-    const std::string folder = Cell(connection, "SELECT @@datadir;");
+    const std::string folder = FirstCell(connection, "SELECT @@datadir;").value_or("");
     const auto free =
         IsOnThisMachine(connection) ? FreeOnThisMachine(folder) : FreeFromServer(connection);
     if (!free) {

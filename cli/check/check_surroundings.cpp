@@ -184,10 +184,6 @@ class RootSiteColumns {
     std::vector<CheckFinding>& findings_;
 };
 
-bool HasRow(host::Connection& connection, const std::string& query) {
-    return connection.Query(query)->Next();
-}
-
 }  // namespace
 
 void CheckRootSite(const Session& session, const CheckScope& scope, const PendingRun& pending,
@@ -205,27 +201,28 @@ void CheckRootSite(const Session& session, const CheckScope& scope, const Pendin
     RootSiteColumns columns(database, stored, findings);
     const auto& name = scope.localHostName;
     if (!columns.Have("domain", "domainid domainname") ||
-        HasRow(connection,
-               fmt::format("SELECT 1 FROM {}.domain WHERE domainname = CONVERT(X'{:02X}' USING "
-                           "utf8mb4);",
-                           database,
-                           fmt::join(std::vector<unsigned char>(name.begin(), name.end()), "")))) {
+        HasRows(connection,
+                fmt::format("SELECT 1 FROM {}.domain WHERE domainname = CONVERT(X'{:02X}' USING "
+                            "utf8mb4)",
+                            database,
+                            fmt::join(std::vector<unsigned char>(name.begin(), name.end()), "")))) {
         return;
     }
     const std::string group =
         fmt::format(" FROM {}.group_table WHERE displayname = 'local Visitor'", database);
     if (!columns.Have("group_table", "groupid displayname") ||
-        !HasRow(connection, "SELECT 1" + group + ";") ||
+        !HasRows(connection, "SELECT 1" + group) ||
         !columns.Have("domaingroup", "groupid domainid domaingrouptype")) {
         return;
     }
     if (stored.tables.at("domaingroup").key.size() == 3 &&
-        HasRow(connection,
-               fmt::format("SELECT 1 FROM {0}.domaingroup g INNER JOIN information_schema.tables t "
-                           "ON t.auto_increment = g.domainid WHERE t.table_schema = '{0}' AND "
-                           "t.table_name = 'domain' AND g.domaingrouptype = 0 AND g.groupid = "
-                           "(SELECT groupid{1} LIMIT 1);",
-                           database, group))) {
+        HasRows(
+            connection,
+            fmt::format("SELECT 1 FROM {0}.domaingroup g INNER JOIN information_schema.tables t "
+                        "ON t.auto_increment = g.domainid WHERE t.table_schema = '{0}' AND "
+                        "t.table_name = 'domain' AND g.domaingrouptype = 0 AND g.groupid = "
+                        "(SELECT groupid{1} LIMIT 1)",
+                        database, group))) {
         findings.push_back({database, "domaingroup", std::string(RootSiteColumns::kStep),
                             "a row is left over of the id that the next domain gets",
                             "delete the rows of domains that there are not"});

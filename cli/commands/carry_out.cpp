@@ -14,6 +14,7 @@
 #include "cli/run/trace.h"
 #include "cli/server/blockers.h"
 #include "cli/server/restore_mark.h"
+#include "cli/server/server_errors.h"
 #include "cli/terminal/text.h"
 #include "twupdate/error.h"
 

@@ -8,6 +8,7 @@
 #include "cli/run/run_lock.h"
 #include "cli/server/installation.h"
 #include "cli/server/layout.h"
+#include "cli/server/queries.h"
 #include "cli/server/session.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
@@ -42,7 +43,7 @@ std::string Unfinished(const Session& session, const std::filesystem::path& inst
     std::error_code ignored;
     const auto data = installFolder / "resources" / "componenttypeData.txt";
     const bool hasData = std::filesystem::file_size(data, ignored) > 0 && !ignored;
-    return hasData && !connection.Query("SELECT 1 FROM tw_tarnwick.componenttype LIMIT 1;")->Next()
+    return hasData && !HasRows(connection, "SELECT 1 FROM tw_tarnwick.componenttype")
                ? "its table componenttype has no rows"
                : "";
 }

@@ -17,6 +17,7 @@
 #include "cli/server/grants.h"
 #include "cli/server/innodb_settings.h"
 #include "cli/server/layout.h"
+#include "cli/server/queries.h"
 #include "cli/server/root_site.h"
 #include "cli/server/session.h"
 #include "cli/terminal/failure.h"
@@ -102,8 +103,7 @@ GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& wo
     GlobalOptions copy;
     copy.datadir = workdir / "server";
     copy.charset = options.charset;
-    const auto mode = source.Query("SELECT @@SESSION.sql_mode;");
-    copy.sqlMode = mode->Next() ? mode->Get(0).ToText() : "";
+    copy.sqlMode = SqlMode(source);
     copy.installFolder = workdir / "component";
     copy.localHostName = options.localHostName;
     copy.servicesLog = workdir / "services.jsonl";
@@ -131,15 +131,6 @@ void LeaveOut(host::Connection& copy, const std::vector<SiteRow>& all,
                 "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", site.siteId));
         }
     }
-}
-
-std::vector<std::string> Column(host::Connection& connection, const std::string& sql) {
-    std::vector<std::string> values;
-    const auto rows = connection.Query(sql);
-    while (rows->Next()) {
-        values.push_back(rows->Get(0).ToText());
-    }
-    return values;
 }
 
 /// Triggers and routines run with the rights of the account that defined them, which must be there.
@@ -180,10 +171,10 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
         // The versions are rows of the central database, so it is always copied whole.
         scope.rows = !schemaOnly || database == "tw_tarnwick";
         // A view may show another database, which is not copied; no step reads one.
-        scope.leftOut =
-            Column(connection, fmt::format("SELECT table_name FROM information_schema.tables WHERE "
-                                           "table_schema = '{}' AND table_type = 'VIEW';",
-                                           database));
+        scope.leftOut = FirstColumn(
+            connection, fmt::format("SELECT table_name FROM information_schema.tables WHERE "
+                                    "table_schema = '{}' AND table_type = 'VIEW';",
+                                    database));
         if (!HasRight(connection, database, "TRIGGER")) {
             withoutTriggers.push_back(database);
         }

@@ -76,9 +76,9 @@ bool IsOwn(host::Connection& connection, const std::string& definer) {
 
 /// The server then takes triggers and functions from those alone who may do anything.
 bool DistrustsFunctions(host::Connection& connection) {
-    const auto settings = connection.Query(
-        "SELECT @@GLOBAL.log_bin AND NOT @@GLOBAL.log_bin_trust_function_creators;");
-    return settings->Next() && settings->Get(0).ToBool();
+    return FirstCell(connection,
+                     "SELECT @@GLOBAL.log_bin AND NOT @@GLOBAL.log_bin_trust_function_creators;") ==
+           "1";
 }
 
 /// What the dump holds beside its tables takes rights of its own.

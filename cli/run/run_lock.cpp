@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "cli/server/queries.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -10,11 +11,12 @@ namespace {
 
 /// Who holds the lock, as far as the user may see it.
 std::string Holder(host::Connection& connection) {
-    const auto used = connection.Query(fmt::format("SELECT IS_USED_LOCK('{}');", RunLock::kName));
-    if (!used->Next() || used->Get(0).IsNull()) {
+    const std::string id =
+        FirstCell(connection, fmt::format("SELECT IS_USED_LOCK('{}');", RunLock::kName))
+            .value_or("");
+    if (id.empty()) {
         return "another run";  // it has just ended
     }
-    const std::string id = used->Get(0).ToText();
     const auto process = connection.Query(
         fmt::format("SELECT user, host, CAST(NOW() - INTERVAL time SECOND AS CHAR) "
                     "FROM information_schema.processlist WHERE id = {};",

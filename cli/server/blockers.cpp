@@ -2,26 +2,25 @@
 
 #include <fmt/format.h>
 
+#include "cli/server/queries.h"
+#include "cli/server/server_errors.h"
 #include "cli/terminal/text.h"
 #include "twupdate/error.h"
 
 namespace twupdate::cli {
 namespace {
 
-std::string TextOf(const Value& value) {
-    return value.IsNull() ? std::string() : value.ToText();
-}
-
 /// Rows of: id, user, host, command, seconds, statement, what it holds.
 std::vector<std::string> Describe(host::Connection& connection, const std::string& sql) {
     std::vector<std::string> lines;
     const auto rows = connection.Query(sql);
     while (rows->Next()) {
-        const std::string statement = TextOf(rows->Get(5));
-        std::string line = fmt::format(
-            "connection {} of {}@{}, {} for {} s, {}", TextOf(rows->Get(0)), TextOf(rows->Get(1)),
-            TextOf(rows->Get(2)), TextOf(rows->Get(3)) == "Sleep" ? "idle" : "busy",
-            TextOf(rows->Get(4)), TextOf(rows->Get(6)));
+        const std::string statement = TextOrEmpty(rows->Get(5));
+        std::string line =
+            fmt::format("connection {} of {}@{}, {} for {} s, {}", TextOrEmpty(rows->Get(0)),
+                        TextOrEmpty(rows->Get(1)), TextOrEmpty(rows->Get(2)),
+                        TextOrEmpty(rows->Get(3)) == "Sleep" ? "idle" : "busy",
+                        TextOrEmpty(rows->Get(4)), TextOrEmpty(rows->Get(6)));
         if (!statement.empty()) {
             line += ": " + ShortStatement(WithoutPasswords(statement));
         }
@@ -31,10 +30,9 @@ std::vector<std::string> Describe(host::Connection& connection, const std::strin
 }
 
 bool HasMetadataLockInfo(host::Connection& connection) {
-    const auto rows = connection.Query(
-        "SELECT 1 FROM information_schema.plugins WHERE plugin_name = 'METADATA_LOCK_INFO' AND "
-        "plugin_status = 'ACTIVE';");
-    return rows->Next();
+    return HasRows(connection,
+                   "SELECT 1 FROM information_schema.plugins WHERE plugin_name = "
+                   "'METADATA_LOCK_INFO' AND plugin_status = 'ACTIVE'");
 }
 
 }  // namespace
@@ -67,8 +65,7 @@ std::vector<std::string> LockHolders(const Session& session, const std::string& 
                 "(t.trx_id IS NOT NULL OR p.command = 'Query') ORDER BY p.time DESC LIMIT 20;",
                 ours));
     } catch (const HostError& error) {
-        constexpr std::uint32_t kAccessDenied = 1227;
-        return error.Code() == kAccessDenied
+        return error.Code() == kNeedsGlobalPrivilege
                    ? std::vector<std::string>{"a connection that only users with the right PROCESS "
                                               "are shown"}
                    : std::vector<std::string>{};

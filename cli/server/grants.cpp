@@ -7,6 +7,7 @@
 #include <regex>
 #include <tuple>
 
+#include "cli/server/server_errors.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
@@ -76,7 +77,6 @@ Grants::Grants(std::vector<Grant> grants) : grants_(std::move(grants)) {
 }
 
 std::optional<Grants> Grants::Of(host::Connection& connection) {
-    constexpr std::uint32_t kRunsWithoutGrants = 1290;
     const std::regex form(
         R"(^GRANT (.*) ON (?:`([^`]*)`|(\*))\.(?:`([^`]*)`|\*) TO (`[^`]*`@`[^`]*`|\S*)(?: .*)?$)");
     std::vector<Grant> grants;

@@ -7,14 +7,12 @@
 #include <utility>
 
 #include "cli/server/restore_mark.h"
+#include "cli/server/server_errors.h"
 #include "cli/terminal/failure.h"
 #include "twupdate/ladder.h"
 
 namespace twupdate::cli {
 namespace {
-
-constexpr std::uint32_t kUnknownDatabase = 1049;
-constexpr std::uint32_t kUnknownTable = 1146;
 
 Value FieldOf(const Recordset& rows, std::string_view column) {
     return rows.Fields().Item(column).Value();

@@ -1,21 +1,31 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "twupdate_host/connection.h"
 
-// What several parts ask of a server, with one rule for what is missing.
+// What several parts ask of a server, with one rule: a database, table or column that is missing,
+// or that the user may not read, has no rows. Whoever needs it there tells so by a message of its
+// own.
 namespace twupdate::cli {
 
-/// True when the query, in which "{0}" stands for the database, has a row; false where a table or
-/// column is missing or may not be read, which are findings of their own.
+/// The first cell of the first row, NULL as an empty text; nothing without rows.
+std::optional<std::string> FirstCell(host::Connection& connection, const std::string& query);
+
+/// The first cell of each row, NULL as an empty text.
+std::vector<std::string> FirstColumn(host::Connection& connection, const std::string& query);
+
+/// Whether the query has a row. It comes without LIMIT and semicolon.
+bool HasRows(host::Connection& connection, const std::string& query);
+
+/// The same of a query in which "{0}" stands for the database.
 bool HasRows(host::Connection& connection, const std::string& database, std::string_view query);
 
-/// The first column of a query of which a step asks only when its tables are there, NULL as an
-/// empty text; none where a table or column is missing.
-std::vector<std::string> FirstColumn(host::Connection& connection, const std::string& query);
+/// A value as text, NULL as an empty one.
+std::string TextOrEmpty(const Value& value);
 
 /// True for the server's errors that a database, table or column is not there.
 bool IsMissing(const HostError& error);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "cli/server/server_errors.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 #include "twupdate/error.h"
@@ -16,7 +17,6 @@ std::string RestoreMarkStatement(const std::string& database) {
 }
 
 void MarkForRestore(host::Connection& connection, const std::string& database) {
-    constexpr std::uint32_t kUnknownDatabase = 1049;
     try {
         connection.Execute(RestoreMarkStatement(database));
     } catch (const HostError& error) {

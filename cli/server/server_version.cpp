@@ -4,6 +4,8 @@
 #include <sstream>
 #include <utility>
 
+#include "cli/server/queries.h"
+
 namespace twupdate::cli {
 
 ServerVersion::ServerVersion(std::string version)
@@ -16,8 +18,7 @@ ServerVersion::ServerVersion(std::string version)
 }
 
 ServerVersion ServerVersion::Of(host::Connection& connection) {
-    const auto row = connection.Query("SELECT VERSION();");
-    return ServerVersion(row->Next() ? row->Get(0).ToText() : "");
+    return ServerVersion(FirstCell(connection, "SELECT VERSION();").value_or(""));
 }
 
 std::string ServerVersion::Name() const {

@@ -4,12 +4,10 @@
 
 #include <cmath>
 
+#include "cli/server/queries.h"
+
 namespace twupdate::cli {
 namespace {
-
-std::string TextOrEmpty(const Value& value) {
-    return value.IsNull() ? std::string() : value.ToText();
-}
 
 /// "utf8mb4" of "utf8mb4_general_ci".
 std::string CharsetOf(const std::string& collation) {
@@ -55,11 +53,12 @@ const StoredColumn* StoredTables::Find(const std::string& table, const std::stri
 
 StoredTables ReadStoredTables(host::Connection& connection, const std::string& database) {
     StoredTables stored;
-    const auto schema = connection.Query(
-        fmt::format("SELECT default_character_set_name FROM information_schema.schemata WHERE "
-                    "schema_name = '{}';",
-                    database));
-    stored.charset = schema->Next() ? TextOrEmpty(schema->Get(0)) : "";
+    stored.charset =
+        FirstCell(connection,
+                  fmt::format("SELECT default_character_set_name FROM information_schema.schemata "
+                              "WHERE schema_name = '{}';",
+                              database))
+            .value_or("");
     const auto tables = connection.Query(
         fmt::format("SELECT t.table_name, t.table_collation, e.transactions, t.auto_increment FROM "
                     "information_schema.tables t LEFT JOIN information_schema.engines e ON "
@@ -107,11 +106,10 @@ StoredTables ReadStoredTables(host::Connection& connection, const std::string& d
 }
 
 bool IsTextIn(host::Connection& connection, const std::string& charset, const std::string& bytes) {
-    const auto same = connection.Query(
-        fmt::format("SELECT BINARY CONVERT(CONVERT(CONVERT(given USING {0}) USING {1}) USING {0}) "
-                    "= given FROM (SELECT X'{2}' AS given) bytes;",
-                    SessionCharset(connection), charset, Hex(bytes)));
-    return same->Next() && !same->Get(0).IsNull() && same->Get(0).ToText() == "1";
+    return FirstCell(connection,
+                     fmt::format("SELECT BINARY CONVERT(CONVERT(CONVERT(given USING {0}) USING "
+                                 "{1}) USING {0}) = given FROM (SELECT X'{2}' AS given) bytes;",
+                                 SessionCharset(connection), charset, Hex(bytes))) == "1";
 }
 
 std::string TextLiteral(const std::string& text) {
@@ -119,9 +117,7 @@ std::string TextLiteral(const std::string& text) {
 }
 
 std::string SessionCharset(host::Connection& connection) {
-    const auto charset = connection.Query("SELECT @@SESSION.character_set_client;");
-    charset->Next();
-    return charset->Get(0).ToText();
+    return FirstCell(connection, "SELECT @@SESSION.character_set_client;").value_or("");
 }
 
 }  // namespace twupdate::cli

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+
+// The numbers by which the server tells its errors apart.
+namespace twupdate::cli {
+
+inline constexpr std::uint32_t kDatabaseDenied = 1044;
+inline constexpr std::uint32_t kUnknownDatabase = 1049;
+inline constexpr std::uint32_t kUnknownColumn = 1054;
+inline constexpr std::uint32_t kTableDenied = 1142;
+inline constexpr std::uint32_t kColumnDenied = 1143;
+inline constexpr std::uint32_t kUnknownTable = 1146;
+inline constexpr std::uint32_t kLockWaitTimeout = 1205;
+inline constexpr std::uint32_t kNeedsGlobalPrivilege = 1227;
+inline constexpr std::uint32_t kRunsWithoutGrants = 1290;
+
+}  // namespace twupdate::cli
