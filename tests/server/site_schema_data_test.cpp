@@ -34,6 +34,31 @@ TEST_F(SiteSchemaData, EachKindOfLinkFieldGetsItsTargetForm) {
     expectTargets();
 }
 
+// The server finds the type in any letter case; only the exact word is a link of one record.
+TEST_F(SiteSchemaData, ALinkTypeInOtherLettersIsFoundButIsNoLinkOfOneRecord) {
+    LoadSite(7, {Group::kForms});
+    LoadForm(7, 50, {{3, "formlink", 0, 60}});
+    Sql("UPDATE tw_7.formfield SET type = 'FormLink';"
+        "INSERT INTO tw_7.formlink(linkid, formfieldid) VALUES(1, 3), (2, 4);");
+    RunStep("SiteSchemaStep_1_0075", 7);
+    EXPECT_THAT(Rows("SELECT linkid, objformid FROM tw_7.formlink ORDER BY linkid"),
+                ElementsAre("1 | 60", "2 | 0"));
+    EXPECT_THAT(Rows("SHOW COLUMNS FROM tw_7.form_50 LIKE 'field_3_targetformid'"), IsEmpty());
+}
+
+// On a real server too, the name is a pattern.
+TEST_F(SiteSchemaData, AnUnderscoreInTheNameOfATableStandsForAnyCharacter) {
+    Sql("CREATE DATABASE tw_7; CREATE TABLE tw_7.axb(a INT); CREATE TABLE tw_7.a1c(a INT);");
+    Update update;
+    update.Configure(Host());
+    UpdateTestPeer peer(update);
+    EXPECT_TRUE(peer.TableExists("tw_7", "a_b"));
+    EXPECT_TRUE(peer.TableExists("tw_7", "a_c"));
+    EXPECT_TRUE(peer.TableExists("tw_7", "axb"));
+    EXPECT_FALSE(peer.TableExists("tw_7", "a_d"));
+    EXPECT_FALSE(peer.TableExists("tw_7", "a_bb"));
+}
+
 TEST_F(SiteSchemaData, AMissingFormTableEndsTheLinkTargetsAtItsRowAndKeepsTheEarlierOnes) {
     LoadSite(7, {Group::kForms});
     LoadForm(7, 50, {{3, "formlink", 0, 60}});
@@ -150,8 +175,8 @@ TEST_F(SiteSchemaData, LookupFieldsAreNumberedAndKeepTheirNumbers) {
 TEST_F(SiteSchemaData, FeedParametersAreTheSameAfterTwoRuns) {
     MakeFullSiteAt_1_0224(7);
     RunRungsUpTo(7, 1.0232);
-    Sql("UPDATE tw_7.externallookupfeedfield SET featureid = 16, formfieldid = 4 "
-        "WHERE fieldid = 31;");
+    Sql("UPDATE tw_7.externallookupfeedfield SET featureid = 16, formfieldid = 4, "
+        "minrequestlength = 3, maxrequestlength = 40 WHERE fieldid = 31;");
     for (int pass = 1; pass <= 2; ++pass) {
         RunStep("SiteSchemaStep_1_0233", 7);
         // Field 32 has no parameter name and gives no row.
@@ -159,7 +184,7 @@ TEST_F(SiteSchemaData, FeedParametersAreTheSameAfterTwoRuns) {
                          "maxlength FROM tw_7.externallookupfeedparam ORDER BY sequence"),
                     ElementsAre("16 | country | 0 | GB | 0 | 1 | -1 | -1",
                                 "16 | key | 0 | it's | 0 | 2 | -1 | -1",
-                                "16 | postcode | 1 |  | 4 | 999 | 3 | -1"));
+                                "16 | postcode | 1 |  | 4 | 999 | 3 | 40"));
     }
 }
 
@@ -322,6 +347,15 @@ TEST_F(UploadedFilesOnServer, HundredAndTwentyRecordsAreEachMeasuredByTheirOwnFi
         RunStep("SiteSchemaStep_1_0251", 7);
         EXPECT_EQ(Measured(), expected);
     }
+}
+
+TEST_F(UploadedFilesOnServer, OnlyAValueThatBeginsWithAParentStepIsMeasured) {
+    WriteFile("wwwroot/sites/7/files/a.pdf", "abc");
+    MakeForm(false, {"xx/files/a.pdf", "/./files/a.pdf", "..x/files/a.pdf", "/files/a.pdf",
+                     " ../files/a.pdf", "../files/a.pdf"});
+    RunStep("SiteSchemaStep_1_0251", 7);
+    EXPECT_THAT(Measured(), ElementsAre("1 | -1 | ", "2 | -1 | ", "3 | -1 | ", "4 | -1 | ",
+                                        "5 | -1 | ", "6 | 3 | pdf"));
 }
 
 TEST_F(UploadedFilesOnServer, StrangeValuesAreLeftUnmeasured) {

@@ -266,6 +266,85 @@ TEST(OrderDetailsTags, AgreesWithTheDefinitionOnRandomTexts) {
     EXPECT_GT(withSeveralTags, 2000U);
 }
 
+std::string Repeated(std::string_view text, std::size_t times) {
+    std::string repeated;
+    repeated.reserve(text.size() * times);
+    for (std::size_t i = 0; i < times; ++i) {
+        repeated += text;
+    }
+    return repeated;
+}
+
+TEST(OrderDetailsTags, AboveSixtyFourTagsAReplacementIsNotSearchedAgain) {
+    const std::string nested =
+        "<#OrderDetails:Name=A<#OrderDetails:Name=B,Id=total#>,Id=orderid#> "
+        "<#OrderDetails:Name=B#>,Id=orderid#>";  // two tags
+    const std::string plain = "<#OrderDetails:Name=C,Id=charges#>";
+    const std::string converted = "<#Embed.17.2:C#>";
+    EXPECT_EQ(Convert(nested + Repeated(plain, 62)),
+              "<#Embed.17.3:A<#Embed.17.0:B#>#> <#Embed.17.0:B#>#>" + Repeated(converted, 62));
+    EXPECT_EQ(Convert(nested + Repeated(plain, 63)),
+              "<#Embed.17.3:A<#OrderDetails:Name=B#>,Id=orderid#> <#Embed.17.0:B#>#>" +
+                  Repeated(converted, 63));
+}
+
+/// What is made of a text with many nested tags, in the simplest way: every tag is replaced where
+/// it stands, by what the first of its wording gives.
+struct InPlace {
+    std::size_t matches = 0;
+    bool nested = false;
+    std::string converted;
+
+    explicit InPlace(const std::string& text) {
+        static const std::regex pattern(
+            "(?:&lt;|<)#OrderDetails:Name=([^,]+),Id=([^#]+)#(?:&gt;|>)");
+        static const std::map<std::string, std::string> codes(kCodes.begin(), kCodes.end());
+        std::map<std::string, std::string> replacements;
+        std::string code;
+        std::string rest = text;
+        for (std::smatch match; std::regex_search(rest, match, pattern); rest = match.suffix()) {
+            ++matches;
+            nested = nested || match[1].str().find("#OrderDetails:Name=") != std::string::npos;
+            const auto known = codes.find(match[2].str());
+            if (known != codes.end()) {
+                code = known->second;
+            }
+            replacements.emplace(match[0].str(), "<#Embed." + code + ":" + match[1].str() + "#>");
+            converted += match.prefix().str() + replacements.at(match[0].str());
+        }
+        converted += rest;
+    }
+};
+
+TEST(OrderDetailsTags, ManyNestedTagsAreReplacedWhereTheyStand) {
+    const std::vector<std::string> fragments = {"<#OrderDetails:Name=",
+                                                "&lt;#OrderDetails:Name=",
+                                                "<#OrderDetails:Name=A,Id=total#>",
+                                                "<#OrderDetails:Name=A,Id=x#>",
+                                                "<#OrderDetails:Name=B,Id=x#&gt;",
+                                                "<#OrderDetails:Name=B#>,Id=orderid#>",
+                                                ",Id=orderid#>",
+                                                ",Id=x#>",
+                                                "A",
+                                                "B",
+                                                "#>",
+                                                " "};
+    std::mt19937 random(20260102);
+    std::size_t manyNested = 0;
+    for (int i = 0; i < 300; ++i) {
+        std::string text;
+        for (int count = 0; count < 250; ++count) {
+            text += fragments[random() % fragments.size()];
+        }
+        const InPlace reference(text);
+        if (reference.matches > 64 && reference.nested) {
+            ++manyNested;
+            ASSERT_EQ(Convert(text), reference.converted) << text;
+        }
+    }
+    EXPECT_GT(manyNested, 200U);
+}
+
 /// Milliseconds that the conversion takes.
 template <typename Check>
 auto Milliseconds(const std::string& text, const Check& check) {
@@ -274,15 +353,6 @@ auto Milliseconds(const std::string& text, const Check& check) {
     const auto end = std::chrono::steady_clock::now();
     check(converted);
     return std::chrono::duration_cast<std::chrono::milliseconds>(end - begin).count();
-}
-
-std::string Repeated(std::string_view text, std::size_t times) {
-    std::string repeated;
-    repeated.reserve(text.size() * times);
-    for (std::size_t i = 0; i < times; ++i) {
-        repeated += text;
-    }
-    return repeated;
 }
 
 // Far above what a linear conversion takes in a debug build, far below what a quadratic one does.

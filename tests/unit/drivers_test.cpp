@@ -7,15 +7,18 @@
 #include <iterator>
 #include <limits>
 
+#include "support/calls_by_step.h"
 #include "support/recording_host.h"
 #include "support/update_test_peer.h"
 
 namespace twupdate {
 namespace {
 
+using test::CallsByStep;
 using test::RecordingHost;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 // A version at which no step of the central ladders is left, but which is still below the current
 // one.
@@ -126,8 +129,17 @@ TEST_F(Drivers, ImportMasterDataWalksNoSitesAndWritesNoVersion) {
     EXPECT_THAT(host->log, IsEmpty());
 }
 
+TEST_F(Drivers, SiteOneIsASiteLikeEveryOther) {
+    host->catalogue.AddTable("tw_1", "tw_site(siteid BIGINT)");
+    EXPECT_EQ(update.UpdateImportMasterData(1, 1.0263), -1);
+    EXPECT_THAT(host->log, ElementsAre("reader DESCRIBE tw_1.tw_site;",
+                                       "execute ALTER TABLE tw_1.tw_site ADD COLUMN querycachettl "
+                                       "INT DEFAULT 0 NOT NULL;"));
+}
+
 TEST_F(Drivers, ACurrentSiteIsLeftAlone) {
     EXPECT_EQ(update.UpdateSite(7, kCurrentVersion), -1);
+    EXPECT_EQ(update.UpdateSite(7, 1.0264), -1);
     EXPECT_EQ(update.UpdateSite(7, 2), -1);
     EXPECT_THAT(host->log, IsEmpty());
 }
@@ -343,8 +355,10 @@ TEST_F(WholeInstallation, AVersionThatIsNotANumberRunsEverything) {
     EXPECT_EQ(StepsRun(), NamesOf({Ladder::kServer, Ladder::kServerData, Ladder::kSiteSchema,
                                    Ladder::kSiteContent},
                                   0));
-    EXPECT_EQ(host->log.back(), kInstallationWriteLine);
     EXPECT_FALSE(host->Lines("service").empty());
+    ASSERT_GE(host->log.size(), 2U);
+    EXPECT_EQ(*(host->log.end() - 2), "refresh");
+    EXPECT_EQ(host->log.back(), kInstallationWriteLine);
 }
 
 TEST_F(WholeInstallation, TheServerRunsComeInFullBeforeTheSites) {
@@ -355,6 +369,35 @@ TEST_F(WholeInstallation, TheServerRunsComeInFullBeforeTheSites) {
         expected.push_back(step);
     }
     EXPECT_EQ(StepsRun(), expected);
+}
+
+// The step that ends the last ladder of a site makes one call: no version may stand before it.
+const std::string kLastCallOfASite = "service ResetSiteComponent 7 5600";
+
+TEST_F(WholeInstallation, EachVersionIsWrittenOnceWhenItsLaddersHaveEnded) {
+    AnswerSites(1.0);
+    update.UpdateServer(1.0);
+    ASSERT_GE(host->log.size(), 4U);
+    const std::vector<std::string> tail(host->log.end() - 4, host->log.end());
+    EXPECT_THAT(tail, ElementsAre(kLastCallOfASite, SiteWriteLine(kSite), "refresh",
+                                  kInstallationWriteLine));
+    EXPECT_THAT(host->Lines("command"), SizeIs(3));  // the enumeration and the two writes
+}
+
+TEST_F(WholeInstallation, AFailureOfTheLastStepLeavesTheVersionOfItsSite) {
+    UpdateTestPeer(update).RunSiteSchemaLadder(kSite, 0);
+    AnswerSites(1.0260);
+    host->log.clear();
+    update.UpdateServer(kNoServerStepsLeft);
+    const auto last = std::find(host->log.begin(), host->log.end(), kLastCallOfASite);
+    ASSERT_NE(last, host->log.end());
+    const auto calls = static_cast<std::size_t>(last - host->log.begin()) + 1;
+
+    host->log.clear();
+    host->FailAt(calls);
+    EXPECT_THROW(update.UpdateServer(kNoServerStepsLeft), HostError);
+    EXPECT_EQ(host->log.back(), kLastCallOfASite);
+    EXPECT_THAT(host->Lines("command"), SizeIs(1));  // the enumeration
 }
 
 TEST_F(WholeInstallation, RefreshesTheApplicationOnceAfterTheSitesBelow1_0041) {
@@ -370,6 +413,195 @@ TEST_F(WholeInstallation, RefreshesTheApplicationOnceAfterTheSitesBelow1_0041) {
 TEST_F(WholeInstallation, DoesNotRefreshTheApplicationFrom1_0041On) {
     update.UpdateServer(1.0041);
     EXPECT_EQ(std::count(host->log.begin(), host->log.end(), "refresh"), 0);
+}
+
+/// What tells a step from its neighbours: a part of a call that it makes on site 7 (or on the
+/// central database), or nothing for a step that makes none where there are no files.
+struct Mark {
+    double threshold;
+    std::string part;
+};
+
+const std::vector<Mark> kServerMarks = {
+    {1.0002, "ADD COLUMN mailserverusername "},
+    {1.0013, "ADD COLUMN base "},
+    {1.0024, "ADD COLUMN redirecttodefault "},
+    {1.0026, "ADD COLUMN defaultfeatureid "},
+    {1.0030, "CREATE TABLE IF NOT EXISTS tw_tarnwick.schedule("},
+    {1.0035, "CAST(associatepercentage AS BINARY)"},
+    {1.0039, "ADD INDEX domainname_idx("},
+    {1.0040, "ADD INDEX tasktype_idx("},
+    {1.0041, "ADD COLUMN transaction "},
+    {1.0047, "MODIFY COLUMN creditlimit "},
+    {1.0056, "MODIFY COLUMN schedule "},
+    {1.0063, "ADD COLUMN selfexport "},
+    {1.0074, "ADD COLUMN serverstarted "},
+    {1.0076, "ADD COLUMN associatecookielife "},
+    {1.0220, "ADD COLUMN sitestarted "},
+    {1.0223, "ADD INDEX cartorderid_idx("},
+    {1.0253, "CREATE TABLE IF NOT EXISTS tw_tarnwick.emailerror("},
+    {1.0264, "ADD COLUMN querycachettl "},
+};
+
+const std::string kImport = "execute DELETE FROM tw_tarnwick.componenttype;";
+const std::string kRootSite = "query SELECT siteid FROM tw_tarnwick.site WHERE parentsiteid = 0;";
+
+const std::vector<Mark> kServerDataMarks = {
+    {1.0019, kImport},
+    {1.0025, kImport},
+    {1.0026, "tw_tarnwick.defaultdocument"},
+    {1.0030, "tw_logs"},
+    {1.0034, kImport},
+    {1.0036, kRootSite},
+    {1.0063, "SET selfexport = -1"},
+    {1.0065, kImport},
+    {1.0079, kImport},
+    {1.0081, kImport},
+    {1.0088, kImport},
+    {1.0091, kImport},
+    {1.0092, kImport},
+    {1.0210, kImport},
+    {1.0221, kImport},
+    {1.0223, kImport},
+    {1.0230, kImport},
+    {1.0231, kImport},
+    {1.0233, kImport},
+    {1.0244, kImport},
+    {1.0252, kRootSite},
+    {1.0257, kImport},
+    {1.0263, kImport},
+};
+
+const std::vector<Mark> kSiteContentMarks = {
+    {1.0001, "WHERE operator = 'PAGE'"},
+    {1.0002, "UpgradeSiteComponent 7 1000"},
+    {1.0003, "SET blankoptiontext = defaultvalue"},
+    {1.0004, "UpgradeSiteComponent 7 3700"},
+    {1.0005, "SET navdepth = 1"},
+    {1.0006, "ADD INDEX updatetime_idx("},
+    {1.0007, "RefreshSiteComponent 7 2400"},
+    {1.0008, "InitialiseSiteComponent 7 100"},
+    {1.0009, "'span.TreeLink%'"},
+    {1.0010, "ADD INDEX eventid_idx("},
+    {1.0011, ""},
+    {1.0012, "tw_7.tagdependancy"},
+    {1.0015, "RefreshSiteComponent 7 1500"},
+    {1.0016, ""},
+    {1.0017, "tw_7.layoutelement"},
+    {1.0019, "texttype = 22"},
+    {1.0020, "'TargetInstanceIds'"},
+    {1.0021, "'LONavHidden'"},
+    {1.0022, "RefreshSiteComponent 7 3000"},
+    {1.0023, "ADD INDEX navigationid_idx("},
+    {1.0025, "ADD INDEX threadid_idx("},
+    {1.0026, "'ExplicitLayoutElements'"},
+    {1.0027, "UpgradeSiteComponent 7 2300"},
+    {1.0029, "RefreshSiteComponent 7 2600"},
+    {1.0030, ""},
+    {1.0031, "componentid IN(400, 500)"},
+    {1.0032, "ResetSiteComponent 7 4100"},
+    {1.0037, "SELECT elementid FROM tw_7.forum"},
+    {1.0039, "SET threadroot = -1"},
+    {1.0042, "SET linktype = 1"},
+    {1.0043, "ADD COLUMN ishtml "},
+    {1.0044, "componentid IN(900, 3700)"},
+    {1.0048, "UpgradeSiteComponent 7 1000"},
+    {1.0049, "SELECT emailid, fromlist"},
+    {1.0050, "REPLACE(fromlist, '#Embed.', '#E-Embed.')"},
+    {1.0051, "RefreshSiteComponent 7 1450"},
+    {1.0053, "REPLACE(fromlist, '#Embed.', '#E-Embed.')"},
+    {1.0054, "tw_7.security"},
+    {1.0055, "'Order Payment'"},
+    {1.0057, "UpgradeSiteComponent 7 3600"},
+    {1.0058, "UpgradeSiteComponent 7 1200"},
+    {1.0061, "name LIKE '.LO%'"},
+    {1.0062, "ResetSiteComponent 7 3900"},
+    {1.0063, ""},
+    {1.0066, "tw_7.cache WHERE type = 2"},
+    {1.0068, "SET hideitemifnooptions = -1"},
+    {1.0069, "'Order Completion'"},
+    {1.0071, "UpgradeSiteComponent 7 1000"},
+    {1.0072, "'%basefont%'"},
+    {1.0074, "ADD INDEX tagid_idx("},
+    {1.0078, "UpgradeSiteComponent 7 1000"},
+    {1.0080, "UpgradeSiteComponent 7 1000"},
+    {1.0081, "'DefaultBillingCountryId'"},
+    {1.0082, "tw_7.cache WHERE type = 0"},
+    {1.0086, "ResetSiteComponent 7 4300"},
+    {1.0087, "ResetSiteComponent 7 1000"},
+    {1.0089, "'Form Record Change'"},
+    {1.0090, "ResetSiteComponent 7 3100"},
+    {1.0091, "SELECT formfeatureid FROM tw_7.form"},
+    {1.0094, "RefreshSiteComponent 7 1000"},
+    {1.0096, "ResetSiteComponent 7 500"},
+    {1.0098, ""},
+    {1.0099, "emptybasketlink"},
+    {1.0100, "ResetSiteComponent 7 1200"},
+    {1.0222, "tw_7.feature WHERE componentid = 100 "},
+    {1.0223, "tw_7.commission"},
+    {1.0225, "options + 32"},
+    {1.0229, "externallookupfeedfield"},
+    {1.0234, "qbxviewconfigured"},
+    {1.0235, "RefreshSiteComponent 7 1000"},
+    {1.0236, "SET valuetype = 7"},
+    {1.0237, "'canonical'"},
+    {1.0238, "UpgradeSiteComponent 7 3700"},
+    {1.0239, "UpgradeSiteComponent 7 100"},
+    {1.0240, ""},
+    {1.0242, "tw_7.formtemplate"},
+    {1.0245, "RefreshSiteComponent 7 3700"},
+    {1.0254, "'gainsboro'"},
+    {1.0255, "'dhtml'"},
+    {1.0256, "layoutzonenavlevel"},
+    {1.0257, "'WordMatchType'"},
+    {1.0258, "UpgradeSiteComponent 7 2600"},
+    {1.0259, "SELECT formfeatureid FROM tw_7.form"},
+    {1.0261, "ResetSiteComponent 7 5600"},
+};
+
+bool Bears(const std::vector<std::string>& calls, const std::string& part) {
+    if (part.empty()) {
+        return calls.empty();
+    }
+    return std::any_of(calls.begin(), calls.end(), [&](const std::string& call) {
+        return call.find(part) != std::string::npos;
+    });
+}
+
+/// Every rung has made the calls of its own step, and the marks tell it from its neighbours.
+void ExpectMarks(Ladder ladder, const std::vector<Mark>& marks,
+                 const std::vector<CallsByStep::Run>& runs) {
+    std::vector<std::vector<std::string>> calls;
+    for (const auto& run : runs) {
+        if (run.step.ladder == ladder) {
+            ASSERT_LT(calls.size(), marks.size());
+            EXPECT_EQ(run.step.threshold, marks[calls.size()].threshold);
+            calls.push_back(run.calls);
+        }
+    }
+    ASSERT_EQ(calls.size(), marks.size());
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        EXPECT_TRUE(Bears(calls[i], marks[i].part))
+            << LadderName(ladder) << " " << marks[i].threshold;
+        for (const std::size_t neighbour : {i - 1, i + 1}) {
+            if (neighbour < marks.size() && marks[neighbour].part != marks[i].part) {
+                EXPECT_FALSE(Bears(calls[neighbour], marks[i].part))
+                    << LadderName(ladder) << " " << marks[i].threshold << ": its mark is borne by "
+                    << marks[neighbour].threshold << " too";
+            }
+        }
+    }
+}
+
+TEST_F(WholeInstallation, EachRungMakesTheCallsOfItsOwnStep) {
+    const auto calls = std::make_shared<CallsByStep>(*host);
+    host->observer = calls;
+    host->installFolder = TWUPDATE_SOURCE_FOLDER;  // for the reference data
+    AnswerSites(0);
+    update.UpdateServer(0);
+    ExpectMarks(Ladder::kServer, kServerMarks, calls->runs);
+    ExpectMarks(Ladder::kServerData, kServerDataMarks, calls->runs);
+    ExpectMarks(Ladder::kSiteContent, kSiteContentMarks, calls->runs);
 }
 
 TEST_F(WholeInstallation, ASiteAt1_0027RunsTheSiteMapStepTwiceAndAt1_0028Once) {

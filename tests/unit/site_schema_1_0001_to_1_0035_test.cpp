@@ -307,6 +307,23 @@ TEST_F(SiteSchema_1_0001_to_1_0035, WithoutFloatFieldsOnlyTheFixedColumnsBecomeD
               "DOUBLE DEFAULT 0 NOT NULL");
 }
 
+TEST_F(SiteSchema_1_0001_to_1_0035, EveryFloatFieldOfEveryFormBecomesDouble) {
+    MakeBareSite();
+    Tables().AddTable("tw_7", "formfield(formfieldid INT, featureid INT, type VARCHAR(20))");
+    Tables().AddTable("tw_7", "form_50(replyid INT, field_1 FLOAT, field_2 FLOAT, field_3 FLOAT)");
+    Tables().AddTable("tw_7", "form_60(replyid INT, field_4 FLOAT)");
+    host->Answer("SELECT featureid, formfieldid FROM tw_7.formfield WHERE type = 'float';",
+                 {{"featureid", "formfieldid"}, {{50, 1}, {60, 4}, {50, 3}}});
+    UpgradeTo("SiteSchemaStep_1_0035");
+    Run("SiteSchemaStep_1_0035");
+    EXPECT_EQ(host->openRecordsets, 0);
+    const std::string converted = "DOUBLE DEFAULT 0 NOT NULL";
+    EXPECT_EQ(Tables().Definition("tw_7", "form_50", "field_1"), converted);
+    EXPECT_EQ(Tables().Definition("tw_7", "form_50", "field_2"), "FLOAT");  // of another type
+    EXPECT_EQ(Tables().Definition("tw_7", "form_50", "field_3"), converted);
+    EXPECT_EQ(Tables().Definition("tw_7", "form_60", "field_4"), converted);
+}
+
 TEST_F(SiteSchema_1_0001_to_1_0035, AMissingTableThatIsNotTestedEndsTheStep) {
     MakeBareSite();
     Tables().DropTable("tw_7", "security");

@@ -155,6 +155,22 @@ TEST_F(SiteSchema_1_0037_to_1_0069, OnlyMoneyBecomesDecimal) {
     EXPECT_EQ(Tables().Definition("tw_7", "form_50", "field_1"), "DOUBLE DEFAULT 0 NOT NULL");
 }
 
+TEST_F(SiteSchema_1_0037_to_1_0069, EveryMoneyFieldOfEveryFormBecomesDecimal) {
+    MakeBareSite();
+    Tables().AddTable("tw_7", "formfield(formfieldid INT, featureid INT, type VARCHAR(20))");
+    Tables().AddTable("tw_7", "form_50(replyid INT, field_1 FLOAT, field_2 FLOAT, field_3 FLOAT)");
+    Tables().AddTable("tw_7", "form_60(replyid INT, field_4 FLOAT)");
+    host->Answer("SELECT featureid, formfieldid FROM tw_7.formfield WHERE type = 'currency';",
+                 {{"featureid", "formfieldid"}, {{50, 1}, {60, 4}, {50, 3}}});
+    EXPECT_THAT(ChangesOf("SiteSchemaStep_1_0047"),
+                ElementsAre("execute ALTER TABLE tw_7.form_50 MODIFY COLUMN field_1 "
+                            "DECIMAL(17,2) NOT NULL DEFAULT '0.00';",
+                            "execute ALTER TABLE tw_7.form_60 MODIFY COLUMN field_4 "
+                            "DECIMAL(17,2) NOT NULL DEFAULT '0.00';",
+                            "execute ALTER TABLE tw_7.form_50 MODIFY COLUMN field_3 "
+                            "DECIMAL(17,2) NOT NULL DEFAULT '0.00';"));
+}
+
 TEST_F(SiteSchema_1_0037_to_1_0069, WithoutAnyOfTheTablesNoMoneyIsConverted) {
     MakeBareSite();
     EXPECT_THAT(ChangesOf("SiteSchemaStep_1_0047"), IsEmpty());

@@ -1,3 +1,4 @@
+#include "support/temporary_folder.h"
 #include "unit/site_schema_fixture.h"
 
 namespace twupdate::test {
@@ -233,6 +234,29 @@ TEST_F(SiteSchema_1_0072_to_1_0224, LinksToSeveralRecordsChangeOnlyTheirOwnRowsA
         ChangesOf("SiteSchemaStep_1_0075"),
         ElementsAre("execute UPDATE tw_7.formlink SET objformid = 61 WHERE formfieldid = 4;",
                     "execute UPDATE tw_7.formlink SET objformid = 62 WHERE formfieldid = 6;"));
+}
+
+// The server finds the type in any letter case; only the exact word is a link of one record.
+TEST_F(SiteSchema_1_0072_to_1_0224, ALinkTypeInOtherLettersIsNoLinkOfOneRecord) {
+    MakeForms({{3, 50, "FormLink", 60}, {4, 50, "formlinks", 61}});
+    EXPECT_THAT(
+        ChangesOf("SiteSchemaStep_1_0075"),
+        ElementsAre("execute UPDATE tw_7.formlink SET objformid = 60 WHERE formfieldid = 3;",
+                    "execute UPDATE tw_7.formlink SET objformid = 61 WHERE formfieldid = 4;"));
+}
+
+TEST_F(SiteSchema_1_0072_to_1_0224, ViewsGetTheirTextAndThenTheSiteItsFiles) {
+    MakeFullSite();
+    const TemporaryFolder folder;
+    host->installFolder = folder / "bin";
+    folder.Write("templates/site/gs/a.js", "js");
+    // Without a web folder the files cannot be copied: what came before them stays.
+    EXPECT_THROW(Run("SiteSchemaStep_1_0079"), FileError);
+    EXPECT_EQ(Tables().Definition("tw_7", "formtemplateviewfield", "text"), "VARCHAR(100)");
+
+    folder.MakeFolder("wwwroot/sites/7");
+    Run("SiteSchemaStep_1_0079");
+    EXPECT_EQ(folder.Read("wwwroot/sites/7/gs/a.js"), "js");
 }
 
 TEST_F(SiteSchema_1_0072_to_1_0224, ANegativeTargetFormIsWrittenInPlainDecimal) {

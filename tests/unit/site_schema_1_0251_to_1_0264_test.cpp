@@ -204,7 +204,8 @@ TEST_F(UploadedFiles, FiftyValuesAreFollowedByAnEmptyBatch) {
 
 TEST_F(UploadedFiles, AValueThatDoesNotBeginWithAParentStepIsLeftAlone) {
     folder.Write("root/wwwroot/sites/7/files/a.pdf", "x");
-    Records({"files/a.pdf", "/files/a.pdf", "..\\files\\a.pdf", "..", "./../files/a.pdf", "x"});
+    Records({"files/a.pdf", "/files/a.pdf", "..\\files\\a.pdf", "..", "./../files/a.pdf", "x",
+             "xx/files/a.pdf", "/./files/a.pdf"});
     EXPECT_THAT(Measured(), IsEmpty());
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "support/calls_by_step.h"
 #include "unit/site_schema_fixture.h"
 
 namespace twupdate::test {
@@ -42,6 +43,28 @@ TEST_P(SiteSchemaStatements, AreExactlyTheseWithoutOptionalTables) {
 
 INSTANTIATE_TEST_SUITE_P(Of, SiteSchemaStatements, ::testing::ValuesIn(AllCases()),
                          [](const auto& instance) { return instance.param.step; });
+
+TEST_F(SiteSchema, EachRungOfAWalkSendsTheStatementsOfItsOwnStep) {
+    MakeFullSite();
+    const auto calls = std::make_shared<CallsByStep>(*host);
+    host->observer = calls;
+    peer.RunSiteSchemaLadder(7, 1.0);
+    const auto cases = AllCases();
+    auto expected = cases.begin();
+    ASSERT_EQ(calls->runs.size(), 92U);
+    for (const auto& [rung, sent] : calls->runs) {
+        // Two thresholds call the step before them once more.
+        const bool again = rung.threshold == 1.0030 || rung.threshold == 1.0250;
+        if (again) {
+            --expected;
+        }
+        ASSERT_NE(expected, cases.end());
+        EXPECT_EQ(rung.name, expected->step);
+        EXPECT_THAT(sent, ElementsAreArray(expected->script.For(again ? kFullAgain : kFullFirst)))
+            << rung.threshold;
+        ++expected;
+    }
+}
 
 TEST(SiteSchemaCases, CoverEveryStepOfTheLadderInItsOrder) {
     std::vector<std::string> covered;
