@@ -10,7 +10,6 @@ namespace twupdate {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
@@ -295,8 +294,11 @@ TEST_F(CoreDb, CreatesTheTwentyThreeTablesToTheLetter) {
             created.push_back(sql);
         }
     }
-    EXPECT_THAT(created, ElementsAreArray(kCreations));
-    EXPECT_THAT(kCreations, SizeIs(23));
+    ASSERT_THAT(kCreations, SizeIs(23));
+    ASSERT_EQ(created.size(), kCreations.size());
+    for (std::size_t i = 0; i < created.size(); ++i) {
+        EXPECT_EQ(created[i], kCreations[i]);
+    }
 }
 
 TEST_F(CoreDb, RecordsTheVersionRightAfterItsTable) {
