@@ -164,23 +164,6 @@ Failing FirstLongTextDefault(const Looked& at, const PendingDatabase& database) 
     return {};
 }
 
-Failing FirstRowNumber(const Looked& at, const PendingDatabase& database) {
-    if (database.kind != Kind::kSite) {
-        return {};
-    }
-    const PendingRun run = database.Run();
-    if (run.Has("SiteContentStep_1_0020")) {
-        return {"SiteContentStep_1_0020", "navigation"};
-    }
-    if (run.Has("SiteContentStep_1_0223") &&
-        FirstCell(
-            at.connection,
-            fmt::format("SELECT 1 FROM {}.commission WHERE orderid > 0 LIMIT 1;", database.name))) {
-        return {"SiteContentStep_1_0223", "commission"};
-    }
-    return {};
-}
-
 /// What a server of that version cannot do of what is pending: of each database the first step
 /// that needs it.
 void CheckVersion(const Looked& at, std::vector<CheckFinding>& findings) {
@@ -198,12 +181,6 @@ void CheckVersion(const Looked& at, std::vector<CheckFinding>& findings) {
                      cure + ", or " +
                          at.RunWithout(
                              {"STRICT_TRANS_TABLES", "STRICT_ALL_TABLES", "TRADITIONAL"})});
-            }
-        }
-        if (!at.version.HasRowNumber()) {
-            if (const auto [step, table] = FirstRowNumber(at, database); !step.empty()) {
-                findings.push_back({database.name, table, std::string(step),
-                                    server + ", which has no ROW_NUMBER()", cure});
             }
         }
     }

@@ -24,7 +24,6 @@ class ServerVersion {
     bool TakesLongTextDefaults() const { return mariaDb_ && number_ >= 100201; }
     /// And drops them so: the rows stay as they are.
     bool AddsColumnsInstantly() const { return mariaDb_ && number_ >= 100400; }
-    bool HasRowNumber() const { return number_ >= (mariaDb_ ? 100200 : 80000); }
 
   private:
     std::string text_;

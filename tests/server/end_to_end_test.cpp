@@ -421,6 +421,8 @@ class Cuts : public EndToEnd {
              std::regex("^ALTER TABLE \\S+ ADD COLUMN (startfadein|starthidedelay|startfadeout) ")},
             {"e-mails not all converted",
              std::regex("^(SELECT \\* FROM \\S+\\.email |UPDATE \\S+\\.email SET fromlist = ')")},
+            {"links of caches that are gone",
+             std::regex("^DELETE FROM \\S+\\.featurecache WHERE cacheid IN")},
             {"start marks not all set",
              std::regex("^(SELECT DISTINCT s\\.siteid FROM |UPDATE \\S+ SET serverstarted = -1)")},
             {"the local domain without its group",

@@ -28,13 +28,9 @@ TEST_F(SiteContentWithoutOptionalTables, TheWholeLadderSkipsWhatNeedsThemAndDoes
     const RowSnapshot before = RowsOf("tw_7");
     Upgrade(7, 1.0);
     EXPECT_THAT(SiteChanges(before, RowsOf("tw_7")),
-                UnorderedElementsAre(
-                    "event 1: name 'Form Record Change' -> 'Record Change'",
-                    "tag 1: cssorder 0 -> 50", "layoutelement 1: name '' -> 'Layout Element 4'",
-                    "- setting 1: overrideid 1, name 'IgnoreWordFragments', type 'boolean', "
-                    "integer_value -1",
-                    "+ setting: overrideid 1, name 'WordMatchType', type 'integer', "
-                    "integer_value 1"));
+                UnorderedElementsAre("event 1: name 'Form Record Change' -> 'Record Change'",
+                                     "tag 1: cssorder 0 -> 50",
+                                     "layoutelement 1: name '' -> 'Layout Element 4'"));
 }
 
 // --- Charges ------------------------------------------------------------------------------------

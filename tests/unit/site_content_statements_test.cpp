@@ -410,8 +410,8 @@ TEST(SiteContentCaches, PermissionCachesGoWithTheirLinks) {
     host->Answer("SELECT cacheid FROM tw_7.cache WHERE type = 2 AND templateid > 0;",
                  {{"cacheid"}, {{4}, {9}, {12}}});
     EXPECT_THAT(RunStep(host, "SiteContentStep_1_0066"),
-                ElementsAre("execute DELETE FROM tw_7.featurecache WHERE cacheid IN(4,9,12);",
-                            "execute DELETE FROM tw_7.cache WHERE cacheid IN(4,9,12);",
+                ElementsAre("execute DELETE FROM tw_7.cache WHERE cacheid IN(4,9,12);",
+                            "execute DELETE FROM tw_7.featurecache WHERE cacheid IN(4,9,12);",
                             "execute UPDATE tw_7.feature SET permissioncacheid = 0 WHERE "
                             "permissioncacheid > 0;"));
 }
@@ -421,8 +421,8 @@ TEST(SiteContentCaches, StyleCachesGoWithTheirLinks) {
     host->Answer("SELECT cacheid FROM tw_7.cache WHERE type = 0 AND templateid > 0;",
                  {{"cacheid"}, {{5}}});
     EXPECT_THAT(RunStep(host, "SiteContentStep_1_0082"),
-                ElementsAre("execute DELETE FROM tw_7.featurecache WHERE cacheid IN(5);",
-                            "execute DELETE FROM tw_7.cache WHERE cacheid IN(5);",
+                ElementsAre("execute DELETE FROM tw_7.cache WHERE cacheid IN(5);",
+                            "execute DELETE FROM tw_7.featurecache WHERE cacheid IN(5);",
                             "execute UPDATE tw_7.feature SET stylecacheid = 0 WHERE stylecacheid "
                             "> 0;",
                             "execute UPDATE tw_7.tag SET cssorder = 50 WHERE name = '.LOpage';"));
@@ -472,7 +472,7 @@ TEST(SiteContentStyles, TreeLinkStylesAreCopiedToTheNewSelector) {
                     "span.SiteTreeLink[suffix]');",
                     "execute INSERT INTO tw_7.attribute(tagid, name, value) SELECT 90, a.name, "
                     "a.value FROM tw_7.attribute a LEFT JOIN tw_7.attribute own ON own.tagid = 90 "
-                    "AND BINARY own.name = BINARY a.name WHERE a.tagid = 3 AND own.attributeid IS "
+                    "AND own.name = a.name WHERE a.tagid = 3 AND own.attributeid IS "
                     "NULL AND a.name <> 'height' AND a.name NOT LIKE 'padding%';"));
 }
 

@@ -12,7 +12,7 @@ void Update::SiteContentStep_1_0237(std::int32_t siteId) {
         return OpenRecordset(Sql("SELECT s.settingid, o.featureid, s.string_value FROM ", db,
                                  ".setting s INNER JOIN ", db,
                                  ".override o ON o.overrideid = s.overrideid "
-                                 "WHERE BINARY s.name = 'canonical' AND s.settingid > ",
+                                 "WHERE s.name = 'canonical' AND s.settingid > ",
                                  last, " ORDER BY s.settingid LIMIT 50;"));
     };
     ForEachRowInPages("settingid", canonicalSettings, [&](const Recordset& setting) {
@@ -30,7 +30,7 @@ void Update::SiteContentStep_1_0237(std::int32_t siteId) {
                     ".override o ON o.featureid = f.featureid INNER JOIN ", db,
                     ".setting s ON s.overrideid = o.overrideid "
                     "SET f.directurlreplacementchar = LEFT(s.string_value, 1) "
-                    "WHERE BINARY s.name = 'DirectURLReplacementChar' "
+                    "WHERE s.name = 'DirectURLReplacementChar' "
                     "AND LENGTH(s.string_value) > 0;"));
     }
 }

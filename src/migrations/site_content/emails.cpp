@@ -33,7 +33,7 @@ std::int32_t Update::EventBeingAdded(StringRef db, std::int32_t featureId, Strin
     const std::string interimName = SqlEscape(name + " (being added)");
     const std::int32_t found = FirstNumber(
         OpenRecordset(Sql("SELECT eventid FROM ", db, ".event WHERE featureid = ", featureId,
-                          " AND BINARY name = '", interimName, "' ORDER BY eventid LIMIT 1;")),
+                          " AND name = '", interimName, "' ORDER BY eventid LIMIT 1;")),
         "eventid");
     if (found != 0) {
         return found;
@@ -71,7 +71,7 @@ void Update::AddResetPasswordEvent(std::int32_t siteId) {
     const auto pagesWithoutEvent = [&](std::int32_t last) {
         return OpenRecordset(
             Sql("SELECT f.featureid FROM ", db, ".feature f LEFT JOIN ", db,
-                ".event e ON e.featureid = f.featureid AND BINARY e.name = 'Reset Password' "
+                ".event e ON e.featureid = f.featureid AND e.name = 'Reset Password' "
                 "WHERE f.componentid = 100 AND e.eventid IS NULL AND f.featureid > ",
                 last, " ORDER BY f.featureid LIMIT 50;"));
     };
@@ -87,7 +87,7 @@ void Update::AddResetPasswordEvent(std::int32_t siteId) {
 std::int32_t Update::ResetPasswordEmail(StringRef db, std::int32_t featureId) {
     const std::int32_t found = FirstNumber(
         OpenRecordset(Sql("SELECT emailid FROM ", db, ".email WHERE featureid = ", featureId,
-                          " AND BINARY type = 'resetpassword' ORDER BY emailid LIMIT 1;")),
+                          " AND type = 'resetpassword' ORDER BY emailid LIMIT 1;")),
         "emailid");
     if (found != 0) {
         return found;
@@ -162,7 +162,7 @@ void Update::SiteContentStep_1_0055(std::int32_t siteId) {
         return OpenRecordset(
             Sql("SELECT f.featureid FROM ", db, ".feature f LEFT JOIN ", db,
                 ".event e ON e.featureid = f.featureid "
-                "AND BINARY e.name IN('Order Payment', 'Order Completion') "
+                "AND e.name IN('Order Payment', 'Order Completion') "
                 "WHERE f.componentid = 1000 AND e.eventid IS NULL AND f.featureid > ",
                 last, " ORDER BY f.featureid LIMIT 50;"));
     };
@@ -171,10 +171,9 @@ void Update::SiteContentStep_1_0055(std::int32_t siteId) {
         const std::int32_t eventId = EventBeingAdded(db, featureId, "Order Payment");
         std::int32_t sequence = 0;
         const auto paymentEmails = [&](std::int32_t last) {
-            return OpenRecordset(Sql("SELECT emailid FROM ", db,
-                                     ".email WHERE featureid = ", featureId,
-                                     " AND BINARY type = 'postorderpayment' AND emailid > ", last,
-                                     " ORDER BY emailid LIMIT 20;"));
+            return OpenRecordset(Sql("SELECT emailid FROM ", db, ".email WHERE featureid = ",
+                                     featureId, " AND type = 'postorderpayment' AND emailid > ",
+                                     last, " ORDER BY emailid LIMIT 20;"));
         };
         ForEachRowInPages("emailid", paymentEmails, [&](const Recordset& email) {
             AddEmailPart(db, eventId, ++sequence, "Order payment email",

@@ -41,7 +41,7 @@ void Update::RecordFormFeatureId(StringRef db, std::int32_t formFeatureId) {
     }
     Execute(Sql("UPDATE ", db, ".setting SET type = 'integer', integer_value = ", formFeatureId,
                 " WHERE overrideid = ", overrideId,
-                " AND BINARY name = 'FormFeatureId' AND (BINARY type <> 'integer' "
+                " AND name = 'FormFeatureId' AND (type <> 'integer' "
                 "OR integer_value <> ",
                 formFeatureId, ");"));
 }

@@ -63,12 +63,12 @@ void Update::SiteContentStep_1_0026(std::int32_t siteId) {
 void Update::ConvertExplicitLayoutElements(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
     const auto pageOfSettings = [&](std::int32_t last) {
-        return OpenRecordset(Sql(
-            "SELECT s.settingid, s.overrideid, o.featureid FROM ", db, ".setting s INNER JOIN ", db,
-            ".override o ON o.overrideid = s.overrideid "
-            "WHERE BINARY s.name = 'ExplicitLayoutElements' AND s.type = 'text' "
-            "AND s.settingid > ",
-            last, " ORDER BY s.settingid LIMIT 50;"));
+        return OpenRecordset(Sql("SELECT s.settingid, s.overrideid, o.featureid FROM ", db,
+                                 ".setting s INNER JOIN ", db,
+                                 ".override o ON o.overrideid = s.overrideid "
+                                 "WHERE s.name = 'ExplicitLayoutElements' AND s.type = 'text' "
+                                 "AND s.settingid > ",
+                                 last, " ORDER BY s.settingid LIMIT 50;"));
     };
     ForEachRowInPages("settingid", pageOfSettings, [&](const Recordset& setting) {
         const std::int32_t featureId = Int32Field(setting, "featureid");
@@ -87,7 +87,8 @@ void Update::ConvertExplicitLayoutElements(std::int32_t siteId) {
         const std::int32_t settingId = Int32Field(setting, "settingid");
         const auto list = OpenRecordset(
             Sql("SELECT text FROM ", db, ".setting WHERE settingid = ", settingId, ";"));
-        const std::string sequences = FieldText(list->Fields().Item("text"));
+        const std::string sequences =
+            list->IsEOF() ? std::string() : FieldText(list->Fields().Item("text"));
         list->Close();
         if (!SettingExists(db, overrideId, "LayoutElementType")) {
             AddIntegerSetting(db, overrideId, "LayoutElementType", 1);

@@ -4,9 +4,6 @@
 
 namespace twupdate {
 
-// Setting names are compared as bytes: the columns' collations take no notice of letter case, and
-// a setting of another case is another setting.
-
 std::int32_t Update::OverrideOfPage(StringRef db, std::int32_t featureId) {
     const std::int32_t found = FirstNumber(
         OpenRecordset(Sql("SELECT overrideid FROM ", db, ".override WHERE featureid = ", featureId,
@@ -21,7 +18,7 @@ std::int32_t Update::OverrideOfPage(StringRef db, std::int32_t featureId) {
 
 bool Update::SettingExists(StringRef db, std::int32_t overrideId, StringRef name) {
     return HasRow(OpenRecordset(Sql("SELECT settingid FROM ", db, ".setting WHERE overrideid = ",
-                                    overrideId, " AND BINARY name = '", SqlEscape(name), "';")));
+                                    overrideId, " AND name = '", SqlEscape(name), "';")));
 }
 
 std::string Update::TextSetting(StringRef db, std::int32_t featureId, StringRef name) {
@@ -29,7 +26,7 @@ std::string Update::TextSetting(StringRef db, std::int32_t featureId, StringRef 
         Sql("SELECT IF(s.type = 'string', s.string_value, s.text) AS text FROM ", db,
             ".override o INNER JOIN ", db,
             ".setting s ON s.overrideid = o.overrideid WHERE o.featureid = ", featureId,
-            " AND BINARY s.name = '", SqlEscape(name), "' ORDER BY s.settingid LIMIT 1;"));
+            " AND s.name = '", SqlEscape(name), "' ORDER BY s.settingid LIMIT 1;"));
     std::string text = rows->IsEOF() ? std::string() : FieldText(rows->Fields().Item("text"));
     rows->Close();
     return text;

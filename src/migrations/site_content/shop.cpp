@@ -1,6 +1,10 @@
 #include <array>
+#include <cmath>
+#include <limits>
 #include <map>
+#include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "dbutil/sql.h"
@@ -20,6 +24,39 @@ constexpr std::array<const char*, 13> kShowFlags{
     "ShowShippingAddress",  "ShowShippingCountry",     "ShowShippingPostCode",
     "ShowShippingEmail",
 };
+
+/// A payment that carries no order yet.
+struct Payment {
+    std::string id;              // a BIGINT, which text carries whole
+    std::optional<double> date;  // in seconds
+    bool isTaken = false;
+};
+
+/// The number of seconds in the column; nothing for NULL.
+std::optional<double> Seconds(const Recordset& row, std::string_view column) {
+    return row.Fields().Item(column).Value().IsNull() ? std::nullopt
+                                                      : std::optional(DoubleField(row, column));
+}
+
+/// The payment whose date is nearest, one without a date being the farthest and the first of
+/// equals the nearest; null when all are taken.
+Payment* NearestPayment(std::vector<Payment>& payments, std::optional<double> date) {
+    Payment* nearest = nullptr;
+    double shortest = 0;
+    for (Payment& payment : payments) {
+        if (payment.isTaken) {
+            continue;
+        }
+        const double distance = !payment.date ? std::numeric_limits<double>::infinity()
+                                : date        ? std::abs(*payment.date - *date)
+                                              : 0;
+        if (nearest == nullptr || distance < shortest) {
+            nearest = &payment;
+            shortest = distance;
+        }
+    }
+    return nearest;
+}
 
 /// "line 1, line 2" of the lines that are not empty.
 std::string JoinLines(const std::string& line1, const std::string& line2) {
@@ -43,27 +80,31 @@ void Update::SiteContentStep_1_0054(std::int32_t siteId) {
     if (TableExists(db, "datafeedfield")) {
         for (const std::string_view prompt : {"Billing Address", "Shipping Address", "Address"}) {
             Execute(Sql("UPDATE ", db, ".datafeedfield SET prompt = '", prompt,
-                        "' WHERE BINARY prompt = '", prompt, " 1';"));
+                        "' WHERE prompt = '", prompt, " 1';"));
         }
     }
 }
 
 void Update::AddDisplaySequences(StringRef db, std::int32_t featureId) {
-    std::map<std::string, Value> flags;
-    ForEachRow(OpenRecordset(
-                   Sql("SELECT s.name, s.integer_value FROM ", db, ".override o INNER JOIN ", db,
-                       ".setting s ON s.overrideid = o.overrideid WHERE o.featureid = ", featureId,
-                       " AND s.type = 'boolean';")),
-               [&](const Recordset& setting) {
-                   flags.emplace(TextField(setting, "name"), Int32Field(setting, "integer_value"));
-               });
-    bool storesFlags = false;
+    std::string names;
     for (const char* flag : kShowFlags) {
-        storesFlags = storesFlags || flags.contains(flag);
+        names += Sql(", '", flag, "'");
     }
+    std::map<std::string, Value> flags;
+    ForEachRow(OpenRecordset(Sql("SELECT FIELD(s.name", names, ") AS place, s.integer_value FROM ",
+                                 db, ".override o INNER JOIN ", db,
+                                 ".setting s ON s.overrideid = o.overrideid WHERE o.featureid = ",
+                                 featureId, " AND s.type = 'boolean' ORDER BY s.settingid;")),
+               [&](const Recordset& setting) {
+                   const auto place = static_cast<std::size_t>(Int32Field(setting, "place"));
+                   if (place > 0) {
+                       flags.emplace(kShowFlags.at(place - 1),
+                                     Int32Field(setting, "integer_value"));
+                   }
+               });
     std::string billing = "0,1,2,3,4,5,6,7,8,9,10";
     std::string shipping = billing;
-    if (storesFlags) {
+    if (!flags.empty()) {
         const auto cart = std::make_shared<StoredSettings>(std::move(flags));
         billing = CreateCartFieldSequence(cart, "ShowBillingName", "ShowBillingOrganization",
                                           "ShowBillingAddress", "ShowBillingCountry",
@@ -127,8 +168,8 @@ void Update::SiteContentStep_1_0081(std::int32_t siteId) {
                     db, ".setting s INNER JOIN ", db,
                     ".override o ON o.overrideid = s.overrideid INNER JOIN ", db,
                     ".feature f ON f.featureid = o.featureid LEFT JOIN ", db,
-                    ".setting c ON c.overrideid = s.overrideid AND BINARY c.name = '", copy,
-                    "' WHERE f.componentid = 1000 AND BINARY s.name = 'DefaultCountryId' "
+                    ".setting c ON c.overrideid = s.overrideid AND c.name = '", copy,
+                    "' WHERE f.componentid = 1000 AND s.name = 'DefaultCountryId' "
                     "AND c.settingid IS NULL ORDER BY s.settingid;"));
     }
 }
@@ -166,41 +207,49 @@ void Update::RequireCartOrderColumn(std::int32_t siteId) {
 /// commission's payment is the one of its amount that carries no order yet and whose date is
 /// nearest; the commissions choose in the order of their ids.
 void Update::LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std::int32_t upTo) {
-    // A commission whose order a matching payment carries already is left out. Of the others each
-    // gets as many candidates as there are commissions in the page: the rest cannot take them all.
-    const auto candidates = OpenRecordset(Sql(
-        "SELECT commissionid, orderid, userid, commission, accountpaymentid FROM ("
-        "SELECT c.commissionid, c.orderid, c.userid, c.commission, p.accountpaymentid, "
-        "ROW_NUMBER() OVER (PARTITION BY c.commissionid ORDER BY p.paymentdate IS NULL, "
-        "ABS(TIMESTAMPDIFF(SECOND, p.paymentdate, c.created)), p.accountpaymentid) AS place FROM ",
-        kCentralDatabase, ".account a STRAIGHT_JOIN ", kCentralDatabase,
-        ".accountpayment p ON p.accountid = a.accountid STRAIGHT_JOIN ", SiteDatabase(siteId),
-        ".commission c ON c.userid = a.userid AND c.commission = p.amount WHERE a.siteid = ",
-        siteId, " AND p.cartorderid = 0 AND c.orderid > 0 AND c.commissionid > ", above,
-        " AND c.commissionid <= ", upTo, " AND NOT EXISTS(SELECT 1 FROM ", kCentralDatabase,
-        ".accountpayment l INNER JOIN ", kCentralDatabase,
-        ".account b ON b.accountid = l.accountid WHERE b.siteid = ", siteId,
-        " AND b.userid = c.userid AND l.amount = c.commission AND l.cartorderid = c.orderid)"
-        ") candidates WHERE place <= ",
-        kCommissionsPerPage, " ORDER BY commissionid, place;"));
-    std::int32_t done = 0;
-    std::set<std::string> taken;
-    std::set<std::string> linked;
-    ForEachRow(candidates, [&](const Recordset& candidate) {
-        const std::int32_t commissionId = Int32Field(candidate, "commissionid");
-        const std::int32_t orderId = Int32Field(candidate, "orderid");
-        // The id is a BIGINT, which text carries whole.
-        const std::string paymentId = TextField(candidate, "accountpaymentid");
-        const std::string match = Sql(orderId, " ", Int32Field(candidate, "userid"), " ",
-                                      TextField(candidate, "commission"));
-        if (commissionId == done || taken.contains(paymentId) || linked.contains(match)) {
-            return;
+    const std::string ofPage =
+        Sql("orderid > 0 AND commissionid > ", above, " AND commissionid <= ", upTo);
+    using UserAndAmount = std::pair<std::int32_t, std::string>;
+    const auto userAndAmount = [](const Recordset& row) {
+        return UserAndAmount(Int32Field(row, "userid"), TextField(row, "commission"));
+    };
+    std::map<UserAndAmount, std::vector<Payment>> payments;
+    ForEachRow(
+        OpenRecordset(Sql(
+            "SELECT p.accountpaymentid, c.userid, c.commission, TO_SECONDS(p.paymentdate) AS paid "
+            "FROM ",
+            kCentralDatabase, ".account a STRAIGHT_JOIN ", kCentralDatabase,
+            ".accountpayment p ON p.accountid = a.accountid STRAIGHT_JOIN "
+            "(SELECT DISTINCT userid, commission FROM ",
+            SiteDatabase(siteId), ".commission WHERE ", ofPage,
+            ") c ON c.userid = a.userid AND c.commission = p.amount WHERE a.siteid = ", siteId,
+            " AND p.cartorderid = 0 ORDER BY p.accountpaymentid;")),
+        [&](const Recordset& row) {
+            payments[userAndAmount(row)].push_back(
+                {TextField(row, "accountpaymentid"), Seconds(row, "paid")});
+        });
+
+    // A commission whose order a matching payment carries already is left out.
+    const auto commissions = OpenRecordset(
+        Sql("SELECT c.orderid, c.userid, c.commission, TO_SECONDS(c.created) AS earned FROM ",
+            SiteDatabase(siteId), ".commission c WHERE ", ofPage, " AND NOT EXISTS(SELECT 1 FROM ",
+            kCentralDatabase, ".accountpayment l INNER JOIN ", kCentralDatabase,
+            ".account b ON b.accountid = l.accountid WHERE b.siteid = ", siteId,
+            " AND b.userid = c.userid AND l.amount = c.commission AND l.cartorderid = c.orderid) "
+            "ORDER BY c.commissionid;"));
+    std::set<std::pair<std::int32_t, UserAndAmount>> linked;
+    ForEachRow(commissions, [&](const Recordset& commission) {
+        const std::int32_t orderId = Int32Field(commission, "orderid");
+        const UserAndAmount key = userAndAmount(commission);
+        Payment* payment = linked.contains({orderId, key})
+                               ? nullptr
+                               : NearestPayment(payments[key], Seconds(commission, "earned"));
+        if (payment != nullptr) {
+            Execute(Sql("UPDATE ", kCentralDatabase, ".accountpayment SET cartorderid = ", orderId,
+                        " WHERE accountpaymentid = ", payment->id, ";"));
+            payment->isTaken = true;
+            linked.emplace(orderId, key);
         }
-        Execute(Sql("UPDATE ", kCentralDatabase, ".accountpayment SET cartorderid = ", orderId,
-                    " WHERE accountpaymentid = ", paymentId, ";"));
-        done = commissionId;
-        taken.insert(paymentId);
-        linked.insert(match);
     });
 }
 

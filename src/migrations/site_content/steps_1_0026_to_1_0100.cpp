@@ -82,9 +82,8 @@ void Update::DropTemplateCaches(StringRef db, std::int32_t type) {
     if (ids.empty()) {
         return;
     }
-    // The links first: once the caches are gone, nothing tells which links were theirs.
-    Execute(Sql("DELETE FROM ", db, ".featurecache WHERE cacheid IN(", ids, ");"));
     Execute(Sql("DELETE FROM ", db, ".cache WHERE cacheid IN(", ids, ");"));
+    Execute(Sql("DELETE FROM ", db, ".featurecache WHERE cacheid IN(", ids, ");"));
 }
 
 // 6 and 7 are the view fields that offer a choice of options.

@@ -71,20 +71,21 @@ void Update::SiteContentStep_1_0256(std::int32_t siteId) {
 
 void Update::SiteContentStep_1_0257(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
-    if (TableExists(db, "formtemplateviewfield")) {
-        Execute(Sql("UPDATE ", db,
-                    ".formtemplateviewfield SET float_value = 1 "
-                    "WHERE formtemplateviewfieldtype = 22;"));
+    if (!TableExists(db, "formtemplateviewfield")) {
+        return;
     }
+    Execute(Sql("UPDATE ", db,
+                ".formtemplateviewfield SET float_value = 1 "
+                "WHERE formtemplateviewfieldtype = 22;"));
     Execute(Sql("INSERT INTO ", db,
                 ".setting(overrideid, name, type, integer_value) "
                 "SELECT s.overrideid, 'WordMatchType', 'integer', IF(s.integer_value = -1, 1, 0) "
                 "FROM ",
                 db, ".setting s LEFT JOIN ", db,
-                ".setting w ON w.overrideid = s.overrideid AND BINARY w.name = 'WordMatchType' "
-                "WHERE BINARY s.name = 'IgnoreWordFragments' AND w.settingid IS NULL "
+                ".setting w ON w.overrideid = s.overrideid AND w.name = 'WordMatchType' "
+                "WHERE s.name = 'IgnoreWordFragments' AND w.settingid IS NULL "
                 "ORDER BY s.settingid;"));
-    Execute(Sql("DELETE FROM ", db, ".setting WHERE BINARY name = 'IgnoreWordFragments';"));
+    Execute(Sql("DELETE FROM ", db, ".setting WHERE name = 'IgnoreWordFragments';"));
 }
 
 void Update::SiteContentStep_1_0258(std::int32_t siteId) {

@@ -79,7 +79,7 @@ void Update::CopyMissingAttributes(StringRef db, std::int32_t fromTagId, std::in
     Execute(Sql("INSERT INTO ", db, ".attribute(tagid, name, value) SELECT ", toTagId,
                 ", a.name, a.value FROM ", db, ".attribute a LEFT JOIN ", db,
                 ".attribute own ON own.tagid = ", toTagId,
-                " AND BINARY own.name = BINARY a.name WHERE a.tagid = ", fromTagId,
+                " AND own.name = a.name WHERE a.tagid = ", fromTagId,
                 " AND own.attributeid IS NULL", filter, ";"));
 }
 

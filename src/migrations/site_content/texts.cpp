@@ -100,7 +100,7 @@ void Update::SiteContentStep_1_0031(std::int32_t siteId) {
                                  db,
                                  ".text t ON t.featureid = f.featureid "
                                  "WHERE f.componentid IN(400, 500) AND t.subfeatureid = 0 "
-                                 "AND BINARY t.text <> '&nbsp;' AND f.featureid > ",
+                                 "AND t.text <> '&nbsp;' AND f.featureid > ",
                                  last, " ORDER BY f.featureid LIMIT 50;"));
     };
     ForEachRowInPages("featureid", pagesWithContent, [&](const Recordset& page) {
@@ -116,7 +116,7 @@ void Update::SiteContentStep_1_0044(std::int32_t siteId) {
             Sql("SELECT t.textid FROM ", db, ".text t INNER JOIN ", db,
                 ".feature f ON f.featureid = t.featureid "
                 "WHERE f.componentid IN(900, 3700) AND t.subfeatureid = 2 AND t.texttype = 0 "
-                "AND t.text IS NOT NULL AND t.textid > ",
+                "AND t.textid > ",
                 last, " ORDER BY t.textid LIMIT 50;"));
     };
     ForEachRowInPages("textid", thirdTexts, [&](const Recordset& text) {
