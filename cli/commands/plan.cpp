@@ -1,12 +1,14 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <map>
 #include <memory>
 #include <optional>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/plan_sql.h"
 #include "cli/commands/site_option.h"
 #include "cli/server/installation.h"
 #include "cli/server/left_out.h"
@@ -158,10 +160,36 @@ nlohmann::ordered_json JsonOf(const Plan& plan) {
     return result;
 }
 
-int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
+/// The central database, then the sites by their ids.
+std::vector<PlannedWalk> WalksOf(const Plan& plan) {
+    std::vector<PlannedWalk> walks;
+    for (const Group& group : plan.old) {
+        for (const std::int64_t site : group.sites) {
+            walks.push_back({static_cast<std::int32_t>(site), group.version});
+        }
+    }
+    std::sort(walks.begin(), walks.end(),
+              [](const auto& a, const auto& b) { return a.siteId < b.siteId; });
+    if (plan.central) {
+        walks.insert(walks.begin(), {0, plan.version});
+    }
+    return walks;
+}
+
+struct PlanOptions {
+    std::optional<std::int32_t> siteId;
+    bool sql = false;
+};
+
+int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& planOptions) {
+    const auto& siteId = planOptions.siteId;
     Session session(options);
     Installation installation(session.Own());
     Plan plan = MakePlan(installation, siteId);
+    if (planOptions.sql && (siteId || plan.central)) {
+        PrintStatements(session, options, WalksOf(plan), console);
+        return kDone;
+    }
     if (!siteId && !IsBelow(plan.version, kCurrentVersion)) {
         // The component looks at no site then.
         console.Print(fmt::format("Installation: version {} of {}; an upgrade would do nothing.",
@@ -188,11 +216,14 @@ int ShowPlan(const GlobalOptions& options, Console& console, std::optional<std::
 
 void AddPlan(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand("plan", "Show what an upgrade would run; writes nothing");
-    const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    AddSiteOption(*command, *siteId, "Show one site alone, as upgrade-site would run it");
-    command->callback([&invocation, siteId] {
-        invocation.run = [siteId](const GlobalOptions& options, Console& console) {
-            return ShowPlan(options, console, *siteId);
+    const auto planOptions = std::make_shared<PlanOptions>();
+    AddSiteOption(*command, planOptions->siteId,
+                  "Show one site alone, as upgrade-site would run it");
+    command->add_flag("--sql", planOptions->sql,
+                      "Print the statements themselves, as far as rows do not decide");
+    command->callback([&invocation, planOptions] {
+        invocation.run = [planOptions](const GlobalOptions& options, Console& console) {
+            return ShowPlan(options, console, *planOptions);
         };
     });
 }

@@ -8,10 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "support/catalogue.h"
 #include "twupdate/host.h"
+#include "twupdate_host/catalogue.h"
 
 namespace twupdate::test {
+
+using host::Catalogue;
+using host::ResultSet;
 
 /// A host without a server: it writes down every call, in order, and answers from a catalogue in
 /// memory (schema) and from answers that a test gives (rows).
@@ -74,6 +77,8 @@ class RecordingHost : public Utility {
                   const std::vector<Value>& parameters = {});
 
   private:
+    ResultSet RunOnCatalogue(const std::string& sql);
+
     struct Answers {
         std::deque<ResultSet> results;
     };

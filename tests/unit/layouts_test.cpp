@@ -3,11 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/catalogue.h"
+#include "twupdate_host/catalogue.h"
 
 namespace twupdate::test {
 namespace {
 
+using host::Catalogue;
 using sample::AllGroups;
 using sample::Group;
 using sample::Groups;

@@ -110,6 +110,7 @@ TEST_F(SchemaPrimitives, AddIndexIfMissingAddsOnce) {
 }
 
 TEST_F(SchemaPrimitives, AddIndexTakesAPrefix) {
+    host->catalogue.Run("ALTER TABLE tw_7.t ADD COLUMN pageroute VARCHAR(255);");
     peer.AddIndex("tw_7", "t", "pageroute_idx", "pageroute(20)");
     EXPECT_THAT(host->log,
                 ElementsAre("execute ALTER TABLE tw_7.t ADD INDEX pageroute_idx(pageroute(20));"));

@@ -148,7 +148,7 @@ TEST_F(SiteSchema_1_0037_to_1_0069, OnlyMoneyBecomesDecimal) {
     MakeFullSite();
     UpgradeTo("SiteSchemaStep_1_0047");
     Run("SiteSchemaStep_1_0047");
-    const std::string money = "DECIMAL(17,2) NOT NULL DEFAULT '0.00'";
+    const std::string money = "DECIMAL(17,2) DEFAULT 0.00 NOT NULL";
     EXPECT_EQ(Tables().Definition("tw_7", "commission", "commission"), money);
     EXPECT_EQ(Tables().Definition("tw_7", "form_50", "field_2"), money);
     EXPECT_EQ(Tables().Definition("tw_7", "commission", "percentage"), "DOUBLE DEFAULT 0 NOT NULL");

@@ -1,0 +1,134 @@
+#include "sql_tokens.h"
+#include "twupdate_host/catalogue.h"
+#include "twupdate_host/connection.h"
+
+namespace twupdate::host {
+namespace {
+
+std::string TextOf(const Rows& rows, std::size_t column) {
+    const Value value = rows.Get(column);
+    return value.IsNull() ? std::string() : value.ToText();
+}
+
+/// A default as one server shows it quoted and another one does not.
+std::optional<std::string> DefaultOf(const Value& value) {
+    if (value.IsNull() || value.ToText() == "NULL") {
+        return std::nullopt;
+    }
+    const std::string shown = value.ToText();
+    const auto tokens = Tokenize(shown);
+    return tokens.size() == 2 && tokens.front().kind == SqlToken::Kind::kText
+               ? tokens.front().Unescaped()
+               : shown;
+}
+
+using Tables = std::map<std::string, Catalogue::Table>;
+
+std::unique_ptr<Rows> Query(Connection& connection, std::string_view columns, std::string_view view,
+                            const std::string& database, std::string_view order) {
+    const Value name(database);
+    return connection.QueryPrepared(std::string("SELECT ")
+                                        .append(columns)
+                                        .append(" FROM information_schema.")
+                                        .append(view)
+                                        .append(" WHERE table_schema = ?")
+                                        .append(order)
+                                        .append(";"),
+                                    {&name, 1});
+}
+
+void ReadTables(Connection& connection, const std::string& database, Tables& tables) {
+    const auto rows =
+        Query(connection, "table_name, table_type, engine, row_format, table_collation", "tables",
+              database, "");
+    while (rows->Next()) {
+        Catalogue::Table& table = tables[TextOf(*rows, 0)];
+        table.isView = TextOf(*rows, 1).ends_with("VIEW");
+        table.engine = TextOf(*rows, 2);
+        table.rowFormat = TextOf(*rows, 3);
+        table.collation = TextOf(*rows, 4);
+        table.charset = table.collation.substr(0, table.collation.find('_'));
+    }
+}
+
+void ReadColumns(Connection& connection, const std::string& database, Tables& tables) {
+    const auto rows = Query(connection,
+                            "table_name, column_name, column_type, is_nullable, column_default, "
+                            "extra, character_set_name, collation_name",
+                            "columns", database, " ORDER BY table_name, ordinal_position");
+    while (rows->Next()) {
+        const std::string extra = LowerCase(TextOf(*rows, 5));
+        tables[TextOf(*rows, 0)].columns.push_back(
+            {.name = TextOf(*rows, 1),
+             .type = TextOf(*rows, 2),
+             .nullable = TextOf(*rows, 3) == "YES",
+             .defaultText = DefaultOf(rows->Get(4)),
+             .autoIncrement = extra.find("auto_increment") != std::string::npos,
+             .generated = extra.find(" generated") != std::string::npos,
+             .charset = TextOf(*rows, 6),
+             .collation = TextOf(*rows, 7)});
+    }
+}
+
+void ReadIndexes(Connection& connection, const std::string& database, Tables& tables) {
+    const auto rows =
+        Query(connection, "table_name, index_name, non_unique, column_name, sub_part", "statistics",
+              database, " ORDER BY table_name, index_name, seq_in_index");
+    while (rows->Next()) {
+        auto& indexes = tables[TextOf(*rows, 0)].indexes;
+        const std::string name = TextOf(*rows, 1);
+        if (indexes.empty() || indexes.back().name != name) {
+            indexes.push_back({name, TextOf(*rows, 2) == "0", {}});
+        }
+        const Value length = rows->Get(4);
+        indexes.back().parts.push_back(
+            {TextOf(*rows, 3), length.IsNull()
+                                   ? std::nullopt
+                                   : std::optional(static_cast<std::uint32_t>(length.ToInt32()))});
+    }
+}
+
+Catalogue::Defaults ReadDefaults(Connection& connection) {
+    const auto rows = connection.Query(
+        "SELECT @@default_storage_engine, @@innodb_default_row_format, @@character_set_server, "
+        "@@collation_server, @@version;");
+    rows->Next();
+    Catalogue::Defaults defaults{.engine = TextOf(*rows, 0),
+                                 .rowFormat = TextOf(*rows, 1),
+                                 .charset = TextOf(*rows, 2),
+                                 .collation = TextOf(*rows, 3)};
+    defaults.rowFormat.front() = static_cast<char>(defaults.rowFormat.front() - 'a' + 'A');
+    const std::string version = TextOf(*rows, 4);
+    defaults.displayWidths =
+        version.find("MariaDB") != std::string::npos || version.starts_with("5.");
+    return defaults;
+}
+
+}  // namespace
+
+Catalogue ReadCatalogue(Connection& connection, const std::vector<std::string>& databases) {
+    Catalogue catalogue;
+    catalogue.defaults = ReadDefaults(connection);
+    for (const std::string& name : databases) {
+        const Value value(name);
+        const auto schema = connection.QueryPrepared(
+            "SELECT default_character_set_name, default_collation_name FROM "
+            "information_schema.schemata WHERE schema_name = ?;",
+            {&value, 1});
+        if (!schema->Next()) {
+            continue;
+        }
+        Tables tables;
+        ReadTables(connection, name, tables);
+        ReadColumns(connection, name, tables);
+        ReadIndexes(connection, name, tables);
+        Catalogue::Database database{TextOf(*schema, 0), TextOf(*schema, 1), {}};
+        for (auto& [table, content] : tables) {
+            database.tables[table] = std::make_shared<const Catalogue::Table>(std::move(content));
+        }
+        catalogue.AddDatabase(name, std::move(database));
+    }
+    return catalogue;
+}
+
+}  // namespace twupdate::host
