@@ -1,5 +1,7 @@
 #include <csignal>
+#include <cstring>
 #include <exception>
+#include <string>
 
 #include "cli/commands/command_line.h"
 #include "cli/commands/writable.h"
@@ -20,13 +22,20 @@ int Main(int argc, char** argv) {
     }
     Console console(invocation.global.json, invocation.global.quiet);
     const auto fail = [&console](const std::exception& error, ExitCode code) {
-        console.Error(error.what());
-        console.Result({{"result", "failed"}, {"error", {{"text", error.what()}}}});
+        const std::string text = ErrorText(error);
+        console.Error(text);
+        console.Result({{"result", "failed"}, {"error", {{"text", text}}}});
         return code;
     };
     try {
         RequireWritable(invocation.global);
-        return invocation.run(invocation.global, console);
+        status = invocation.run(invocation.global, console);
+        if (const int error = console.OutputError(); error != 0) {
+            console.Error(
+                std::string("cannot write the standard output: ").append(std::strerror(error)));
+            return status == kDone || status == kFindings ? kFailed : status;
+        }
+        return status;
     } catch (const CommandError& error) {
         return fail(error, error.Code());
     } catch (const HostError& error) {

@@ -13,6 +13,8 @@
 #include <type_traits>
 #include <variant>
 
+#include "option_file.h"
+
 namespace twupdate::host {
 namespace {
 
@@ -448,6 +450,11 @@ void Connection::Connect(const ConnectionOptions& options) {
     if (options.readOptionFiles) {
         if (options.defaultsFile) {
             CheckReadable(*options.defaultsFile, "the option file", describe);
+            if (const auto fault = OptionFileFault(*options.defaultsFile); !fault.empty()) {
+                throw HostError(describe, 0, "",
+                                "the option file " + options.defaultsFile->string() +
+                                    " cannot be used: " + fault);
+            }
         }
         // The library reads [client] whenever it reads a group.
         mysql_options(mysql_, MYSQL_READ_DEFAULT_GROUP, "twupdate");

@@ -2,9 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
 #include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
 
-#include "cli/run/events.h"
+#include "cli/backup/replace_file.h"
 #include "cli/server/grants.h"
 #include "cli/server/root_site.h"
 #include "cli/terminal/failure.h"
@@ -18,28 +24,93 @@ namespace {
 
 constexpr const char* kInstallation = "tw_tarnwick.installation";
 constexpr const char* kSite = "tw_tarnwick.site";
+constexpr double kFirstVersion = 1.0;
 
 }  // namespace
 
-Backup::Backup(const Session& session, const GlobalOptions& options, Console& console)
+Backup::Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
+               Console& console)
     : own_(std::make_shared<host::MariaDbUtility>(session.Connect())),
       installation_(own_),
       client_(session, options),
-      folder_(options.backup),
+      parent_(options.backup),
+      keep_(options.keep),
       console_(console) {
     std::error_code error;
-    const bool isNew = fs::create_directories(folder_, error);
+    const bool isNew = fs::create_directories(parent_, error);
     if (error) {
         throw CommandError(
-            fmt::format("cannot make the backup folder {}: {}", folder_.string(), error.message()));
+            fmt::format("cannot make the backup folder {}: {}", parent_.string(), error.message()));
     }
     if (isNew) {
-        fs::permissions(folder_, fs::perms::owner_all, error);  // it holds what the sites hold
+        fs::permissions(parent_, fs::perms::owner_all, error);  // it holds what the sites hold
+    }
+    if (auto resumed = ResumedRun(start)) {
+        run_ = std::move(*resumed);
+        console_.Say(fmt::format("Backup: {}, of the unfinished run that began {}",
+                                 run_.folder.string(), UtcText(run_.began)));
+    } else {
+        run_ = MakeBackupRun(parent_, start, *own_);
+        console_.Say(fmt::format("Backup: {}", run_.folder.string()));
     }
     if (!MayReadRoutines(*session.GetConnection())) {
         console_.Warn(
             "procedures and functions of others are not in the backup: the user may not read them "
             "(SELECT on mysql.proc)");
+    }
+}
+
+std::optional<BackupRun> Backup::ResumedRun(const RunStart& start) {
+    auto runs = BackupRuns(parent_);
+    const std::string server = ServerName(*own_);
+    const auto found = std::find_if(runs.rbegin(), runs.rend(), [&](const BackupRun& run) {
+        return run.state == BackupRun::State::kUnfinished && run.server == server &&
+               run.command == start.command && run.siteId == start.siteId;
+    });
+    return found != runs.rend() && HasDumpsOfNow(found->folder) ? std::optional(*found)
+                                                                : std::nullopt;
+}
+
+bool Backup::HasDumpsOfNow(const fs::path& folder) {
+    try {
+        for (const std::string& database : DumpedDatabases(folder)) {
+            const auto note = ReadNote(folder, database);
+            const auto now = note ? VersionNow(database, *note) : std::nullopt;
+            // One that has come to the current version since is one that the run has upgraded.
+            if (!now || (*now != note->version && IsBelow(*now, kCurrentVersion))) {
+                return false;
+            }
+        }
+        return true;
+    } catch (const std::exception&) {
+        return false;  // what cannot be compared is not resumed: a new dump loses nothing
+    }
+}
+
+std::optional<double> Backup::VersionNow(const std::string& database, const BackupNote& note) {
+    const auto site = SiteOfDatabase(database);
+    if (!site) {
+        return installation_.Version();
+    }
+    if (note.source != kSite) {
+        return installation_.ImportedVersion(*site);
+    }
+    const auto row = installation_.Site(*site);
+    return row ? std::optional(row->version.value_or(0)) : std::nullopt;
+}
+
+void Backup::RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*duration*/) {
+    try {
+        run_.state = BackupRun::State::kFinished;
+        run_.ended = ServerSeconds(*own_);
+        WriteBackupRun(run_);
+        if (keep_) {
+            for (const fs::path& folder : RemoveOldRuns(parent_, *keep_)) {
+                console_.Say(fmt::format("{}: removed, as --keep says", folder.string()));
+            }
+        }
+    } catch (const std::exception& error) {
+        console_.Warn(fmt::format("the backup is whole, but {}", ErrorText(error)));
     }
 }
 
@@ -83,24 +154,24 @@ void Backup::DumpSite(std::int64_t siteId) {
 }
 
 void Backup::Dump(const std::string& database, double version, const std::string& source) {
-    const fs::path file = DumpFile(folder_, database);
-    const fs::path note = NoteFile(folder_, database);
+    const fs::path file = DumpFile(run_.folder, database);
+    const fs::path note = NoteFile(run_.folder, database);
     if (fs::exists(file)) {
-        std::ifstream stream(note);
-        const auto kept = nlohmann::json::parse(stream, nullptr, false);
-        // A site that has come to the end since is one that an earlier run has upgraded.
-        const bool done = !IsBelow(version, kCurrentVersion);
-        if (!kept.is_object() || (kept.value("version", -1.0) != version && !done)) {
-            throw CommandError(
-                fmt::format("{} holds a backup of {} at another version; name another folder",
-                            folder_.string(), database));
-        }
-        console_.Say(fmt::format("{}: keeping the backup of {}", database,
-                                 kept.value("time", "an earlier run")));
+        const auto kept = ReadNote(run_.folder, database);
+        console_.Say(
+            fmt::format("{}: keeping the backup of {}", database, kept ? kept->time : "before"));
         return;
     }
-    std::ofstream(note) << nlohmann::ordered_json{
-        {"database", database}, {"version", version}, {"of", source}, {"time", TimeNow()}};
+    const std::int64_t now = ServerSeconds(*own_);
+    const nlohmann::ordered_json content{{"database", database},
+                                         {"version", version},
+                                         {"of", source},
+                                         {"time", UtcText(now)},
+                                         {"seconds", now}};
+    if (!ReplaceFile(note, content.dump() + "\n")) {
+        throw CommandError(fmt::format("cannot back up {}: cannot write {}: {}", database,
+                                       note.string(), std::strerror(errno)));
+    }
     DumpDatabase(client_, database, file);
 }
 
@@ -112,16 +183,69 @@ fs::path NoteFile(const fs::path& folder, const std::string& database) {
     return folder / (database + ".json");
 }
 
+std::vector<std::string> DumpedDatabases(const fs::path& folder) {
+    const std::regex form(R"((tw_(?:tarnwick|logs|\d+))\.sql\.gz)");
+    std::vector<std::string> databases;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        const std::string name = entry.path().filename().string();
+        std::smatch parts;
+        if (std::regex_match(name, parts, form)) {
+            databases.push_back(parts[1]);
+        }
+    }
+    if (error) {
+        throw CommandError(fmt::format("cannot look into {}: {}", folder.string(), error.message()),
+                           kWrongUse);
+    }
+    std::sort(databases.begin(), databases.end(), ComesBefore);
+    return databases;
+}
+
+std::optional<std::int32_t> SiteOfDatabase(const std::string& database) {
+    std::int32_t siteId = 0;
+    const char* end = database.data() + database.size();
+    return std::from_chars(database.data() + 3, end, siteId).ptr == end ? std::optional(siteId)
+                                                                        : std::nullopt;
+}
+
+std::optional<BackupNote> ReadNote(const fs::path& folder, const std::string& database) {
+    const fs::path file = NoteFile(folder, database);
+    std::ifstream stream(file);
+    const auto json = nlohmann::json::parse(stream, nullptr, false);
+    if (!json.is_object() || !json.contains("version") || !json["version"].is_number()) {
+        return std::nullopt;
+    }
+    BackupNote note;
+    note.version = json["version"].get<double>();
+    // 0 is the version of a site of which nobody knows another.
+    if (note.version != 0 && !(note.version >= kFirstVersion && note.version <= kCurrentVersion)) {
+        throw CommandError(fmt::format(
+            "{}: {} is no version of a backup, which lies between {} and {}; nothing was put back",
+            file.string(), VersionText(note.version), VersionText(kFirstVersion),
+            VersionText(kCurrentVersion)));
+    }
+    const auto text = [&](const char* key, const char* otherwise) {
+        return json.contains(key) && json[key].is_string() ? json[key].get<std::string>()
+                                                           : otherwise;
+    };
+    note.source = text("of", kSite);
+    note.time = text("time", "");
+    if (json.contains("seconds") && json["seconds"].is_number_integer()) {
+        note.seconds = json["seconds"].get<std::int64_t>();
+    }
+    return note;
+}
+
 std::optional<double> DumpedSiteVersion(const fs::path& folder, std::int32_t siteId) {
-    std::ifstream stream(NoteFile(folder, fmt::format("tw_{}", siteId)));
-    const auto note = nlohmann::json::parse(stream, nullptr, false);
-    if (!note.is_object() || !note.contains("version") || !note["version"].is_number()) {
+    const std::string database = fmt::format("tw_{}", siteId);
+    const auto note = ReadNote(folder, database);
+    if (!note) {
         throw CommandError(
             fmt::format("the note on the version of site {} is missing, {}; nothing was put back",
-                        siteId, NoteFile(folder, fmt::format("tw_{}", siteId)).string()));
+                        siteId, NoteFile(folder, database).string()));
     }
-    return note.value("of", kSite) == kSite ? std::optional(note["version"].get<double>())
-                                            : std::nullopt;
+    return note->source == kSite ? std::optional(note->version) : std::nullopt;
 }
 
 }  // namespace twupdate::cli

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "cli/backup/backup_run.h"
 #include "cli/backup/dump.h"
 #include "cli/run/run_sink.h"
 #include "cli/server/installation.h"
@@ -13,19 +17,39 @@
 
 namespace twupdate::cli {
 
-/// --backup: dumps each database before it is first changed. What cannot be dumped ends the run
-/// before that database is touched. A backup that is there already, of the same version, is the
-/// one that an earlier run made before its first change, and is kept.
+/// What the note beside a dump says.
+struct BackupNote {
+    double version = 0;        ///< of the database
+    std::string source;        ///< the table that recorded it
+    std::string time;          ///< of the dump, UTC, by the server's clock
+    std::int64_t seconds = 0;  ///< the same, since 1970; 0 when it is not known
+};
+
+/// --backup: dumps each database before it is first changed, into the folder of the run. What
+/// cannot be dumped ends the run before that database is touched. A run that resumes an unfinished
+/// one goes on in that one's folder and keeps its dumps: they hold what was there before the first
+/// change.
 class Backup final : public RunSink {
   public:
-    /// Makes the folder.
+    /// Makes the folders, or finds the one that is resumed.
     /// @throws CommandError
-    Backup(const Session& session, const GlobalOptions& options, Console& console);
+    Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
+           Console& console);
 
+    const std::filesystem::path& Folder() const { return run_.folder; }
+
+    /// The run has ended well: marks its backup, and removes old ones where --keep says so. What
+    /// fails of that is a warning.
+    void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
     void LadderStarting(const Position& where, double version) override;
     void SiteStarting(const Position& where, double version) override;
 
   private:
+    /// The unfinished run that this one resumes.
+    std::optional<BackupRun> ResumedRun(const RunStart& start);
+    /// Whether the databases that were dumped are as an unfinished run leaves them.
+    bool HasDumpsOfNow(const std::filesystem::path& folder);
+    std::optional<double> VersionNow(const std::string& database, const BackupNote& note);
     void DumpCentral();
     void DumpSite(std::int64_t siteId);
     /// @param source  the table that records the version
@@ -34,14 +58,28 @@ class Backup final : public RunSink {
     std::shared_ptr<Utility> own_;  ///< on a connection of its own
     Installation installation_;
     ClientOptionFile client_;
-    std::filesystem::path folder_;
+    std::filesystem::path parent_;
+    std::optional<std::size_t> keep_;
+    BackupRun run_;
     std::set<std::string> dumped_;  ///< by this run
     Console& console_;
 };
 
+/// The databases that --backup dumps, of those that the folder has.
+/// @throws CommandError when nothing can be seen of it
+std::vector<std::string> DumpedDatabases(const std::filesystem::path& folder);
+
+/// The site to which a database belongs; nothing for tw_tarnwick and tw_logs.
+std::optional<std::int32_t> SiteOfDatabase(const std::string& database);
+
 /// The dump of a database, and the note beside it, in a backup folder.
 std::filesystem::path DumpFile(const std::filesystem::path& folder, const std::string& database);
 std::filesystem::path NoteFile(const std::filesystem::path& folder, const std::string& database);
+
+/// Nothing when there is no note, or it cannot be read.
+/// @throws CommandError when its version is none that a database can have
+std::optional<BackupNote> ReadNote(const std::filesystem::path& folder,
+                                   const std::string& database);
 
 /// The version of a site that tw_tarnwick.site had when its database was dumped; nothing when the
 /// note beside the dump is about another version, that of copies of the central tables.

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
 
 namespace twupdate::cli {
 namespace {
@@ -146,7 +147,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         throw CommandError(
             fmt::format("cannot back up {} into {}: {}{}; the database was not "
                         "touched",
-                        database, file.string(), error.what(), full));
+                        database, file.string(), ErrorText(error), full));
     }
 }
 
@@ -159,12 +160,19 @@ DumpContents CheckDump(const fs::path& file, const std::string& database) {
         contents.Add(bytes);
         return true;
     });
-    gzip.Wait();
-    if (!contents.IsWhole()) {
-        throw CommandError(file.string() + " is not a whole dump");
+    bool unpackedWhole = true;
+    try {
+        gzip.Wait();
+    } catch (const CommandError&) {
+        unpackedWhole = false;
+    }
+    if (!unpackedWhole || !contents.IsWhole()) {
+        throw CommandError(
+            fmt::format("{} is not a whole dump; nothing was put back", file.string()));
     }
     if (!contents.IsOf(database)) {
-        throw CommandError(fmt::format("{} is no dump of {}", file.string(), database));
+        throw CommandError(
+            fmt::format("{} is no dump of {}; nothing was put back", file.string(), database));
     }
     return contents;
 }

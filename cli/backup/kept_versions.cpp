@@ -1,15 +1,13 @@
 #include "cli/backup/kept_versions.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "cli/server/child_process.h"
+#include "cli/backup/replace_file.h"
 #include "cli/terminal/failure.h"
 
 namespace twupdate::cli {
@@ -25,13 +23,6 @@ std::string Named(const fs::path& file) {
     return file.string() + ", which keeps the versions of the sites that are not in the backup";
 }
 
-bool WriteToDisk(const fs::path& file, const std::string& content) {
-    constexpr mode_t kOwnerOnly = 0600;
-    const Descriptor target(
-        open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kOwnerOnly));
-    return target.Get() >= 0 && WriteAll(target.Get(), content) && fsync(target.Get()) == 0;
-}
-
 }  // namespace
 
 void KeepVersions(const fs::path& folder, const SiteVersions& versions) {
@@ -40,8 +31,7 @@ void KeepVersions(const fs::path& folder, const SiteVersions& versions) {
         lines.push_back({{"site", siteId}, {"version", version}});
     }
     const fs::path file = FileIn(folder);
-    const fs::path part = file.string() + ".part";
-    if (!WriteToDisk(part, lines.dump()) || rename(part.c_str(), file.c_str()) != 0) {
+    if (!ReplaceFile(file, lines.dump())) {
         throw CommandError(fmt::format("cannot write {}: {}; nothing was put back", Named(file),
                                        std::strerror(errno)));
     }

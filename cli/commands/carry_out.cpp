@@ -52,7 +52,8 @@ nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
 }
 
 nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
-                              const RunFailure* failure, const std::string& resume = "") {
+                              const std::string& backup, const RunFailure* failure,
+                              const std::string& resume = "") {
     nlohmann::ordered_json result{{"command", run.start.command},
                                   {"result", failure == nullptr ? "done"
                                              : failure->stopped ? "stopped"
@@ -67,6 +68,9 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
     result["statements"] = counts.statements;
     result["seconds"] = std::chrono::duration<double>(watch.Elapsed()).count();
     result["services"] = {{"carried_out", services.carriedOut}, {"recorded", services.recorded}};
+    if (!backup.empty()) {
+        result["backup"] = backup;
+    }
     result["upgraded"] = JsonOf(watch.Databases());
     if (failure != nullptr) {
         result["error"] = JsonOf(*failure);
@@ -85,7 +89,7 @@ std::string SummaryLine(const RunWatch& watch) {
                        DurationText(watch.Elapsed()));
 }
 
-void PrintServices(Console& console, const ServiceCounts& services) {
+void PrintServices(Console& console, const ServiceCounts& services, bool noServices) {
     if (services.carriedOut > 0) {
         console.Say(
             fmt::format("Component services: {} carried out.", Count(services.carriedOut, "call")));
@@ -98,6 +102,10 @@ void PrintServices(Console& console, const ServiceCounts& services) {
             fmt::format("Component services: {} recorded in {}, for the platform to carry "
                         "out.",
                         Count(services.recorded, "call"), services.log));
+    } else if (noServices) {
+        console.Say(fmt::format(
+            "Component services: {} neither carried out nor recorded, as --no-services says.",
+            Count(services.recorded, "call")));
     } else {
         console.Warn(fmt::format(
             "{} to component services could not be carried out and are recorded nowhere; name a "
@@ -106,21 +114,26 @@ void PrintServices(Console& console, const ServiceCounts& services) {
     }
 }
 
-void AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
-              Console& console) {
+/// @return the folder of the backup; empty without one
+std::string AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
+                     const RunStart& start, Console& console) {
+    std::string folder;
     if (!options.backup.empty()) {
-        watch.AddSink(std::make_shared<Backup>(session, options, console));
+        const auto backup = std::make_shared<Backup>(session, options, start, console);
+        folder = backup->Folder().string();
+        watch.AddSink(backup);
     }
     if (!options.trace.empty()) {
-        watch.AddSink(std::make_shared<Trace>(options.trace));
+        watch.AddSink(std::make_shared<Trace>(options.trace, console));
     }
     if (!options.events.empty()) {
-        watch.AddSink(std::make_shared<Events>(options.events));
+        watch.AddSink(std::make_shared<Events>(options.events, console));
     }
     if (!options.log.empty()) {
-        watch.AddSink(MakeRunLog(options.log));
+        watch.AddSink(MakeRunLog(options.log, console));
     }
     watch.AddSink(std::make_shared<Progress>(console));
+    return folder;
 }
 
 void ExplainFailure(const Session& session, Console& console, const RunFailure& failure) {
@@ -174,7 +187,7 @@ std::string WhatStands(const std::vector<DatabaseDone>& databases) {
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
-    AddSinks(*watch, session, options, console);
+    const std::string backup = AddSinks(*watch, session, options, run.start, console);
     const auto host = session.ForComponent(watch, watch);
     const StopSignals stopSignals;
     watch->Start(run.start);
@@ -188,13 +201,13 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
         ExplainFailure(session, console, failure);
         const std::string resume = WhatToDo(run, error);
         console.Error(WhatStands(watch->Databases()) + " " + resume);
-        PrintServices(console, session.Services());
-        console.Result(JsonOf(run, *watch, session.Services(), &failure, resume));
+        PrintServices(console, session.Services(), options.noServices);
+        console.Result(JsonOf(run, *watch, session.Services(), backup, &failure, resume));
         return failure.stopped ? kStopped : kFailed;
     }
     console.Say(SummaryLine(*watch));
-    PrintServices(console, session.Services());
-    console.Result(JsonOf(run, *watch, session.Services(), nullptr));
+    PrintServices(console, session.Services(), options.noServices);
+    console.Result(JsonOf(run, *watch, session.Services(), backup, nullptr));
     return kDone;
 }
 

@@ -67,9 +67,10 @@ bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pend
             findings.push_back(NewerFinding(database, *site.version));
             break;
         case SiteState::kNoVersion:
-            findings.push_back({"tw_tarnwick", "site", "",
-                                fmt::format("the version of site {} is NULL", site.siteId),
-                                "set it to the version of its layout (0 runs every step)"});
+            findings.push_back(
+                {"tw_tarnwick", "site", "",
+                 fmt::format("the version of site {} is {}", site.siteId, site.noVersion),
+                 "set it to the version of its layout (0 runs every step)"});
             break;
         case SiteState::kHardDeleted:
         case SiteState::kInTransaction:

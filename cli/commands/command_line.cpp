@@ -4,8 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <limits>
 #include <string>
 
+#include "cli/terminal/decimal.h"
 #include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
 
@@ -58,23 +60,29 @@ void AddServerOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kServerGroup);
     app.add_option("--socket,-S", options.socket, "Unix socket of the server")
         ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_option("--host,-H", options.host, "Host name of the server")
         ->type_name("NAME")
+        ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_option("--port,-P", options.port, "TCP port of the server")
         ->type_name("NUMBER")
+        ->transform(Decimal())
         ->check(CLI::Range(1, 65535))
         ->group(kServerGroup);
     app.add_option("--user,-u", options.user, "User name on the server")
         ->type_name("NAME")
+        ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_option("--password-file", options.passwordFile,
                    "File whose first line is the password (also: the variable MYSQL_PWD)")
         ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_option("--ssl-ca", options.sslCa, "File of the certificate authority; turns TLS on")
         ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_flag("--ssl-verify-server-cert", options.sslVerifyServerCert,
                  "Check the server's certificate and host name; turns TLS on")
@@ -117,11 +125,21 @@ void AddComponentOptions(CLI::App& app, GlobalOptions& options) {
                    "Program that carries out a component service; it gets SERVICE SITEID "
                    "COMPONENTID")
         ->type_name("CMD")
+        ->check(FaultOfEmptyValue)
         ->group(kComponentGroup);
     app.add_option("--services-log", options.servicesLog,
                    "Record component services in this file, one JSON object a line")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
+        ->group(kComponentGroup);
+    app.add_flag("--no-services", options.noServices,
+                 "Neither carry out nor record component services: they are lost")
+        ->excludes(app.get_option("--service-command"))
+        ->excludes(app.get_option("--services-log"))
+        ->group(kComponentGroup);
+    app.add_flag("--no-site-files", options.noSiteFiles,
+                 "Upgrade sites where there is no installation, with files of the sites, around "
+                 "the install folder")
         ->group(kComponentGroup);
 }
 
@@ -129,19 +147,29 @@ void AddRunOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--lock-wait", options.lockWaitSeconds,
                    "Wait so long for the end of another run (default: not at all)")
         ->type_name("SECONDS")
+        ->transform(Decimal())
         ->check(CLI::Range(0, 31536000))
         ->group(kRunGroup);
     app.add_flag("--no-lock", options.noLock, "Do not take the lock that keeps out other runs")
         ->group(kRunGroup);
     app.add_option("--backup", options.backup,
-                   "Dump each database into this folder before it is first changed")
+                   "Dump each database before it is first changed, into a folder of the run below "
+                   "this one")
         ->type_name("DIR")
         ->check(FaultOfEmptyValue)
+        ->group(kRunGroup);
+    app.add_option("--keep", options.keep,
+                   "After the run remove all but so many of the backups in that folder")
+        ->type_name("N")
+        ->transform(Decimal())
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()))
+        ->needs(app.get_option("--backup"))
         ->group(kRunGroup);
     app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
                    "Fail when a statement waits so long for a lock that somebody else holds "
                    "(default: the server's)")
         ->type_name("SECONDS")
+        ->transform(Decimal())
         ->check(CLI::Range(1, 31536000))
         ->group(kRunGroup);
 }
@@ -189,7 +217,11 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
         return true;
     } catch (const CLI::Success& request) {
         app.exit(request);
-        status = kDone;
+        std::cout.flush();
+        status = std::cout ? kDone : kFailed;
+        if (!std::cout) {
+            std::cerr << "twupdate: cannot write the standard output\n";
+        }
     } catch (const CLI::ParseError& error) {
         // A word that is no command is told as a missing command otherwise.
         const bool noCommand = app.get_subcommands().empty() && app.remaining_size() > 0;

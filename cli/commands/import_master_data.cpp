@@ -9,6 +9,7 @@
 #include "cli/commands/commands.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
+#include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -20,7 +21,11 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
     InstallFolderWithData(options);  // wrong use is told before anything is done
     Session session(options);
     const RunLock lock(session, options);
-    const double version = from ? *from : Installation(session.Own()).ImportedVersion(siteId);
+    Installation installation(session.Own());
+    if (!installation.HasDatabase(fmt::format("tw_{}", siteId))) {
+        throw CommandError(fmt::format("there is no database tw_{} on this server", siteId));
+    }
+    const double version = from ? *from : installation.ImportedVersion(siteId);
     if (version > kCurrentVersion) {
         throw CommandError(fmt::format(
             "the central tables in tw_{} are at {}, newer than the {} that this program knows; "
@@ -37,7 +42,7 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
         return kDone;
     }
     Run run;
-    run.start = {"import-master-data", version, {}};
+    run.start = {"import-master-data", version, {}, siteId};
     run.result["site"] = siteId;
     run.result["from"] = version;
     run.operation = [&](Update& update, Utility& /*host*/) {
@@ -66,6 +71,7 @@ void AddImportMasterData(CLI::App& app, Invocation& invocation) {
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("ID", arguments->siteId, "The site's id")
         ->required()
+        ->transform(Decimal())
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
     command
         ->add_option("--from", arguments->from,

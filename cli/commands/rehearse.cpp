@@ -20,6 +20,7 @@
 #include "cli/server/queries.h"
 #include "cli/server/root_site.h"
 #include "cli/server/session.h"
+#include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/table.h"
 #include "cli/terminal/text.h"
@@ -41,7 +42,8 @@ struct Rehearsed {
     std::vector<DatabaseDone> done;
     std::vector<RunFailure> failed;
     std::vector<LayoutFinding> findings;
-    std::vector<std::string> notes;  ///< what the copy lacks
+    std::vector<std::string> notes;     ///< what the copy lacks
+    std::vector<std::string> refusals;  ///< why an upgrade would not begin
 };
 
 /// A named site that an upgrade would not come to is a slip; nothing would be tried in its place.
@@ -76,13 +78,20 @@ void RequireEmpty(const fs::path& workdir) {
 }
 
 /// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
-/// sample of these that has early and late versions alike.
-std::vector<SiteRow> ChosenSites(const std::vector<SiteRow>& all, const RehearseArguments& wanted) {
+/// sample of these that has early and late versions alike. One without its database is no site to
+/// copy.
+std::vector<SiteRow> ChosenSites(Installation& installation, const std::vector<SiteRow>& all,
+                                 const RehearseArguments& wanted) {
+    std::set<std::int64_t> missing;
+    for (const SiteRow& site : installation.WithoutDatabase(all)) {
+        missing.insert(site.siteId);
+    }
     std::vector<SiteRow> old;
     std::copy_if(all.begin(), all.end(), std::back_inserter(old), [&](const SiteRow& site) {
         const bool named =
             std::find(wanted.sites.begin(), wanted.sites.end(), site.siteId) != wanted.sites.end();
-        return site.State() == SiteState::kOld && (wanted.sites.empty() || named);
+        return site.State() == SiteState::kOld && !missing.contains(site.siteId) &&
+               (wanted.sites.empty() || named);
     });
     if (wanted.sample == 0 || wanted.sample >= old.size()) {
         return old;
@@ -247,6 +256,9 @@ void Print(const Rehearsed& rehearsed, Console& console) {
     for (const std::string& line : table.Lines()) {
         console.Print(line);
     }
+    for (const std::string& refusal : rehearsed.refusals) {
+        console.Print("an upgrade would not begin: " + refusal);
+    }
     for (const RunFailure& failure : rehearsed.failed) {
         console.Print("would fail: " + FailureLine(failure));
     }
@@ -272,6 +284,7 @@ nlohmann::ordered_json JsonOf(const Rehearsed& rehearsed, bool clean) {
                         {"statements", database.statements},
                         {"seconds", std::chrono::duration<double>(database.duration).count()}});
     }
+    result["refusals"] = rehearsed.refusals;
     auto& failed = result["failures"] = nlohmann::ordered_json::array();
     for (const RunFailure& failure : rehearsed.failed) {
         failed.push_back({{"database", failure.where.database},
@@ -299,8 +312,16 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
             "the installation is not below the current version: nothing to rehearse");
     }
     RequireOldSites(all, arguments.sites);
-    const auto chosen = ChosenSites(all, arguments);
-    fs::create_directories(arguments.workdir);
+    Rehearsed rehearsed;
+    rehearsed.refusals = Refusals(installation, all);
+    const auto chosen = ChosenSites(installation, all, arguments);
+    std::error_code error;
+    fs::create_directories(arguments.workdir, error);
+    if (error) {
+        throw CommandError(fmt::format("cannot make the folder {}: {}", arguments.workdir.string(),
+                                       error.message()),
+                           kWrongUse);
+    }
     const GlobalOptions copyOptions =
         OptionsForTheCopy(options, arguments.workdir, *source.GetConnection());
     MakeComponentFolder(options, copyOptions.installFolder);
@@ -321,7 +342,6 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     std::erase_if(databases, [&](const std::string& database) {
         return !installation.HasDatabase(database);  // the step that needs it tells
     });
-    Rehearsed rehearsed;
     const InnoDbSettings settings = InnoDbSettings::Of(*source.GetConnection());
     PrepareForCopies(*copy.GetConnection(), settings);
     CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
@@ -330,15 +350,16 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     LeaveOut(*copy.GetConnection(), all, chosen);
     std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
     if (!options.trace.empty()) {
-        sinks.push_back(std::make_shared<Trace>(options.trace));
+        sinks.push_back(std::make_shared<Trace>(options.trace, console));
     }
     if (!options.events.empty()) {
-        sinks.push_back(std::make_shared<Events>(options.events));
+        sinks.push_back(std::make_shared<Events>(options.events, console));
     }
     Upgrade(copy, version, chosen, sinks, rehearsed);
     VerifyCopy(copy, rehearsed);
     Print(rehearsed, console);
-    const bool clean = rehearsed.failed.empty() && rehearsed.findings.empty();
+    const bool clean =
+        rehearsed.refusals.empty() && rehearsed.failed.empty() && rehearsed.findings.empty();
     console.Result(JsonOf(rehearsed, clean));
     return clean ? kDone : kFindings;
 }
@@ -352,6 +373,7 @@ void AddRehearse(CLI::App& app, Invocation& invocation) {
     AddSiteOption(*command, arguments->sites, "Copy this site (may be repeated)");
     command->add_option("--sample", arguments->sample, "Copy so many of the sites")
         ->type_name("N")
+        ->transform(Decimal())
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
     command->add_option("--workdir", arguments->workdir, "A folder for the private server")
         ->type_name("DIR")

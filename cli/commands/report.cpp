@@ -69,7 +69,7 @@ void WritePage(const fs::path& file, std::string_view page) {
     } catch (const std::exception& error) {
         std::error_code ignored;
         fs::remove(part, ignored);
-        throw CommandError(fmt::format("cannot write {}: {}", file.string(), error.what()));
+        throw CommandError(fmt::format("cannot write {}: {}", file.string(), ErrorText(error)));
     }
 }
 

@@ -3,17 +3,17 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <memory>
 #include <optional>
-#include <regex>
 
 #include "cli/backup/backup.h"
 #include "cli/backup/dump.h"
 #include "cli/backup/kept_versions.h"
+#include "cli/backup/restore_view.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/site_option.h"
 #include "cli/run/run_lock.h"
+#include "cli/run/stop_request.h"
 #include "cli/server/grants.h"
 #include "cli/server/queries.h"
 #include "cli/server/restore_mark.h"
@@ -31,21 +31,6 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
 }
 
 constexpr const char* kCentral = "tw_tarnwick";
-
-/// The databases that --backup dumps, of those that the folder has.
-std::vector<std::string> DumpedDatabases(const fs::path& folder) {
-    const std::regex form(R"((tw_(?:tarnwick|logs|\d+))\.sql\.gz)");
-    std::vector<std::string> databases;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        const std::string name = entry.path().filename().string();
-        std::smatch parts;
-        if (std::regex_match(name, parts, form)) {
-            databases.push_back(parts[1]);
-        }
-    }
-    std::sort(databases.begin(), databases.end(), ComesBefore);
-    return databases;
-}
 
 /// A database is dropped before it is made again, so a right that is missing must show before.
 void RequireRight(bool granted, const std::string& database, const std::string& right,
@@ -116,13 +101,12 @@ void RequireRightsFor(const DumpContents& contents, host::Connection& connection
 SiteVersions VersionsToRecord(const fs::path& folder, const std::vector<std::string>& databases) {
     SiteVersions versions;
     for (const std::string& database : databases) {
-        std::int32_t siteId = 0;
-        const char* end = database.data() + database.size();
-        if (std::from_chars(database.data() + 3, end, siteId).ptr != end) {
+        const auto siteId = SiteOfDatabase(database);
+        if (!siteId) {
             continue;
         }
-        if (const auto version = DumpedSiteVersion(folder, siteId)) {
-            versions[siteId] = *version;
+        if (const auto version = DumpedSiteVersion(folder, *siteId)) {
+            versions[*siteId] = *version;
         }
     }
     return versions;
@@ -171,16 +155,16 @@ std::optional<SiteVersions> VersionsOfOthers(const Session& session,
     return versions;
 }
 
-/// The same, before the central database is dropped. Once a restore of these databases was cut,
-/// the central database may have come back with old versions already.
+/// The same, before the central database is dropped. Once a restore of these databases was
+/// interrupted, the central database may have come back with old versions already.
 SiteVersions VersionsToKeep(const Session& session, const fs::path& folder,
                             const std::vector<std::string>& databases) {
     const auto marked = MarkedForRestore(*session.Own());
-    const bool wasCut = std::any_of(marked.begin(), marked.end(), [&](const std::string& name) {
-        return Contains(databases, name);
-    });
+    const bool wasInterrupted =
+        std::any_of(marked.begin(), marked.end(),
+                    [&](const std::string& name) { return Contains(databases, name); });
     const auto now = VersionsOfOthers(session, databases);
-    const auto kept = wasCut || !now ? KeptVersions(folder) : std::nullopt;
+    const auto kept = wasInterrupted || !now ? KeptVersions(folder) : std::nullopt;
     return kept ? *kept : now.value_or(SiteVersions());
 }
 
@@ -204,80 +188,175 @@ void PutBack(const ClientOptionFile& client, const fs::path& folder, const std::
         LoadDump(client, DumpFile(folder, database), database, RestoreMarkStatement(database));
     } catch (const CommandError& error) {
         throw CommandError(
-            fmt::format("cannot put back {}: {}; the database is not whole now: mend the cause and "
+            fmt::format("cannot put back {}: {}; the database is not whole now: fix the cause and "
                         "give the same command again",
                         database, error.what()));
     }
 }
 
-int Restore(const GlobalOptions& options, Console& console, const fs::path& folder,
-            std::optional<std::int32_t> siteId) {
-    auto databases = DumpedDatabases(folder);
-    if (siteId) {
-        const std::string database = fmt::format("tw_{}", *siteId);
+struct RestoreArguments {
+    fs::path folder;
+    std::optional<std::int32_t> siteId;
+    bool apply = false;
+};
+
+/// The databases to put back.
+std::vector<std::string> ChosenDatabases(const RestoreArguments& arguments) {
+    auto databases = DumpedDatabases(arguments.folder);
+    if (arguments.siteId) {
+        const std::string database = fmt::format("tw_{}", *arguments.siteId);
         std::erase_if(databases, [&](const std::string& name) { return name != database; });
     }
-    if (databases.empty()) {
-        throw CommandError(fmt::format("{} holds no backup{}", folder.string(),
-                                       siteId ? fmt::format(" of site {}", *siteId) : ""));
+    if (!databases.empty()) {
+        return databases;
     }
-    Session session(options);
-    host::Connection& connection = *session.GetConnection();
-    RequireTableRights(connection, databases);
-    const RunLock lock(session, options);
-    const ClientOptionFile client(session, options);
-    const bool central = Contains(databases, kCentral);
-    SiteVersions versions;
-    SiteVersions others;
-    if (central) {
-        others = VersionsToKeep(session, folder, databases);
+    if (const auto runs = BackupRuns(arguments.folder); !runs.empty()) {
+        std::vector<std::string> names;
+        for (const BackupRun& run : runs) {
+            names.push_back(run.folder.string());
+        }
+        throw CommandError(fmt::format("{} holds the backups of {}; name the folder of one: {}",
+                                       arguments.folder.string(), Count(runs.size(), "run"),
+                                       fmt::join(names, ", ")),
+                           kWrongUse);
+    }
+    throw CommandError(
+        fmt::format("{} holds no backup{}", arguments.folder.string(),
+                    arguments.siteId ? fmt::format(" of site {}", *arguments.siteId) : ""));
+}
+
+/// What the restore writes into tw_tarnwick.site beside the databases themselves.
+struct VersionsToSet {
+    SiteVersions dumped;  ///< of the sites that are put back without the central database
+    SiteVersions others;  ///< of the sites that are not put back with it
+};
+
+VersionsToSet FindVersions(const Session& session, const fs::path& folder,
+                           const std::vector<std::string>& databases) {
+    VersionsToSet versions;
+    if (Contains(databases, kCentral)) {
+        versions.others = VersionsToKeep(session, folder, databases);
     } else if (Installation(session.Own()).HasDatabase(kCentral)) {
-        versions = VersionsToRecord(folder, databases);
+        versions.dumped = VersionsToRecord(folder, databases);
     }
-    RequireRight((versions.empty() && others.empty()) || MayRecord(connection), kCentral, "UPDATE",
-                 ", which sets the versions of sites");
-    for (const std::string& database : databases) {  // all of them, before the first is put back
+    return versions;
+}
+
+/// Everything that can be known to fail, before the first database is dropped.
+void RequireAll(host::Connection& connection, const fs::path& folder,
+                const std::vector<std::string>& databases, const VersionsToSet& versions) {
+    RequireTableRights(connection, databases);
+    RequireRight((versions.dumped.empty() && versions.others.empty()) || MayRecord(connection),
+                 kCentral, "UPDATE", ", which sets the versions of sites");
+    for (const std::string& database : databases) {
         RequireRightsFor(CheckDump(DumpFile(folder, database), database), connection, database);
     }
-    if (!others.empty()) {
-        KeepVersions(folder, others);
+}
+
+nlohmann::ordered_json ResultOf(const char* result, const std::vector<std::string>& databases,
+                                const RestoreView& view) {
+    return {{"command", "restore"},
+            {"result", result},
+            {"databases", databases},
+            {"details", JsonOf(view)}};
+}
+
+/// A stop between two databases: the marks keep upgrades away until the restore is repeated.
+int Stopped(const std::vector<std::string>& databases, std::size_t done, const RestoreView& view,
+            Console& console) {
+    const auto border = databases.begin() + static_cast<std::ptrdiff_t>(done);
+    console.Error(fmt::format(
+        "stopped as requested: put back are {}, and not yet {}; give the same command again, which "
+        "puts all of them back",
+        FirstFew({databases.begin(), border}), FirstFew({border, databases.end()})));
+    auto result = ResultOf("stopped", databases, view);
+    result["put_back"] = std::vector<std::string>(databases.begin(), border);
+    console.Result(result);
+    return kStopped;
+}
+
+/// A folder that nobody may write into can still be put back.
+void NoteRestore(const fs::path& folder, Console& console) {
+    try {
+        MarkRestored(folder);
+    } catch (const CommandError& error) {
+        console.Warn(
+            fmt::format("{}; name another folder with --backup for the next run", error.what()));
+    }
+}
+
+int Apply(const Session& session, const GlobalOptions& options, Console& console,
+          const fs::path& folder, const std::vector<std::string>& databases,
+          const RestoreView& view) {
+    host::Connection& connection = *session.GetConnection();
+    const StopSignals stopSignals("database");
+    const VersionsToSet versions = FindVersions(session, folder, databases);
+    RequireAll(connection, folder, databases, versions);
+    const ClientOptionFile client(session, options);
+    if (StopSignals::Requested()) {
+        throw CommandError("stopped as requested; nothing was put back", kStopped);
+    }
+    NoteRestore(folder, console);
+    if (!versions.others.empty()) {
+        KeepVersions(folder, versions.others);
     }
     for (const std::string& database : databases) {
         MarkForRestore(connection, database);
     }
-    Record(connection, versions);  // before the drop: no old layout stands under a new version
-    for (const std::string& database : databases) {
-        PutBack(client, folder, database);
-        console.Say(fmt::format("{}: put back", database));
+    Record(connection, versions.dumped);  // before the drop: no old layout under a new version
+    for (std::size_t i = 0; i < databases.size(); ++i) {
+        if (i > 0 && StopSignals::Requested()) {
+            return Stopped(databases, i, view, console);
+        }
+        PutBack(client, folder, databases[i]);
+        console.Say(fmt::format("{}: put back", databases[i]));
     }
-    if (central) {
-        RecordOthers(session, databases, others, console);
+    if (Contains(databases, kCentral)) {
+        RecordOthers(session, databases, versions.others, console);
         RemoveKeptVersions(folder);  // before the marks, by which a later restore would take it
     }
     for (const std::string& database : databases) {
         RemoveRestoreMark(connection, database);
     }
     console.Say(fmt::format("{} put back.", Count(databases.size(), "database")));
-    console.Result({{"command", "restore"}, {"result", "done"}, {"databases", databases}});
+    console.Result(ResultOf("done", databases, view));
     return kDone;
+}
+
+int Restore(const GlobalOptions& options, Console& console, const RestoreArguments& arguments) {
+    const auto databases = ChosenDatabases(arguments);
+    Session session(options);
+    if (arguments.apply) {
+        const RunLock lock(session, options);
+        const RestoreView view = ViewRestore(session, arguments.folder, databases);
+        Print(view, console);
+        return Apply(session, options, console, arguments.folder, databases, view);
+    }
+    const RestoreView view = ViewRestore(session, arguments.folder, databases);
+    RequireAll(*session.GetConnection(), arguments.folder, databases,
+               FindVersions(session, arguments.folder, databases));
+    Print(view, console);
+    console.Say(fmt::format("Nothing was put back; the same command with --apply puts back {}.",
+                            Count(databases.size(), "database")));
+    console.Result(ResultOf("shown", databases, view));
+    return kFindings;
 }
 
 }  // namespace
 
 void AddRestore(CLI::App& app, Invocation& invocation) {
-    struct Arguments {
-        fs::path folder;
-        std::optional<std::int32_t> siteId;
-    };
-    auto* command = app.add_subcommand("restore", "Put back what --backup has kept");
-    const auto arguments = std::make_shared<Arguments>();
-    command->add_option("DIR", arguments->folder, "The folder of the backup")
+    auto* command =
+        app.add_subcommand("restore", "Show what a backup would put back, and with --apply do so");
+    const auto arguments = std::make_shared<RestoreArguments>();
+    command->add_option("DIR", arguments->folder, "The folder of a run below that of --backup")
         ->required()
         ->check(CLI::ExistingDirectory);
     AddSiteOption(*command, arguments->siteId, "Put back one site alone");
+    command->add_flag("--apply", arguments->apply,
+                      "Put it back; what was written since the dump is lost");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
-            return Restore(options, console, arguments->folder, arguments->siteId);
+            return Restore(options, console, *arguments);
         };
     });
 }

@@ -5,6 +5,8 @@
 #include "cli/commands/commands.h"
 #include "cli/server/installation.h"
 #include "cli/server/session.h"
+#include "cli/server/unfinished_core.h"
+#include "cli/terminal/failure.h"
 #include "cli/terminal/table.h"
 #include "cli/terminal/text.h"
 
@@ -49,12 +51,21 @@ void PrintSites(const std::vector<SiteRow>& sites, Console& console) {
             return site.version ? std::to_string(PendingSteps(ladder, *site.version).size()) : "";
         };
         table.AddRow({std::to_string(site.siteId), Printable(site.name),
-                      site.version ? VersionText(*site.version) : "NULL",
+                      site.version ? VersionText(*site.version) : site.noVersion,
                       SiteStateText(site.State()), pending(Ladder::kSiteSchema),
                       pending(Ladder::kSiteContent)});
     }
     for (const std::string& line : table.Lines()) {
         console.Print(line);
+    }
+}
+
+/// Empty where no folder is known: status needs none.
+std::filesystem::path KnownInstallFolder(const GlobalOptions& options) {
+    try {
+        return InstallFolder(options);
+    } catch (const CommandError&) {
+        return {};
     }
 }
 
@@ -68,13 +79,21 @@ int Status(const GlobalOptions& options, Console& console) {
                     VersionText(kCurrentVersion),
                     Count(PendingSteps(Ladder::kServer, version).size(), "server step"),
                     Count(PendingSteps(Ladder::kServerData, version).size(), "server data step")));
+    const std::string unfinished = UnfinishedCore(session, KnownInstallFolder(options));
+    if (!unfinished.empty()) {
+        console.Warn(unfinished);
+    }
     if (sites.empty()) {
         console.Print("No sites.");
     } else {
         console.Print("");
         PrintSites(sites, console);
     }
-    console.Result(JsonOf(version, sites));
+    auto result = JsonOf(version, sites);
+    if (!unfinished.empty()) {
+        result["unfinished"] = unfinished;
+    }
+    console.Result(result);
     return kDone;
 }
 

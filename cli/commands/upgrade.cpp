@@ -2,13 +2,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <limits>
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/left_out.h"
 #include "cli/server/session.h"
+#include "cli/server/unfinished_core.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -20,25 +20,6 @@ std::vector<SiteRow> InState(const std::vector<SiteRow>& sites, SiteState state)
     std::copy_if(sites.begin(), sites.end(), std::back_inserter(chosen),
                  [state](const SiteRow& site) { return site.State() == state; });
     return chosen;
-}
-
-/// Refuses an old site that the site walk could not take: it would be passed over in silence, or
-/// stop the run half-way.
-void RefuseUnreadableSites(const std::vector<SiteRow>& sites) {
-    for (const SiteRow& site : InState(sites, SiteState::kNoVersion)) {
-        throw CommandError(fmt::format(
-            "the version of site {} in tw_tarnwick.site is NULL; set it to the version of its "
-            "layout (0 runs every step); nothing was done",
-            site.siteId));
-    }
-    for (const SiteRow& site : InState(sites, SiteState::kOld)) {
-        if (site.siteId < 1 || site.siteId > std::numeric_limits<std::int32_t>::max()) {
-            throw CommandError(fmt::format(
-                "tw_tarnwick.site has a site {}, but a siteid lies between 1 and 2147483647; "
-                "nothing was done",
-                site.siteId));
-        }
-    }
 }
 
 /// Hard-deleted sites are gone for good; any other that stays as it is was perhaps forgotten.
@@ -87,12 +68,20 @@ int Upgrade(const GlobalOptions& options, Console& console) {
     }
     const auto sites = installation.Sites();
     if (!IsBelow(version, kCurrentVersion)) {
+        if (const auto unfinished = UnfinishedCore(session, InstallFolder(options));
+            !unfinished.empty()) {
+            console.Warn(unfinished);
+        }
         return NothingToDo(version, sites, console);
     }
-    RefuseUnreadableSites(sites);
-    WarnWithoutSiteFiles(options, console);
+    if (const auto refusals = Refusals(installation, sites); !refusals.empty()) {
+        throw CommandError(fmt::format("{}; nothing was done", fmt::join(refusals, "; ")));
+    }
     Run run;
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
+    if (!run.start.sites.empty()) {
+        RequireSiteFiles(options);
+    }
     run.result["from"] = version;
     const LeftOut leftOut = SitesLeftOut(sites);
     run.result["left_out"] = JsonOf(leftOut);

@@ -9,6 +9,7 @@
 #include "cli/commands/commands.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
+#include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -40,9 +41,9 @@ double StartingVersion(Installation& installation, const SiteArguments& argument
     }
     if (!site->version) {
         throw CommandError(fmt::format(
-            "the version of site {} in tw_tarnwick.site is NULL; say with --from which version "
-            "its layout has (0 runs every step)",
-            arguments.siteId));
+            "the version of site {} in tw_tarnwick.site is {}; say with --from which version its "
+            "layout has (0 runs every step)",
+            arguments.siteId, site->noVersion));
     }
     return *site->version;
 }
@@ -76,12 +77,15 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
                         {"version", version}});
         return kDone;
     }
-    WarnWithoutSiteFiles(options, console);
-    Run run;
     SiteRow site;
     site.siteId = arguments.siteId;
     site.version = version;
-    run.start = {"upgrade-site", version, {site}};
+    if (!installation.WithoutDatabase({site}).empty()) {
+        throw CommandError(WithoutDatabaseText({site}) + "; nothing was done");
+    }
+    RequireSiteFiles(options);
+    Run run;
+    run.start = {"upgrade-site", version, {site}, arguments.siteId};
     run.result["site"] = arguments.siteId;
     run.result["from"] = version;
     run.result["recorded"] = !arguments.noRecord;
@@ -101,6 +105,7 @@ void AddUpgradeSite(CLI::App& app, Invocation& invocation) {
     const auto arguments = std::make_shared<SiteArguments>();
     command->add_option("ID", arguments->siteId, "The site's id")
         ->required()
+        ->transform(Decimal())
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
     command
         ->add_option("--from", arguments->from,

@@ -1,12 +1,14 @@
 #include "cli/commands/writable.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "cli/terminal/failure.h"
@@ -44,16 +46,38 @@ int FileError(const fs::path& file) {
     return errno == ENOENT ? FolderError(fs::absolute(file).parent_path()) : errno;
 }
 
-/// One file for two kinds of lines would hold neither; a device may take both.
+/// What a name leads to, whatever links are on the way; it need not be there.
+fs::path TargetOf(const fs::path& file) {
+    constexpr int kMostLinks = 40;  // as the system has it
+    std::error_code ignored;
+    fs::path target = fs::absolute(file, ignored);
+    for (int i = 0; i < kMostLinks && fs::is_symlink(fs::symlink_status(target, ignored)); ++i) {
+        target = target.parent_path() / fs::read_symlink(target, ignored);
+    }
+    return fs::weakly_canonical(target, ignored);
+}
+
+/// Two names of one file, links of both kinds included, have the same; nothing of a device, which
+/// may take several kinds of lines.
+std::optional<std::string> IdentityOf(const fs::path& file) {
+    struct stat status {};
+    if (stat(file.c_str(), &status) != 0) {
+        return TargetOf(file).string();
+    }
+    return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)
+               ? std::optional(fmt::format("{}:{}", status.st_dev, status.st_ino))
+               : std::nullopt;
+}
+
+/// One file for two kinds of lines would hold neither.
 void RequireDifferent(const std::map<std::string, fs::path>& files) {
-    std::map<fs::path, std::string> optionOf;
+    std::map<std::string, std::string> optionOf;
     for (const auto& [option, file] : files) {
-        std::error_code ignored;
-        const fs::file_status status = fs::status(file, ignored);
-        if (fs::exists(status) && !fs::is_regular_file(status)) {
+        const auto identity = IdentityOf(file);
+        if (!identity) {
             continue;
         }
-        const auto [other, isNew] = optionOf.emplace(fs::weakly_canonical(file, ignored), option);
+        const auto [other, isNew] = optionOf.emplace(*identity, option);
         if (!isNew) {
             throw CommandError(fmt::format("{} and {} name the same file {}; name another",
                                            other->second, option, file.string()),
@@ -84,6 +108,13 @@ void RequireWritable(const GlobalOptions& options) {
                                kWrongUse);
         }
         files.emplace("--backup", options.backup);
+    }
+    // What is read must not be written over.
+    if (!options.passwordFile.empty()) {
+        files.emplace("--password-file", options.passwordFile);
+    }
+    if (!options.defaultsFile.empty()) {
+        files.emplace("--defaults-file", options.defaultsFile);
     }
     RequireDifferent(files);
 }

@@ -17,7 +17,8 @@ class Events final : public RunSink {
   public:
     static constexpr int kFormatVersion = 1;
 
-    explicit Events(const std::filesystem::path& file) : lines_(file) {}
+    Events(const std::filesystem::path& file, Console& console)
+        : lines_(file, JsonLines::Readers::kUsual, console) {}
 
     void RunStarting(const RunStart& start) override;
     void LadderStarting(const Position& where, double version) override;

@@ -1,7 +1,11 @@
 #include "cli/run/run_log.h"
 
+#include <fmt/format.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/spdlog.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
@@ -14,12 +18,18 @@ constexpr std::size_t kLogFiles = 5;
 
 class RunLog final : public RunSink {
   public:
-    explicit RunLog(const std::filesystem::path& file)
+    RunLog(const std::filesystem::path& file, Console& console)
         : log_("twupdate", std::make_shared<spdlog::sinks::rotating_file_sink_st>(
                                file.string(), kLogBytes, kLogFiles)) {
         log_.set_pattern("%Y-%m-%d %H:%M:%S.%e %L %v");
         log_.set_level(spdlog::level::debug);
         log_.flush_on(spdlog::level::info);
+        log_.set_error_handler([this, &console, file](const std::string& /*text*/) {
+            const int error = errno;
+            log_.set_level(spdlog::level::off);
+            console.Warn(fmt::format("cannot write {} any further: {}; the run goes on without it",
+                                     file.string(), std::strerror(error)));
+        });
     }
 
     void RunStarting(const RunStart& start) override {
@@ -64,9 +74,9 @@ class RunLog final : public RunSink {
 
 }  // namespace
 
-std::shared_ptr<RunSink> MakeRunLog(const std::filesystem::path& file) {
+std::shared_ptr<RunSink> MakeRunLog(const std::filesystem::path& file, Console& console) {
     try {
-        return std::make_shared<RunLog>(file);
+        return std::make_shared<RunLog>(file, console);
     } catch (const spdlog::spdlog_ex& error) {
         throw CommandError("cannot write the log: " + std::string(error.what()));
     }

@@ -61,9 +61,10 @@ struct DatabaseDone {
 
 /// What is known about a run before it starts.
 struct RunStart {
-    std::string command;         ///< e.g. "upgrade"
-    double version = 0;          ///< of the database that the command names
-    std::vector<SiteRow> sites;  ///< that the run will upgrade
+    std::string command;                                ///< e.g. "upgrade"
+    double version = 0;                                 ///< of the database that the command names
+    std::vector<SiteRow> sites;                         ///< that the run will upgrade
+    std::optional<std::int32_t> siteId = std::nullopt;  ///< that the command names
 };
 
 /// What ended a run before its time.

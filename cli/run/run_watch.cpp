@@ -51,7 +51,7 @@ void RunWatch::End() {
 RunFailure RunWatch::Fail(const std::exception& error) {
     RunFailure failure;
     failure.where = where_;
-    failure.text = error.what();
+    failure.text = ErrorText(error);
     if (const auto* hostError = dynamic_cast<const HostError*>(&error)) {
         failure.statement = WithoutPasswords(hostError->Statement());
         failure.code = hostError->Code();

@@ -3,17 +3,23 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstring>
 
 namespace twupdate::cli {
 namespace {
 
 volatile std::sig_atomic_t stopRequested = 0;
+const char* volatile unitInHand = "statement";
+
+void Tell(const char* text) {
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, std::strlen(text));
+}
 
 void Request(int /*signal*/) {
     stopRequested = 1;
-    constexpr char kLine[] =
-        "\ntwupdate: stopping after the statement in hand; once more stops at once\n";
-    [[maybe_unused]] const auto written = write(STDERR_FILENO, kLine, sizeof kLine - 1);
+    Tell("\ntwupdate: stopping after the ");
+    Tell(unitInHand);
+    Tell(" in hand; once more stops at once\n");
 }
 
 void Handle(int signal, void (*handler)(int)) {
@@ -27,7 +33,8 @@ void Handle(int signal, void (*handler)(int)) {
 
 }  // namespace
 
-StopSignals::StopSignals() {
+StopSignals::StopSignals(const char* unit) {
+    unitInHand = unit;
     Handle(SIGINT, Request);
     Handle(SIGTERM, Request);
 }

@@ -14,7 +14,8 @@ class StopRequested : public std::runtime_error {
 /// signal a second time ends it at once.
 class StopSignals {
   public:
-    StopSignals();
+    /// @param unit  what is still finished after the first signal, e.g. "statement"; a literal
+    explicit StopSignals(const char* unit = "statement");
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;

@@ -11,10 +11,12 @@ namespace twupdate::cli {
 /// A parameter of a command, as JSON.
 nlohmann::ordered_json JsonOf(const Value& value);
 
-/// --trace: one line for each call that the component makes.
+/// --trace: one line for each call that the component makes. It holds stored data, so the file is
+/// its owner's alone.
 class Trace final : public RunSink {
   public:
-    explicit Trace(const std::filesystem::path& file) : lines_(file) {}
+    Trace(const std::filesystem::path& file, Console& console)
+        : lines_(file, JsonLines::Readers::kOwner, console) {}
     void CallEnded(const Position& where, const Call& call) override;
 
   private:

@@ -3,12 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <set>
 #include <utility>
 
 #include "cli/server/restore_mark.h"
 #include "cli/server/server_errors.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
 
 namespace twupdate::cli {
@@ -16,6 +18,14 @@ namespace {
 
 Value FieldOf(const Recordset& rows, std::string_view column) {
     return rows.Fields().Item(column).Value();
+}
+
+/// What stands where a version must be; empty for a number.
+std::string NoVersion(const Value& version) {
+    if (version.IsNull()) {
+        return "NULL";
+    }
+    return version.IsNumeric() ? "" : fmt::format("'{}'", Printable(version.ToText()));
 }
 
 bool IsSet(const Value& value) {
@@ -65,18 +75,28 @@ std::shared_ptr<Recordset> Installation::Query(const std::string& sql) {
 }
 
 double Installation::VersionFrom(const std::string& table) {
-    const auto rows = Query("SELECT version FROM " + table + " ORDER BY version;");
-    if (rows->IsEOF()) {
+    const auto rows = Query("SELECT version FROM " + table + ";");
+    std::vector<Value> versions;
+    for (; !rows->IsEOF(); rows->MoveNext()) {
+        versions.push_back(FieldOf(*rows, "version"));
+    }
+    rows->Close();
+    if (versions.empty()) {
         throw CommandError(table + " has no row, so the version is not known");
     }
-    const Value version = FieldOf(*rows, "version");
-    rows->Close();
-    if (version.IsNull()) {
-        throw CommandError(table +
-                           ".version is NULL, so the version is not known: set it to the "
-                           "version of the stored layout (0 runs every step)");
+    if (versions.size() > 1) {
+        throw CommandError(
+            fmt::format("{} has {} rows, so the version is not known: leave the one that has the "
+                        "version of the stored layout",
+                        table, versions.size()));
     }
-    return version.ToDouble();
+    if (const std::string none = NoVersion(versions.front()); !none.empty()) {
+        throw CommandError(
+            fmt::format("{}.version is {}, so the version is not known: set it to the version of "
+                        "the stored layout (0 runs every step)",
+                        table, none));
+    }
+    return versions.front().ToDouble();
 }
 
 bool Installation::HasDatabase(const std::string& name) {
@@ -111,9 +131,6 @@ double Installation::ImportedVersion(std::int32_t siteId) {
         if (error.Code() != kUnknownTable && error.Code() != kUnknownDatabase) {
             throw;
         }
-        if (!HasDatabase(fmt::format("tw_{}", siteId))) {
-            throw CommandError(fmt::format("there is no database tw_{} on this server", siteId));
-        }
         throw CommandError(fmt::format(
             "tw_{} has no table tw_installation: it carries no copy of the central tables",
             siteId));
@@ -141,7 +158,8 @@ std::vector<SiteRow> Installation::ReadSites(const std::string& condition) {
         const Value name = FieldOf(*rows, "sitename");
         site.name = name.IsNull() ? std::string() : name.ToText();
         const Value version = FieldOf(*rows, "version");
-        if (!version.IsNull()) {
+        site.noVersion = NoVersion(version);
+        if (site.noVersion.empty()) {
             site.version = version.ToDouble();
         }
         site.hardDeleted = IsSet(FieldOf(*rows, "harddeleted"));
@@ -171,6 +189,53 @@ std::vector<std::string> Installation::Databases() {
     }
     rows->Close();
     return names;
+}
+
+std::vector<SiteRow> Installation::WithoutDatabase(const std::vector<SiteRow>& sites) {
+    const auto names = Databases();
+    const std::set<std::string> there(names.begin(), names.end());
+    std::vector<SiteRow> without;
+    for (const SiteRow& site : sites) {
+        if (site.State() == SiteState::kOld && !there.contains(fmt::format("tw_{}", site.siteId))) {
+            without.push_back(site);
+        }
+    }
+    return without;
+}
+
+std::vector<std::string> Refusals(Installation& installation, const std::vector<SiteRow>& sites) {
+    std::vector<std::string> refusals;
+    std::vector<SiteRow> walked;
+    for (const SiteRow& site : sites) {
+        if (site.State() == SiteState::kNoVersion) {
+            refusals.push_back(
+                fmt::format("the version of site {} in tw_tarnwick.site is {}; set it to the "
+                            "version of its layout (0 runs every step)",
+                            site.siteId, site.noVersion));
+        } else if (site.State() == SiteState::kOld &&
+                   (site.siteId < 1 || site.siteId > std::numeric_limits<std::int32_t>::max())) {
+            refusals.push_back(fmt::format(
+                "tw_tarnwick.site has a site {}, but a siteid lies between 1 and 2147483647",
+                site.siteId));
+        } else {
+            walked.push_back(site);
+        }
+    }
+    if (const auto without = installation.WithoutDatabase(walked); !without.empty()) {
+        refusals.push_back(WithoutDatabaseText(without));
+    }
+    return refusals;
+}
+
+std::string WithoutDatabaseText(const std::vector<SiteRow>& sites) {
+    std::vector<std::string> names;
+    for (const SiteRow& site : sites) {
+        names.push_back(fmt::format("tw_{}", site.siteId));
+    }
+    return fmt::format(
+        "{} no database that the user sees ({}); bring it back from a backup, or mark the site "
+        "hard-deleted in tw_tarnwick.site",
+        Count(sites.size(), "site has", "sites have"), fmt::join(names, ", "));
 }
 
 }  // namespace twupdate::cli

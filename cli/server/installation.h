@@ -27,7 +27,8 @@ std::string SiteStateText(SiteState state);
 struct SiteRow {
     std::int64_t siteId = 0;
     std::string name;               ///< empty when it is NULL
-    std::optional<double> version;  ///< nothing when it is NULL
+    std::optional<double> version;  ///< nothing when it is NULL or no number
+    std::string noVersion;          ///< what stands in its place then: "NULL", or a text in quotes
     bool hardDeleted = false;
     bool inTransaction = false;
 
@@ -40,9 +41,9 @@ class Installation {
   public:
     explicit Installation(std::shared_ptr<Utility> utility);
 
-    /// tw_tarnwick.installation.version. Of several rows the lowest.
-    /// @throws CommandError when there is no central database, no row, or a NULL, or when a restore
-    ///         has not come to its end
+    /// tw_tarnwick.installation.version.
+    /// @throws CommandError when there is no central database, when the table has not one row with
+    ///         a number, or when a restore is unfinished
     double Version();
 
     /// Every site, by id.
@@ -52,13 +53,16 @@ class Installation {
     std::optional<SiteRow> Site(std::int64_t siteId);
 
     /// The version of the copy of the central tables that an imported site carries.
-    /// @throws CommandError when the database has no such copy, or its version is NULL
+    /// @throws CommandError when the database has no such copy, or not one row with a number
     double ImportedVersion(std::int32_t siteId);
 
     bool HasDatabase(const std::string& name);
 
     /// The names of the databases that the user sees, of those that belong to the installation.
     std::vector<std::string> Databases();
+
+    /// The sites that an upgrade would come to and whose database the user does not see.
+    std::vector<SiteRow> WithoutDatabase(const std::vector<SiteRow>& sites);
 
   private:
     std::vector<SiteRow> ReadSites(const std::string& condition);
@@ -67,5 +71,12 @@ class Installation {
 
     std::shared_ptr<Utility> utility_;
 };
+
+/// What an upgrade of the installation refuses before its first statement, a line for each reason.
+/// Such a site would be passed over in silence, or stop the run at every repeat.
+std::vector<std::string> Refusals(Installation& installation, const std::vector<SiteRow>& sites);
+
+/// That these sites have no database, by name, and what to do.
+std::string WithoutDatabaseText(const std::vector<SiteRow>& sites);
 
 }  // namespace twupdate::cli

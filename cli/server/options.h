@@ -22,6 +22,7 @@ struct GlobalOptions {
     std::filesystem::path datadir;
 
     std::filesystem::path backup;
+    std::optional<std::size_t> keep;  ///< how many backups of runs that have ended
 
     // How the run goes along with others.
     bool noLock = false;
@@ -35,6 +36,8 @@ struct GlobalOptions {
     // What happens with the component's calls.
     std::string serviceCommand;
     std::filesystem::path servicesLog;
+    bool noServices = false;   ///< they are counted, and that is all
+    bool noSiteFiles = false;  ///< no installation is around the install folder
 
     // What is told to people and tools.
     std::filesystem::path trace;

@@ -166,24 +166,47 @@ fs::path InstallFolderWithData(const GlobalOptions& options) {
                 folder.string()),
             kWrongUse);
     }
+    std::error_code ignored;  // a folder that cannot be listed has files that may be read
+    for (const auto& entry : fs::directory_iterator(folder / "resources", ignored)) {
+        if (entry.path().filename().string().ends_with("Data.txt") &&
+            !entry.is_regular_file(ignored)) {
+            throw CommandError(
+                fmt::format("{} is no file; bring the data file back from the package, or remove "
+                            "what stands in its place; nothing was done",
+                            entry.path().string()),
+                kWrongUse);
+        }
+    }
     return folder;
 }
 
-void WarnWithoutSiteFiles(const GlobalOptions& options, Console& console) {
+void RequireSiteFiles(const GlobalOptions& options) {
     fs::path root = InstallFolder(options).lexically_normal().parent_path();
     if (!InstallFolder(options).has_filename()) {
         root = root.parent_path();  // it ended in a separator
     }
+    std::string found;
     for (const char* folder : {"templates", "components", "wwwroot"}) {
-        std::error_code ignored;
-        if (fs::exists(root / folder, ignored)) {
-            return;
+        std::error_code error;  // what may not be looked at is not missing
+        if (fs::exists(root / folder, error) || error) {
+            found = folder;
         }
     }
-    console.Warn(fmt::format(
-        "{} has none of the folders templates, components and wwwroot: no file of a site is "
-        "copied; --install-folder names the component's folder inside the installation",
-        root.string()));
+    if (found.empty() && !options.noSiteFiles) {
+        throw CommandError(
+            fmt::format("{} has none of the folders templates, components and wwwroot, so no file "
+                        "of a site can be copied; --install-folder names the component's folder "
+                        "inside the installation; where the sites have no files, go on with "
+                        "--no-site-files; nothing was done",
+                        root.string()),
+            kWrongUse);
+    }
+    if (!found.empty() && options.noSiteFiles) {
+        throw CommandError(fmt::format("{} has the folder {}, so the sites have files there; leave "
+                                       "--no-site-files out; nothing was done",
+                                       root.string(), found),
+                           kWrongUse);
+    }
 }
 
 }  // namespace twupdate::cli

@@ -71,8 +71,10 @@ std::filesystem::path InstallFolder(const GlobalOptions& options);
 /// @throws CommandError when the folder that is named has no `resources`
 std::filesystem::path InstallFolderWithData(const GlobalOptions& options);
 
-/// Warns when the folder above the install folder holds nothing of an installation: the component
-/// passes over folders that are not there, and the files of the sites would stay old unnoticed.
-void WarnWithoutSiteFiles(const GlobalOptions& options, Console& console);
+/// Refuses an upgrade of sites where the folder above the install folder holds nothing of an
+/// installation, unless --no-site-files says so: the component passes over folders that are not
+/// there, and what was not copied cannot be made up for.
+/// @throws CommandError (exit 2), also when --no-site-files is given where there is one
+void RequireSiteFiles(const GlobalOptions& options);
 
 }  // namespace twupdate::cli

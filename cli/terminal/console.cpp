@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "cli/terminal/text.h"
@@ -10,10 +11,11 @@
 namespace twupdate::cli {
 namespace {
 
-void PutLine(std::FILE* file, std::string_view line) {
-    std::fwrite(line.data(), 1, line.size(), file);
-    std::fputc('\n', file);
-    std::fflush(file);
+/// @return 0, or why it could not be written
+int PutLine(std::FILE* file, std::string_view line) {
+    const bool written = std::fwrite(line.data(), 1, line.size(), file) == line.size() &&
+                         std::fputc('\n', file) != EOF && std::fflush(file) == 0;
+    return written ? 0 : errno;
 }
 
 /// The text cut to so many columns.
@@ -49,8 +51,9 @@ std::size_t Console::Width() {
 }
 
 void Console::Say(std::string_view line) {
-    if (!quiet_) {
-        Print(line);
+    if (!quiet_ && !json_) {
+        ClearProgress();
+        PutLine(stdout, line);
     }
 }
 
@@ -59,13 +62,20 @@ void Console::Print(std::string_view line) {
         return;
     }
     ClearProgress();
-    PutLine(stdout, line);
+    PutResult(line);
 }
 
-void Console::Result(const nlohmann::ordered_json& result) const {
+void Console::PutResult(std::string_view line) {
+    const int error = PutLine(stdout, line);
+    if (outputError_ == 0 && error != EPIPE) {
+        outputError_ = error;
+    }
+}
+
+void Console::Result(const nlohmann::ordered_json& result) {
     if (json_) {
         // Names in the databases may hold any bytes; what is no UTF-8 must not end the program.
-        PutLine(stdout, result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+        PutResult(result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
     }
 }
 

@@ -38,7 +38,10 @@ class Console {
     /// A line that was asked for; left out with --json only.
     void Print(std::string_view line);
     /// The result, as the one JSON object of --json; nothing otherwise.
-    void Result(const nlohmann::ordered_json& result) const;
+    void Result(const nlohmann::ordered_json& result);
+    /// Why something that was asked for could not be written, as an error of the system; 0 when all
+    /// of it was, or when the reader has had enough.
+    int OutputError() const { return outputError_; }
     void Warn(std::string_view line);
     void Error(std::string_view line);
 
@@ -47,10 +50,13 @@ class Console {
     void ClearProgress();
 
   private:
+    void PutResult(std::string_view line);
+
     bool json_;
     bool quiet_;
     bool interactive_;
     bool drawn_ = false;
+    int outputError_ = 0;
 };
 
 }  // namespace twupdate::cli

@@ -1,11 +1,36 @@
 #include "cli/terminal/json_lines.h"
 
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
 #include "cli/terminal/failure.h"
 
 namespace twupdate::cli {
+namespace {
+
+/// @return -1, with errno set, when that fails
+int Open(const std::filesystem::path& file, JsonLines::Readers readers) {
+    constexpr mode_t kOwnerOnly = 0600;
+    constexpr mode_t kUsual = 0666;
+    const bool ownerOnly = readers == JsonLines::Readers::kOwner;
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
+                        ownerOnly ? kOwnerOnly : kUsual);
+    struct stat status {};
+    // A file that was there may be open to others; a device or a pipe has no readers to come.
+    if (fd >= 0 && ownerOnly &&
+        (fstat(fd, &status) != 0 || (S_ISREG(status.st_mode) && fchmod(fd, kOwnerOnly) != 0))) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+}  // namespace
 
 const std::filesystem::path& WithFolders(const std::filesystem::path& file) {
     std::error_code ignored;
@@ -13,18 +38,27 @@ const std::filesystem::path& WithFolders(const std::filesystem::path& file) {
     return file;
 }
 
-JsonLines::JsonLines(const std::filesystem::path& file)
-    : path_(file), file_(WithFolders(file), std::ios::binary | std::ios::trunc) {
+JsonLines::JsonLines(const std::filesystem::path& file, Readers readers, Console& console)
+    : path_(file), console_(console) {
+    const int fd = Open(WithFolders(file), readers);
+    file_.reset(fd < 0 ? nullptr : fdopen(fd, "w"));
     if (!file_) {
         throw CommandError("cannot write " + path_.string() + ": " + std::strerror(errno));
     }
 }
 
 void JsonLines::Write(const nlohmann::ordered_json& line) {
-    file_ << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n'
-          << std::flush;
     if (!file_) {
-        throw CommandError("cannot write " + path_.string() + ": " + std::strerror(errno));
+        return;
+    }
+    const std::string text =
+        line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size() ||
+        std::fflush(file_.get()) != 0) {
+        const int error = errno;
+        file_.reset();
+        console_.Warn(fmt::format("cannot write {} any further: {}; the run goes on without it",
+                                  path_.string(), std::strerror(error)));
     }
 }
 

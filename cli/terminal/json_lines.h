@@ -1,26 +1,41 @@
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <nlohmann/json.hpp>
+
+#include "cli/terminal/console.h"
 
 namespace twupdate::cli {
 
 /// The file, after the folders that it lacks were made; opening it tells what has failed.
 const std::filesystem::path& WithFolders(const std::filesystem::path& file);
 
-/// A file of JSON objects, one a line, each line flushed as it is written.
+/// A file of JSON objects, one a line, each line flushed as it is written. When it cannot be
+/// written any further, as on a full disk, that is a warning, once: the run is worth more than its
+/// record.
 class JsonLines {
   public:
+    enum class Readers : std::uint8_t {
+        kOwner,  ///< it holds what is stored in the databases
+        kUsual,
+    };
+
     /// Makes the folders of the file that are missing.
     /// @throws CommandError when the file cannot be made
-    explicit JsonLines(const std::filesystem::path& file);
-    /// @throws CommandError when the line cannot be written
+    JsonLines(const std::filesystem::path& file, Readers readers, Console& console);
     void Write(const nlohmann::ordered_json& line);
 
   private:
+    struct Close {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
     std::filesystem::path path_;
-    std::ofstream file_;
+    std::unique_ptr<std::FILE, Close> file_;  ///< null once it cannot be written
+    Console& console_;
 };
 
 }  // namespace twupdate::cli

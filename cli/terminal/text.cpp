@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
@@ -312,8 +313,31 @@ std::vector<std::string> SplitAtBlanks(std::string_view list) {
     return words;
 }
 
+std::string ErrorText(const std::exception& error) {
+    const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error);
+    if (file == nullptr) {
+        return error.what();
+    }
+    std::string paths = file->path1().string();
+    if (!file->path2().empty()) {
+        paths += ", " + file->path2().string();
+    }
+    return paths + ": " + file->code().message();
+}
+
 bool ComesBefore(std::string_view name, std::string_view other) {
     return name.size() != other.size() ? name.size() < other.size() : name < other;
+}
+
+std::string FaultOfNumber(std::string& word) {
+    const std::size_t sign = word.starts_with('-') || word.starts_with('+') ? 1 : 0;
+    const std::string digits = word.substr(sign);
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
+        return "'" + word + "' is no whole number in decimal notation";
+    }
+    const std::size_t first = std::min(digits.find_first_not_of('0'), digits.size() - 1);
+    word = (word.starts_with('-') ? "-" : "") + digits.substr(first);
+    return "";
 }
 
 std::string FaultOfVersion(const std::string& word) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,8 +54,15 @@ std::string DescribeError(std::string_view statement, std::uint32_t code, std::s
                           std::string_view text);
 std::string DescribeError(const HostError& error);
 
+/// The text of an exception for people; of one of the file system the path and the reason.
+std::string ErrorText(const std::exception& error);
+
 /// The order in which names of databases are listed: tw_2 comes before tw_10.
 bool ComesBefore(std::string_view name, std::string_view other);
+
+/// What a parser says of a word that is no whole number in decimal notation; nothing of one that
+/// is, which is left without the zeros that it begins with.
+std::string FaultOfNumber(std::string& word);
 
 /// What a parser says of a word that is no version; nothing of a decimal number not below 0.
 std::string FaultOfVersion(const std::string& word);

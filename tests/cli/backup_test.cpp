@@ -1,7 +1,11 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <thread>
 
 #include "cli/installation_fixture.h"
 
@@ -29,9 +33,27 @@ class Backup : public InstallationTest {
         return {"--backup", backup.string(), "upgrade-site", "1", "--from", "1.0264"};
     }
 
+    /// The folders of the runs, in order.
+    static std::vector<fs::path> RunsIn(const fs::path& backup) {
+        std::vector<fs::path> runs;
+        for (const auto& entry : fs::directory_iterator(backup)) {
+            runs.push_back(entry.path());
+        }
+        std::sort(runs.begin(), runs.end());
+        return runs;
+    }
+    static fs::path LastRun(const fs::path& backup) { return RunsIn(backup).back(); }
+
+    static std::vector<std::string> RestoreAll(const fs::path& backup) {
+        return {"restore", LastRun(backup).string(), "--apply"};
+    }
+    static std::vector<std::string> RestoreSite1(const fs::path& backup) {
+        return {"restore", LastRun(backup).string(), "--site", "1", "--apply"};
+    }
+
     static Outcome AsHalf(const std::vector<std::string>& arguments) {
         std::vector<std::string> all{"--socket", CliServer::Get().Server().Socket().string(),
-                                     "--user", "half"};
+                                     "--user", "half", "--no-site-files"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return RunProgram(all);
     }
@@ -49,7 +71,7 @@ TEST_F(Backup, PutsBackEverythingAsItWas) {
     const Outcome upgraded = Run({"--backup", backup_.string(), "upgrade"});
     EXPECT_EQ(upgraded.status, 0) << upgraded.err;
     EXPECT_NE(StateOf("tw_1"), one);
-    const Outcome restored = Run({"restore", backup_.string()});
+    const Outcome restored = Run(RestoreAll(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
     EXPECT_THAT(restored.out, HasSubstr("4 databases put back."));
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
@@ -66,14 +88,14 @@ TEST_F(Backup, OneSiteComesBackAloneWithItsVersion) {
     const std::string one = StateOf("tw_1");
     ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
     const std::string two = StateOf("tw_2");
-    const Outcome restored = Run({"restore", backup_.string(), "--site", "1"});
+    const Outcome restored = Run(RestoreSite1(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(StateOf("tw_2"), two);
     EXPECT_EQ(SiteVersion(1), "1");
     EXPECT_EQ(SiteVersion(2), "1.0265");
     EXPECT_EQ(InstallationVersion(), "1.0265");
-    EXPECT_EQ(Run({"restore", backup_.string(), "--site", "3"}).status, 1);
+    EXPECT_EQ(Run({"restore", LastRun(backup_).string(), "--site", "3"}).status, 1);
 }
 
 TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
@@ -86,7 +108,7 @@ TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
         "VIEW ON `tw\\_%`.* TO 'night'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
     const auto run = [&](const std::vector<std::string>& arguments) {
-        std::vector<std::string> all{"--socket", socket, "--user", "night"};
+        std::vector<std::string> all{"--socket", socket, "--user", "night", "--no-site-files"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return RunProgram(all);
     };
@@ -100,7 +122,7 @@ TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
         run({"--backup", backup_.string(), "--quiet", "upgrade-site", "1", "--from", "1.0264"})
             .err.find("mysql.proc"),
         std::string::npos);
-    const Outcome restored = run({"restore", backup_.string()});
+    const Outcome restored = run({"restore", RunsIn(backup_).front().string(), "--apply"});
     EXPECT_EQ(restored.status, 0) << restored.err;
     EXPECT_EQ(StateOf("tw_1"), one);
 }
@@ -115,8 +137,8 @@ TEST_F(Backup, ARightThatIsMissingIsToldBeforeAnythingIsDropped) {
     const auto socket = CliServer::Get().Server().Socket().string();
     for (const std::string right : {"DROP", "CREATE", "ALTER", "INSERT"}) {
         Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
-        const Outcome outcome =
-            RunProgram({"--socket", socket, "--user", "half", "restore", backup_.string()});
+        const Outcome outcome = RunProgram({"--socket", socket, "--user", "half", "restore",
+                                            LastRun(backup_).string(), "--apply"});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.err,
                   "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
@@ -142,7 +164,7 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
     for (const std::string right :
          {"CREATE VIEW", "TRIGGER", "EVENT", "CREATE ROUTINE", "ALTER ROUTINE"}) {
         Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
-        const Outcome outcome = AsHalf({"restore", backup_.string(), "--site", "1"});
+        const Outcome outcome = AsHalf(RestoreSite1(backup_));
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.err,
                   "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
@@ -150,7 +172,7 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
         EXPECT_EQ(SiteVersion(1), "1.0265");
         Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
-    const Outcome restored = AsHalf({"restore", backup_.string(), "--site", "1"});
+    const Outcome restored = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.extra;"), "0");
     EXPECT_EQ(Cell("SELECT tw_1.f();"), "1");
@@ -173,7 +195,7 @@ TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
         Execute(made + object + ";");
         Execute("UPDATE tw_tarnwick.site SET version = 1.0000;");
         ASSERT_EQ(Run(BackUpSite1(backup)).status, 0);
-        const Outcome outcome = AsHalf({"restore", backup.string(), "--site", "1"});
+        const Outcome outcome = AsHalf(RestoreSite1(backup));
         EXPECT_EQ(outcome.status, 1) << object;
         EXPECT_EQ(outcome.err,
                   "twupdate: tw_1: the user lacks the right SET USER for what belongs to "
@@ -181,7 +203,7 @@ TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
         EXPECT_EQ(SiteVersion(1), "1.0265");
         Execute("DROP " + object.substr(0, object.find(' ')) + " tw_1.o;");
         Execute("GRANT SET USER ON *.* TO 'half'@'localhost';");
-        const Outcome restored = AsHalf({"restore", backup.string(), "--site", "1"});
+        const Outcome restored = AsHalf(RestoreSite1(backup));
         EXPECT_EQ(restored.status, 0) << restored.err;
         Execute("REVOKE SET USER ON *.* FROM 'half'@'localhost';");
         Execute("DROP " + object.substr(0, object.find(' ')) + " tw_1.o;");
@@ -197,14 +219,14 @@ TEST_F(Backup, AllRightsOnEveryDatabaseAreNotThoseOnTheServer) {
     const std::string one = StateOf("tw_1");
     Execute("CREATE OR REPLACE USER 'half'@'localhost';");
     Execute("GRANT ALL PRIVILEGES ON `%`.* TO 'half'@'localhost';");
-    const Outcome outcome = AsHalf({"restore", backup_.string(), "--site", "1"});
+    const Outcome outcome = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               "twupdate: tw_1: the user lacks the right SET USER for what belongs to `so`@`%`; "
               "nothing was put back\n");
     EXPECT_EQ(StateOf("tw_1"), one);
     Execute("GRANT ALL PRIVILEGES ON *.* TO 'half'@'localhost';");
-    EXPECT_EQ(AsHalf({"restore", backup_.string(), "--site", "1"}).status, 0);
+    EXPECT_EQ(AsHalf(RestoreSite1(backup_)).status, 0);
 }
 
 TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
@@ -218,7 +240,7 @@ TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
         "CREATE DEFINER = 'half'@'localhost' TRIGGER tw_1.t BEFORE INSERT ON tw_1.extra "
         "FOR EACH ROW SET @x = 1;");
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
-    const Outcome outcome = AsHalf({"restore", backup_.string(), "--site", "1"});
+    const Outcome outcome = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               "twupdate: tw_1: the user lacks the right SUPER, which triggers and functions need "
@@ -226,7 +248,7 @@ TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
               "nothing was put back\n");
     EXPECT_EQ(SiteVersion(1), "1.0265");
     const GlobalSetting trust("log_bin_trust_function_creators", "ON");
-    const Outcome restored = AsHalf({"restore", backup_.string(), "--site", "1"});
+    const Outcome restored = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
 }
 
@@ -240,15 +262,15 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
     const std::string half = "head -c 20000 | /usr/bin/mariadb \"$@\"; exit 1";
     const std::string before = "kill -9 $PPID";
     const std::string after = "/usr/bin/mariadb \"$@\"; kill -9 $PPID";
-    for (const std::vector<std::string>& restore :
-         {std::vector<std::string>{"restore", backup_.string()},
-          std::vector<std::string>{"restore", backup_.string(), "--site", "1"}}) {
+    for (const bool site : {false, true}) {
+        const auto restore = site ? RestoreSite1(backup_) : RestoreAll(backup_);
         for (const std::string& script : {before, half, after}) {
             EXPECT_NE(RunProgram(With(restore), {{"PATH", PathWith("mariadb", script)}}).status, 0);
-            if (restore.size() > 2) {
+            if (site) {
                 EXPECT_EQ(SiteVersion(1), "1") << script;
             }
             for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+                     {"create-core"},
                      {"upgrade"},
                      {"upgrade-site", "1"},
                      {"upgrade-site", "1", "--from", "1.0000", "--no-record"},
@@ -268,7 +290,7 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
             EXPECT_EQ(again.status, 0) << again.err;
             EXPECT_EQ(StateOf("tw_1"), one) << script;
             EXPECT_EQ(SiteVersion(1), "1");
-            if (restore.size() == 2) {
+            if (!site) {
                 EXPECT_EQ(StateOf("tw_tarnwick"), central);
                 EXPECT_EQ(Run({"upgrade"}).status, 0);
             } else {
@@ -286,7 +308,7 @@ TEST_F(Backup, OfTheCopiesInAnImportedSiteSaysNothingOfTheSitesVersion) {
         Execute(statement);
     }
     ASSERT_EQ(Run({"--backup", backup_.string(), "import-master-data", "7"}).status, 0);
-    EXPECT_EQ(Run({"restore", backup_.string(), "--site", "7"}).status, 0);
+    EXPECT_EQ(Run({"restore", LastRun(backup_).string(), "--site", "7", "--apply"}).status, 0);
     EXPECT_EQ(SiteVersion(7), "1.01");
 }
 
@@ -294,16 +316,17 @@ TEST_F(Backup, OfSitesWithoutTheCentralDatabaseBringsTheirVersionsBackToo) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
-    fs::remove(backup_ / "tw_tarnwick.sql.gz");
-    EXPECT_EQ(Run({"restore", backup_.string()}).status, 0);
+    fs::remove(LastRun(backup_) / "tw_tarnwick.sql.gz");
+    EXPECT_EQ(Run(RestoreAll(backup_)).status, 0);
     EXPECT_EQ(SiteVersion(1), "1");
     Execute("UPDATE tw_tarnwick.site SET version = 1.0265;");
-    fs::remove(backup_ / "tw_1.json");
+    fs::remove(LastRun(backup_) / "tw_1.json");
     const std::string one = StateOf("tw_1");
-    const Outcome outcome = Run({"restore", backup_.string()});
+    const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "twupdate: the note on the version of site 1 is missing, " +
-                               (backup_ / "tw_1.json").string() + "; nothing was put back\n");
+                               (LastRun(backup_) / "tw_1.json").string() +
+                               "; nothing was put back\n");
     EXPECT_EQ(SiteVersion(1), "1.0265");
     EXPECT_EQ(StateOf("tw_1"), one);
 }
@@ -316,7 +339,7 @@ TEST_F(Backup, OfTheCentralDatabaseLeavesTheVersionsOfOtherSitesAlone) {
     Execute("UPDATE tw_tarnwick.site SET version = 1.0000;");
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);  // has the old version of site 2, too
     Execute("UPDATE tw_tarnwick.site SET version = 1.0265 WHERE siteid = 2;");
-    const Outcome restored = Run({"restore", backup_.string()});
+    const Outcome restored = Run(RestoreAll(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
     EXPECT_THAT(restored.out, HasSubstr("tw_2: not in the backup, so its version stays 1.0265\n"));
     EXPECT_EQ(SiteVersion(1), "1");
@@ -339,16 +362,16 @@ TEST_F(Backup, OfTheCentralDatabaseKeepsTheVersionsOfOtherSitesWhereverItIsCut) 
              "/usr/bin/mariadb \"$@\" <" + dump + "; kill -9 $PPID"}) {
         Execute("UPDATE tw_tarnwick.site SET version = 1.0150 WHERE siteid = 2;");
         for (int time = 0; time < 2; ++time) {  // the repeat may be cut, too
-            EXPECT_NE(RunProgram(With({"restore", backup_.string()}),
+            EXPECT_NE(RunProgram(With(RestoreAll(backup_)),
                                  {{"PATH", PathWith("mariadb", central + cut)}})
                           .status,
                       0);
         }
-        const Outcome again = Run({"restore", backup_.string()});
+        const Outcome again = Run(RestoreAll(backup_));
         EXPECT_EQ(again.status, 0) << again.err;
         EXPECT_EQ(SiteVersion(1), "1") << cut;
         EXPECT_EQ(SiteVersion(2), "1.015") << cut;
-        EXPECT_FALSE(fs::exists(backup_ / "kept_versions.json"));
+        EXPECT_FALSE(fs::exists(LastRun(backup_) / "kept_versions.json"));
     }
 }
 
@@ -358,14 +381,12 @@ TEST_F(Backup, VersionsThatACutRestoreHasKeptAreOldOnceItWasPutRightByHand) {
     MakeSite(2);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
     EXPECT_NE(
-        RunProgram(With({"restore", backup_.string()}), {{"PATH", PathWith("mariadb", "exit 1")}})
-            .status,
-        0);
-    EXPECT_TRUE(fs::exists(backup_ / "kept_versions.json"));
+        RunProgram(With(RestoreAll(backup_)), {{"PATH", PathWith("mariadb", "exit 1")}}).status, 0);
+    EXPECT_TRUE(fs::exists(LastRun(backup_) / "kept_versions.json"));
     Execute("DROP TABLE tw_1.unfinished_restore;");
     Execute("DROP TABLE tw_tarnwick.unfinished_restore;");
     Execute("UPDATE tw_tarnwick.site SET version = 1.0150 WHERE siteid = 2;");
-    EXPECT_EQ(Run({"restore", backup_.string()}).status, 0);
+    EXPECT_EQ(Run(RestoreAll(backup_)).status, 0);
     EXPECT_EQ(SiteVersion(2), "1.015");
 }
 
@@ -375,9 +396,9 @@ TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsD
     MakeSite(2);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
     const std::string one = StateOf("tw_1");
-    const std::string file = (backup_ / "kept_versions.json").string();
+    const std::string file = (LastRun(backup_) / "kept_versions.json").string();
     fs::create_directory(file + ".part");  // which no file can replace
-    const Outcome outcome = Run({"restore", backup_.string()});
+    const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "twupdate: cannot write " + file +
                                ", which keeps the versions of the sites that are not in the "
@@ -386,7 +407,7 @@ TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsD
     fs::remove(file + ".part");
     Execute("CREATE TABLE tw_1.unfinished_restore(a INT);");
     WriteFile(file, "{\"2\": 1.0");
-    const Outcome unreadable = Run({"restore", backup_.string()});
+    const Outcome unreadable = Run(RestoreAll(backup_));
     EXPECT_EQ(unreadable.status, 1);
     EXPECT_EQ(unreadable.err, "twupdate: " + file +
                                   ", which keeps the versions of the sites that are not in the "
@@ -405,21 +426,21 @@ TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
     const std::string refusal =
         "twupdate: tw_tarnwick: the user lacks the right UPDATE, which sets the versions of "
         "sites; nothing was put back\n";
-    const Outcome site = AsHalf({"restore", backup_.string(), "--site", "1"});
+    const Outcome site = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(site.status, 1);
     EXPECT_EQ(site.err, refusal);
     EXPECT_EQ(StateOf("tw_1"), one);
     for (const std::string right : {"UPDATE", "UPDATE(version)"}) {
         Execute("GRANT SELECT, " + right + " ON tw_tarnwick.site TO 'half'@'localhost';");
-        EXPECT_EQ(AsHalf({"restore", backup_.string(), "--site", "1"}).status, 0) << right;
+        EXPECT_EQ(AsHalf(RestoreSite1(backup_)).status, 0) << right;
         Execute("REVOKE SELECT, " + right + " ON tw_tarnwick.site FROM 'half'@'localhost';");
     }
     // The versions of all sites come back with the central database; there is none to set.
-    const Outcome whole = AsHalf({"restore", backup_.string()});
+    const Outcome whole = AsHalf(RestoreAll(backup_));
     EXPECT_EQ(whole.status, 0) << whole.err;
     MakeSiteRow(2, "1.0150");
     const std::string central = StateOf("tw_tarnwick");
-    const Outcome others = AsHalf({"restore", backup_.string()});
+    const Outcome others = AsHalf(RestoreAll(backup_));
     EXPECT_EQ(others.status, 1);
     EXPECT_EQ(others.err, refusal);
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
@@ -430,11 +451,11 @@ TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
     MakeSite(1);
     MakeSite(2);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
-    fs::rename(backup_ / "tw_1.sql.gz", backup_ / "tw_2.sql.gz");
-    const Outcome outcome = Run({"restore", backup_.string()});
+    fs::rename(LastRun(backup_) / "tw_1.sql.gz", LastRun(backup_) / "tw_2.sql.gz");
+    const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err,
-              "twupdate: " + (backup_ / "tw_2.sql.gz").string() + " is no dump of tw_2\n");
+    EXPECT_EQ(outcome.err, "twupdate: " + (LastRun(backup_) / "tw_2.sql.gz").string() +
+                               " is no dump of tw_2; nothing was put back\n");
     EXPECT_EQ(SiteVersion(1), "1.0265");
 }
 
@@ -442,12 +463,12 @@ TEST_F(Backup, ADatabaseThatIsNotPutBackToItsEndIsNamed) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
-    std::vector<std::string> arguments = With({"restore", backup_.string(), "--site", "1"});
+    std::vector<std::string> arguments = With(RestoreSite1(backup_));
     const Outcome outcome = RunProgram(arguments, {{"PATH", PathWith("mariadb", "exit 7")}});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
                 HasSubstr("twupdate: cannot put back tw_1: mariadb ended with status 7; the "
-                          "database is not whole now: mend the cause and give the same command "
+                          "database is not whole now: fix the cause and give the same command "
                           "again\n"));
 }
 
@@ -455,25 +476,217 @@ TEST_F(Backup, AResumedRunKeepsTheFirstBackup) {
     MakeCentralDatabase();
     MakeSite(1);
     const std::string one = StateOf("tw_1");
-    MakeSiteRow(2, "1.0000");  // has no database, so the run ends there
+    MakeSiteThatFails(2);
     EXPECT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
     const Outcome again = Run({"--backup", backup_.string(), "upgrade"});
     EXPECT_EQ(again.status, 0) << again.err;
+    ASSERT_EQ(RunsIn(backup_).size(), 1U);
+    EXPECT_THAT(again.out, HasSubstr("Backup: " + LastRun(backup_).string() +
+                                     ", of the unfinished run that began 20"));
     EXPECT_THAT(again.out, HasSubstr("tw_tarnwick: keeping the backup of 20"));
-    EXPECT_EQ(Run({"restore", backup_.string(), "--site", "1"}).status, 0);
+    EXPECT_EQ(Run(RestoreSite1(backup_)).status, 0);
     EXPECT_EQ(StateOf("tw_1"), one);
 }
 
-TEST_F(Backup, OfAnotherVersionIsNotMixedWithThisOne) {
+TEST_F(Backup, OfARunThatHasEndedIsNotTakenForThatOfTheNext) {
     MakeCentralDatabase();
     MakeSite(1);
-    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade-site", "1"}).status, 0);
-    Execute("UPDATE tw_tarnwick.site SET version = 1.0262;");
-    const Outcome outcome = Run({"--backup", backup_.string(), "upgrade-site", "1"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("holds a backup of tw_1 at another version"));
-    EXPECT_EQ(SiteVersion(1), "1.0262");
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    ASSERT_EQ(RunsIn(backup_).size(), 1U);
+    ASSERT_EQ(Run(RestoreAll(backup_)).status, 0);
+    Execute("INSERT INTO tw_1.setting(overrideid, name) VALUES(1, 'work');");
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    ASSERT_EQ(RunsIn(backup_).size(), 2U);
+    Execute("DELETE FROM tw_1.setting;");
+    EXPECT_EQ(Run(RestoreSite1(backup_)).status, 0);
+    EXPECT_EQ(Cell("SELECT name FROM tw_1.setting;"), "work");
+}
+
+TEST_F(Backup, OfAnUnfinishedRunIsNotKeptAfterARestore) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSiteThatFails(2);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
+    ASSERT_EQ(Run(RestoreAll(backup_)).status, 0);
+    Execute("INSERT INTO tw_1.setting(overrideid, name) VALUES(1, 'work');");
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
+    ASSERT_EQ(RunsIn(backup_).size(), 2U);
+    ASSERT_EQ(Run(RestoreAll(backup_)).status, 0);
+    EXPECT_EQ(Cell("SELECT name FROM tw_1.setting;"), "work");
+}
+
+TEST_F(Backup, OfAnUnfinishedRunIsKeptByTheSameCommandAlone) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSiteThatFails(2);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
+    for (const std::string site : {"2", "2", "1"}) {
+        Run({"--backup", backup_.string(), "upgrade-site", site, "--from", "1.0262"});
+    }
+    EXPECT_EQ(RunsIn(backup_).size(), 3U);
+    // The versions are no longer those that the run has left.
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0100;");
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
+    EXPECT_EQ(RunsIn(backup_).size(), 4U);
+    // Nor is it the same server.
+    auto run = nlohmann::json::parse(ContentOf(LastRun(backup_) / "run.json"));
+    run["server"] = "another:/var/lib/mysql/";
+    WriteFile(LastRun(backup_) / "run.json", run.dump());
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 1);
+    EXPECT_EQ(RunsIn(backup_).size(), 5U);
+}
+
+TEST_F(Backup, OldOnesAreRemovedWhenARunHasEndedIfToldSo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSiteThatFails(2);
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade-site", "2"}).status, 1);
+    const fs::path unfinished = LastRun(backup_);
+    WriteFile(backup_ / "notes.txt", "mine");
+    fs::create_directory(backup_ / "2020-01-01T000000Z");  // no run's
+    auto upgrade = BackUpSite1(backup_);
+    ASSERT_EQ(Run(upgrade).status, 0);
+    fs::path first;
+    for (const fs::path& run : RunsIn(backup_)) {
+        first = fs::exists(run / "tw_1.sql.gz") ? run : first;
+    }
+    ASSERT_EQ(Run(upgrade).status, 0);
+    EXPECT_TRUE(fs::exists(first));
+    upgrade.insert(upgrade.begin(), {"--keep", "2"});
+    WriteFile(first / "mine.txt", "x");  // stays, whatever it is
+    ASSERT_EQ(Run(upgrade).status, 0);
+    EXPECT_TRUE(fs::exists(first / "tw_1.sql.gz"));
+    fs::remove(first / "mine.txt");
+    const Outcome outcome = Run(upgrade);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr(first.string() + ": removed, as --keep says\n"));
+    EXPECT_FALSE(fs::exists(first));
+    EXPECT_TRUE(fs::exists(unfinished / "tw_2.sql.gz"));
+    // Two runs, the unfinished one, the file and the folder.
+    EXPECT_EQ(RunsIn(backup_).size(), 5U);
+    EXPECT_EQ(Run({"--keep", "2", "upgrade-site", "1"}).status, 2);
+    EXPECT_EQ(Run({"--backup", backup_.string(), "--keep", "0", "upgrade-site", "1"}).status, 2);
+}
+
+TEST_F(Backup, ARestoreShowsWhatItWouldReplaceAndDoesNothingUntilToldSo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));  // the server counts seconds
+    Execute("INSERT INTO tw_1.setting(overrideid, name) VALUES(1, 'work');");
+    ASSERT_TRUE(WaitUntil([] {
+        return Cell(
+                   "SELECT update_time IS NULL FROM information_schema.tables WHERE table_schema "
+                   "= 'tw_1' AND table_name = 'setting';") == "0";
+    }));
+    const std::string folder = LastRun(backup_).string();
+    const std::string one = StateOf("tw_1");
+    const std::string central = StateOf("tw_tarnwick");
+    const Outcome shown = Run({"restore", folder});
+    EXPECT_EQ(shown.status, 3) << shown.err;
+    EXPECT_THAT(
+        shown.out,
+        testing::ContainsRegex(
+            "Database +Now +In the dump +Dumped +Written to since the run ended\n"
+            "tw_1 +1.0265 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago  1 table \\(setting\\), the "
+            "last 20[-0-9]+T[:0-9]+Z\n"
+            "tw_tarnwick +1.0000 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago *\n"
+            "A restore loses what was written since the dump. The server knows of writing since "
+            "its last start, 20[-0-9]+T[:0-9]+Z.\n"
+            "Nothing was put back; the same command with --apply puts back 2 databases.\n"));
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_EQ(StateOf("tw_tarnwick"), central);
+    EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);  // nothing was marked
+    const auto json = Run({"--json", "restore", folder, "--site", "1"}).Json();
+    EXPECT_EQ(json["result"], "shown");
+    ASSERT_EQ(json["details"].size(), 1U);
+    EXPECT_EQ(json["details"][0]["database"], "tw_1");
+    EXPECT_EQ(json["details"][0]["version_now"], "1.0265");
+    EXPECT_EQ(json["details"][0]["version_in_dump"], "1.0000");
+    EXPECT_EQ(json["details"][0]["written_to"], nlohmann::json::array({"setting"}));
+}
+
+TEST_F(Backup, TheFolderOfOneRunIsNamedToARestore) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    const auto runs = RunsIn(backup_);
+    const Outcome outcome = Run({"restore", backup_.string(), "--apply"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "twupdate: " + backup_.string() +
+                               " holds the backups of 2 runs; name the folder of one: " +
+                               runs[0].string() + ", " + runs[1].string() + "\n");
+}
+
+TEST_F(Backup, ARestoreThatIsStoppedFinishesTheDatabaseInHandAndSaysWhatToDo) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    const std::string central = StateOf("tw_tarnwick");
+    ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
+    const std::string reached = (folder_ / "reached").string();
+    const std::string go = (folder_ / "go").string();
+    const std::string slow = "touch " + reached + "; while [ ! -e " + go +
+                             " ]; do sleep 0.02; done; exec /usr/bin/mariadb \"$@\"";
+    Program restore(With(RestoreAll(backup_)), {{"PATH", PathWith("mariadb", slow)}});
+    ASSERT_TRUE(WaitUntil([&] { return fs::exists(reached); }));
+    restore.Signal(SIGTERM);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    WriteFile(go, "");
+    const Outcome stopped = restore.Wait();
+    EXPECT_EQ(stopped.status, 5);
+    EXPECT_EQ(stopped.err,
+              "\ntwupdate: stopping after the database in hand; once more stops at once\n"
+              "twupdate: stopped as requested: put back are tw_1, and not yet tw_2, tw_logs, "
+              "tw_tarnwick; give the same command again, which puts all of them back\n");
+    EXPECT_THAT(Run({"upgrade"}).err, HasSubstr("give the same restore again"));
+    const Outcome again = Run(RestoreAll(backup_));
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(StateOf("tw_tarnwick"), central);
+}
+
+TEST_F(Backup, ARestoreThatIsStoppedBeforeItsFirstDatabasePutsNothingBack) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    const std::string one = StateOf("tw_1");
+    const std::string reached = (folder_ / "reached").string();
+    const std::string slow = "touch " + reached + "; sleep 0.3; exec /usr/bin/gzip \"$@\"";
+    Program restore(With(RestoreSite1(backup_)), {{"PATH", PathWith("gzip", slow)}});
+    ASSERT_TRUE(WaitUntil([&] { return fs::exists(reached); }));
+    restore.Signal(SIGTERM);
+    const Outcome stopped = restore.Wait();
+    EXPECT_EQ(stopped.status, 5);
+    EXPECT_THAT(stopped.err, HasSubstr("twupdate: stopped as requested; nothing was put back\n"));
+    EXPECT_EQ(StateOf("tw_1"), one);
+    EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);  // nothing was marked
+}
+
+TEST_F(Backup, AVersionThatNoBackupHasIsNotPutBack) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
+    const fs::path note = LastRun(backup_) / "tw_1.json";
+    auto content = nlohmann::json::parse(ContentOf(note));
+    const std::string one = StateOf("tw_1");
+    for (const double version : {0.5, 0.9999, 1.0266, 7.0, -1.0}) {
+        content["version"] = version;
+        WriteFile(note, content.dump());
+        const Outcome outcome = Run(RestoreSite1(backup_));
+        EXPECT_EQ(outcome.status, 1) << version;
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("twupdate: " + note.string() + ": "),
+                                       HasSubstr(" is no version of a backup, which lies between "
+                                                 "1.0000 and 1.0265; nothing was put back\n")));
+        EXPECT_EQ(StateOf("tw_1"), one);
+        EXPECT_EQ(SiteVersion(1), "1.0265");
+    }
+    for (const double version : {0.0, 1.0, 1.0265}) {  // 0: nobody knew it
+        content["version"] = version;
+        WriteFile(note, content.dump());
+        EXPECT_EQ(Run(RestoreSite1(backup_)).status, 0) << version;
+    }
 }
 
 // The run's own connections say nothing for as long as the dump takes.
@@ -502,7 +715,8 @@ TEST_F(Backup, AFolderThatItMakesIsItsOwnersAloneAndOneThatIsThereStaysAsItIs) {
     fs::permissions(backup_, kGroup);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
     EXPECT_EQ(mode(backup_), kGroup);
-    EXPECT_EQ(mode(backup_ / "tw_1.sql.gz"), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(mode(LastRun(backup_) / "tw_1.sql.gz"),
+              fs::perms::owner_read | fs::perms::owner_write);
 }
 
 TEST_F(Backup, WithoutAFolderToGoToEndsTheRunBeforeAnyStatement) {
@@ -530,8 +744,8 @@ TEST_F(Backup, ThatCannotBeWrittenStopsTheRunBeforeTheDatabaseIsTouched) {
     EXPECT_THAT(outcome.err, HasSubstr("cannot back up tw_tarnwick into "));
     EXPECT_THAT(outcome.err, HasSubstr("the database was not touched"));
     EXPECT_EQ(StateOf("tw_1"), one);
-    EXPECT_FALSE(fs::exists(backup_ / "tw_tarnwick.sql.gz"));
-    EXPECT_FALSE(fs::exists(backup_ / "tw_tarnwick.sql.gz.part"));
+    EXPECT_FALSE(fs::exists(LastRun(backup_) / "tw_tarnwick.sql.gz"));
+    EXPECT_FALSE(fs::exists(LastRun(backup_) / "tw_tarnwick.sql.gz.part"));
 }
 
 TEST_F(Backup, ThatIsNotWholeStopsTheRunBeforeTheDatabaseIsTouched) {
@@ -551,9 +765,12 @@ TEST_F(Backup, ADamagedBackupIsNotPutBack) {
     MakeSite(1);
     ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
     const std::string one = StateOf("tw_1");
-    fs::resize_file(backup_ / "tw_1.sql.gz", fs::file_size(backup_ / "tw_1.sql.gz") / 2);
-    const Outcome outcome = Run({"restore", backup_.string()});
+    fs::resize_file(LastRun(backup_) / "tw_1.sql.gz",
+                    fs::file_size(LastRun(backup_) / "tw_1.sql.gz") / 2);
+    const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("twupdate: " + (LastRun(backup_) / "tw_1.sql.gz").string() +
+                                       " is not a whole dump; nothing was put back\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(InstallationVersion(), "1.0265");  // nor was the sound one beside it
 }
@@ -572,7 +789,7 @@ TEST_F(Backup, NeitherShowsNorLeavesThePassword) {
     const auto socket = CliServer::Get().Server().Socket().string();
     const Outcome outcome = RunProgram(
         {"--socket", socket, "--user", "keeper", "--password-file", (folder_ / "password").string(),
-         "--backup", backup_.string(), "upgrade-site", "1"},
+         "--no-site-files", "--backup", backup_.string(), "upgrade-site", "1"},
         {{"PATH", path}, {"TMPDIR", folder_.Path().string()}});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("--defaults-extra-file="));

@@ -34,7 +34,7 @@ class CheckRights : public InstallationTest {
 
     static Outcome RunAsHalf(const std::vector<std::string>& command) {
         std::vector<std::string> arguments{"--socket", CliServer::Get().Server().Socket().string(),
-                                           "--user", "half"};
+                                           "--user", "half", "--no-site-files"};
         arguments.insert(arguments.end(), command.begin(), command.end());
         return RunProgram(arguments);
     }

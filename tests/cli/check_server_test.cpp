@@ -48,7 +48,7 @@ class CheckServer : public InstallationTest {
     /// Runs the program as the user "half".
     static Outcome RunAsHalf(const std::string& command) {
         const auto socket = CliServer::Get().Server().Socket().string();
-        return RunProgram({"--socket", socket, "--user", "half", command});
+        return RunProgram({"--socket", socket, "--user", "half", "--no-site-files", command});
     }
 
     /// A refused UPDATE cuts a conversion where a repeat cannot go on.
@@ -321,7 +321,7 @@ TEST_F(CheckServer, OneSiteAloneNeedsTheCentralDatabaseForItsVersion) {
     Execute("GRANT ALL PRIVILEGES ON tw_8.* TO 'half'@'localhost';");
     Execute("GRANT SELECT ON tw_tarnwick.* TO 'half'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
-    const std::vector<std::string> half{"--socket", socket, "--user", "half"};
+    const std::vector<std::string> half{"--socket", socket, "--user", "half", "--no-site-files"};
     const auto run = [&](std::vector<std::string> command) {
         command.insert(command.begin(), half.begin(), half.end());
         return RunProgram(command);

@@ -291,7 +291,9 @@ TEST_F(CheckSurroundings, NeedsTheInstallFolderToBeNamedWhereTheProgramStandsAlo
     fs::create_directories(alone.parent_path());
     fs::copy_file(BuiltProgram(), alone);
     const auto run = [&](const std::vector<std::string>& command) {
-        return RunProgram(With(command), {}, RunAs::kSelf, alone);
+        auto words = Connect();
+        words.insert(words.end(), command.begin(), command.end());
+        return RunProgram(words, {}, RunAs::kSelf, alone);
     };
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
              {"check"}, {"check", "--site", "8"}, {"upgrade"}, {"upgrade-site", "8"}}) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -48,9 +49,9 @@ TEST_F(Commands, CreateCoreTellsAnUnfinishedCentralDatabaseFromAFinishedOne) {
         EXPECT_EQ(outcome.status, 1) << outcome.out;
         EXPECT_EQ(outcome.err,
                   "twupdate: the central database tw_tarnwick is there, but not complete: " + what +
-                      "; nothing was done; after a create-core that failed drop it (DROP DATABASE "
-                      "tw_tarnwick) and run create-core again, otherwise bring it back from a "
-                      "backup\n");
+                      "; after a create-core that failed drop it (DROP DATABASE tw_tarnwick) and "
+                      "run create-core again, otherwise bring it back from a backup; nothing was "
+                      "done\n");
     };
     Execute("CREATE DATABASE tw_tarnwick;");
     refuses("it has no table installation");
@@ -63,6 +64,30 @@ TEST_F(Commands, CreateCoreTellsAnUnfinishedCentralDatabaseFromAFinishedOne) {
     refuses("it has no table schedule");
     Execute("DELETE FROM tw_tarnwick.installation;");
     refuses("its table installation has no row");
+}
+
+TEST_F(Commands, AnUnfinishedCentralDatabaseIsToldByStatusAndUpgrade) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    for (const char* command : {"status", "upgrade"}) {
+        EXPECT_EQ(Run({command}).err, "");
+    }
+    Execute("DELETE FROM tw_tarnwick.componenttype;");
+    const std::string unfinished =
+        "the central database tw_tarnwick is there, but not complete: its table componenttype has "
+        "no rows; ";
+    const std::string dropIt =
+        "after a create-core that failed drop it (DROP DATABASE tw_tarnwick) and run create-core "
+        "again, otherwise bring it back from a backup";
+    for (const char* command : {"status", "upgrade"}) {
+        const Outcome outcome = Run({command});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err, "twupdate: warning: " + unfinished + dropIt + "\n");
+    }
+    EXPECT_EQ(Run({"--json", "status"}).Json()["unfinished"], unfinished + dropIt);
+    // What has sites is no leftover, and is not to be dropped.
+    MakeSiteRow(5, "1.0265");
+    EXPECT_EQ(Run({"status"}).err, "twupdate: warning: " + unfinished +
+                                       "it has sites, so bring it back from a backup\n");
 }
 
 TEST_F(Commands, CreateCoreDoesNotClaimWhatSomebodyElseHasMadeMeanwhile) {
@@ -411,6 +436,27 @@ TEST_F(Commands, StatusOfAnEmptyInstallationSaysThatThereAreNoSites) {
     EXPECT_EQ(Run({"status"}).out,
               "Installation: version 1.0265 of 1.0265; 0 server steps and 0 server data steps "
               "pending.\nNo sites.\n");
+}
+
+TEST_F(Commands, WhatCannotBePrintedIsAnError) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    const std::string program =
+        BuiltProgram().string() + " --socket " + With({})[1] + " --user root ";
+    const std::string err = (folder_ / "err").string();
+    const auto statusOf = [](const std::string& command) {
+        return WEXITSTATUS(std::system(command.c_str()));
+    };
+    for (const std::string command : {"status", "--json status", "--json upgrade", "plan"}) {
+        EXPECT_EQ(statusOf(program + command + " >/dev/full 2>" + err), 1) << command;
+        EXPECT_EQ(ContentOf(err),
+                  "twupdate: cannot write the standard output: No space left on device\n");
+    }
+    EXPECT_EQ(statusOf(program + "--help >/dev/full 2>" + err), 1);
+    EXPECT_EQ(ContentOf(err), "twupdate: cannot write the standard output\n");
+    // What a run says about how it goes on is not what was asked for.
+    EXPECT_EQ(statusOf(program + "upgrade >/dev/full"), 0);
+    // A reader that has had enough is no error.
+    EXPECT_EQ(statusOf("bash -c 'set -o pipefail; " + program + "status | true'"), 0);
 }
 
 TEST_F(Commands, ShowsAVersionOfNullAsSuch) {

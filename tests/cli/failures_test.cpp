@@ -100,17 +100,17 @@ TEST_F(Failures, ASiteIdThatIsNoneIsNamedBeforeAnythingIsDone) {
     EXPECT_EQ(Run({"upgrade"}).status, 0);
 }
 
-TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
+TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
     MakeNearlyCurrentInstallation();
     MakeUpgradedSite(3, "1.0262");
-    MakeSiteRow(8, "1.0262");
+    MakeSiteThatFails(8);
     MakeUpgradedSite(9, "1.0262");
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
                 ContainsRegex("twupdate: failed: database tw_8, site schema ladder, step "
-                              "SiteSchemaStep_1_0264: .*tw_8.*: server error 1[0-9]* "
-                              "\\(42[0-9S]*\\): .*\n"));
+                              "SiteSchemaStep_1_0264: .*tw_8.*: server error 1347 "
+                              "\\(HY000\\): .*\n"));
     EXPECT_THAT(
         outcome.err,
         HasSubstr("Upgraded to the end: 1 database (tw_3). The ladders of tw_tarnwick have "
@@ -121,7 +121,7 @@ TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
     EXPECT_EQ(SiteVersion(9), "1.0262");
     EXPECT_EQ(InstallationVersion(), "1.0262");
 
-    // Once the cause is mended the same command goes on with the sites that are left.
+    // Once the cause is fixed the same command goes on with the sites that are left.
     Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 8;");
     const Outcome again = Run({"--json", "upgrade"});
     EXPECT_EQ(again.status, 0) << again.err;
@@ -130,9 +130,86 @@ TEST_F(Failures, ASiteWithoutItsDatabaseStopsTheRunAndIsNamed) {
     EXPECT_EQ(InstallationVersion(), "1.0265");
 }
 
+TEST_F(Failures, SitesWithoutTheirDatabasesAreNamedBeforeAnythingIsDone) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(3, "1.0262");
+    MakeSiteRow(8, "1.0262");
+    MakeSiteRow(10, "1.0000");
+    MakeSiteRow(11, "1.0265");  // nothing would be done there
+    MakeSiteRow(12, "1.0000");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 12;");
+    const fs::path trace = folder_ / "trace";
+    const Outcome outcome = Run({"--trace", trace.string(), "upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "twupdate: 2 sites have no database that the user sees (tw_8, tw_10); bring it back "
+              "from a backup, or mark the site hard-deleted in tw_tarnwick.site; nothing was "
+              "done\n");
+    EXPECT_FALSE(fs::exists(trace));
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_EQ(SiteVersion(3), "1.0262");
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"upgrade-site", "8"}, {"upgrade-site", "8", "--from", "1.0262", "--no-record"}}) {
+        const Outcome one = Run(command);
+        EXPECT_EQ(one.status, 1);
+        EXPECT_THAT(one.err,
+                    HasSubstr("twupdate: 1 site has no database that the user sees (tw_8)"));
+    }
+    const Outcome copies = Run({"import-master-data", "8", "--from", "1.0262"});
+    EXPECT_EQ(copies.status, 1);
+    EXPECT_EQ(copies.err, "twupdate: there is no database tw_8 on this server\n");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid IN(8, 10);");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+    EXPECT_EQ(SiteVersion(3), "1.0265");
+}
+
+TEST_F(Failures, AVersionThatIsNoNumberIsNamedBeforeAnythingIsDone) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(5, "1.0262");
+    MakeUpgradedSite(6, "1.0262");
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY version VARCHAR(20) NULL;");
+    Execute("UPDATE tw_tarnwick.site SET version = 'old' WHERE siteid = 6;");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "twupdate: the version of site 6 in tw_tarnwick.site is 'old'; set it to the version "
+              "of its layout (0 runs every step); nothing was done\n");
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_THAT(Run({"upgrade-site", "6"}).err,
+                HasSubstr("the version of site 6 in tw_tarnwick.site is 'old'; say with --from"));
+    EXPECT_THAT(Run({"status"}).out, ContainsRegex("   6  Site 6  'old'    no version"));
+    EXPECT_THAT(Run({"check"}).out, HasSubstr("the version of site 6 is 'old'"));
+
+    Execute("UPDATE tw_tarnwick.site SET version = '1.0262' WHERE siteid = 6;");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+    EXPECT_EQ(SiteVersion(6), "1.0265");
+
+    Execute("ALTER TABLE tw_tarnwick.installation MODIFY version VARCHAR(20) NULL;");
+    Execute("UPDATE tw_tarnwick.installation SET version = 'new';");
+    for (const char* command : {"status", "upgrade"}) {
+        EXPECT_THAT(Run({command}).err,
+                    HasSubstr("twupdate: tw_tarnwick.installation.version is 'new', so the version "
+                              "is not known"));
+    }
+}
+
+TEST_F(Failures, TwoRowsForOneVersionAreToldBeforeAnythingIsDone) {
+    MakeNearlyCurrentInstallation();
+    Execute("INSERT INTO tw_tarnwick.installation(version) VALUES(1.0100);");
+    for (const char* command : {"status", "upgrade", "check", "plan"}) {
+        const Outcome outcome = Run({command});
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_EQ(outcome.err,
+                  "twupdate: tw_tarnwick.installation has 2 rows, so the version is not known: "
+                  "leave the one that has the version of the stored layout\n");
+    }
+    EXPECT_EQ(Cell("SELECT GROUP_CONCAT(version ORDER BY version) FROM tw_tarnwick.installation;"),
+              "1.01,1.0262");
+}
+
 TEST_F(Failures, AFailureIsToldInJson) {
     MakeNearlyCurrentInstallation();
-    MakeSiteRow(8, "1.0262");
+    MakeSiteThatFails(8);
     const Outcome outcome = Run({"--json", "upgrade"});
     EXPECT_EQ(outcome.status, 1);
     const auto result = outcome.Json();
@@ -266,6 +343,31 @@ TEST_F(Failures, TwoOutputsDoNotShareAFile) {
     EXPECT_EQ(folder.status, 2);
     EXPECT_EQ(folder.err,
               "twupdate: --backup and --log name the same file " + same + "; name another\n");
+    fs::create_symlink("one", folder_ / "link");
+    fs::create_symlink(folder_ / "link", folder_ / "longer");
+    for (const bool isThere : {false, true}) {
+        for (const std::string name : {"link", "longer", "hard"}) {
+            if (isThere) {
+                WriteFile(file, "");
+            }
+            if (name == "hard") {
+                if (!isThere) {
+                    continue;
+                }
+                fs::create_hard_link(file, folder_ / name);
+            }
+            const std::string other = (folder_ / name).string();
+            const Outcome linked =
+                RunProgram({"--socket", "/nowhere", "--events", file, "--log", other, "upgrade"});
+            EXPECT_EQ(linked.status, 2) << name;
+            EXPECT_EQ(linked.err, "twupdate: --events and --log name the same file " + other +
+                                      "; name another\n");
+        }
+    }
+    const Outcome options = RunProgram({"--defaults-file", file, "--log", same, "upgrade"});
+    EXPECT_EQ(options.status, 2);
+    EXPECT_EQ(options.err, "twupdate: --defaults-file and --log name the same file " + same +
+                               "; name another\n");
     const Outcome devices = RunProgram(
         {"--socket", "/nowhere", "--trace", "/dev/null", "--events", "/dev/null", "upgrade"});
     EXPECT_EQ(devices.status, 1);  // comes as far as the server
@@ -286,32 +388,90 @@ TEST_F(Failures, TheFoldersOfTheFilesThatARunWritesAreMade) {
     }
 }
 
-TEST_F(Failures, SitesWithoutTheirFilesAreNotPassedOverInSilence) {
+TEST_F(Failures, AnUpgradeWithoutTheFilesOfTheSitesIsAskedFor) {
     MakeCentralDatabase();
     MakeSite(7, "1.0264");
-    MakeSite(8, "1.0264");
     const fs::path root = folder_ / "platform";
     const fs::path install = root / "update";
     fs::create_directories(install);
     fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources");
+    const auto run = [&](const std::string& folder, const std::vector<std::string>& command) {
+        auto words = Connect();
+        words.insert(words.end(), {"--install-folder", folder});
+        words.insert(words.end(), command.begin(), command.end());
+        return RunProgram(words);
+    };
     for (const std::string end : {"", "/"}) {
-        const Outcome outcome = Run(
-            {"--install-folder", install.string() + end, "upgrade-site", end.empty() ? "7" : "8"});
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_THAT(outcome.err,
-                    HasSubstr("twupdate: warning: " + root.string() +
-                              " has none of the folders templates, components and wwwroot: no file "
-                              "of a site is copied; "));
+        for (const std::vector<std::string>& command :
+             std::vector<std::vector<std::string>>{{"upgrade"}, {"upgrade-site", "7"}}) {
+            const Outcome outcome = run(install.string() + end, command);
+            EXPECT_EQ(outcome.status, 2);
+            EXPECT_EQ(outcome.err,
+                      "twupdate: " + root.string() +
+                          " has none of the folders templates, components and wwwroot, so no file "
+                          "of a site can be copied; --install-folder names the component's folder "
+                          "inside the installation; where the sites have no files, go on with "
+                          "--no-site-files; nothing was done\n");
+        }
     }
-    EXPECT_THAT(Run({"--install-folder", install.string(), "upgrade"}).err,
-                HasSubstr("no file of a site is copied"));
+    EXPECT_EQ(InstallationVersion(), "1");
+    EXPECT_EQ(SiteVersion(7), "1.0264");
     fs::create_directories(root / "wwwroot");
+    const Outcome contrary = run(install.string(), {"--no-site-files", "upgrade-site", "7"});
+    EXPECT_EQ(contrary.status, 2);
+    EXPECT_EQ(contrary.err, "twupdate: " + root.string() +
+                                " has the folder wwwroot, so the sites have files there; leave "
+                                "--no-site-files out; nothing was done\n");
+    EXPECT_EQ(run(install.string(), {"upgrade-site", "7"}).status, 0);
     Execute("UPDATE tw_tarnwick.site SET version = 1.0264;");
-    for (const std::string site : {"7", "8"}) {
-        const Outcome outcome = Run({"--install-folder", install.string(), "upgrade-site", site});
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_EQ(outcome.err, "");
+    fs::remove(root / "wwwroot");
+    EXPECT_EQ(run(install.string(), {"--no-site-files", "upgrade-site", "7"}).status, 0);
+    // The central database has no files.
+    EXPECT_EQ(run(install.string(), {"upgrade"}).status, 0);
+}
+
+TEST_F(Failures, WhatStandsInThePlaceOfADataFileIsToldBeforeAnythingIsDone) {
+    MakeNearlyCurrentInstallation();
+    const fs::path install = CopyOfTheDataFiles(folder_);
+    const fs::path file = install / "resources" / "componentData.txt";
+    const std::string components = Cell("SELECT COUNT(*) FROM tw_tarnwick.component;");
+    const auto refused = [&] {
+        for (const char* command : {"upgrade", "check"}) {
+            const Outcome outcome = Run({"--install-folder", install.string(), command});
+            EXPECT_EQ(outcome.status, 2) << command;
+            EXPECT_EQ(outcome.err,
+                      "twupdate: " + file.string() +
+                          " is no file; bring the data file back from the package, or remove what "
+                          "stands in its place; nothing was done\n");
+        }
+    };
+    fs::remove(file);
+    fs::create_directory(file);
+    refused();
+    fs::remove(file);
+    fs::create_symlink(folder_ / "nowhere", file);
+    refused();
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.component;"), components);
+}
+
+TEST_F(Failures, ARecordThatCannotBeWrittenAnyFurtherIsAWarningOnce) {
+    MakeNearlyCurrentInstallation();
+    for (const char* option : {"--trace", "--events", "--log"}) {
+        Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+        const Outcome outcome = Run({option, "/dev/full", "upgrade"});
+        EXPECT_EQ(outcome.status, 0) << option;
+        EXPECT_EQ(outcome.err,
+                  "twupdate: warning: cannot write /dev/full any further: No space left on device; "
+                  "the run goes on without it\n")
+            << option;
+        EXPECT_EQ(InstallationVersion(), "1.0265");
     }
+    MakeSiteThatFails(8);
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+    const Outcome failed = Run({"--events", "/dev/full", "upgrade"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, HasSubstr("failed: database tw_8, site schema ladder"));
 }
 
 TEST_F(Failures, AnInstallFolderWithoutDataIsWrongUse) {

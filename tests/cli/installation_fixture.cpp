@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -22,6 +23,19 @@ void DropDatabases(host::Connection& root) {
     for (const std::string& name : names) {
         root.Execute("DROP DATABASE " + name + ";");
     }
+}
+
+/// Whether there is an installation around the install folder that the arguments name; there is
+/// none around the tree of the sources.
+bool HasSiteFiles(const std::vector<std::string>& arguments) {
+    const auto option = std::find(arguments.begin(), arguments.end(), "--install-folder");
+    if (option == arguments.end()) {
+        return false;
+    }
+    const std::filesystem::path root = std::filesystem::path(*(option + 1)) / "..";
+    return std::filesystem::exists(root / "templates") ||
+           std::filesystem::exists(root / "components") ||
+           std::filesystem::exists(root / "wwwroot");
 }
 
 class StopServerAtEnd : public testing::Environment {
@@ -185,6 +199,14 @@ void InstallationTest::MakeSite(std::int32_t siteId, const std::string& version,
     MakeSiteRow(siteId, version);
 }
 
+void InstallationTest::MakeSiteThatFails(std::int32_t siteId) {
+    const std::string database = fmt::format("tw_{}", siteId);
+    Execute("CREATE DATABASE " + database + ";");
+    // In the place of a table that the step gives a column.
+    Execute("CREATE VIEW " + database + ".formtemplateinstance AS SELECT 1 AS featureid;");
+    MakeSiteRow(siteId, "1.0262");
+}
+
 void InstallationTest::MakeNearlyCurrentInstallation() {
     const Outcome created = Run({"create-core"});
     if (created.status != 0) {
@@ -210,6 +232,9 @@ std::vector<std::string> InstallationTest::Connect() {
 
 std::vector<std::string> InstallationTest::With(const std::vector<std::string>& arguments) {
     auto words = Connect();
+    if (!HasSiteFiles(arguments)) {
+        words.emplace_back("--no-site-files");
+    }
     words.insert(words.end(), arguments.begin(), arguments.end());
     return words;
 }

@@ -82,6 +82,8 @@ class InstallationTest : public testing::Test {
     /// A site as a row of tw_tarnwick.site, with the database that belongs to it at 1.0000.
     void MakeSite(std::int32_t siteId, const std::string& version = "1.0000",
                   const sample::Groups& groups = {});
+    /// A site at 1.0262 whose one schema step, SiteSchemaStep_1_0264, the server refuses.
+    void MakeSiteThatFails(std::int32_t siteId);
     /// The row alone.
     void MakeSiteRow(std::int32_t siteId, const std::string& version);
     /// An installation that has a short way to go: the central database as create-core makes it,
@@ -103,7 +105,7 @@ class InstallationTest : public testing::Test {
 
     /// How to reach the server as root.
     static std::vector<std::string> Connect();
-    /// Runs the program against the server.
+    /// Runs the program against the server; with --no-site-files where there are none.
     static Outcome Run(const std::vector<std::string>& arguments);
     static std::vector<std::string> With(const std::vector<std::string>& arguments);
 

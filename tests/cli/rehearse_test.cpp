@@ -86,6 +86,39 @@ TEST_F(Rehearse, ANamedSiteThatIsNotToBeUpgradedIsRefused) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "r"));
 }
 
+TEST_F(Rehearse, NamesAFolderThatCannotBeMade) {
+    MakeCentralDatabase();
+    WriteFile(folder_ / "file", "");
+    const std::string folder = (folder_ / "file" / "r").string();
+    const Outcome outcome = Run({"rehearse", "--workdir", folder});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "twupdate: cannot make the folder " + folder + ": Not a directory\n");
+}
+
+TEST_F(Rehearse, SaysWhyAnUpgradeWouldNotBegin) {
+    MakeCentralDatabase();
+    MakeUpgradedSite(1, "1.0262");
+    MakeUpgradedSite(2, "1.0262");
+    MakeSiteRow(3, "1.0262");
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY version VARCHAR(20) NULL;");
+    Execute("UPDATE tw_tarnwick.site SET version = 'old' WHERE siteid = 2;");
+    const std::vector<std::string> reasons{
+        "the version of site 2 in tw_tarnwick.site is 'old'; set it to the version of its layout "
+        "(0 runs every step)",
+        "1 site has no database that the user sees (tw_3); bring it back from a backup, or mark "
+        "the "
+        "site hard-deleted in tw_tarnwick.site"};
+    const Outcome outcome = Run({"rehearse", "--workdir", (folder_ / "r").string()});
+    EXPECT_EQ(outcome.status, 3) << outcome.err;
+    for (const std::string& reason : reasons) {
+        EXPECT_THAT(outcome.out, HasSubstr("an upgrade would not begin: " + reason + "\n"));
+    }
+    EXPECT_THAT(outcome.out, testing::Not(HasSubstr("would fail")));
+    EXPECT_THAT(outcome.out, HasSubstr("Rehearsed: 2 databases upgraded, 0 failures"));
+    const auto result = Run({"--json", "rehearse", "--workdir", (folder_ / "j").string()}).Json();
+    EXPECT_EQ(result["refusals"], nlohmann::json(reasons));
+}
+
 TEST_F(Rehearse, ASampleHasTheOldestSiteAndTheNewestAmongThem) {
     MakeCentralDatabase();
     for (const std::int32_t site : {1, 2, 3}) {

@@ -617,7 +617,7 @@ class ReportOfARun : public InstallationTest {};
 TEST_F(ReportOfARun, HasTheFiguresThatTheRunPrints) {
     MakeNearlyCurrentInstallation();
     MakeUpgradedSite(7, "1.0262");
-    MakeSiteRow(8, "1.0262");  // without its database
+    MakeSiteThatFails(8);
     const auto first = folder_ / "first";
     const auto second = folder_ / "second";
     const Outcome failed = Run({"--json", "--events", first.string(), "upgrade"});

@@ -40,8 +40,9 @@ class Tls : public InstallationTest {
     }
 
     Outcome RunRemote(const std::vector<std::string>& arguments) const {
-        std::vector<std::string> words{"--host", "127.0.0.1", "--port", std::to_string(port_),
-                                       "--user", "remote"};
+        std::vector<std::string> words{
+            "--host", "127.0.0.1", "--port",         std::to_string(port_),
+            "--user", "remote",    "--no-site-files"};
         words.insert(words.end(), arguments.begin(), arguments.end());
         return RunProgram(words);
     }
@@ -94,7 +95,8 @@ TEST_F(Tls, AWholeUpgradeWithItsBackupGoesOverIt) {
     const Outcome upgraded = run({"--backup", File("backup"), "upgrade"});
     EXPECT_EQ(upgraded.status, 0) << upgraded.err;
     EXPECT_EQ(InstallationVersion(), "1.0265");
-    EXPECT_EQ(run({"restore", File("backup")}).status, 0);
+    const auto folder = std::filesystem::directory_iterator(File("backup"))->path();
+    EXPECT_EQ(run({"restore", folder.string(), "--apply"}).status, 0);
     EXPECT_EQ(InstallationVersion(), "1");
     const Outcome rehearsed = run({"rehearse", "--workdir", File("r")});
     EXPECT_EQ(rehearsed.status, 0) << rehearsed.err;

@@ -53,6 +53,19 @@ TEST_F(TraceFile, HoldsEveryCallInOrder) {
     EXPECT_EQ(lines.back()["sql"], "UPDATE tw_tarnwick.installation SET version = ?;");
 }
 
+TEST_F(TraceFile, IsItsOwnersAlone) {
+    MakeNearlyCurrentInstallation();
+    constexpr auto kOwner = fs::perms::owner_read | fs::perms::owner_write;
+    WriteFile(trace_, "an older one");
+    fs::permissions(trace_, fs::perms::all);
+    TraceOf({"upgrade"});
+    EXPECT_EQ(fs::status(trace_).permissions(), kOwner);
+    fs::remove(trace_);
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+    TraceOf({"upgrade"});
+    EXPECT_EQ(fs::status(trace_).permissions(), kOwner);
+}
+
 TEST_F(TraceFile, NamesTheStepOfAStatement) {
     MakeNearlyCurrentInstallation();
     MakeUpgradedSite(7, "1.0262");

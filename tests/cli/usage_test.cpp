@@ -46,9 +46,33 @@ TEST(Usage, TakesNoVersionBelow0) {
 
 TEST(Usage, TakesNoEmptyValues) {
     for (const char* option :
-         {"--trace", "--events", "--log", "--services-log", "--charset", "--backup", "--datadir"}) {
+         {"--trace", "--events", "--log", "--services-log", "--charset", "--backup", "--datadir",
+          "--socket", "--user", "--host", "--password-file", "--ssl-ca", "--service-command"}) {
         ExpectWrongUse({option, "", "status"}, "must not be empty");
     }
+}
+
+TEST(Usage, TakesDecimalNumbers) {
+    const std::vector<std::vector<std::string>> before{
+        {"--port"}, {"--lock-wait"}, {"--ddl-timeout"}, {"--backup", "/tmp", "--keep"}};
+    for (const std::string number : {"0x10", "0b1", "1e1", "1.0", "1'0", " 1", "ten"}) {
+        for (auto arguments : before) {
+            arguments.insert(arguments.end(), {number, "status"});
+            ExpectWrongUse(arguments, "'" + number + "' is no whole number in decimal notation");
+        }
+        for (const std::string command : {"plan", "verify", "check", "repair"}) {
+            ExpectWrongUse({command, "--site", number},
+                           "'" + number + "' is no whole number in decimal notation");
+        }
+        ExpectWrongUse({"upgrade-site", number}, "is no whole number in decimal notation");
+        ExpectWrongUse({"import-master-data", number}, "is no whole number in decimal notation");
+        ExpectWrongUse({"rehearse", "--workdir", "/tmp", "--sample", number},
+                       "is no whole number in decimal notation");
+    }
+    // 010 is ten: in octal 0200000 would be the port 65536, and 089 no number at all.
+    ExpectWrongUse({"--port", "0200000", "status"}, "Value 200000 not in range 1 to 65535");
+    EXPECT_THAT(RunProgram({"--host", "127.0.0.1", "--port", "089", "status"}).err,
+                HasSubstr("cannot connect to the server"));
 }
 
 TEST(Usage, TakesALocalHostNameThatTheColumnHolds) {
@@ -79,6 +103,10 @@ TEST(Usage, RefusesAPasswordFileThatEverybodyMayRead) {
 }
 
 TEST(Usage, NamesAPasswordFileThatCannotBeRead) {
+    const TemporaryFolder folder;
+    ExpectWrongUse(
+        {"--password-file", folder.Path().string(), "status"},
+        "cannot read the password file " + folder.Path().string() + ": Is a directory\n");
     ExpectWrongUse({"--password-file", "/nowhere/password", "status"}, "/nowhere/password");
 }
 
@@ -157,6 +185,29 @@ TEST(Usage, TellsOfEachCommandThatTheProgramsOptionsMayStandBehindIt) {
     EXPECT_THAT(RunProgram({"--help"}).out, Not(HasSubstr(hint)));
     const Outcome behind = RunProgram({"status", "--socket", "/nowhere/mysqld.sock"});
     EXPECT_THAT(behind.err, HasSubstr("cannot connect to the server"));
+}
+
+TEST(Usage, NamesTheLineThatMakesAFileNoFileOfOptions) {
+    const TemporaryFolder folder;
+    const std::string file = (folder / "options.cnf").string();
+    const auto said = [&](const std::string& content) {
+        WriteFile(file, content);
+        return RunProgram({"--defaults-file", file, "--socket", "/nowhere", "status"}).err;
+    };
+    const std::string unusable =
+        "twupdate: cannot connect to the server: the option file " + file + " cannot be used: ";
+    EXPECT_EQ(said("\n# mine\nuser=root\n"),
+              unusable + "line 3 stands before any group such as [client]\n");
+    EXPECT_EQ(said(std::string("\x7f"
+                               "ELF\0\1\2",
+                               7)),
+              unusable + "line 1 stands before any group such as [client]\n");
+    EXPECT_EQ(said("[client]\nuser=root\nthis is garbage\n"), unusable + "line 3 is no option\n");
+    EXPECT_EQ(said("[client\nuser=root\n"), unusable + "line 1 has a group without its bracket\n");
+    for (const char* good : {"", "# nothing\n", "[mysqld]\nsql mode is x\n",
+                             "[client]\n\n; a remark\nuser = root\nssl\n!include /nowhere\n"}) {
+        EXPECT_THAT(said(good), HasSubstr("(2002)")) << good;
+    }
 }
 
 TEST(Usage, SaysThatNoServerAnswers) {
