@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "cli/commands/command_line.h"

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <nlohmann/json.hpp>
 
 #include "cli/backup/backup_run.h"
 #include "cli/server/queries.h"

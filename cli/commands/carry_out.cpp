@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "cli/backup/backup.h"
 #include "cli/run/events.h"

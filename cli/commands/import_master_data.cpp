@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <limits>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "cli/commands/carry_out.h"

@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "cli/commands/commands.h"

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <nlohmann/json.hpp>
+
 #include "cli/server/root_site.h"
 #include "cli/terminal/text.h"
 #include "twupdate/update.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "cli/backup/copy_database.h"

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"

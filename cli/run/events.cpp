@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 #include "cli/terminal/text.h"
 

@@ -1,6 +1,7 @@
 #include "cli/run/trace.h"
 
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <variant>
 
 #include "cli/terminal/text.h"

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "cli/terminal/text.h"
 

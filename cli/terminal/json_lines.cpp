@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "cli/terminal/failure.h"
 

@@ -368,35 +368,5 @@ TEST_F(CoreDb, NeedsTheHost) {
     EXPECT_THROW(unconfigured.CreateCoreDb(), NotConfiguredError);
 }
 
-<<<<<<< HEAD
-=======
-TEST_F(CoreDb, DeclaresTheColumnsOfTheFirstVersion) {
-    update.CreateCoreDb();
-    const auto definition = [&](const char* table, const char* column) {
-        return host->catalogue.Definition("tw_tarnwick", table, column);
-    };
-    EXPECT_EQ(definition("installation", "mailserverport"), "INT DEFAULT 25 NOT NULL");
-    EXPECT_EQ(definition("account", "accountid"), "INT AUTO_INCREMENT NOT NULL");
-    EXPECT_EQ(definition("account", "siteid"), "INT");
-    EXPECT_EQ(definition("account", "firstwarningsent"), "DATETIME DEFAULT '1001-01-01 00:00:00'");
-    EXPECT_EQ(definition("account", "creditlimit"), "DECIMAL(17,2) DEFAULT 0.00 NOT NULL");
-    EXPECT_EQ(definition("account", "associatecookielife"),
-              "VARCHAR(35) DEFAULT '0-0-30 0:0:0' NOT NULL");
-    EXPECT_EQ(definition("accountinvoice", "rawusage"), "FLOAT DEFAULT 0 NOT NULL");
-    EXPECT_EQ(definition("mailbcc", "siteid"), "VARCHAR(50) DEFAULT '' NOT NULL");
-    EXPECT_EQ(definition("site", "description"), "LONGTEXT");
-    EXPECT_EQ(definition("site", "sitestarted"), "BOOL DEFAULT -1 NOT NULL");
-    EXPECT_EQ(definition("site", "serverstarted"), "BOOL DEFAULT 0 NOT NULL");
-    EXPECT_EQ(definition("schedule", "schedule"), "VARCHAR(50) NOT NULL");
-    EXPECT_EQ(definition("schedule", "lastruntime"),
-              "DATETIME DEFAULT '1000-01-01 00:00:00' NOT NULL");
-    EXPECT_EQ(definition("emailerror", "tolist"), "LONGTEXT DEFAULT '' NOT NULL");
-    EXPECT_EQ(definition("site", "selfexport"), std::nullopt);  // only upgraded installations
-    EXPECT_THAT(Creation("domain"), HasSubstr("INDEX domainname_idx(domainname(15))"));
-    EXPECT_THAT(Creation("currency"), HasSubstr("UNIQUE KEY currencycode(currencycode)"));
-    EXPECT_THAT(Creation("site"), HasSubstr("UNIQUE KEY SiteIdIndex(siteid)"));
-}
-
->>>>>>> 6a8ac4f (wip)
 }  // namespace
 }  // namespace twupdate
