@@ -132,8 +132,9 @@ TEST(LadderView, TellsWhichStepsAreNotCompletedByRunningThemAgain) {
     EXPECT_THAT(notRepeatable,
                 testing::UnorderedElementsAre(
                     "SiteSchemaStep_1_0018", "SiteSchemaStep_1_0035", "SiteSchemaStep_1_0225",
-                    "SiteContentStep_1_0007", "SiteContentStep_1_0043", "ServerStep_1_0035",
-                    "ServerStep_1_0074", "ServerDataStep_1_0252", "ReimportReferenceData"));
+                    "SiteContentStep_1_0007", "SiteContentStep_1_0043", "SiteContentStep_1_0066",
+                    "SiteContentStep_1_0082", "ServerStep_1_0035", "ServerStep_1_0074",
+                    "ServerDataStep_1_0252", "ReimportReferenceData"));
 }
 
 }  // namespace
