@@ -1,6 +1,7 @@
 #include "twupdate_host/catalogue.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <utility>
 
@@ -663,26 +664,29 @@ class CatalogueStatement {
     TableName table_;  ///< that is created or altered
 };
 
+std::string Catalogue::Column::TypeName() const {
+    if (type == "tinyint(1)") {
+        return "BOOL";
+    }
+    std::string text = type;
+    if (TypeWord(type).ends_with("int")) {
+        const auto open = std::min(type.find('('), type.size());  // a display width says nothing
+        text.erase(open, type.find(')') + 1 - open);
+    }
+    const auto letters = static_cast<std::ptrdiff_t>(std::min(text.find('\''), text.size()));
+    std::transform(text.begin(), text.begin() + letters, text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
+}
+
 std::string Catalogue::Column::Definition() const {
     const std::string word = TypeWord(type);
-    std::string text = type == "tinyint(1)" ? "bool" : type;
-    if (word.ends_with("int") && type != "tinyint(1)") {
-        const auto open = type.find('(');  // a display width says nothing
-        text = open == std::string::npos ? type
-                                         : type.substr(0, open) + type.substr(type.find(')') + 1);
-    }
-    const auto letters =
-        text.begin() + static_cast<std::ptrdiff_t>(std::min(text.find('\''), text.size()));
-    std::transform(text.begin(), letters, text.begin(), [](char c) {
-        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    });
-    text += autoIncrement ? " AUTO_INCREMENT" : "";
-    if (defaultText) {
-        const bool isNumber =
-            word.ends_with("int") || word == "float" || word == "double" || word == "decimal";
-        text += " DEFAULT " + (isNumber ? *defaultText : "'" + *defaultText + "'");
-    }
-    return text + (nullable ? "" : " NOT NULL");
+    const bool isNumber =
+        word.ends_with("int") || word == "float" || word == "double" || word == "decimal";
+    const std::string quote = isNumber ? "" : "'";
+    return TypeName() + (autoIncrement ? " AUTO_INCREMENT" : "") +
+           (defaultText ? " DEFAULT " + quote + *defaultText + quote : "") +
+           (nullable ? "" : " NOT NULL");
 }
 
 bool Catalogue::Column::NeedsValue() const {

@@ -1,3 +1,5 @@
+#include <cctype>
+
 #include "sql_tokens.h"
 #include "twupdate_host/catalogue.h"
 #include "twupdate_host/connection.h"
@@ -89,19 +91,24 @@ void ReadIndexes(Connection& connection, const std::string& database, Tables& ta
 }
 
 Catalogue::Defaults ReadDefaults(Connection& connection) {
-    const auto rows = connection.Query(
-        "SELECT @@default_storage_engine, @@innodb_default_row_format, @@character_set_server, "
-        "@@collation_server, @@version;");
-    rows->Next();
-    Catalogue::Defaults defaults{.engine = TextOf(*rows, 0),
-                                 .rowFormat = TextOf(*rows, 1),
-                                 .charset = TextOf(*rows, 2),
-                                 .collation = TextOf(*rows, 3)};
-    defaults.rowFormat.front() = static_cast<char>(defaults.rowFormat.front() - 'a' + 'A');
-    const std::string version = TextOf(*rows, 4);
-    defaults.displayWidths =
-        version.find("MariaDB") != std::string::npos || version.starts_with("5.");
-    return defaults;
+    const auto rows = connection.Query(  // a server may lack some of them
+        "SHOW SESSION VARIABLES WHERE variable_name IN('default_storage_engine', "
+        "'innodb_default_row_format', 'character_set_server', 'collation_server', 'version');");
+    std::map<std::string, std::string> variables;
+    while (rows->Next()) {
+        variables[TextOf(*rows, 0)] = TextOf(*rows, 1);
+    }
+    std::string rowFormat = variables["innodb_default_row_format"];
+    rowFormat = rowFormat.empty() ? "Compact" : rowFormat;
+    rowFormat.front() =
+        static_cast<char>(std::toupper(static_cast<unsigned char>(rowFormat.front())));
+    const std::string version = variables["version"];
+    return {
+        .engine = variables["default_storage_engine"],
+        .rowFormat = rowFormat,
+        .charset = variables["character_set_server"],
+        .collation = variables["collation_server"],
+        .displayWidths = version.find("MariaDB") != std::string::npos || version.starts_with("5.")};
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include <array>
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -10,74 +10,14 @@ namespace {
 
 /// Words that are never the name of a column unless they stand between backquotes.
 bool IsKeyword(std::string_view word) {
-    static const std::set<std::string, std::less<>> keywords{"all",
-                                                             "and",
-                                                             "as",
-                                                             "asc",
-                                                             "between",
-                                                             "binary",
-                                                             "by",
-                                                             "case",
-                                                             "collate",
-                                                             "cross",
-                                                             "current_timestamp",
-                                                             "default",
-                                                             "delete",
-                                                             "desc",
-                                                             "distinct",
-                                                             "div",
-                                                             "duplicate",
-                                                             "else",
-                                                             "end",
-                                                             "exists",
-                                                             "false",
-                                                             "for",
-                                                             "force",
-                                                             "from",
-                                                             "group",
-                                                             "having",
-                                                             "ignore",
-                                                             "in",
-                                                             "inner",
-                                                             "insert",
-                                                             "interval",
-                                                             "into",
-                                                             "is",
-                                                             "join",
-                                                             "key",
-                                                             "left",
-                                                             "like",
-                                                             "limit",
-                                                             "low_priority",
-                                                             "mod",
-                                                             "not",
-                                                             "null",
-                                                             "offset",
-                                                             "on",
-                                                             "or",
-                                                             "order",
-                                                             "outer",
-                                                             "over",
-                                                             "partition",
-                                                             "regexp",
-                                                             "replace",
-                                                             "right",
-                                                             "rlike",
-                                                             "select",
-                                                             "separator",
-                                                             "set",
-                                                             "straight_join",
-                                                             "then",
-                                                             "true",
-                                                             "union",
-                                                             "update",
-                                                             "using",
-                                                             "values",
-                                                             "when",
-                                                             "where",
-                                                             "with",
-                                                             "xor"};
-    return keywords.contains(LowerCase(word));
+    constexpr std::string_view kKeywords =
+        " all and as asc between binary by case collate cross current_timestamp default"
+        " delete desc distinct div duplicate else end exists false for force from group"
+        " having ignore in inner insert interval into is join key left like limit"
+        " low_priority mod not null offset on or order outer over partition regexp replace"
+        " right rlike select separator set straight_join then true union update using values"
+        " when where with xor ";
+    return kKeywords.find(" " + LowerCase(word) + " ") != std::string_view::npos;
 }
 
 StatementKind KindOf(const SqlToken& first, const SqlToken& second) {
@@ -113,6 +53,9 @@ class NameReader {
             case StatementKind::kDelete:
                 ReadTables();
                 ReadUses();
+                if (names_.kind == StatementKind::kRead && WritesOrLocks()) {
+                    names_.kind = StatementKind::kAlterTable;
+                }
                 break;
             default:
                 ReadDefinition();
@@ -134,6 +77,13 @@ class NameReader {
         return {std::string(tokens_[i].text), std::string(tokens_[i + 2].text)};
     }
     std::size_t Count() const { return tokens_.size() - kAhead; }
+
+    /// True for SELECT … INTO and SELECT … FOR UPDATE.
+    bool WritesOrLocks() const {
+        return std::any_of(tokens_.begin(), tokens_.end(), [](const SqlToken& token) {
+            return token.Is("INTO") || token.Is("FOR") || token.Is("LOCK");
+        });
+    }
 
     void Use(std::size_t i, std::size_t count = 1) {
         for (; count > 0; ++i, --count) {

@@ -86,7 +86,7 @@ PendingRun CheckScope::CentralRun() const {
 void CheckCentral(const Session& session, const CheckScope& scope,
                   std::vector<CheckFinding>& findings, std::vector<std::string>& changes) {
     const std::string database = "tw_tarnwick";
-    const Layout layout = ReadLayout(*session.Own(), database);
+    const Layout layout = ReadLayout(*session.GetConnection(), database);
     const PendingRun pending = scope.CentralRun();
     CheckCentralNeeds(session, scope, layout, pending, findings);
     if (pending.Has("ServerStep_1_0035")) {
@@ -106,7 +106,7 @@ void CheckSite(const Session& session, const CheckScope& scope, const SiteRow& s
                std::vector<CheckFinding>& findings, std::vector<std::string>& changes) {
     const std::string database = SiteDatabaseOf(site);
     const auto siteId = static_cast<std::int32_t>(site.siteId);
-    const Layout layout = ReadLayout(*session.Own(), database);
+    const Layout layout = ReadLayout(*session.GetConnection(), database);
     if (layout.tables.empty() && !Installation(session.Own()).HasDatabase(database)) {
         // The central ladder comes to the root site's database before the site walk does.
         const bool root =

@@ -237,7 +237,7 @@ void VerifyCopy(const Session& copy, Rehearsed& rehearsed) {
     for (const DatabaseDone& done : rehearsed.done) {
         std::vector<std::string> absent;
         for (auto& finding : Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
-                                     ReadLayout(*copy.Own(), done.database), absent)) {
+                                     ReadLayout(*copy.GetConnection(), done.database), absent)) {
             rehearsed.findings.push_back(std::move(finding));
         }
     }

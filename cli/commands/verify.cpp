@@ -25,10 +25,10 @@ struct VerifyResult {
     std::vector<std::pair<std::string, std::vector<std::string>>> absent;
 };
 
-void VerifyDatabase(Utility& utility, const std::string& database, const Layout& expected,
-                    VerifyResult& verifyResult) {
+void VerifyDatabase(host::Connection& connection, const std::string& database,
+                    const Layout& expected, VerifyResult& verifyResult) {
     verifyResult.databases.push_back(database);
-    const Layout actual = ReadLayout(utility, database);
+    const Layout actual = ReadLayout(connection, database);
     if (actual.tables.empty()) {
         verifyResult.findings.push_back({database, "", "", "", "", ""});
         return;
@@ -58,7 +58,7 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         if (IsBelow(version, kCurrentVersion)) {
             verifyResult.notUpgraded.emplace_back("tw_tarnwick");
         } else {
-            VerifyDatabase(*session.Own(), "tw_tarnwick", onThisServer(CentralLayout()),
+            VerifyDatabase(*session.GetConnection(), "tw_tarnwick", onThisServer(CentralLayout()),
                            verifyResult);
         }
     }
@@ -73,7 +73,7 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         if (!site.version || IsBelow(*site.version, kCurrentVersion)) {
             verifyResult.notUpgraded.push_back(database);
         } else {
-            VerifyDatabase(*session.Own(), database, siteLayout, verifyResult);
+            VerifyDatabase(*session.GetConnection(), database, siteLayout, verifyResult);
         }
     }
     if (siteId && !found) {

@@ -189,7 +189,7 @@ void FindDoubleCharges(const Session& session, const std::string& database,
 
 std::vector<RepairFinding> FindCentralRepairs(const Session& session) {
     std::vector<RepairFinding> findings;
-    FindCutConversions("tw_tarnwick", ReadLayout(*session.Own(), "tw_tarnwick"),
+    FindCutConversions("tw_tarnwick", ReadLayout(*session.GetConnection(), "tw_tarnwick"),
                        {{"account", {"associatepercentage"}}}, findings);
     return findings;
 }
@@ -197,7 +197,7 @@ std::vector<RepairFinding> FindCentralRepairs(const Session& session) {
 std::vector<RepairFinding> FindSiteRepairs(const Session& session, const SiteRow& site) {
     const std::string database = fmt::format("tw_{}", site.siteId);
     const double version = site.version.value_or(0);
-    const Layout layout = ReadLayout(*session.Own(), database);
+    const Layout layout = ReadLayout(*session.GetConnection(), database);
     std::vector<RepairFinding> findings;
     FindCutConversions(database, layout, ConvertedSiteColumns(session, database, layout), findings);
     FindMissingTimings(database, layout, version, findings);

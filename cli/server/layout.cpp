@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <regex>
 #include <stdexcept>
 
 #include "cli/server/embedded_layouts.h"
+#include "twupdate_host/catalogue.h"
 
 namespace twupdate::cli {
 namespace {
@@ -16,49 +16,17 @@ constexpr std::string_view kMadeBy = " <- ";
 constexpr std::string_view kOr = " | ";
 constexpr std::string_view kOptional = " optional";
 
-std::string TextOf(const Recordset& rows, std::string_view column) {
-    const Value value = rows.Fields().Item(column).Value();
-    return value.IsNull() ? std::string() : value.ToText();
+std::string ColumnDefinition(const host::Catalogue::Column& column) {
+    return column.name + " " + column.TypeName() + (column.autoIncrement ? " AUTO_INCREMENT" : "") +
+           (column.defaultText ? " DEFAULT '" + *column.defaultText + "'" : "") +
+           (column.nullable ? " NULL" : " NOT NULL");
 }
 
-/// "int(11) unsigned" as "INT UNSIGNED"; "tinyint(1)" as "BOOL". The words of an enumeration and
-/// the like keep their letters.
-std::string TypeName(const std::string& type) {
-    if (type == "tinyint(1)") {
-        return "BOOL";
-    }
-    std::string name = type;
-    const auto open = name.find('(');
-    const std::string word = name.substr(0, open);
-    if (open != std::string::npos && word.ends_with("int")) {
-        name.erase(open, name.find(')') - open + 1);
-    }
-    const auto end = name.find('\'');
-    std::transform(
-        name.begin(),
-        end == std::string::npos ? name.end() : name.begin() + static_cast<std::ptrdiff_t>(end),
-        name.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return name;
-}
-
-/// A default as one server shows it quoted and another one does not.
-std::string QuotedDefault(const std::string& shown) {
-    const bool quoted = shown.size() >= 2 && shown.front() == '\'' && shown.back() == '\'';
-    return quoted ? shown : "'" + shown + "'";
-}
-
-std::string ColumnDefinition(const Recordset& row) {
-    std::string definition =
-        TextOf(row, "column_name") + " " + TypeName(TextOf(row, "column_type"));
-    const std::string extra = TextOf(row, "extra");
-    if (extra.find("auto_increment") != std::string::npos) {
-        definition += " AUTO_INCREMENT";
-    }
-    const Value value = row.Fields().Item("column_default").Value();
-    if (!value.IsNull() && value.ToText() != "NULL") {
-        definition += " DEFAULT " + QuotedDefault(value.ToText());
-    }
-    return definition + (TextOf(row, "is_nullable") == "YES" ? " NULL" : " NOT NULL");
+std::string KeyDefinition(const host::Catalogue::Index& index) {
+    const std::string head = index.name == "PRIMARY" ? "PRIMARY KEY"
+                             : index.unique          ? "UNIQUE KEY " + index.name
+                                                     : "KEY " + index.name;
+    return head + "(" + index.PartsText() + ")";
 }
 
 /// "KEY siteid_idx" of "KEY siteid_idx(siteid)", "PRIMARY KEY" of "PRIMARY KEY(a)", "siteid" of
@@ -81,51 +49,6 @@ std::vector<std::string> Split(std::string_view text, std::string_view separator
     }
     parts.emplace_back(text);
     return parts;
-}
-
-void AddColumns(Utility& utility, const std::string& database, Layout& layout) {
-    const auto rows = utility.GetDatabase()->OpenRecordset(
-        fmt::format("SELECT table_name AS table_name, column_name AS column_name, column_type AS "
-                    "column_type, is_nullable AS is_nullable, column_default AS column_default, "
-                    "extra AS extra FROM information_schema.columns WHERE table_schema = '{}';",
-                    database),
-        0, 0);
-    for (; !rows->IsEOF(); rows->MoveNext()) {
-        const std::string definition = ColumnDefinition(*rows);
-        layout.tables[TextOf(*rows, "table_name")].items[ItemName(definition)].definitions = {
-            definition};
-    }
-    rows->Close();
-}
-
-void AddKeys(Utility& utility, const std::string& database, Layout& layout) {
-    struct Key {
-        bool unique = false;
-        std::string columns;
-    };
-    std::map<std::pair<std::string, std::string>, Key> keys;
-    const auto rows = utility.GetDatabase()->OpenRecordset(
-        fmt::format("SELECT table_name AS table_name, index_name AS index_name, non_unique AS "
-                    "non_unique, column_name AS column_name, sub_part AS sub_part FROM "
-                    "information_schema.statistics WHERE table_schema = '{}' ORDER BY table_name, "
-                    "index_name, seq_in_index;",
-                    database),
-        0, 0);
-    for (; !rows->IsEOF(); rows->MoveNext()) {
-        Key& key = keys[{TextOf(*rows, "table_name"), TextOf(*rows, "index_name")}];
-        key.unique = TextOf(*rows, "non_unique") == "0";
-        const std::string part = TextOf(*rows, "sub_part");
-        key.columns += (key.columns.empty() ? "" : ", ") + TextOf(*rows, "column_name") +
-                       (part.empty() ? "" : "(" + part + ")");
-    }
-    rows->Close();
-    for (const auto& [name, key] : keys) {
-        const std::string head = name.second == "PRIMARY"
-                                     ? "PRIMARY KEY"
-                                     : (key.unique ? "UNIQUE KEY " : "KEY ") + name.second;
-        const std::string definition = head + "(" + key.columns + ")";
-        layout.tables[name.first].items[ItemName(definition)].definitions = {definition};
-    }
 }
 
 std::string Lines(const Layout::Table& table, bool keys) {
@@ -184,10 +107,24 @@ Layout Layout::Parse(std::string_view text) {
     return layout;
 }
 
-Layout ReadLayout(Utility& utility, const std::string& database) {
+Layout ReadLayout(host::Connection& connection, const std::string& database) {
     Layout layout;
-    AddColumns(utility, database, layout);
-    AddKeys(utility, database, layout);
+    const host::Catalogue catalogue = host::ReadCatalogue(connection, {database});
+    if (!catalogue.HasDatabase(database)) {
+        return layout;
+    }
+    for (const auto& [name, table] : catalogue.Databases().at(database).tables) {
+        auto& items = layout.tables[name].items;
+        const auto add = [&](const std::string& definition) {
+            items[ItemName(definition)].definitions = {definition};
+        };
+        for (const auto& column : table->columns) {
+            add(ColumnDefinition(column));
+        }
+        for (const auto& index : table->indexes) {
+            add(KeyDefinition(index));
+        }
+    }
     return layout;
 }
 

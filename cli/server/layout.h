@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "twupdate/host.h"
+#include "twupdate_host/connection.h"
 
 namespace twupdate::cli {
 
@@ -41,7 +41,7 @@ struct Layout {
 };
 
 /// Reads the layout of a database. One that does not exist has no tables.
-Layout ReadLayout(Utility& utility, const std::string& database);
+Layout ReadLayout(host::Connection& connection, const std::string& database);
 
 /// The layouts at the current version that this program was built with.
 const Layout& CentralLayout();

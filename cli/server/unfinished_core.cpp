@@ -45,7 +45,7 @@ std::string Missing(const Session& session, const Layout& layout,
 }  // namespace
 
 std::string UnfinishedCore(const Session& session, const std::filesystem::path& installFolder) {
-    const Layout layout = ReadLayout(*session.Own(), "tw_tarnwick");
+    const Layout layout = ReadLayout(*session.GetConnection(), "tw_tarnwick");
     const std::string missing = Missing(session, layout, installFolder);
     if (missing.empty()) {
         return "";

@@ -83,7 +83,9 @@ class Catalogue {
         std::string charset = {};    ///< of texts
         std::string collation = {};  ///< of texts
 
-        /// E.g. "FLOAT DEFAULT 0 NOT NULL": in the letters of the steps, without display widths.
+        /// In the letters of the steps, without a display width: "INT", "BOOL", "VARCHAR(20)".
+        std::string TypeName() const;
+        /// E.g. "FLOAT DEFAULT 0 NOT NULL".
         std::string Definition() const;
         /// True when an INSERT must name it where the sql_mode is strict.
         bool NeedsValue() const;

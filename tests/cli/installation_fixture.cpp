@@ -145,7 +145,7 @@ std::string InstallationTest::SiteVersion(std::int32_t siteId) {
 
 std::string InstallationTest::StateOf(const std::string& database) {
     host::MariaDbUtility utility(host::Connection::Open(CliServer::Get().ConnectOptions()));
-    const auto layout = cli::ReadLayout(utility, database);
+    const auto layout = cli::ReadLayout(*utility.GetConnection(), database);
     std::string state = layout.Text();
     for (const auto& [table, ignored] : layout.tables) {
         const auto rows =

@@ -8,6 +8,7 @@ namespace {
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 using Plan = InstallationTest;
 
@@ -79,6 +80,42 @@ TEST_F(Plan, OfACurrentInstallationIsEmpty) {
     EXPECT_EQ(outcome.out,
               "Installation: version 1.0265 of 1.0265; an upgrade would do nothing.\n"
               "Older all the same, 1.0262: 1 site (3); see upgrade-site\n");
+}
+
+TEST_F(Plan, PrintsTheStatements) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0262", {sample::Group::kForms});
+    Execute("ALTER TABLE tw_7.formtemplateinstance DROP COLUMN cachettl;");
+    const std::string before = StateOf("tw_7") + StateOf("tw_tarnwick");
+    const Outcome outcome = Run({"plan", "--sql"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("-- tw_tarnwick from 1.0262: "));
+    EXPECT_THAT(outcome.out, HasSubstr("\n-- after the ladders\n"
+                                       "UPDATE tw_tarnwick.installation SET version = ?;\n"));
+    EXPECT_THAT(outcome.out,
+                HasSubstr("-- tw_7 from 1.0262: 2 statements\n"
+                          "\n"
+                          "-- SiteSchemaStep_1_0264\n"
+                          "ALTER TABLE tw_7.formtemplateinstance ADD COLUMN cachettl INT DEFAULT "
+                          "-1 NOT NULL;\n"
+                          "CREATE TABLE IF NOT EXISTS tw_7.htmlcache("));
+    EXPECT_EQ(StateOf("tw_7") + StateOf("tw_tarnwick"), before);
+}
+
+TEST_F(Plan, PrintsTheStatementsOfOneSiteInJson) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0262");
+    const auto plan = Run({"--json", "plan", "--sql", "--site", "7"}).Json();
+    ASSERT_EQ(plan["databases"].size(), 1U);
+    EXPECT_EQ(plan["databases"][0]["database"], "tw_7");
+    EXPECT_EQ(plan["databases"][0]["version"], 1.0262);
+    ASSERT_EQ(plan["databases"][0]["statements"].size(), 1U);
+    const auto& statement = plan["databases"][0]["statements"][0];
+    EXPECT_EQ(statement["step"], "SiteSchemaStep_1_0264");
+    EXPECT_EQ(statement["times"], 1);
+    EXPECT_FALSE(statement.contains("refused"));
+    EXPECT_THAT(statement["sql"].get<std::string>(),
+                StartsWith("CREATE TABLE IF NOT EXISTS tw_7.htmlcache("));
 }
 
 // Everything that a user needs is the right to read, so nothing can be written.

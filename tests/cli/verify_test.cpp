@@ -23,7 +23,7 @@ class LayoutRecorder : public Observer, public host::StatementListener {
     LayoutRecorder(std::shared_ptr<host::Connection> connection, std::string database)
         : own_(std::make_shared<host::MariaDbUtility>(std::move(connection))),
           database_(std::move(database)),
-          layout_(cli::ReadLayout(*own_, database_)) {}
+          layout_(cli::ReadLayout(*own_->GetConnection(), database_)) {}
 
     void After(const host::StatementEvent& event, std::chrono::nanoseconds,
                const HostError*) override {
@@ -36,7 +36,7 @@ class LayoutRecorder : public Observer, public host::StatementListener {
             return;
         }
         changed_ = false;
-        Layout now = cli::ReadLayout(*own_, database_);
+        Layout now = cli::ReadLayout(*own_->GetConnection(), database_);
         for (auto& [name, table] : now.tables) {
             const auto before = layout_.tables.find(name);
             const bool isNew = before == layout_.tables.end();
@@ -118,7 +118,7 @@ TEST_F(Verify, TheLayoutsAreFresh) {
 
     Execute("DROP DATABASE tw_tarnwick;");
     Layout central = Upgraded("tw_tarnwick", [](Update& u) { u.CreateCoreDb(); });
-    central = cli::ReadLayout(*Utility(), "tw_tarnwick");
+    central = cli::ReadLayout(*Utility()->GetConnection(), "tw_tarnwick");
     for (auto& [name, table] : central.tables) {
         const auto& other = upgraded.tables.at(name);
         table.step = other.step;
@@ -279,8 +279,8 @@ TEST_F(Verify, FindsEachOfAHundredThingsThatAreBrokenOneAtATime) {
             if (spoilt) {
                 ++broken;
                 std::vector<std::string> absent;
-                const auto findings =
-                    cli::Compare("tw_7", layout, cli::ReadLayout(*utility, "tw_7"), absent);
+                const auto findings = cli::Compare(
+                    "tw_7", layout, cli::ReadLayout(*utility->GetConnection(), "tw_7"), absent);
                 bool found = false;
                 for (const cli::LayoutFinding& finding : findings) {
                     found = found || (finding.table == table && finding.item == name &&
@@ -295,7 +295,9 @@ TEST_F(Verify, FindsEachOfAHundredThingsThatAreBrokenOneAtATime) {
     }
     EXPECT_EQ(broken, 100);
     std::vector<std::string> absent;
-    EXPECT_THAT(cli::Compare("tw_7", layout, cli::ReadLayout(*utility, "tw_7"), absent), IsEmpty());
+    EXPECT_THAT(
+        cli::Compare("tw_7", layout, cli::ReadLayout(*utility->GetConnection(), "tw_7"), absent),
+        IsEmpty());
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ using host::Catalogue;
 using host::DryHost;
 using host::DryHostOptions;
 using host::DryStatement;
+using testing::AnyOf;
 using testing::Each;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -249,15 +250,11 @@ TEST_F(DryHostOnServer, FollowsEveryStepOfTheCentralDatabase) {
                       [](Update& update) { update.UpdateServer(1.0); });
 }
 
-TEST_F(DryHostOnServer, FollowsEveryStepOfACentralDatabaseWithoutLogs) {
-    LoadCentral();
-    ExpectSameLayouts({"tw_tarnwick", "tw_logs"}, [](Update& update) { update.UpdateServer(1.0); });
-}
-
 TEST_F(DryHostOnServer, FollowsEveryStepOfImportedMasterData) {
     LoadSite(7);
+    LoadLogs(7);
     LoadImportedMasterData(7);
-    ExpectSameLayouts({"tw_tarnwick", "tw_7"},
+    ExpectSameLayouts({"tw_tarnwick", "tw_logs", "tw_7"},
                       [](Update& update) { update.UpdateImportMasterData(7, 1.0); });
 }
 
@@ -306,10 +303,9 @@ TEST_F(DryHostOnServer, ChangesNoRowAndNoFile) {
     const auto files = Files(Root());
     ASSERT_GT(sums.size(), 100U);
 
+    const auto connection = host::Connection::Open(Server().ConnectOptions());
     Sql("SET GLOBAL log_output = 'TABLE'; TRUNCATE TABLE mysql.general_log;"
         "SET GLOBAL general_log = 1;");
-    const auto options = Server().ConnectOptions();
-    const auto connection = host::Connection::Open(options);
     for (const std::int32_t site : {0, 7, 8}) {
         const auto dry = std::make_shared<DryHost>(
             connection,
@@ -330,7 +326,7 @@ TEST_F(DryHostOnServer, ChangesNoRowAndNoFile) {
         "'Prepare') AND thread_id = " +
         std::to_string(connection->ThreadId()));
     EXPECT_GT(sent.size(), 20U);
-    EXPECT_THAT(sent, Each(StartsWith("SELECT ")));
+    EXPECT_THAT(sent, Each(AnyOf(StartsWith("SELECT "), StartsWith("SHOW "))));
     EXPECT_EQ(checksums(), sums);
     EXPECT_EQ(Files(Root()), files);
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1");
@@ -371,22 +367,25 @@ INSTANTIATE_TEST_SUITE_P(
     All, DamagedLayout,
     testing::Values(
         Damage{"MissingTable", "DROP TABLE tw_7.image;", 1146},
-        Damage{"MissingTableUnderARead", "DROP TABLE tw_7.formfield;", 1146},
+        Damage{"MissingTableUnderARead", "DROP TABLE tw_7.override;", 1146},
         Damage{"MissingFormTable", "DROP TABLE tw_7.form_50;", 1146},
         Damage{"MissingColumnOfAnUpdate", "ALTER TABLE tw_7.tag DROP COLUMN name;", 1054},
         Damage{"MissingColumnOfARead", "ALTER TABLE tw_7.formfield DROP COLUMN type;", 1054},
         Damage{"MissingColumnThatIsModified", "ALTER TABLE tw_7.attribute DROP COLUMN value;",
                1054},
-        Damage{"ColumnThatIsThere", "ALTER TABLE tw_7.formlink ADD COLUMN double_temp DOUBLE;",
+        Damage{"ColumnThatIsThere", "ALTER TABLE tw_7.commission ADD COLUMN double_temp DOUBLE;",
                1060},
-        Damage{"KeyThatIsMissing", "ALTER TABLE tw_7.taskstatus DROP PRIMARY KEY;", 1091},
+        Damage{"CountedColumnWithoutAKey",
+               "CREATE TABLE tw_7.taskstatus(taskid INT AUTO_INCREMENT NOT NULL, featureid INT, "
+               "type INT, PRIMARY KEY(taskid));",
+               1075},
+        Damage{"LongTextUnderAKey", "ALTER TABLE tw_7.featurecache MODIFY COLUMN featureid TEXT;",
+               1170},
         Damage{"ViewForATable",
                "RENAME TABLE tw_7.image TO tw_7.image_0; CREATE VIEW tw_7.image AS SELECT * FROM "
                "tw_7.image_0;",
                1347},
-        Damage{"KeyColumnThatIsMissing",
-               "CREATE TABLE tw_7.cache(cacheid INT AUTO_INCREMENT NOT NULL, PRIMARY "
-               "KEY(cacheid));",
+        Damage{"KeyColumnThatIsMissing", "ALTER TABLE tw_7.featurecache DROP COLUMN featureid;",
                1072}),
     [](const auto& test) { return std::string(test.param.name); });
 
