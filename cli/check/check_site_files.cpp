@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <limits>
@@ -71,7 +72,7 @@ class SiteFiles {
         const fs::path source = subFolder.empty() ? siteTemplate : siteTemplate / subFolder;
         const fs::path destination = subFolder.empty() ? site_ : site_ / subFolder;
         if (pending_.Has(step) && IsThere(step, source) && Makes(step, destination)) {
-            Files(step, source, siteTemplate, destination);
+            Files(step, source, destination);
         }
     }
 
@@ -92,7 +93,7 @@ class SiteFiles {
                              "mend it"},
                             findings_);
                 } else if (IsThere(step, site_ / page)) {
-                    Files(step, folder / "template", folder / "template", site_ / page);
+                    Files(step, folder / "template", site_ / page);
                 }
             }
         }
@@ -175,15 +176,14 @@ class SiteFiles {
         return false;
     }
 
-    void Files(std::string_view step, const fs::path& source, const fs::path& limit,
-               const fs::path& destination) {
+    void Files(std::string_view step, const fs::path& source, const fs::path& destination) {
         std::error_code error;
         fs::directory_iterator entry(source, error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             std::error_code ignored;
             if (entry->is_regular_file(ignored) ||
                 (entry->is_symlink(ignored) && !entry->is_directory(ignored))) {
-                File(step, entry->path(), limit, destination);
+                File(step, entry->path(), destination);
             }
         }
         if (error) {
@@ -191,26 +191,16 @@ class SiteFiles {
         }
     }
 
-    void File(std::string_view step, const fs::path& file, const fs::path& limit,
-              const fs::path& destination) {
-        if (file.filename().string().find('\\') != std::string::npos) {
-            Tell(step, file, "has a name that leads out of the folder", "rename it");
-            return;
-        }
+    void File(std::string_view step, const fs::path& file, const fs::path& destination) {
         if (IsLink(file)) {
             std::error_code error;
             const fs::path target = fs::canonical(file, error);
-            const fs::path folder = error ? fs::path() : fs::canonical(limit, error);
             if (error == std::errc::permission_denied) {
                 TellLocked(step, file);
                 return;
             }
-            const bool leadsOut = !error && !LiesWithin(folder, target);
-            if (error || leadsOut || !fs::is_regular_file(target, error)) {
-                Tell(step, file,
-                     leadsOut ? "is a link that leads out of its folder"
-                              : "is a link that leads nowhere",
-                     "replace the link by the file");
+            if (error || !fs::is_regular_file(target, error)) {
+                Tell(step, file, "is a link that leads nowhere", "replace the link by the file");
                 return;
             }
         }
@@ -237,11 +227,11 @@ class SiteFiles {
                  "move it out of the way");
         } else if (fs::equivalent(file, copy, error)) {
             Tell(step, copy, "is the template itself", "put a copy in its place");
-        } else if (!MayWrite(copy)) {
-            Tell(step, copy, "cannot be written", "give the right to write it");
         } else if (geteuid() != 0 && there.st_uid != geteuid()) {
             // A copy takes over the template's rights, which only the owner of a file may set.
             Tell(step, copy, "belongs to another user", "give it to the user that runs twupdate");
+        } else if (!MayWrite(copy) && errno != EACCES) {  // its owner may give himself the right
+            Tell(step, copy, "cannot be written", "give the right to write it");
         }
     }
 

@@ -51,7 +51,7 @@ bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pend
     const std::string database = fmt::format("tw_{}", site.siteId);
     switch (site.State()) {
         case SiteState::kOld:
-            if (site.siteId < 1 || site.siteId > std::numeric_limits<std::int32_t>::max()) {
+            if (site.siteId > std::numeric_limits<std::int32_t>::max()) {
                 findings.push_back(
                     {"tw_tarnwick", "site", "",
                      fmt::format("there is a site {}, but a siteid lies between 1 and 2147483647",
@@ -83,6 +83,7 @@ bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pend
             }
             break;
         case SiteState::kCurrent:
+        case SiteState::kNoSite:
             break;
     }
     return false;

@@ -19,7 +19,6 @@ namespace {
 
 int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_t siteId,
                      std::optional<double> from) {
-    InstallFolderWithData(options);  // wrong use is told before anything is done
     Session session(options);
     const RunLock lock(session, options);
     Installation installation(session.Own());

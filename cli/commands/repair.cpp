@@ -30,7 +30,9 @@ std::vector<RepairFinding> FindAll(const Session& session, std::optional<std::in
     }
     bool found = false;
     for (const SiteRow& site : installation.Sites()) {
-        if (site.State() != SiteState::kHardDeleted && (!siteId || site.siteId == *siteId)) {
+        const SiteState state = site.State();
+        if (state != SiteState::kHardDeleted && state != SiteState::kNoSite &&
+            (!siteId || site.siteId == *siteId)) {
             found = true;
             for (RepairFinding& finding : FindSiteRepairs(session, site)) {
                 findings.push_back(std::move(finding));

@@ -65,7 +65,8 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
     bool found = false;
     for (const SiteRow& site : installation.Sites()) {
         const auto state = site.State();
-        if ((siteId && site.siteId != *siteId) || state == SiteState::kHardDeleted) {
+        if ((siteId && site.siteId != *siteId) || state == SiteState::kHardDeleted ||
+            state == SiteState::kNoSite) {
             continue;
         }
         found = true;

@@ -48,6 +48,8 @@ std::string SiteStateText(SiteState state) {
             return "newer";
         case SiteState::kNoVersion:
             return "no version";
+        case SiteState::kNoSite:
+            return "an id below 1";
     }
     return "";
 }
@@ -55,6 +57,9 @@ std::string SiteStateText(SiteState state) {
 SiteState SiteRow::State() const {
     if (hardDeleted) {
         return SiteState::kHardDeleted;
+    }
+    if (siteId < 1) {
+        return SiteState::kNoSite;
     }
     if (inTransaction) {
         return SiteState::kInTransaction;
@@ -213,7 +218,7 @@ std::vector<std::string> Refusals(Installation& installation, const std::vector<
                             "version of its layout (0 runs every step)",
                             site.siteId, site.noVersion));
         } else if (site.State() == SiteState::kOld &&
-                   (site.siteId < 1 || site.siteId > std::numeric_limits<std::int32_t>::max())) {
+                   site.siteId > std::numeric_limits<std::int32_t>::max()) {
             refusals.push_back(fmt::format(
                 "tw_tarnwick.site has a site {}, but a siteid lies between 1 and 2147483647",
                 site.siteId));

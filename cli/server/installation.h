@@ -18,9 +18,10 @@ enum class SiteState : std::uint8_t {
     kInTransaction,  ///< left out
     kNewer,          ///< above the current version: made by a newer program
     kNoVersion,      ///< its version is NULL or no number: an upgrade does not begin
+    kNoSite,         ///< an id below 1, which no site has: left out
 };
 
-/// "current", "old", "hard-deleted", "in transaction", "newer" or "no version".
+/// "current", "old", "hard-deleted", "in transaction", "newer", "no version" or "an id below 1".
 std::string SiteStateText(SiteState state);
 
 /// One row of tw_tarnwick.site.

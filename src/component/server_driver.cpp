@@ -65,7 +65,7 @@ void Update::UpgradeOldSites() {
     do {
         rows = 0;
         const auto sites = EnumerateSites(lastSiteId, kSitesPerBatch, kCurrentVersion);
-        for (; !sites->IsEOF(); sites->MoveNext()) {
+        while (!sites->IsEOF()) {
             lastSiteId = Int32Field(*sites, "siteid");
             const double siteVersion = DoubleField(*sites, "version");
             if (observer) {
@@ -80,6 +80,7 @@ void Update::UpgradeOldSites() {
             if (observer) {
                 observer->SiteEnded(lastSiteId);
             }
+            sites->MoveNext();
             CountRow(rows);
         }
         sites->Close();

@@ -1,3 +1,5 @@
+#include <limits>
+
 #include "dbutil/replace_all.h"
 #include "dbutil/sql.h"
 #include "twupdate/update.h"
@@ -33,16 +35,17 @@ std::string Update::FieldText(const Field& field) {
         const Value value = field.Value();
         return value.IsNull() ? std::string() : value.ToText();
     } catch (const std::exception&) {
-        return {};  // an unreadable field counts as empty; nowhere else is an error swallowed
+        return {};  // an unreadable field counts as empty
     }
 }
 
 std::int32_t Update::NumberOrDefault(const Value& value, std::int32_t defaultNumber) {
-    try {
-        return value.IsNumeric() ? value.ToInt32() : defaultNumber;
-    } catch (const OverflowError&) {
-        return defaultNumber;  // no 32-bit integer, so none of the platform's numbers
-    }
+    // Half a number beyond either end rounds to the even one: the least fits, the greatest does
+    // not.
+    using Limits = std::numeric_limits<std::int32_t>;
+    const bool fits = value.IsNumeric() && value.ToDouble() >= Limits::min() - 0.5 &&
+                      value.ToDouble() < Limits::max() + 0.5;
+    return fits ? value.ToInt32() : defaultNumber;
 }
 
 std::string Update::DecodeAngleBrackets(std::string_view text) {

@@ -40,57 +40,44 @@ std::vector<fs::path> FilesIn(const fs::path& folder, const fs::path& destinatio
     return files;
 }
 
-/// What a template file stands for: itself, or the file that a link names.
-/// @throws FileError when a link leads out of the template folder
-fs::path FileToCopy(const fs::path& file, const fs::path& templateFolder,
-                    const fs::path& destination) {
+/// Copies one template file into `folder` under its own name, in place of what has that name. A
+/// link is copied as the file that it names.
+void CopyTemplateFile(const fs::path& file, const fs::path& folder, Utility& host) {
+    const fs::path destination = folder / file.filename();
     std::error_code error;
-    if (!fs::is_symlink(file, error)) {
-        return file;
-    }
-    fs::path target = fs::canonical(file, error);
-    const fs::path folder = error ? fs::path() : fs::canonical(templateFolder, error);
-    if (error) {
-        FailCopy(file, destination, error.message());
-    }
-    if (!LiesWithin(folder, target)) {
-        FailCopy(file, destination, "the link leads out of " + templateFolder.string());
-    }
-    if (!fs::is_regular_file(target, error)) {
-        FailCopy(file, destination, "the link names no regular file");
-    }
-    return target;
-}
-
-/// Copies one template file into `folder` under its own name, in place of what has that name.
-/// @param templateFolder  the folder that a link must not lead out of
-void CopyTemplateFile(const fs::path& file, const fs::path& templateFolder, const fs::path& folder,
-                      Utility& host) {
-    const std::string name = file.filename().string();
-    const fs::path destination = folder / name;
-    // A backslash is a letter here, but a separator where the folders may be carried to.
-    if (name.find_first_of("/\\") != std::string::npos || name == "." || name == "..") {
-        FailCopy(file, destination, "the file name leads out of the folder");
-    }
-    const fs::path source = FileToCopy(file, templateFolder, destination);
-    std::error_code error;
-    if (fs::is_symlink(destination, error)) {
+    const fs::file_status there = fs::symlink_status(destination, error);
+    if (fs::is_symlink(there)) {
         fs::remove(destination, error);  // or the copy would be written where the link leads
         if (error) {
             FailCopy(file, destination, error.message());
         }
     }
-    fs::copy_file(source, destination, fs::copy_options::overwrite_existing, error);
+    fs::copy_file(file, destination, fs::copy_options::overwrite_existing, error);
+    if (error == std::errc::permission_denied && fs::is_regular_file(there)) {
+        // A copy takes over the mode of its template. One that nobody may write refuses the next.
+        std::error_code noOwner;
+        fs::permissions(destination, fs::perms::owner_write, fs::perm_options::add, noOwner);
+        if (!noOwner) {
+            fs::copy_file(file, destination, fs::copy_options::overwrite_existing, error);
+        }
+    }
     if (error) {
         FailCopy(file, destination, error.message());
     }
     if (const auto observer = host.GetObserver()) {
-        observer->FileCopied(source, destination);
+        observer->FileCopied(file, destination);
     }
 }
 
-[[noreturn]] void FailLookup(const fs::path& path, const std::error_code& error) {
-    throw FileError("cannot look at " + path.string() + ": " + error.message());
+/// A link to a file is one, a folder is none.
+bool IsThereAsAFile(const fs::path& path) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(path, ignored);
+    return fs::exists(status) && !fs::is_directory(status);
+}
+
+bool IsMissing(const std::error_code& error) {
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
 }
 
 fs::path SiteWebFolder(const fs::path& root, std::int32_t siteId) {
@@ -124,6 +111,10 @@ bool LiesWithin(const fs::path& folder, const fs::path& path) {
            folder.end();
 }
 
+void FailLookup(const fs::path& path, const std::error_code& error) {
+    throw FileError("cannot look at " + path.string() + ": " + error.message());
+}
+
 bool FolderExists(const fs::path& folder) {
     std::error_code error;
     const fs::file_type type = fs::status(folder, error).type();
@@ -136,16 +127,20 @@ bool FolderExists(const fs::path& folder) {
 fs::path RealPath(const fs::path& path) {
     std::error_code error;
     fs::path real = fs::canonical(path, error);
-    if (error == std::errc::permission_denied) {
+    if (error && !IsMissing(error)) {
         FailLookup(path, error);
     }
     return error ? fs::path() : real;
 }
 
+bool IsDeadEnd(const std::error_code& error) {
+    return IsMissing(error) || error == std::errc::too_many_symbolic_link_levels ||
+           error == std::errc::filename_too_long;
+}
+
 void Update::CopySiteTemplate(std::int32_t siteId, StringRef subFolder) {
     const fs::path root = InstallationRoot(Host().InstallFolder());
-    const fs::path siteTemplate = root / "templates" / "site";
-    fs::path source = siteTemplate;
+    fs::path source = root / "templates" / "site";
     fs::path destination = SiteWebFolder(root, siteId);
     if (!subFolder.empty()) {
         source /= subFolder;
@@ -163,7 +158,7 @@ void Update::CopySiteTemplate(std::int32_t siteId, StringRef subFolder) {
         }
     }
     for (const fs::path& file : FilesIn(source, destination)) {
-        CopyTemplateFile(file, siteTemplate, destination, Host());
+        CopyTemplateFile(file, destination, Host());
     }
 }
 
@@ -188,9 +183,8 @@ void Update::CopyComponentTemplate(std::int32_t siteId, const Component& compone
             continue;
         }
         for (const fs::path& file : FilesIn(source, page)) {
-            std::error_code ignored;
-            if (overwrite || !fs::exists(page / file.filename(), ignored)) {
-                CopyTemplateFile(file, source, page, Host());
+            if (overwrite || !IsThereAsAFile(page / file.filename())) {
+                CopyTemplateFile(file, page, Host());
             }
         }
     }

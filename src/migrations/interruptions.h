@@ -18,6 +18,8 @@ LeftoverSearch LeftBySiteSchemaStep_1_0225;
 // site_content/interruptions.cpp
 LeftoverSearch LeftBySiteContentStep_1_0007;
 LeftoverSearch LeftBySiteContentStep_1_0043;
+LeftoverSearch LeftBySiteContentStep_1_0066;
+LeftoverSearch LeftBySiteContentStep_1_0082;
 // server/interruptions.cpp
 LeftoverSearch LeftByServerStep_1_0035;
 LeftoverSearch LeftByServerStep_1_0074;

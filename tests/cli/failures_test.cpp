@@ -85,19 +85,40 @@ TEST_F(Failures, ASiteWithoutAVersionIsNamedBeforeAnythingIsDone) {
                                    "--from"));
 }
 
-TEST_F(Failures, ASiteIdThatIsNoneIsNamedBeforeAnythingIsDone) {
+TEST_F(Failures, ASiteIdThatIsTooLargeIsNamedBeforeAnythingIsDone) {
     MakeNearlyCurrentInstallation();
     MakeSiteRow(5, "1.0262");
-    for (const char* id : {"-3", "0", "5000000000"}) {
-        Execute(std::string("UPDATE tw_tarnwick.site SET siteid = ") + id + ";");
-        const Outcome outcome = Run({"upgrade"});
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.err, HasSubstr(std::string("twupdate: tw_tarnwick.site has a site ") +
-                                           id + ", but a siteid lies between"));
-        EXPECT_EQ(InstallationVersion(), "1.0262");
-    }
+    Execute("UPDATE tw_tarnwick.site SET siteid = 5000000000;");
+    const Outcome outcome = Run({"upgrade"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("twupdate: tw_tarnwick.site has a site 5000000000, but a "
+                                       "siteid lies between 1 and 2147483647"));
+    EXPECT_EQ(InstallationVersion(), "1.0262");
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1;");
     EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+// As the site walk does. One of them has no version, which would stop the upgrade for a site.
+TEST_F(Failures, RowsWithAnIdBelowOneAreLeftOutWithAWarning) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(3, "1.0262");
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY COLUMN version DOUBLE;");
+    Execute(
+        "INSERT INTO tw_tarnwick.site(siteid, version) VALUES(-3, 1.0262), (-1, NULL);"
+        "INSERT INTO tw_tarnwick.site(siteid, version, harddeleted) VALUES(-2, 1.0262, -1);");
+    EXPECT_EQ(Run({"check"}).status, 0);
+    const Outcome outcome = Run({"--json", "upgrade"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err,
+                HasSubstr("twupdate: warning: left out, an id below 1: 2 sites (-3, -1)\n"));
+    EXPECT_EQ(outcome.Json()["left_out"]["an id below 1"], nlohmann::json({-3, -1}));
+    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 3;"), "1.0265");
+    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = -3;"), "1.0262");
+    for (const char* command : {"status", "plan", "verify", "repair"}) {
+        const Outcome after = Run({command});
+        EXPECT_EQ(after.status, 0) << command << after.out << after.err;
+    }
 }
 
 TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
@@ -480,7 +501,6 @@ TEST_F(Failures, AnInstallFolderWithoutDataIsWrongUse) {
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
              {"upgrade"},
              {"create-core"},
-             {"import-master-data", "7"},
              {"check"},
              {"rehearse", "--workdir", (folder_ / "rehearsal").string()}}) {
         auto arguments = std::vector<std::string>{"--install-folder", folder};

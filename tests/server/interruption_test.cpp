@@ -312,6 +312,35 @@ TEST_F(Interruption, EmailsThatAreNotConvertedAreConvertedByTheNextRun) {
     EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("which is set in some"));
 }
 
+TEST_F(Interruption, LinksOfCachesThatAreGoneAreDeleted) {
+    LoadSite(7, {}, {1.0264, 1.0063});
+    const auto interrupt = [this](const char* step) {
+        Sql("DELETE FROM tw_7.cache; DELETE FROM tw_7.featurecache;");
+        Sql("INSERT INTO tw_7.cache(cacheid, type, templateid) VALUES(1, 2, 4), (2, 0, 4), (3, 1, "
+            "4);");
+        Sql("INSERT INTO tw_7.featurecache(featureid, cacheid) VALUES(9, 1), (9, 2), (9, 3);");
+        const auto faulty = Faulty();
+        faulty->FailAt(3, FaultyUtility::kBefore);  // SELECT, DELETE of the caches, of the links
+        EXPECT_THROW(RunStep(step, 7, faulty), InjectedFault);
+    };
+    const SteppedDatabase from66{"tw_7", "", 1.0066};
+    const SteppedDatabase from82{"tw_7", "", 1.0082};
+    interrupt("SiteContentStep_1_0066");
+    EXPECT_THAT(Left("SiteContentStep_1_0066", site_, StepHistory::kNotRunning), IsEmpty());
+    EXPECT_THAT(Left("SiteContentStep_1_0066", from66), IsEmpty());
+    EXPECT_THAT(Left("SiteContentStep_1_0082", site_), IsEmpty());
+    EXPECT_EQ(PutRight("SiteContentStep_1_0066", site_).seen,
+              "1 link to caches that are not in the table cache");
+    EXPECT_THAT(Rows("SELECT cacheid FROM tw_7.featurecache ORDER BY cacheid"),
+                ElementsAre("2", "3"));
+    interrupt("SiteContentStep_1_0082");
+    EXPECT_THAT(Left("SiteContentStep_1_0082", from82), IsEmpty());
+    EXPECT_THAT(Left("SiteContentStep_1_0082", from66), SizeIs(1));
+    PutRight("SiteContentStep_1_0082", from82, StepHistory::kInterrupted);
+    EXPECT_THAT(Rows("SELECT cacheid FROM tw_7.featurecache ORDER BY cacheid"),
+                ElementsAre("1", "3"));
+}
+
 TEST_F(Interruption, StartMarksThatAreMissingAreSet) {
     constexpr const char* kStep = "ServerStep_1_0074";
     LoadLogs(1);

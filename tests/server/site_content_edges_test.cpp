@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <cerrno>
 
 #include "site_content_site.h"
+#include "support/failing_volume.h"
 #include "support/locked_folder.h"
 #include "support/update_test_peer.h"
 #include "twupdate/error.h"
@@ -370,6 +372,29 @@ TEST_F(SiteContentRobots, ALinkOutOfTheSitesFolderIsNoFileOfTheSite) {
     std::filesystem::create_symlink("other.txt", Root() / kFile);
     RunStep("SiteContentStep_1_0030", 7);
     EXPECT_THAT(PlainTexts(), ElementsAre("5 | 0 | 78"));
+}
+
+TEST_F(SiteContentRobots, ACircleOfLinksIsNoFile) {
+    SetPages(5, 6);
+    WriteFile("wwwroot/sites/7/other.txt", "x");
+    std::filesystem::create_symlink("robots.txt", Root() / kFile);
+    RunStep("SiteContentStep_1_0030", 7);
+    EXPECT_THAT(PlainTexts(), IsEmpty());
+}
+
+TEST_F(SiteContentRobots, AVolumeThatFailsEndsTheStep) {
+    SetPages(5, 6);
+    WriteFile(kFile, "x");
+    for (const char* place : {"wwwroot/sites/7", kFile}) {
+        const FailingVolume volume(Root() / place, EIO);
+        try {
+            RunStep("SiteContentStep_1_0030", 7);
+            FAIL() << "the file would be left out for ever";
+        } catch (const FileError& error) {
+            EXPECT_EQ(error.what(),
+                      "cannot look at " + (Root() / place).string() + ": Input/output error");
+        }
+    }
 }
 
 TEST_F(SiteContentRobots, AFileThatMayNotBeLookedAtIsNotTakenForMissing) {

@@ -66,6 +66,19 @@ TEST(NumberOrDefault, TakesTheDefaultForBlanksNullAndWords) {
     EXPECT_EQ(Peer::NumberOrDefault(3.5, 5), 4);
 }
 
+// Half a number beyond an end rounds to the even one, which is within the range at the lower end.
+TEST(NumberOrDefault, TakesTheDefaultForWhatDoesNotFitOnceItIsRounded) {
+    EXPECT_EQ(Peer::NumberOrDefault(2147483647, 5), 2147483647);
+    EXPECT_EQ(Peer::NumberOrDefault(2147483647.4, 5), 2147483647);
+    EXPECT_EQ(Peer::NumberOrDefault(2147483647.5, 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault(std::int64_t{2147483648}, 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault(-2147483648.5, 5), -2147483648);
+    EXPECT_EQ(Peer::NumberOrDefault("-2147483648.6", 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault(std::numeric_limits<double>::quiet_NaN(), 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault(std::numeric_limits<double>::infinity(), 5), 5);
+    EXPECT_EQ(Peer::NumberOrDefault("1e999", 5), 5);
+}
+
 TEST(DecodeAngleBrackets, DecodesOnlyTheTwoBrackets) {
     EXPECT_EQ(Peer::DecodeAngleBrackets("&lt;b&gt; &amp; &quot;"), "<b> &amp; &quot;");
     EXPECT_EQ(Peer::DecodeAngleBrackets("&amp;lt;"), "&amp;lt;");

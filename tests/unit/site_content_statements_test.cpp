@@ -488,6 +488,24 @@ TEST(SiteContentLayouts, ATemplateSiteLosesTheSettingThatHidesNavigation) {
                 ::testing::Not(::testing::Contains(deletion)));
 }
 
+// Somebody deletes the setting while the step runs.
+TEST(SiteContentLayouts, AListThatIsGoneIsAnEmptyOne) {
+    const auto host = SiteSeven({});
+    host->Answer(
+        "SELECT s.settingid, s.overrideid, o.featureid FROM tw_7.setting s INNER JOIN "
+        "tw_7.override o ON o.overrideid = s.overrideid WHERE s.name = 'ExplicitLayoutElements' "
+        "AND s.type = 'text' AND s.settingid > 0 ORDER BY s.settingid LIMIT 50;",
+        {{"settingid", "overrideid", "featureid"}, {{3, 5, 50}}});
+    host->Answer(
+        "SELECT elementid, sequence FROM tw_7.layoutelement WHERE featureid = 50 ORDER BY "
+        "elementid;",
+        {{"elementid", "sequence"}, {{11, 1}}});
+    EXPECT_THAT(RunStep(host, "SiteContentStep_1_0026"),
+                ::testing::Contains(
+                    "execute INSERT INTO tw_7.setting(overrideid, name, type, text) VALUES(5, "
+                    "'LayoutElementIds', 'text', '');"));
+}
+
 TEST(SiteContentForms, TheFormTablesAreRepairedInTheOrderOfTheirPages) {
     const auto host = SiteSeven(AllGroups());
     host->catalogue.AddTable("tw_7", "form_12(replyid INT)");

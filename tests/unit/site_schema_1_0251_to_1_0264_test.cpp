@@ -1,7 +1,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 
+#include "support/failing_volume.h"
 #include "support/locked_folder.h"
 #include "support/temporary_folder.h"
 #include "unit/site_schema_fixture.h"
@@ -230,6 +232,45 @@ TEST_F(UploadedFiles, ASiteFolderThatMayNotBeLookedAtEndsTheStep) {
         EXPECT_EQ(error.what(), "cannot look at " + (folder / "root/wwwroot/sites/7").string() +
                                     ": Permission denied");
     }
+}
+
+// Stored as unmeasured they would stay so: no later step looks again.
+TEST_F(UploadedFiles, AVolumeThatFailsEndsTheStep) {
+    folder.Write("root/wwwroot/sites/7/files/a.pdf", "x");
+    Records({"../files/a.pdf"});
+    for (const char* place : {"root/wwwroot/sites/7", "root/wwwroot/sites/7/files"}) {
+        for (const int error : {EIO, ESTALE}) {
+            const FailingVolume volume(folder / place, error);
+            try {
+                Run("SiteSchemaStep_1_0251");
+                FAIL() << place;
+            } catch (const FileError& failure) {
+                EXPECT_THAT(failure.what(),
+                            AllOf(HasSubstr("cannot look at " + (folder / place).string()),
+                                  HasSubstr(std::generic_category().message(error))));
+            }
+            host->openRecordsets = 0;  // given up, not closed
+        }
+    }
+    EXPECT_THAT(Measured(), ElementsAre("[1, pdf, 1]"));
+}
+
+TEST_F(UploadedFiles, ASiteFolderThatIsACircleOfLinksEndsTheStep) {
+    std::filesystem::remove_all(folder / "root/wwwroot/sites/7");
+    std::filesystem::create_directory_symlink("7", folder / "root/wwwroot/sites/7");
+    Records({"../files/a.pdf"});
+    EXPECT_THROW(Run("SiteSchemaStep_1_0251"), FileError);
+    host->openRecordsets = 0;  // given up, not closed
+}
+
+// A link that is in the site's folder counts as a visitor's, also one to another volume.
+TEST_F(UploadedFiles, AFolderOfUploadsThatIsALinkOutOfTheSitesFolderIsNotFollowed) {
+    folder.Write("volume2/files/a.pdf", "abc");
+    std::filesystem::remove_all(folder / "root/wwwroot/sites/7/files");
+    std::filesystem::create_directory_symlink(folder / "volume2/files",
+                                              folder / "root/wwwroot/sites/7/files");
+    Records({"../files/a.pdf"});
+    EXPECT_THAT(Measured(), IsEmpty());
 }
 
 TEST_F(UploadedFiles, AFolderOfAVisitorsChoiceThatMayNotBeLookedAtDoesNotEndTheUpgrade) {

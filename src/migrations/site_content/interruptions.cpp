@@ -120,6 +120,26 @@ std::vector<Leftover> ConvertedTwice(const Inspection& inspection, const std::st
           remove("chargegroup", "groupid")}}};
 }
 
+/// Links in `featurecache` to caches that are not in `cache` any more.
+/// @param mayHaveBegun  whether the step that deletes both can have begun and not ended
+std::vector<Leftover> LinksWithoutCache(Utility& host, const std::string& db, bool mayHaveBegun) {
+    const Inspection inspection(host, db);
+    if (!mayHaveBegun || !inspection.HasTable("featurecache") || !inspection.HasTable("cache")) {
+        return {};
+    }
+    const std::string rest = Sql(db, ".featurecache l LEFT JOIN ", db,
+                                 ".cache c ON c.cacheid = l.cacheid WHERE c.cacheid IS NULL");
+    const std::int64_t links = inspection.Count(rest);
+    if (links == 0) {
+        return {};
+    }
+    return {{"featurecache",
+             Sql(std::to_string(links), links == 1 ? " link" : " links",
+                 " to caches that are not in the table cache"),
+             "a new cache that gets such a number belongs to pages that it was not made for",
+             {Sql("DELETE l FROM ", rest, ";")}}};
+}
+
 }  // namespace
 
 std::vector<Leftover> LeftBySiteContentStep_1_0007(Utility& host, const SteppedDatabase& database,
@@ -166,6 +186,24 @@ std::vector<Leftover> LeftBySiteContentStep_1_0043(Utility& host, const SteppedD
         leftover.statements.push_back(Sql("ALTER TABLE ", db, ".email DROP COLUMN ishtml;"));
     }
     return {std::move(leftover)};
+}
+
+std::vector<Leftover> LeftBySiteContentStep_1_0066(Utility& host, const SteppedDatabase& database,
+                                                   StepHistory history) {
+    return LinksWithoutCache(
+        host, database.name,
+        history == StepHistory::kInterrupted ||
+            (history == StepHistory::kUnknown && IsBelow(database.version, 1.0066)));
+}
+
+// Below 1.0066 the search of that step finds the same.
+std::vector<Leftover> LeftBySiteContentStep_1_0082(Utility& host, const SteppedDatabase& database,
+                                                   StepHistory history) {
+    return LinksWithoutCache(
+        host, database.name,
+        history == StepHistory::kInterrupted ||
+            (history == StepHistory::kUnknown && IsBelow(database.version, 1.0082) &&
+             !IsBelow(database.version, 1.0066)));
 }
 
 }  // namespace twupdate

@@ -23,12 +23,19 @@ std::string ReadWholeFile(const std::filesystem::path& path) {
 /// The site's robots.txt; an empty path when there is none. What it holds becomes public, so a link
 /// counts only when it stays in the site's own folder.
 std::filesystem::path RobotsFile(const std::filesystem::path& installFolder, std::int32_t siteId) {
-    const auto folder = InstallationRoot(installFolder) / "wwwroot" / "sites" / Sql(siteId);
-    const auto realFolder = RealPath(folder);
-    const auto file = realFolder.empty() ? realFolder : RealPath(folder / "robots.txt");
-    std::error_code ignored;
-    const bool isOwn = !file.empty() && LiesWithin(realFolder, file) &&
-                       std::filesystem::is_regular_file(file, ignored);
+    const auto folder =
+        RealPath(InstallationRoot(installFolder) / "wwwroot" / "sites" / Sql(siteId));
+    if (folder.empty()) {
+        return {};
+    }
+    const auto path = folder / "robots.txt";
+    std::error_code error;
+    const auto file = std::filesystem::canonical(path, error);
+    if (error && !IsDeadEnd(error)) {
+        FailLookup(path, error);
+    }
+    const bool isOwn =
+        !error && LiesWithin(folder, file) && std::filesystem::is_regular_file(file, error);
     return isOwn ? file : std::filesystem::path();
 }
 

@@ -65,7 +65,7 @@ void Update::SiteSchemaStep_1_0229(std::int32_t siteId) {
                         "ADD COLUMN lookupfieldid INT AUTO_INCREMENT FIRST, "
                         "ADD PRIMARY KEY(lookupfieldid);"));
         }
-        // The index was unique; a plain one takes its place, on every run.
+        // Dropped and added again on every run.
         if (IndexExists(db, "externallookupfeedfield", "fieldid_idx")) {
             DropIndex(db, "externallookupfeedfield", "fieldid_idx");
         }
@@ -102,7 +102,7 @@ void Update::SiteSchemaStep_1_0231(std::int32_t siteId) {
 
 void Update::SiteSchemaStep_1_0232(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
-    // Kept misspelt: the platform reads the column by this name.
+    // Misspelt, and kept so.
     AddColumnIfMissing(db, "security", "referalid", "INT DEFAULT 0 NOT NULL");
 }
 

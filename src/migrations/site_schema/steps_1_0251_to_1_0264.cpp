@@ -30,7 +30,8 @@ class Uploads {
     }
 
     /// The size in bytes of the file of that path; nothing when there is no such regular file in
-    /// the site's folder, for whatever reason.
+    /// the site's folder, or none that may be looked at.
+    /// @throws FileError when the volume fails
     std::optional<double> SizeOf(const std::string& path) const {
         if (realFolder_.empty() || path.find('\0') != std::string::npos ||
             !LiesWithin(folder_, fs::path(path).lexically_normal())) {
@@ -38,14 +39,25 @@ class Uploads {
         }
         std::error_code error;
         const fs::path file = fs::canonical(fs::path(path).lexically_normal(), error);
-        if (error || !LiesWithin(realFolder_, file) || !fs::is_regular_file(file, error)) {
-            return std::nullopt;
+        if (error) {
+            return Unmeasured(path, error);
+        }
+        if (!LiesWithin(realFolder_, file) || !fs::is_regular_file(file, error)) {
+            return error ? Unmeasured(path, error) : std::nullopt;
         }
         const auto bytes = fs::file_size(file, error);
-        return error ? std::nullopt : std::optional(static_cast<double>(bytes));
+        return error ? Unmeasured(path, error) : std::optional(static_cast<double>(bytes));
     }
 
   private:
+    /// The visitor's own doing leaves a file unmeasured; a volume that fails would leave all so.
+    static std::optional<double> Unmeasured(const fs::path& path, const std::error_code& error) {
+        if (!IsDeadEnd(error) && error != std::errc::permission_denied) {
+            FailLookup(path, error);
+        }
+        return std::nullopt;
+    }
+
     fs::path folder_;      ///< absolute, without ".."
     fs::path realFolder_;  ///< the same without links; empty when there is no such folder
 };
@@ -167,7 +179,7 @@ void Update::SiteSchemaStep_1_0259(std::int32_t siteId) {
 
 void Update::SiteSchemaStep_1_0260(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
-    // The whole of 1.0259 once more, for sites that recorded 1.0259 without it.
+    // The whole of 1.0259 once more.
     if (TableExists(db, "formtemplatefield")) {
         AddColumnIfMissing(db, "formtemplatefield", "outputtype", "INT DEFAULT -1 NOT NULL");
         AddColumnIfMissing(db, "formtemplatefield", "urlencode", "BOOL DEFAULT 0 NOT NULL");
