@@ -31,11 +31,11 @@ std::filesystem::path RobotsFile(const std::filesystem::path& installFolder, std
     const auto path = folder / "robots.txt";
     std::error_code error;
     const auto file = std::filesystem::canonical(path, error);
+    const bool isOwn =
+        !error && LiesWithin(folder, file) && std::filesystem::is_regular_file(file, error);
     if (error && !IsDeadEnd(error)) {
         FailLookup(path, error);
     }
-    const bool isOwn =
-        !error && LiesWithin(folder, file) && std::filesystem::is_regular_file(file, error);
     return isOwn ? file : std::filesystem::path();
 }
 
