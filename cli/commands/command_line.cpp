@@ -3,9 +3,12 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <limits>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/text.h"
@@ -195,6 +198,26 @@ void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kOutputGroup);
 }
 
+/// The words behind the program's name, the last first, as the parser takes them. It would take the
+/// word after `--option=` for the value, so that an empty value becomes a word of its own.
+std::vector<std::string> WordsOf(int argc, char** argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        std::string word = argv[i];
+        const bool isEmptyValue =
+            word.starts_with("--") && word.size() > 3 && word.find('=') == word.size() - 1;
+        if (isEmptyValue) {
+            word.pop_back();
+        }
+        words.push_back(std::move(word));
+        if (isEmptyValue) {
+            words.emplace_back();
+        }
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
 }  // namespace
 
 bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
@@ -213,7 +236,7 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
         command->footer("The options of twupdate --help may stand here, too.");
     }
     try {
-        app.parse(argc, argv);
+        app.parse(WordsOf(argc, argv));
         return true;
     } catch (const CLI::Success& request) {
         app.exit(request);

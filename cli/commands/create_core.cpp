@@ -7,6 +7,7 @@
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
 #include "cli/run/run_lock.h"
+#include "cli/server/data_files.h"
 #include "cli/server/installation.h"
 #include "cli/server/restore_mark.h"
 #include "cli/server/session.h"
@@ -34,6 +35,7 @@ int CreateCore(const GlobalOptions& options, Console& console) {
             {{"command", "create-core"}, {"result", "nothing to do"}, {"created", false}});
         return kDone;
     }
+    RequireSoundDataFiles(installFolder);
     Run run;
     run.start.command = "create-core";
     run.start.version = kCurrentVersion;

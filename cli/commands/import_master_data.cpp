@@ -8,7 +8,9 @@
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
+#include "cli/run/pending_services.h"
 #include "cli/run/run_lock.h"
+#include "cli/server/data_files.h"
 #include "cli/server/session.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
@@ -41,6 +43,10 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
                         {"version", version}});
         return kDone;
     }
+    RequireSoundDataFiles(InstallFolder(options));
+    RequireServices(session, options,
+                    {{{"tw_tarnwick", fmt::format("tw_{}", siteId)},
+                      [&](Update& update) { update.UpdateImportMasterData(siteId, version); }}});
     Run run;
     run.start = {"import-master-data", version, {}, siteId};
     run.result["site"] = siteId;

@@ -6,7 +6,9 @@
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
+#include "cli/run/pending_services.h"
 #include "cli/run/run_lock.h"
+#include "cli/server/data_files.h"
 #include "cli/server/left_out.h"
 #include "cli/server/session.h"
 #include "cli/server/unfinished_core.h"
@@ -83,6 +85,12 @@ int Upgrade(const GlobalOptions& options, Console& console) {
     if (!run.start.sites.empty()) {
         RequireSiteFiles(options);
     }
+    RequireSoundDataFiles(InstallFolder(options));
+    std::vector<RunPart> parts{CentralPart(session, version)};
+    for (const SiteRow& site : run.start.sites) {
+        parts.push_back(SitePart(static_cast<std::int32_t>(site.siteId), *site.version));
+    }
+    RequireServices(session, options, parts);
     run.result["from"] = version;
     const LeftOut leftOut = SitesLeftOut(sites);
     run.result["left_out"] = JsonOf(leftOut);

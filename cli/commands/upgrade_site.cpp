@@ -8,6 +8,7 @@
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
+#include "cli/run/pending_services.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
 #include "cli/terminal/decimal.h"
@@ -85,6 +86,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
         throw CommandError(WithoutDatabaseText({site}) + "; nothing was done");
     }
     RequireSiteFiles(options);
+    RequireServices(session, options, {SitePart(arguments.siteId, version)});
     Run run;
     run.start = {"upgrade-site", version, {site}, arguments.siteId};
     run.result["site"] = arguments.siteId;

@@ -52,8 +52,9 @@ class Backup : public InstallationTest {
     }
 
     static Outcome AsHalf(const std::vector<std::string>& arguments) {
-        std::vector<std::string> all{"--socket", CliServer::Get().Server().Socket().string(),
-                                     "--user", "half", "--no-site-files"};
+        std::vector<std::string> all{"--socket",        CliServer::Get().Server().Socket().string(),
+                                     "--user",          "half",
+                                     "--no-site-files", "--no-services"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return RunProgram(all);
     }
@@ -108,7 +109,8 @@ TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
         "VIEW ON `tw\\_%`.* TO 'night'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
     const auto run = [&](const std::vector<std::string>& arguments) {
-        std::vector<std::string> all{"--socket", socket, "--user", "night", "--no-site-files"};
+        std::vector<std::string> all{"--socket",        socket,         "--user", "night",
+                                     "--no-site-files", "--no-services"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return RunProgram(all);
     };
@@ -789,7 +791,7 @@ TEST_F(Backup, NeitherShowsNorLeavesThePassword) {
     const auto socket = CliServer::Get().Server().Socket().string();
     const Outcome outcome = RunProgram(
         {"--socket", socket, "--user", "keeper", "--password-file", (folder_ / "password").string(),
-         "--no-site-files", "--backup", backup_.string(), "upgrade-site", "1"},
+         "--no-site-files", "--no-services", "--backup", backup_.string(), "upgrade-site", "1"},
         {{"PATH", path}, {"TMPDIR", folder_.Path().string()}});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("--defaults-extra-file="));

@@ -33,8 +33,10 @@ class CheckRights : public InstallationTest {
     }
 
     static Outcome RunAsHalf(const std::vector<std::string>& command) {
-        std::vector<std::string> arguments{"--socket", CliServer::Get().Server().Socket().string(),
-                                           "--user", "half", "--no-site-files"};
+        std::vector<std::string> arguments{
+            "--socket",        CliServer::Get().Server().Socket().string(),
+            "--user",          "half",
+            "--no-site-files", "--no-services"};
         arguments.insert(arguments.end(), command.begin(), command.end());
         return RunProgram(arguments);
     }

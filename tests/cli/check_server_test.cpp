@@ -48,7 +48,8 @@ class CheckServer : public InstallationTest {
     /// Runs the program as the user "half".
     static Outcome RunAsHalf(const std::string& command) {
         const auto socket = CliServer::Get().Server().Socket().string();
-        return RunProgram({"--socket", socket, "--user", "half", "--no-site-files", command});
+        return RunProgram(
+            {"--socket", socket, "--user", "half", "--no-site-files", "--no-services", command});
     }
 
     /// A refused UPDATE cuts a conversion where a repeat cannot go on.
@@ -321,7 +322,8 @@ TEST_F(CheckServer, OneSiteAloneNeedsTheCentralDatabaseForItsVersion) {
     Execute("GRANT ALL PRIVILEGES ON tw_8.* TO 'half'@'localhost';");
     Execute("GRANT SELECT ON tw_tarnwick.* TO 'half'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
-    const std::vector<std::string> half{"--socket", socket, "--user", "half", "--no-site-files"};
+    const std::vector<std::string> half{"--socket",        socket,         "--user", "half",
+                                        "--no-site-files", "--no-services"};
     const auto run = [&](std::vector<std::string> command) {
         command.insert(command.begin(), half.begin(), half.end());
         return RunProgram(command);

@@ -119,7 +119,7 @@ TEST_F(Commands, CreateCoreAfterOneThatFailedSaysWhatToDo) {
     fs::create_directories(install);
     fs::copy(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources", install / "resources",
              fs::copy_options::recursive);
-    WriteFile(install / "resources" / "currencyData.txt", "2\tUSD\n");
+    WriteFile(install / "resources" / "currencyData.txt", "two\tUSD\t$\n");
     const std::vector<std::string> create{"--install-folder", install.string(), "create-core"};
     EXPECT_EQ(Run(create).status, 1);
     const Outcome again = Run(create);

@@ -139,8 +139,9 @@ TEST_F(During, AUserWhoMayNotSeeTheOthersIsToldWhichRightIsMissing) {
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'blind'@'localhost';");
     const auto reader = ReaderOfSite7();
     const auto socket = CliServer::Get().Server().Socket().string();
-    const Outcome outcome = RunProgram({"--socket", socket, "--user", "blind", "--no-site-files",
-                                        "--ddl-timeout", "1", "upgrade-site", "7"});
+    const Outcome outcome =
+        RunProgram({"--socket", socket, "--user", "blind", "--no-site-files", "--no-services",
+                    "--ddl-timeout", "1", "upgrade-site", "7"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
                 HasSubstr("twupdate: a lock may be held by a connection that only users with the "

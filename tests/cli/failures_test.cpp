@@ -262,24 +262,44 @@ fs::path CopyOfTheDataFiles(const TemporaryFolder& folder) {
     return install;
 }
 
-TEST_F(Failures, AShortLineInADataFileIsNamed) {
+TEST_F(Failures, AShortLineInADataFileIsNamedBeforeAnythingIsDone) {
     const fs::path install = CopyOfTheDataFiles(folder_);
-    WriteFile(install / "resources" / "currencyData.txt", "1\tGBP\t\xC2\xA3\n2\tUSD\n");
+    const fs::path currencies = install / "resources" / "currencyData.txt";
+    const std::string sound = ContentOf(currencies);
+    WriteFile(currencies, "1\tGBP\t\xC2\xA3\n2\tUSD\n");
     const Outcome outcome = Run({"--install-folder", install.string(), "create-core"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("currencyData.txt"));
-    EXPECT_THAT(outcome.err, HasSubstr("line 2"));
+    EXPECT_EQ(outcome.err, "twupdate: " + currencies.string() +
+                               " line 2: 2 fields where 3 must be; nothing was done\n");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.schemata WHERE schema_name = "
+                   "'tw_tarnwick';"),
+              "0");
+    const Outcome json = Run({"--json", "--install-folder", install.string(), "create-core"});
+    EXPECT_EQ(json.Json()["result"], "failed");
+    EXPECT_THAT(json.Json()["error"].dump(), HasSubstr("currencyData.txt line 2"));
+
+    WriteFile(currencies, sound);
+    MakeNearlyCurrentInstallation();
+    const std::string components = Cell("SELECT COUNT(*) FROM tw_tarnwick.component;");
+    const fs::path file = install / "resources" / "componentData.txt";
+    WriteFile(file, ContentOf(file) + "1\t2\n");
+    const Outcome upgrade = Run({"--install-folder", install.string(), "upgrade"});
+    EXPECT_EQ(upgrade.status, 1);
+    EXPECT_THAT(upgrade.err, HasSubstr("2 fields where 13 must be; nothing was done\n"));
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.component;"), components);
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+}
+
+TEST_F(Failures, AValueThatTheServerRefusesInADataFileIsNamed) {
+    const fs::path install = CopyOfTheDataFiles(folder_);
+    WriteFile(install / "resources" / "currencyData.txt", "1\tGBP\t\xC2\xA3\ntwo\tUSD\t$\n");
+    const Outcome outcome = Run({"--install-folder", install.string(), "create-core"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("Unknown column 'two'"));
     EXPECT_THAT(outcome.err, HasSubstr("DROP DATABASE tw_tarnwick"));
     // Creation looks at the name alone, so resuming would find the database "there".
     EXPECT_THAT(outcome.err, Not(HasSubstr("resumes")));
     EXPECT_THAT(outcome.err, Not(HasSubstr("json")));
-
-    Execute("DROP DATABASE tw_tarnwick;");
-    const Outcome json = Run({"--json", "--install-folder", install.string(), "create-core"});
-    EXPECT_EQ(json.status, 1);
-    EXPECT_EQ(json.Json()["result"], "failed");
-    EXPECT_EQ(json.Json()["created"], false);
-    EXPECT_THAT(json.Json()["error"].dump(), HasSubstr("currencyData.txt"));
 }
 
 TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {

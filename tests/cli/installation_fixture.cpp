@@ -25,6 +25,10 @@ void DropDatabases(host::Connection& root) {
     }
 }
 
+bool Contains(const std::vector<std::string>& words, const std::string& word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
 /// Whether there is an installation around the install folder that the arguments name; there is
 /// none around the tree of the sources.
 bool HasSiteFiles(const std::vector<std::string>& arguments) {
@@ -234,6 +238,9 @@ std::vector<std::string> InstallationTest::With(const std::vector<std::string>& 
     auto words = Connect();
     if (!HasSiteFiles(arguments)) {
         words.emplace_back("--no-site-files");
+    }
+    if (!Contains(arguments, "--service-command") && !Contains(arguments, "--services-log")) {
+        words.emplace_back("--no-services");
     }
     words.insert(words.end(), arguments.begin(), arguments.end());
     return words;

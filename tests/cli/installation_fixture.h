@@ -105,7 +105,8 @@ class InstallationTest : public testing::Test {
 
     /// How to reach the server as root.
     static std::vector<std::string> Connect();
-    /// Runs the program against the server; with --no-site-files where there are none.
+    /// Runs the program against the server; with --no-site-files where there are none,
+    /// and with --no-services unless the arguments say what becomes of the calls.
     static Outcome Run(const std::vector<std::string>& arguments);
     static std::vector<std::string> With(const std::vector<std::string>& arguments);
 

@@ -41,8 +41,8 @@ class Tls : public InstallationTest {
 
     Outcome RunRemote(const std::vector<std::string>& arguments) const {
         std::vector<std::string> words{
-            "--host", "127.0.0.1", "--port",         std::to_string(port_),
-            "--user", "remote",    "--no-site-files"};
+            "--host", "127.0.0.1", "--port",          std::to_string(port_),
+            "--user", "remote",    "--no-site-files", "--no-services"};
         words.insert(words.end(), arguments.begin(), arguments.end());
         return RunProgram(words);
     }

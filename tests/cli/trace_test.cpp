@@ -140,13 +140,45 @@ TEST_F(TraceFile, HidesPasswords) {
     EXPECT_EQ(Cell("SELECT password FROM tw_7.chargeoption;"), "hushhush");
 }
 
-TEST_F(TraceFile, ServicesThatNobodyCarriesOutAreCountedAndNotLostSilently) {
+TEST_F(TraceFile, WhatBecomesOfServicesIsAskedBeforeTheyAreCalled) {
     MakeCentralDatabase();
     MakeSite(7, "1.0000");
-    const Outcome nowhere = Run({"upgrade-site", "7", "--no-record"});
-    EXPECT_EQ(nowhere.status, 0) << nowhere.err;
-    EXPECT_THAT(nowhere.err, HasSubstr("to component services could not be carried out"));
+    const auto run = [](const std::vector<std::string>& arguments) {
+        auto words = Connect();
+        words.emplace_back("--no-site-files");
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return RunProgram(words);
+    };
+    const std::string central = StateOf("tw_tarnwick");
+    const std::string seven = StateOf("tw_7");
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"upgrade"}, {"upgrade-site", "7"}}) {
+        const Outcome asked = run(command);
+        EXPECT_EQ(asked.status, 2);
+        EXPECT_EQ(asked.err,
+                  "twupdate: the run calls component services of the platform: name a program that "
+                  "carries them out (--service-command) or a file that records them "
+                  "(--services-log), or go on without them (--no-services); nothing was done\n");
+    }
+    EXPECT_EQ(StateOf("tw_tarnwick"), central);
+    EXPECT_EQ(StateOf("tw_7"), seven);
+    const Outcome without = run({"--no-services", "upgrade-site", "7", "--no-record"});
+    EXPECT_EQ(without.status, 0) << without.err;
+    EXPECT_EQ(without.err, "");
+    EXPECT_THAT(without.out,
+                testing::ContainsRegex("\nComponent services: [0-9]+ calls neither carried out nor "
+                                       "recorded, as --no-services says.\n"));
+    // Where none is called there is nothing to ask.
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0264;");
+    EXPECT_EQ(run({"upgrade-site", "7"}).status, 0);
+    for (const char* other : {"--service-command", "--services-log"}) {
+        EXPECT_EQ(run({"--no-services", other, "x", "status"}).status, 2);
+    }
+}
 
+TEST_F(TraceFile, ServicesAreRecorded) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0000");
     const fs::path log = folder_ / "services.jsonl";
     const Outcome logged = Run({"--services-log", log.string(), "--json", "upgrade-site", "7"});
     EXPECT_EQ(logged.status, 0) << logged.err;

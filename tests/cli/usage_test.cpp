@@ -49,6 +49,15 @@ TEST(Usage, TakesNoEmptyValues) {
          {"--trace", "--events", "--log", "--services-log", "--charset", "--backup", "--datadir",
           "--socket", "--user", "--host", "--password-file", "--ssl-ca", "--service-command"}) {
         ExpectWrongUse({option, "", "status"}, "must not be empty");
+        ExpectWrongUse({std::string(option) + "=", "status"}, "must not be empty");
+    }
+}
+
+TEST(Usage, TakesAnEmptySqlMode) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"--sql-mode=", "--socket", "/nowhere", "status"},
+             {"--sql-mode", "", "--socket", "/nowhere", "status"}}) {
+        EXPECT_THAT(RunProgram(arguments).err, HasSubstr("cannot connect to the server"));
     }
 }
 
