@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 
 #include "cli/backup/backup.h"
+#include "cli/repair/repair_sink.h"
 #include "cli/run/events.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_log.h"
@@ -117,12 +119,21 @@ void PrintServices(Console& console, const ServiceCounts& services, bool noServi
 
 /// @return the folder of the backup; empty without one
 std::string AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
-                     const RunStart& start, Console& console) {
+                     const Run& run, Console& console) {
     std::string folder;
+    if (run.lock != nullptr) {
+        watch.AddSink(std::make_shared<LockWatch>(*run.lock, session.GetConnection()));
+    }
     if (!options.backup.empty()) {
-        const auto backup = std::make_shared<Backup>(session, options, start, console);
+        const auto backup = std::make_shared<Backup>(session, options, run.start, console);
         folder = backup->Folder().string();
         watch.AddSink(backup);
+    }
+    if (run.leftovers == Leftovers::kRepair) {  // what is put right is in the backup as it was
+        watch.AddSink(std::make_shared<RepairSink>(session, run.marks, console));
+    }
+    if (run.marks) {
+        watch.AddSink(run.marks);
     }
     if (!options.trace.empty()) {
         watch.AddSink(std::make_shared<Trace>(options.trace, console));
@@ -150,10 +161,18 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
     }
 }
 
-std::string WhatToDo(const Run& run, const std::exception& error) {
-    return dynamic_cast<const OutdatedCentralDatabaseError*>(&error) == nullptr
-               ? run.afterFailure
-               : "The command upgrade does so, and then upgrades the older sites, this one too.";
+std::string WhatToDo(const Run& run, const RunFailure& failure, const std::exception& error) {
+    if (dynamic_cast<const OutdatedCentralDatabaseError*>(&error) != nullptr) {
+        return "The command upgrade does so, and then upgrades the older sites, this one too.";
+    }
+    if (failure.where.step && !EffectOfRepeat(*failure.where.step).empty()) {
+        return fmt::format(
+            "{} does not simply run again: {}. Once the cause is fixed, run {}, which puts right "
+            "what it has left, and then the same command again; or the same command with --repair.",
+            failure.where.step->name, EffectOfRepeat(*failure.where.step),
+            RepairCommand(failure.where.database));
+    }
+    return run.afterFailure;
 }
 
 }  // namespace
@@ -185,22 +204,33 @@ std::string WhatStands(const std::vector<DatabaseDone>& databases) {
                        : "");
 }
 
+std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command) {
+    auto leftovers = std::make_shared<Leftovers>(Leftovers::kRefuse);
+    command.add_flag_function(
+        "--repair", [leftovers](std::int64_t) { *leftovers = Leftovers::kRepair; },
+        "First put right what an interrupted step has left in a database, as repair --apply does");
+    return leftovers;
+}
+
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
-    const std::string backup = AddSinks(*watch, session, options, run.start, console);
+    const std::string backup = AddSinks(*watch, session, options, run, console);
     const auto host = session.ForComponent(watch, watch);
     const StopSignals stopSignals;
     watch->Start(run.start);
     try {
         Update update;
         update.Configure(host);
+        if (run.beforeSites) {
+            watch->SetBeforeSites([&] { run.beforeSites(update, *host); });
+        }
         run.operation(update, *host);
         watch->End();
     } catch (const std::exception& error) {
         const RunFailure failure = watch->Fail(error);
         ExplainFailure(session, console, failure);
-        const std::string resume = WhatToDo(run, error);
+        const std::string resume = WhatToDo(run, failure, error);
         console.Error(WhatStands(watch->Databases()) + " " + resume);
         PrintServices(console, session.Services(), options.noServices);
         console.Result(JsonOf(run, *watch, session.Services(), backup, &failure, resume));

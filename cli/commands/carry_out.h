@@ -1,16 +1,24 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "cli/repair/repair_finding.h"
+#include "cli/run/progress_marks.h"
+#include "cli/run/run_lock.h"
 #include "cli/run/run_sink.h"
 #include "cli/server/installation.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
 #include "cli/terminal/console.h"
 #include "twupdate/update.h"
+
+namespace CLI {
+class App;
+}
 
 namespace twupdate::cli {
 
@@ -19,11 +27,22 @@ struct Run {
     RunStart start;
     /// Calls the component, and does what belongs to the host afterwards.
     std::function<void(Update&, Utility&)> operation;
-    /// What to do after a failure; by default that the same command resumes.
+    /// Upgrades the sites that the component's own walk must not begin from their recorded version,
+    /// after the central ladders. May be empty.
+    std::function<void(Update&, Utility&)> beforeSites;
+    const RunLock* lock = nullptr;
+    std::shared_ptr<ProgressMarks> marks;  ///< none for a creation, which walks no ladder
+    Leftovers leftovers = Leftovers::kRefuse;
+    /// What to do after a failure, where no step says something else; by default that the same
+    /// command resumes.
     std::string afterFailure = "Run the same command again: it resumes where it stopped.";
     /// Added to the result of --json.
     nlohmann::ordered_json result;
 };
+
+/// Adds --repair to a command that carries out a run.
+/// @returns what the command line says of it
+std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command);
 
 /// Carries the run out under watch: traces it, shows its progress, and prints the summary, or
 /// where it failed and what stands.

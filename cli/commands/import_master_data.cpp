@@ -20,7 +20,7 @@ namespace twupdate::cli {
 namespace {
 
 int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_t siteId,
-                     std::optional<double> from) {
+                     std::optional<double> from, Leftovers leftovers) {
     Session session(options);
     const RunLock lock(session, options);
     Installation installation(session.Own());
@@ -43,16 +43,22 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
                         {"version", version}});
         return kDone;
     }
-    RequireSoundDataFiles(InstallFolder(options));
     RequireServices(session, options,
                     {{{"tw_tarnwick", fmt::format("tw_{}", siteId)},
                       [&](Update& update) { update.UpdateImportMasterData(siteId, version); }}});
     Run run;
+    run.lock = &lock;
+    run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
+    run.leftovers = leftovers;
+    const std::string database = fmt::format("tw_{}", siteId);
+    RefuseInterrupted(session, *run.marks, {{database, "tw_", version}}, leftovers);
+    run.marks->RequireWritable(database, Ladder::kServer, Ladder::kServerData, version);
     run.start = {"import-master-data", version, {}, siteId};
     run.result["site"] = siteId;
     run.result["from"] = version;
     run.operation = [&](Update& update, Utility& /*host*/) {
         update.UpdateImportMasterData(siteId, version);
+        run.marks->Recorded(database, Ladder::kServer, Ladder::kServerData);
     };
     const int status = CarryOut(session, options, console, run);
     if (status == kDone) {
@@ -70,11 +76,13 @@ void AddImportMasterData(CLI::App& app, Invocation& invocation) {
     struct Arguments {
         std::int32_t siteId = 0;
         std::optional<double> from;
+        std::shared_ptr<Leftovers> leftovers;
     };
     auto* command =
         app.add_subcommand("import-master-data",
                            "Bring the copies of the central tables in an imported site up to date");
     const auto arguments = std::make_shared<Arguments>();
+    arguments->leftovers = AddRepairFlag(*command);
     command->add_option("ID", arguments->siteId, "The site's id")
         ->required()
         ->transform(Decimal())
@@ -86,7 +94,8 @@ void AddImportMasterData(CLI::App& app, Invocation& invocation) {
         ->check(FaultOfVersion);
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
-            return ImportMasterData(options, console, arguments->siteId, arguments->from);
+            return ImportMasterData(options, console, arguments->siteId, arguments->from,
+                                    *arguments->leftovers);
         };
     });
 }

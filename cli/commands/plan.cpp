@@ -11,6 +11,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/plan_sql.h"
 #include "cli/commands/site_option.h"
+#include "cli/run/progress_marks.h"
 #include "cli/server/installation.h"
 #include "cli/server/left_out.h"
 #include "cli/server/session.h"
@@ -36,7 +37,8 @@ struct Plan {
 constexpr std::array kCentralLadders{Ladder::kServer, Ladder::kServerData};
 constexpr std::array kSiteLadders{Ladder::kSiteSchema, Ladder::kSiteContent};
 
-Plan MakePlan(Installation& installation, std::optional<std::int32_t> siteId) {
+Plan MakePlan(Installation& installation, const ProgressMarks& marks,
+              std::optional<std::int32_t> siteId) {
     Plan plan;
     plan.version = installation.Version();
     plan.central = !siteId && IsBelow(plan.version, kCurrentVersion);
@@ -50,8 +52,10 @@ Plan MakePlan(Installation& installation, std::optional<std::int32_t> siteId) {
     std::map<double, Group> groups;
     for (const SiteRow& site : sites) {
         if (site.State() == SiteState::kOld) {
-            auto& group = groups[*site.version];
-            group.version = *site.version;
+            const double version =
+                marks.ResumeVersion(fmt::format("tw_{}", site.siteId), *site.version);
+            auto& group = groups[version];
+            group.version = version;
             group.sites.push_back(site.siteId);
         }
     }
@@ -186,7 +190,7 @@ int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& 
     const auto& siteId = planOptions.siteId;
     Session session(options);
     Installation installation(session.Own());
-    Plan plan = MakePlan(installation, siteId);
+    Plan plan = MakePlan(installation, ProgressMarks(session.GetConnection()), siteId);
     if (planOptions.sql && (siteId || plan.central)) {
         PrintStatements(session, options, WalksOf(plan), console);
         return kDone;

@@ -10,7 +10,9 @@
 #include "cli/backup/copy_database.h"
 #include "cli/backup/dump.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/resume.h"
 #include "cli/commands/site_option.h"
+#include "cli/repair/repair_finding.h"
 #include "cli/run/events.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_watch.h"
@@ -200,16 +202,22 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
 }
 
 /// Upgrades the copy. A site that fails is noted and left out, and the run goes on without it.
-void Upgrade(Session& copy, double version, const std::vector<SiteRow>& chosen,
-             const std::vector<std::shared_ptr<RunSink>>& sinks, Rehearsed& rehearsed) {
+void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
+             const std::vector<std::shared_ptr<RunSink>>& sinks, Rehearsed& rehearsed,
+             Console& console) {
+    const auto marks = std::make_shared<ProgressMarks>(copy.GetConnection());
+    auto resumed = SetResumeVersions(*marks, chosen, console);
     for (bool again = true; again;) {
         again = false;
         const auto watch = std::make_shared<RunWatch>();
         for (const auto& sink : sinks) {
             watch->AddSink(sink);
         }
+        watch->AddSink(marks);
         Update update;
-        update.Configure(copy.ForComponent(watch, watch));
+        const auto host = copy.ForComponent(watch, watch);
+        update.Configure(host);
+        watch->SetBeforeSites([&] { UpgradeResumed(update, *host, *marks, resumed); });
         watch->Start({"rehearse", version, chosen});
         try {
             update.UpdateServer(version);
@@ -219,10 +227,12 @@ void Upgrade(Session& copy, double version, const std::vector<SiteRow>& chosen,
             if (const auto site = rehearsed.failed.back().where.siteId) {
                 copy.GetConnection()->Execute(fmt::format(
                     "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", *site));
+                std::erase_if(resumed, [&](const SiteRow& row) { return row.siteId == *site; });
                 again = true;
             }
         }
         for (const DatabaseDone& done : watch->Databases()) {
+            std::erase_if(resumed, [&](const SiteRow& row) { return row.siteId == done.siteId; });
             const bool known = std::any_of(
                 rehearsed.done.begin(), rehearsed.done.end(),
                 [&](const DatabaseDone& other) { return other.database == done.database; });
@@ -316,6 +326,12 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     Rehearsed rehearsed;
     rehearsed.refusals = Refusals(installation, all);
     const auto chosen = ChosenSites(installation, all, arguments);
+    if (const std::string refusal =
+            InterruptionText(source, ProgressMarks(source.GetConnection()),
+                             SteppedDatabases(version, chosen), Leftovers::kRefuse);
+        !refusal.empty()) {
+        rehearsed.refusals.push_back(refusal);
+    }
     std::error_code error;
     fs::create_directories(arguments.workdir, error);
     if (error) {
@@ -356,7 +372,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     if (!options.events.empty()) {
         sinks.push_back(std::make_shared<Events>(options.events, console));
     }
-    Upgrade(copy, version, chosen, sinks, rehearsed);
+    Upgrade(copy, version, chosen, sinks, rehearsed, console);
     VerifyCopy(copy, rehearsed);
     Print(rehearsed, console);
     const bool clean =

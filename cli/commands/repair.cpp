@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -21,12 +22,17 @@ struct RepairArguments {
     bool apply = false;
 };
 
-std::vector<RepairFinding> FindAll(const Session& session, std::optional<std::int32_t> siteId) {
+std::vector<RepairFinding> FindAll(const Session& session, const GlobalOptions& options,
+                                   const ProgressMarks& marks, std::optional<std::int32_t> siteId) {
     Installation installation(session.Own());
-    installation.Version();  // says what is wrong with the central database, if anything is
+    if (auto creation =
+            FindUnfinishedCreation(*session.Own(), InstallFolder(options) / "resources")) {
+        return {{"tw_tarnwick", std::nullopt, std::move(*creation)}};
+    }
+    const double version = installation.Version();
     std::vector<RepairFinding> findings;
     if (!siteId) {
-        findings = FindCentralRepairs(session);
+        findings = FindCentralRepairs(session, marks, version);
     }
     bool found = false;
     for (const SiteRow& site : installation.Sites()) {
@@ -34,7 +40,7 @@ std::vector<RepairFinding> FindAll(const Session& session, std::optional<std::in
         if (state != SiteState::kHardDeleted && state != SiteState::kNoSite &&
             (!siteId || site.siteId == *siteId)) {
             found = true;
-            for (RepairFinding& finding : FindSiteRepairs(session, site)) {
+            for (RepairFinding& finding : FindSiteRepairs(session, marks, site)) {
                 findings.push_back(std::move(finding));
             }
         }
@@ -46,58 +52,69 @@ std::vector<RepairFinding> FindAll(const Session& session, std::optional<std::in
     return findings;
 }
 
-nlohmann::ordered_json JsonOf(const std::vector<RepairFinding>& findings, bool applied) {
+void Print(const RepairFinding& finding, Console& console) {
+    console.Print(finding.Text());
+    for (const std::string& statement : finding.left.statements) {
+        console.Print("  " + statement);
+    }
+    if (!finding.CanBeApplied()) {
+        console.Print("  (to be compared by hand; --apply leaves it as it is)");
+    }
+}
+
+nlohmann::ordered_json JsonOf(const std::vector<RepairFinding>& findings, const char* result) {
     auto list = nlohmann::ordered_json::array();
     for (const RepairFinding& finding : findings) {
         list.push_back({{"database", finding.database},
-                        {"table", finding.table},
-                        {"problem", finding.problem},
-                        {"cause", finding.cause},
-                        {"statements", finding.statements}});
+                        {"table", finding.left.table},
+                        {"step", finding.step ? finding.step->name : ""},
+                        {"problem", finding.left.seen},
+                        {"consequence", finding.left.consequence},
+                        {"statements", finding.left.statements}});
     }
-    const char* result = findings.empty() ? "clean" : applied ? "repaired" : "findings";
     return {{"command", "repair"}, {"result", result}, {"findings", list}};
 }
 
 int Repair(const GlobalOptions& options, Console& console, const RepairArguments& arguments) {
     Session session(options);
-    std::optional<RunLock> lock;
-    if (arguments.apply) {
-        lock.emplace(session, options);
-    }
-    const auto findings = FindAll(session, arguments.siteId);
-    for (const RepairFinding& finding : findings) {
-        console.Print(fmt::format("{}.{}: {}; {}", finding.database, finding.table, finding.problem,
-                                  finding.cause));
-        for (const std::string& statement : finding.statements) {
-            console.Print("  " + statement);
-            if (arguments.apply) {
-                session.GetConnection()->Execute(statement);
-            }
-        }
-    }
+    // What a run in progress has in hand looks like what an interrupted one has left.
+    const RunLock lock(session, options);
+    ProgressMarks marks(session.GetConnection());
+    const auto findings = PutRight(
+        session, marks, arguments.apply,
+        [&] { return FindAll(session, options, marks, arguments.siteId); },
+        [&](const RepairFinding& finding) { Print(finding, console); });
+    const auto count = static_cast<std::uint64_t>(
+        std::count_if(findings.begin(), findings.end(),
+                      [](const RepairFinding& found) { return found.CanBeApplied(); }));
+    const std::uint64_t rest = findings.size() - count;
     if (findings.empty()) {
         console.Say("Nothing to repair.");
-    } else if (arguments.apply) {
-        console.Say(fmt::format("{} repaired.", Count(findings.size(), "place")));
-    } else {
-        console.Say(
-            fmt::format("{} to repair; the statements above mend them, with --apply at "
-                        "once. Nothing was changed.",
-                        Count(findings.size(), "place")));
     }
-    console.Result(JsonOf(findings, arguments.apply));
-    return findings.empty() || arguments.apply ? kDone : kFindings;
+    if (count > 0) {
+        console.Say(arguments.apply
+                        ? fmt::format("{} repaired.", Count(count, "place"))
+                        : fmt::format("{} to repair; the statements above put them right, with "
+                                      "--apply at once. Nothing was changed.",
+                                      Count(count, "place")));
+    }
+    if (rest > 0) {
+        console.Say(fmt::format("{} to compare by hand: the manual's page on recovery says how.",
+                                Count(rest, "place")));
+    }
+    const bool done = findings.empty() || (arguments.apply && rest == 0);
+    console.Result(JsonOf(findings, findings.empty() ? "clean" : done ? "repaired" : "findings"));
+    return done ? kDone : kFindings;
 }
 
 }  // namespace
 
 void AddRepair(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand(
-        "repair", "Find, and with --apply mend, what a run that was cut has left behind");
+        "repair", "Find, and with --apply put right, what an interrupted run has left");
     const auto arguments = std::make_shared<RepairArguments>();
     AddSiteOption(*command, arguments->siteId, "Look at one site alone");
-    command->add_flag("--apply", arguments->apply, "Run the statements that mend what was found");
+    command->add_flag("--apply", arguments->apply, "Run the statements that put it right");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Repair(options, console, *arguments);

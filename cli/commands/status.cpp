@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands/commands.h"
+#include "cli/run/progress_marks.h"
 #include "cli/server/installation.h"
 #include "cli/server/session.h"
 #include "cli/server/unfinished_core.h"
@@ -14,7 +15,13 @@
 namespace twupdate::cli {
 namespace {
 
-nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites) {
+/// The version from which an upgrade of the site begins.
+double StartOf(const SiteRow& site, const ProgressMarks& marks) {
+    return marks.ResumeVersion(fmt::format("tw_{}", site.siteId), *site.version);
+}
+
+nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites,
+                              const ProgressMarks& marks) {
     nlohmann::ordered_json result{
         {"command", "status"},
         {"current_version", kCurrentVersion},
@@ -31,15 +38,22 @@ nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites)
         }
         row["state"] = SiteStateText(site.State());
         if (site.version) {
-            row["pending_schema_steps"] = PendingSteps(Ladder::kSiteSchema, *site.version).size();
-            row["pending_content_steps"] = PendingSteps(Ladder::kSiteContent, *site.version).size();
+            const double start = StartOf(site, marks);
+            row["pending_schema_steps"] = PendingSteps(Ladder::kSiteSchema, start).size();
+            row["pending_content_steps"] = PendingSteps(Ladder::kSiteContent, start).size();
         }
         list.push_back(std::move(row));
+    }
+    auto& interrupted = result["interrupted"] = nlohmann::ordered_json::array();
+    for (const std::string& database : marks.Databases()) {
+        for (const LadderStep& step : marks.Interrupted(database)) {
+            interrupted.push_back({{"database", database}, {"step", step.name}});
+        }
     }
     return result;
 }
 
-void PrintSites(const std::vector<SiteRow>& sites, Console& console) {
+void PrintSites(const std::vector<SiteRow>& sites, const ProgressMarks& marks, Console& console) {
     using Align = TextTable::Align;
     TextTable table({{"Site", Align::kRight},
                      {"Name"},
@@ -49,7 +63,8 @@ void PrintSites(const std::vector<SiteRow>& sites, Console& console) {
                      {"Content steps", Align::kRight}});
     for (const SiteRow& site : sites) {
         const auto pending = [&](Ladder ladder) {
-            return site.version ? std::to_string(PendingSteps(ladder, *site.version).size()) : "";
+            return site.version ? std::to_string(PendingSteps(ladder, StartOf(site, marks)).size())
+                                : "";
         };
         table.AddRow({std::to_string(site.siteId), Printable(site.name),
                       site.version ? VersionText(*site.version) : site.noVersion,
@@ -58,6 +73,17 @@ void PrintSites(const std::vector<SiteRow>& sites, Console& console) {
     }
     for (const std::string& line : table.Lines()) {
         console.Print(line);
+    }
+}
+
+void PrintInterrupted(const ProgressMarks& marks, Console& console) {
+    for (const std::string& database : marks.Databases()) {
+        for (const LadderStep& step : marks.Interrupted(database)) {
+            console.Print(
+                fmt::format("{}: {} has begun and not ended; unless a run is in progress, see "
+                            "twupdate repair",
+                            database, step.name));
+        }
     }
 }
 
@@ -75,6 +101,7 @@ int Status(const GlobalOptions& options, Console& console) {
     Installation installation(session.Own());
     const double version = installation.Version();
     const auto sites = installation.Sites();
+    const ProgressMarks marks(session.GetConnection());
     console.Print(
         fmt::format("Installation: version {} of {}; {} and {} pending.", VersionText(version),
                     VersionText(kCurrentVersion),
@@ -88,9 +115,10 @@ int Status(const GlobalOptions& options, Console& console) {
         console.Print("No sites.");
     } else {
         console.Print("");
-        PrintSites(sites, console);
+        PrintSites(sites, marks, console);
     }
-    auto result = JsonOf(version, sites);
+    PrintInterrupted(marks, console);
+    auto result = JsonOf(version, sites, marks);
     if (!unfinished.empty()) {
         result["unfinished"] = unfinished;
     }

@@ -2,10 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/resume.h"
 #include "cli/run/pending_services.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/data_files.h"
@@ -57,7 +59,18 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
     return kDone;
 }
 
-int Upgrade(const GlobalOptions& options, Console& console) {
+/// Tells before the first statement what would end the run at an interrupted step or a mark.
+void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, double version,
+                               const std::vector<SiteRow>& sites, Leftovers leftovers) {
+    const auto databases = SteppedDatabases(version, sites);
+    RefuseInterrupted(session, marks, databases, leftovers);
+    marks.RequireWritable("tw_tarnwick", Ladder::kServer, Ladder::kServerData, version);
+    for (auto site = databases.begin() + 1; site != databases.end(); ++site) {
+        marks.RequireWritable(site->name, Ladder::kSiteSchema, Ladder::kSiteContent, site->version);
+    }
+}
+
+int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers) {
     InstallFolderWithData(options);  // wrong use is told before anything is done
     Session session(options);
     const RunLock lock(session, options);
@@ -81,6 +94,9 @@ int Upgrade(const GlobalOptions& options, Console& console) {
         throw CommandError(fmt::format("{}; nothing was done", fmt::join(refusals, "; ")));
     }
     Run run;
+    run.lock = &lock;
+    run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
+    run.leftovers = leftovers;
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
     if (!run.start.sites.empty()) {
         RequireSiteFiles(options);
@@ -91,22 +107,36 @@ int Upgrade(const GlobalOptions& options, Console& console) {
         parts.push_back(SitePart(static_cast<std::int32_t>(site.siteId), *site.version));
     }
     RequireServices(session, options, parts);
+    RefuseWhatCannotBeResumed(session, *run.marks, version, run.start.sites, leftovers);
     run.result["from"] = version;
     const LeftOut leftOut = SitesLeftOut(sites);
     run.result["left_out"] = JsonOf(leftOut);
-    run.operation = [version](Update& update, Utility& /*host*/) { update.UpdateServer(version); };
+    run.operation = [&](Update& update, Utility& /*host*/) {
+        update.UpdateServer(version);
+        run.marks->Recorded("tw_tarnwick", Ladder::kServer, Ladder::kServerData);
+    };
     console.Say(fmt::format("Upgrading the installation from {} to {}; {} to upgrade.",
                             VersionText(version), VersionText(kCurrentVersion),
                             Count(run.start.sites.size(), "site")));
     TellLeftOut(leftOut, console);
+    const auto resumed = SetResumeVersions(*run.marks, run.start.sites, console);
+    run.beforeSites = [&](Update& update, Utility& host) {
+        UpgradeResumed(update, host, *run.marks, resumed);
+    };
     return CarryOut(session, options, console, run);
 }
 
 }  // namespace
 
 void AddUpgrade(CLI::App& app, Invocation& invocation) {
-    app.add_subcommand("upgrade", "Bring the central database and every site up to date")
-        ->callback([&] { invocation.run = Upgrade; });
+    auto* command =
+        app.add_subcommand("upgrade", "Bring the central database and every site up to date");
+    const auto leftovers = AddRepairFlag(*command);
+    command->callback([&invocation, leftovers] {
+        invocation.run = [leftovers](const GlobalOptions& options, Console& console) {
+            return Upgrade(options, console, *leftovers);
+        };
+    });
 }
 
 }  // namespace twupdate::cli

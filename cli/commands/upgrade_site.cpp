@@ -8,6 +8,7 @@
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/resume.h"
 #include "cli/run/pending_services.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
@@ -22,6 +23,7 @@ struct SiteArguments {
     std::int32_t siteId = 0;
     std::optional<double> from;
     bool noRecord = false;
+    std::shared_ptr<Leftovers> leftovers;
 };
 
 /// The version to start from, with every reason not to start at all.
@@ -48,16 +50,6 @@ double StartingVersion(Installation& installation, const SiteArguments& argument
             arguments.siteId, site->noVersion));
     }
     return *site->version;
-}
-
-void RecordVersion(Utility& host, std::int32_t siteId) {
-    const auto command = host.GetCommandFactory()->NewCommand();
-    command->AddParameter(kCurrentVersion);
-    command->SetText(
-        fmt::format("UPDATE tw_tarnwick.site SET version = ? WHERE siteid = {};", siteId));
-    std::int64_t rowsAffected = 0;
-    command->ExecuteCommand(host.GetDatabase(), rowsAffected);
-    command->CloseCommand();
 }
 
 int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArguments& arguments) {
@@ -88,14 +80,22 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
     RequireSiteFiles(options);
     RequireServices(session, options, {SitePart(arguments.siteId, version)});
     Run run;
+    run.lock = &lock;
+    run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
+    run.leftovers = *arguments.leftovers;
+    const std::string database = fmt::format("tw_{}", arguments.siteId);
+    RefuseInterrupted(session, *run.marks, {{database, "", version}}, run.leftovers);
+    run.marks->RequireWritable(database, Ladder::kSiteSchema, Ladder::kSiteContent, version);
     run.start = {"upgrade-site", version, {site}, arguments.siteId};
+    SetResumeVersions(*run.marks, run.start.sites, console);
     run.result["site"] = arguments.siteId;
     run.result["from"] = version;
     run.result["recorded"] = !arguments.noRecord;
     run.operation = [&](Update& update, Utility& host) {
-        update.UpdateSite(arguments.siteId, version);
-        if (!arguments.noRecord) {
-            RecordVersion(host, arguments.siteId);
+        if (arguments.noRecord) {
+            update.UpdateSite(arguments.siteId, *run.start.sites.front().version);
+        } else {
+            UpgradeResumed(update, host, *run.marks, run.start.sites);
         }
     };
     return CarryOut(session, options, console, run);
@@ -106,6 +106,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
 void AddUpgradeSite(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand("upgrade-site", "Bring one site up to date");
     const auto arguments = std::make_shared<SiteArguments>();
+    arguments->leftovers = AddRepairFlag(*command);
     command->add_option("ID", arguments->siteId, "The site's id")
         ->required()
         ->transform(Decimal())

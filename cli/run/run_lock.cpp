@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <stdexcept>
+#include <utility>
+
 #include "cli/server/queries.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
@@ -72,6 +75,27 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options) {
                         Holder(*connection_)),
             kLocked);
     }
+}
+
+void RunLock::RequireHeld(host::Connection& connection) const {
+    if (!connection_) {
+        return;
+    }
+    const auto rows = connection.Query(
+        fmt::format("SELECT IS_USED_LOCK('{}') <=> {};", kName, connection_->ThreadId()));
+    if (!rows->Next() || !rows->Get(0).ToBool()) {
+        throw std::runtime_error(
+            fmt::format("the run has lost its lock, since the server has ended connection {}, and "
+                        "another run may have begun",
+                        connection_->ThreadId()));
+    }
+}
+
+LockWatch::LockWatch(const RunLock& lock, std::shared_ptr<host::Connection> connection)
+    : lock_(lock), connection_(std::move(connection)) {}
+
+void LockWatch::SiteStarting(const Position& /*where*/, double /*version*/) {
+    lock_.RequireHeld(*connection_);
 }
 
 }  // namespace twupdate::cli

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "cli/run/run_sink.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
 
@@ -16,10 +17,27 @@ class RunLock {
     /// @throws CommandError (exit 4) naming who holds it, or that the server refuses it
     RunLock(const Session& session, const GlobalOptions& options);
 
+    /// Tests that the server still holds the lock for this run: it lets go of it when it ends that
+    /// connection.
+    /// @param connection  another one, so that the lock's own still tells since when it is held
+    /// @throws std::runtime_error when it does not
+    void RequireHeld(host::Connection& connection) const;
+
     /// The name under which the server knows it.
     static constexpr const char* kName = "twupdate.run";
 
   private:
+    std::shared_ptr<host::Connection> connection_;  ///< none with --no-lock
+};
+
+/// Ends a run before its next site when the run has lost its lock.
+class LockWatch final : public RunSink {
+  public:
+    LockWatch(const RunLock& lock, std::shared_ptr<host::Connection> connection);
+    void SiteStarting(const Position& where, double version) override;
+
+  private:
+    const RunLock& lock_;
     std::shared_ptr<host::Connection> connection_;
 };
 

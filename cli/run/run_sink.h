@@ -91,6 +91,8 @@ class RunSink {
     virtual void StepStarting(const Position& /*where*/) {}
     virtual void StepEnded(const Position& /*where*/, std::chrono::nanoseconds /*duration*/,
                            std::uint64_t /*statements*/) {}
+    /// The component is about to walk over the sites, and records the version of each that ends.
+    virtual void SiteWalkStarting() {}
     virtual void SiteStarting(const Position& /*where*/, double /*version*/) {}
     virtual void DatabaseEnded(const DatabaseDone& /*done*/, const Counts& /*counts*/) {}
     virtual void CallStarting(const Position& /*where*/) {}

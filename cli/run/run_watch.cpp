@@ -38,6 +38,10 @@ void RunWatch::AddSink(std::shared_ptr<RunSink> sink) {
     sinks_.push_back(std::move(sink));
 }
 
+void RunWatch::SetBeforeSites(std::function<void()> beforeSites) {
+    beforeSites_ = std::move(beforeSites);
+}
+
 void RunWatch::Start(const RunStart& start) {
     started_ = Clock::now();
     TellSinks([&](RunSink& sink) { sink.RunStarting(start); });
@@ -153,6 +157,10 @@ void RunWatch::StepEnded(const LadderStep& /*step*/, const std::string& /*databa
 
 void RunWatch::SiteWalkStarting() {
     where_.database = kCentralDatabase;
+    if (beforeSites_) {
+        beforeSites_();
+    }
+    TellSinks([](RunSink& sink) { sink.SiteWalkStarting(); });
 }
 
 void RunWatch::SiteStarting(std::int32_t siteId, double version) {

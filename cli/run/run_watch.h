@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,6 +16,9 @@ namespace twupdate::cli {
 class RunWatch final : public Observer, public host::StatementListener {
   public:
     void AddSink(std::shared_ptr<RunSink> sink);
+
+    /// What is done when the central ladders have ended, before the component looks for sites.
+    void SetBeforeSites(std::function<void()> beforeSites);
 
     const Position& Where() const { return where_; }
     const Counts& Done() const { return counts_; }
@@ -55,6 +59,7 @@ class RunWatch final : public Observer, public host::StatementListener {
     }
 
     std::vector<std::shared_ptr<RunSink>> sinks_;
+    std::function<void()> beforeSites_;
     Position where_;
     Counts counts_;
     std::vector<DatabaseDone> databases_;

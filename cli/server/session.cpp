@@ -89,7 +89,9 @@ Session::Session(const GlobalOptions& options, DataFolder folder)
     connectOptions_.sqlMode = options.sqlMode;
     connectOptions_.lockWaitTimeoutSeconds = options.ddlTimeoutSeconds;
     connection_ = Connect();
-    own_ = std::make_shared<host::MariaDbUtility>(connection_);
+    host::MariaDbUtilityOptions own;
+    own.localHostName = options.localHostName;
+    own_ = std::make_shared<host::MariaDbUtility>(connection_, own);
 }
 
 std::shared_ptr<host::Connection> Session::Connect() const {

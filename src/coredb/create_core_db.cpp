@@ -278,23 +278,29 @@ bool IsIn(const std::vector<std::string>& names, std::string_view name) {
 }
 
 /// What is missing in a central database that was not created to its end; empty when nothing is.
-std::string MissingIn(const Inspection& central, const std::vector<std::string>& tables,
+std::string MissingIn(Utility& host, const Inspection& central,
+                      const std::vector<std::string>& tables,
                       const std::filesystem::path& dataFolder) {
     if (!IsIn(tables, kInstallation.name)) {
         return Sql("it has no table ", kInstallation.name);
     }
-    const auto versions =
-        central.Texts("SELECT version FROM tw_tarnwick.installation ORDER BY version;", "version");
-    if (versions.empty()) {
+    const auto rows = host.GetDatabase()->OpenRecordset(
+        "SELECT version FROM tw_tarnwick.installation ORDER BY version;", 0, 0);
+    if (rows->IsEOF()) {
         return "its table installation has no row";
     }
-    if (versions.front().empty() || IsBelow(std::stod(versions.front()), kCurrentVersion)) {
+    const Value version = rows->Fields().Item("version").Value();
+    rows->Close();
+    if (!version.IsNumeric() || IsBelow(version.ToDouble(), kCurrentVersion)) {
         return "";  // the ladders bring it up to date
     }
     for (const TableLayout& table : kOtherTables) {
         if (!IsIn(tables, table.name)) {
             return Sql("it has no table ", table.name);
         }
+    }
+    if (dataFolder.empty()) {
+        return "";
     }
     std::error_code ignored;
     const auto lastImport = dataFolder / Sql(kFilledTables.back(), "Data.txt");
@@ -325,7 +331,7 @@ std::optional<Leftover> FindUnfinishedCreation(Utility& host,
         return std::nullopt;
     }
     const auto tables = central.Tables();
-    const std::string missing = MissingIn(central, tables, dataFolder);
+    const std::string missing = MissingIn(host, central, tables, dataFolder);
     if (missing.empty()) {
         return std::nullopt;
     }

@@ -115,6 +115,37 @@ TEST_F(During, AKilledRunLeavesNoLock) {
     EXPECT_TRUE(WaitUntil([] { return LockHolder() == "NULL"; }));
 }
 
+TEST_F(During, ARunThatHasLostItsLockStopsBeforeTheNextSite) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    MakeSite(8);
+    const auto reader = ReaderOfSite7();
+    Program run(With({"upgrade"}));
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("table metadata lock"); }));
+    const std::string holder = LockHolder();
+    Execute("KILL " + holder + ";");
+    reader->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("failed: database tw_8: the run has lost its lock, since the server has "
+                          "ended connection " +
+                          holder + ", and another run may have begun\n"));
+    EXPECT_EQ(SiteVersion(7), "1.0265");
+    EXPECT_EQ(SiteVersion(8), "1");
+    EXPECT_EQ(InstallationVersion(), "1");
+    EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+TEST_F(During, ARepairDoesNotLookAtWhatARunHasInHand) {
+    MakeNearlyCurrentInstallation();
+    const auto other = Application();
+    other->Query("SELECT GET_LOCK('twupdate.run', 0);");
+    const Outcome outcome = Run({"repair"});
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_THAT(outcome.err, HasSubstr("another run is in progress on this server"));
+}
+
 // --- locks of others ---------------------------------------------------------------------------
 
 TEST_F(During, ALockThatDoesNotComeInTimeIsAnErrorThatNamesItsHolder) {

@@ -85,22 +85,24 @@ TEST_F(Repair, MendsWhatEachCutLeavesSoThatTheResumedRunEndsLikeAnUndisturbedOne
     MakeWorkingSite(9);
     ASSERT_EQ(Run({"upgrade-site", "9"}).status, 0);
     const std::string undisturbed = StateOf("tw_9");
-    const std::string left = "the column double_temp is left over";
+    const std::string left = "the column double_temp is left over, and ";
     const std::vector<Cut> cuts{
         {"accesscodeaccount ADD COLUMN double_temp", 1, "tw_7.accesscodeaccount: " + left},
         {"accesscodeaccount SET double_temp", 1, "tw_7.accesscodeaccount: " + left},
         {"accesscodeaccount DROP COLUMN associatepercentage", 1,
-         "tw_7.accesscodeaccount: the values of associatepercentage are in double_temp"},
+         "tw_7.accesscodeaccount: the column associatepercentage is missing, and its values are in "
+         "double_temp; "},
         {"form_50 ADD COLUMN double_temp", 2, "tw_7.form_50: " + left},
         {"form_50 DROP COLUMN field_5", 1,
-         "tw_7.form_50: the values of field_5 are in "
-         "double_temp"},
+         "tw_7.form_50: the column field_5 is missing, and its values are in double_temp; "},
         {"layoutzone DROP COLUMN starthidedelay", 1,
-         "tw_7.layoutzone: the values of starthidedelay are in double_temp"},
+         "tw_7.layoutzone: the column starthidedelay is missing, and its values are in "
+         "double_temp; "},
         {"layoutzone ADD COLUMN startshowdelay", 1,
-         "tw_7.layoutzone: 3 columns of the four timing columns missing"},
+         "tw_7.layoutzone: of the four timings the table lacks startfadein, starthidedelay, "
+         "startfadeout; "},
         {"layoutzone ADD COLUMN starthidedelay", 1,
-         "tw_7.layoutzone: 1 column of the four timing columns missing"},
+         "tw_7.layoutzone: of the four timings the table lacks startfadeout; "},
         {"INSERT INTO tw_7.chargegroup(", 2, "tw_7.chargegroup: 2 groups of a conversion"},
         {"UPDATE tw_7.charge SET chargeoptionid", 3, "tw_7.chargegroup: 3 groups of a conversion"},
     };
@@ -182,11 +184,44 @@ TEST_F(Repair, MendsTheCentralDatabase) {
         "ALTER TABLE tw_tarnwick.account ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL, "
         "DROP COLUMN associatepercentage;");
     EXPECT_THAT(Run({"repair"}).out,
-                AllOf(HasSubstr("tw_tarnwick.account: the values of associatepercentage are in "
-                                "double_temp"),
+                AllOf(HasSubstr("tw_tarnwick.account: the column associatepercentage is missing, "
+                                "and its values are in double_temp; "),
                       HasSubstr("CHANGE COLUMN double_temp associatepercentage DOUBLE")));
     EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
     EXPECT_EQ(Run({"upgrade"}).status, 0);
+}
+
+// A connection lost after the drop, and a repeat that added the column again and then stopped.
+TEST_F(Repair, KeepsTheValuesThatARepeatHasLeftBesideAnEmptyColumn) {
+    MakeWorkingSite(7);
+    Execute("INSERT INTO tw_7.setting(settingid, name) VALUES(901, 'x');");
+    CutUpgrade("setting ADD COLUMN float_value", 1);
+    Execute("UPDATE tw_7.setting SET float_value = 2.5 WHERE settingid = 901;");
+    CutUpgrade("setting DROP COLUMN float_value", 1);
+    CutUpgrade("setting ADD COLUMN float_value", 1);
+    for (const char* command : {"check", "upgrade-site"}) {
+        EXPECT_NE(
+            Run(command == std::string("check") ? std::vector<std::string>{"check", "--site", "7"}
+                                                : std::vector<std::string>{"upgrade-site", "7"})
+                .status,
+            0)
+            << command;
+    }
+    EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
+    EXPECT_EQ(Cell("SELECT float_value FROM tw_7.setting WHERE settingid = 901;"), "2.5");
+    EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
+    EXPECT_EQ(Cell("SELECT float_value FROM tw_7.setting WHERE settingid = 901;"), "2.5");
+}
+
+TEST_F(Repair, DropsAnUnfinishedCentralDatabaseInWhichNothingIsStored) {
+    Execute("DROP DATABASE tw_tarnwick;");
+    Execute("CREATE DATABASE tw_tarnwick;");
+    EXPECT_THAT(Run({"repair"}).out,
+                HasSubstr("tw_tarnwick: it has no table installation; create-core looks at nothing "
+                          "but the name of the database\n  DROP DATABASE tw_tarnwick;\n"));
+    EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
+    EXPECT_EQ(Run({"create-core"}).status, 0);
+    EXPECT_EQ(Run({"repair"}).status, 0);
 }
 
 }  // namespace

@@ -52,7 +52,8 @@ TWUPDATE_EXPORT std::vector<Leftover> FindLeftovers(Utility& host, const LadderS
 
 /// Looks for what an interrupted or failed Update::CreateCoreDb has left: a central database that
 /// is not complete. One that is older than the current version is not looked at.
-/// @param dataFolder  the folder of the reference data files, which tells whether rows are missing
+/// @param dataFolder  the folder of the reference data files, which tells whether rows are missing;
+///                    empty when it is not known
 /// @returns nothing when the database is complete, or when there is none
 /// @throws HostError
 TWUPDATE_EXPORT std::optional<Leftover> FindUnfinishedCreation(
