@@ -10,7 +10,6 @@
 #include "cli/commands/commands.h"
 #include "cli/run/pending_services.h"
 #include "cli/run/run_lock.h"
-#include "cli/server/data_files.h"
 #include "cli/server/session.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"

@@ -53,7 +53,8 @@ std::vector<RepairFinding> FindAll(const Session& session, const GlobalOptions& 
 }
 
 void Print(const RepairFinding& finding, Console& console) {
-    console.Print(finding.Text());
+    console.Print(finding.step ? fmt::format("{} ({})", finding.Text(), finding.step->name)
+                               : finding.Text());
     for (const std::string& statement : finding.left.statements) {
         console.Print("  " + statement);
     }

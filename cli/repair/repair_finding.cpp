@@ -29,12 +29,12 @@ void FindMarksLeftOver(const ProgressMarks& marks, const std::string& database, 
     const auto marked = marks.Databases();
     if (!IsBelow(version, kCurrentVersion) && marks.Interrupted(database).empty() &&
         std::find(marked.begin(), marked.end(), database) != marked.end()) {
-        findings.push_back({database,
-                            std::nullopt,
-                            {ProgressMarks::kTable,
-                             "the marks of an upgrade that has ended are left over",
-                             "nothing reads them",
-                             {fmt::format("DROP TABLE {}.{};", database, ProgressMarks::kTable)}}});
+        Leftover left;
+        left.table = ProgressMarks::kTable;
+        left.seen = "the marks of an upgrade that has ended are left over";
+        left.consequence = "nothing reads them";
+        left.statements = {fmt::format("DROP TABLE {}.{};", database, ProgressMarks::kTable)};
+        findings.push_back({database, std::nullopt, std::move(left)});
     }
 }
 
@@ -70,8 +70,8 @@ void Apply(const Session& session, ProgressMarks& marks, const RepairFinding& fi
 }  // namespace
 
 std::string RepairFinding::Text() const {
-    return fmt::format("{}{}{}: {}; {}{}", database, left.table.empty() ? "" : ".", left.table,
-                       left.seen, left.consequence, step ? fmt::format(" ({})", step->name) : "");
+    return fmt::format("{}{}{}: {}; {}", database, left.table.empty() ? "" : ".", left.table,
+                       left.seen, left.consequence);
 }
 
 std::vector<RepairFinding> FindCentralRepairs(const Session& session, const ProgressMarks& marks,

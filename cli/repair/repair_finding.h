@@ -21,8 +21,7 @@ struct RepairFinding {
 
     /// False: a person must compare.
     bool CanBeApplied() const { return !left.statements.empty(); }
-    /// "tw_7.email: 3 e-mails are not converted, …; a repeat converts none
-    /// (SiteContentStep_1_0043)".
+    /// "tw_7.email: 3 e-mails are not converted, …; a repeat converts none".
     std::string Text() const;
 };
 

@@ -123,7 +123,6 @@ void ProgressMarks::RequireWritable(const std::string& database, Ladder first, L
         // To prepare the statement takes the same privileges as to run it.
         connection_->Execute(
             fmt::format("PREPARE {} FROM '{}';", kTable, CreateStatement(database)));
-        connection_->Execute(fmt::format("DEALLOCATE PREPARE {};", kTable));
     } catch (const HostError& error) {
         if (IsDenied(error)) {
             throw CommandError(fmt::format(

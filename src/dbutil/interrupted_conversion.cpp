@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string_view kTemporary = "double_temp";
 constexpr const char* kStopsWith1060 = "a repeat stops with error 1060";
+constexpr const char* kNothingReadsThem = "nothing reads them";
 
 std::string RowsText(std::int64_t rows) {
     return std::to_string(rows) + (rows == 1 ? " row" : " rows");
@@ -38,10 +39,11 @@ class Conversion {
         }
         const auto place = Place(*column);
         if (!place) {
-            return {converted_.table,
-                    Sql("the column ", *column, " is missing, and its values are in double_temp"),
-                    "a repeat ends without the column, or adds an empty one",
-                    {Rename(*column)}};
+            return {.table = converted_.table,
+                    .seen = Sql("the column ", *column,
+                                " is missing, and its values are in double_temp"),
+                    .consequence = "a repeat ends without the column, or adds an empty one",
+                    .statements = {Rename(*column)}};
         }
         return *place < *Place(kTemporary) ? BesideItsColumn(*column) : Recreated(*column);
     }
@@ -100,11 +102,11 @@ class Conversion {
                                   ", which was added again since, holds others in ", RowsText(own)),
                               kStopsWith1060);
         }
-        return {converted_.table,
-                Sql("double_temp holds the values of ", column, ", and ", column,
-                    ", which was added again since, is empty"),
-                kStopsWith1060,
-                {Drop(column), Rename(column)}};
+        return {.table = converted_.table,
+                .seen = Sql("double_temp holds the values of ", column, ", and ", column,
+                            ", which was added again since, is empty"),
+                .consequence = kStopsWith1060,
+                .statements = {Drop(column), Rename(column)}};
     }
 
     /// Somebody has added the column again by hand.
@@ -116,7 +118,7 @@ class Conversion {
         }
         return ForAPerson(Sql("double_temp holds values that are in no other column, in ",
                               RowsText(RowsWithValues())),
-                          "nothing reads them");
+                          kNothingReadsThem);
     }
 
     /// Rows in which double_temp has a value that the column does not have.
@@ -146,10 +148,11 @@ class Conversion {
     }
 
     Leftover Superfluous(const std::string& column) const {
-        return {converted_.table,
-                Sql("the column double_temp is left over, and ", column, " holds all its values"),
-                kStopsWith1060,
-                {Drop(kTemporary)}};
+        return {.table = converted_.table,
+                .seen = Sql("the column double_temp is left over, and ", column,
+                            " holds all its values"),
+                .consequence = kStopsWith1060,
+                .statements = {Drop(kTemporary)}};
     }
 
     Leftover ForAPerson(std::string seen, const char* consequence) const {
@@ -181,11 +184,11 @@ std::vector<Leftover> FindStrangeConversions(Utility& host, const std::string& d
     std::vector<Leftover> leftovers;
     for (const std::string& table : Inspection(host, database).TablesWith(kTemporary)) {
         if (std::find(known.begin(), known.end(), table) == known.end()) {
-            leftovers.push_back({table,
-                                 "the table has a column double_temp, and no step converts a "
-                                 "column of this table",
-                                 "nothing reads the values in it",
-                                 {}});
+            leftovers.push_back({.table = table,
+                                 .seen = Sql("the table has a column double_temp, and no step "
+                                             "converts a column of this table"),
+                                 .consequence = kNothingReadsThem,
+                                 .statements = {}});
         }
     }
     return leftovers;

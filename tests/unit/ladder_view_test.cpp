@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "twupdate/interruption.h"
 #include "twupdate/ladder.h"
 
 namespace twupdate {
@@ -135,6 +136,18 @@ TEST(LadderView, TellsWhichStepsAreNotCompletedByRunningThemAgain) {
                     "SiteContentStep_1_0007", "SiteContentStep_1_0043", "SiteContentStep_1_0066",
                     "SiteContentStep_1_0082", "ServerStep_1_0035", "ServerStep_1_0074",
                     "ServerDataStep_1_0252", "ReimportReferenceData"));
+}
+
+// A stop waits for the end of the import, which would else leave the components out; a repeat
+// completes it all the same.
+TEST(LadderView, OfEveryStepThatDoesNotSimplyRunAgainItIsKnownWhatARepeatDoes) {
+    for (const auto& expected : kLadders) {
+        for (const LadderStep& step : LadderSteps(expected.ladder)) {
+            EXPECT_EQ(EffectOfRepeat(step).empty(),
+                      step.repeatable || step.name == "ReimportReferenceData")
+                << step.name;
+        }
+    }
 }
 
 }  // namespace

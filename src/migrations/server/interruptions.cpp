@@ -41,11 +41,12 @@ std::vector<Leftover> LeftByServerStep_1_0074(Utility& host, const SteppedDataba
     if (sites == 0) {
         return {};
     }
-    return {{site,
-             Sql(std::to_string(sites), sites == 1 ? " site" : " sites",
-                 " with a domain without the start mark"),
-             "a repeat marks none",
-             {Sql("UPDATE ", db, ".", site, " SET serverstarted = -1", unmarked, ";")}}};
+    return {
+        {.table = site,
+         .seen = Sql(std::to_string(sites), sites == 1 ? " site" : " sites",
+                     " with a domain without the start mark"),
+         .consequence = "a repeat marks none",
+         .statements = {Sql("UPDATE ", db, ".", site, " SET serverstarted = -1", unmarked, ";")}}};
 }
 
 // Another domain may be without a link on purpose, so only a known interruption counts.
@@ -72,14 +73,14 @@ std::vector<Leftover> LeftByServerDataStep_1_0252(Utility& host, const SteppedDa
     if (!inspection.HasTable("domain") || inspection.Count(unlinked) == 0) {
         return {};
     }
-    return {{"site",
-             Sql("the domain '", host.LocalHostName(), "' of the root site, in ", db,
-                 ", is in no group"),
-             "a repeat leaves it without one",
-             {Sql("INSERT INTO ", db,
-                  ".domaingroup(groupid, domainid, domaingrouptype) SELECT g.groupid, d.domainid, "
-                  "0 FROM ",
-                  unlinked, " ORDER BY g.groupid LIMIT 1;")}}};
+    return {{.table = "site",
+             .seen = Sql("the domain '", host.LocalHostName(), "' of the root site, in ", db,
+                         ", is in no group"),
+             .consequence = "a repeat leaves it without one",
+             .statements = {Sql("INSERT INTO ", db,
+                                ".domaingroup(groupid, domainid, domaingrouptype) SELECT "
+                                "g.groupid, d.domainid, 0 FROM ",
+                                unlinked, " ORDER BY g.groupid LIMIT 1;")}}};
 }
 
 }  // namespace twupdate

@@ -52,10 +52,10 @@ std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::str
     if (groups == 0) {
         return {};
     }
-    Leftover leftover{"chargegroup",
-                      Sql(GroupsText(groups), " of a conversion that did not end"),
-                      "a repeat converts every charge again",
-                      {}};
+    Leftover leftover{.table = "chargegroup",
+                      .seen = Sql(GroupsText(groups), " of a conversion that did not end"),
+                      .consequence = "a repeat converts every charge again",
+                      .statements = {}};
     if (const std::int64_t others = RowsOfOthers(inspection, db); others > 0) {
         leftover.seen += Sql("; ", std::to_string(others),
                              others == 1 ? " row of the groups is" : " rows of the groups are",
@@ -109,15 +109,15 @@ std::vector<Leftover> ConvertedTwice(const Inspection& inspection, const std::st
     const auto remove = [&](std::string_view table, std::string_view column) {
         return Sql("DELETE FROM ", db, ".", table, " WHERE ", column, " IN (", list, ");");
     };
-    return {
-        {"chargegroup",
-         Sql(GroupsText(static_cast<std::int64_t>(ids.size())), " that no charge names, beside ",
-             ids.size() == 1 ? "one" : "others", " of the same name"),
-         "every charge was converted again, and the shop shows it twice",
-         {remove("chargegrouptochargegroup", "groupid"),
-          remove("chargegrouptochargegroup", "applytogroupid"),
-          remove("chargegrouptoitemtype", "groupid"), remove("chargeoption", "groupid"),
-          remove("chargegroup", "groupid")}}};
+    return {{.table = "chargegroup",
+             .seen = Sql(GroupsText(static_cast<std::int64_t>(ids.size())),
+                         " that no charge names, beside ", ids.size() == 1 ? "one" : "others",
+                         " of the same name"),
+             .consequence = "every charge was converted again, and the shop shows it twice",
+             .statements = {remove("chargegrouptochargegroup", "groupid"),
+                            remove("chargegrouptochargegroup", "applytogroupid"),
+                            remove("chargegrouptoitemtype", "groupid"),
+                            remove("chargeoption", "groupid"), remove("chargegroup", "groupid")}}};
 }
 
 /// Links in `featurecache` to caches that are not in `cache` any more.
@@ -175,13 +175,14 @@ std::vector<Leftover> LeftBySiteContentStep_1_0043(Utility& host, const SteppedD
     if (emails == 0) {
         return {};
     }
-    Leftover leftover{"email",
-                      Sql(std::to_string(emails), emails == 1 ? " e-mail is" : " e-mails are",
-                          " not converted, though the table has the column ishtml already"),
-                      "a repeat converts none",
-                      {}};
+    Leftover leftover{
+        .table = "email",
+        .seen = Sql(std::to_string(emails), emails == 1 ? " e-mail is" : " e-mails are",
+                    " not converted, though the table has the column ishtml already"),
+        .consequence = "a repeat converts none",
+        .statements = {}};
     if (inspection.Count(Sql(db, ".email WHERE ishtml <> 0")) > 0) {
-        leftover.seen += ", which is set in some";
+        leftover.seen += Sql(", which is set in some");
     } else {
         leftover.statements.push_back(Sql("ALTER TABLE ", db, ".email DROP COLUMN ishtml;"));
     }

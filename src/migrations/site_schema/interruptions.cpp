@@ -105,14 +105,14 @@ std::vector<Leftover> LeftBySiteSchemaStep_1_0225(Utility& host, const SteppedDa
     if (addresses == 0) {
         return {};
     }
-    return {{"externallookupfeedurl",
-             Sql("the table is empty, and featurenamevalue holds ", std::to_string(addresses),
-                 addresses == 1 ? " address" : " addresses"),
-             "a repeat leaves it empty",
-             {Sql("INSERT INTO ", db,
-                  ".externallookupfeedurl(featureid, url, sequence) SELECT featureid, value, "
-                  "sequence FROM ",
-                  db, ".featurenamevalue WHERE type = 2;")}}};
+    return {{.table = "externallookupfeedurl",
+             .seen = Sql("the table is empty, and featurenamevalue holds ",
+                         std::to_string(addresses), addresses == 1 ? " address" : " addresses"),
+             .consequence = "a repeat leaves it empty",
+             .statements = {Sql("INSERT INTO ", db,
+                                ".externallookupfeedurl(featureid, url, sequence) SELECT "
+                                "featureid, value, sequence FROM ",
+                                db, ".featurenamevalue WHERE type = 2;")}}};
 }
 
 }  // namespace twupdate
