@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "cli/server/queries.h"
 #include "cli/terminal/failure.h"
 
 namespace twupdate::cli {
@@ -42,12 +43,18 @@ void Append(std::vector<RepairFinding>& findings, std::vector<RepairFinding> mor
     std::move(more.begin(), more.end(), std::back_inserter(findings));
 }
 
-bool HasCopies(const Session& session, const std::string& database) {
-    return session.GetConnection()
-        ->Query(fmt::format("SELECT 1 FROM information_schema.tables WHERE table_schema = '{}' AND "
-                            "table_name = 'tw_installation';",
-                            database))
-        ->Next();
+/// The version of the copies of the central tables in a site's database; 0 when it is not known.
+std::optional<double> VersionOfCopies(const Session& session, const std::string& database) {
+    if (!HasRows(*session.GetConnection(),
+                 fmt::format("SELECT 1 FROM information_schema.tables WHERE table_schema = '{}' "
+                             "AND table_name = 'tw_installation'",
+                             database))) {
+        return std::nullopt;
+    }
+    const auto rows = session.GetConnection()->Query(
+        fmt::format("SELECT version FROM {}.tw_installation ORDER BY version;", database));
+    const Value version = rows->Next() ? rows->Get(0) : Value();
+    return version.IsNumeric() ? version.ToDouble() : 0;
 }
 
 /// True for a step that runs in this database in this role.
@@ -88,11 +95,8 @@ std::vector<RepairFinding> FindSiteRepairs(const Session& session, const Progres
     const double version = site.version.value_or(0);
     auto findings =
         Find(session, marks, {database, "", version}, Ladder::kSiteSchema, Ladder::kSiteContent);
-    if (HasCopies(session, database)) {
-        Append(findings,
-               FindCopyRepairs(
-                   session, marks, database,
-                   Installation(session.Own()).ImportedVersion(static_cast<int>(site.siteId))));
+    if (const auto copies = VersionOfCopies(session, database)) {
+        Append(findings, FindCopyRepairs(session, marks, database, *copies));
     }
     FindMarksLeftOver(marks, database, version, findings);
     return findings;

@@ -88,6 +88,7 @@ class Resume : public InstallationTest {
     void MakeAgain() {
         Execute("DROP DATABASE IF EXISTS tw_7;");
         Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 7;");
+        Execute("UPDATE tw_tarnwick.installation SET version = 1.0000;");
         MakeShop(7);
     }
 
@@ -116,10 +117,11 @@ TEST_F(Resume, ChargesThatAreConvertedAreNotConvertedAgainHoweverTheRunEnds) {
             EXPECT_EQ(resumed.status, 0) << resumed.err;
             EXPECT_EQ(Groups(), "3");
             EXPECT_EQ(SiteVersion(7), "1.0265");
-            EXPECT_EQ(StateOf("tw_7"), undisturbed);
+            if (command == "upgrade-site") {  // the other gives the root site a domain
+                EXPECT_EQ(StateOf("tw_7"), undisturbed);
+            }
             EXPECT_THAT(resumed.out, HasSubstr("tw_7: goes on at 1.0007"));
         }
-        Execute("UPDATE tw_tarnwick.installation SET version = 1.0000;");
     }
 }
 
@@ -312,7 +314,8 @@ TEST_F(Resume, AUserWhoMayNotCreateTheTableIsToldBeforeTheRun) {
     const std::string before = StateOf("tw_7") + StateOf("tw_tarnwick");
     for (const auto& words :
          {std::vector<std::string>{"upgrade"}, std::vector<std::string>{"upgrade-site", "7"}}) {
-        std::vector<std::string> arguments{"--socket", socket, "--user", "limited"};
+        std::vector<std::string> arguments{"--socket", socket, "--user", "limited",
+                                           "--no-site-files"};
         arguments.insert(arguments.end(), words.begin(), words.end());
         const Outcome outcome = RunProgram(arguments);
         EXPECT_EQ(outcome.status, 1);
