@@ -425,7 +425,7 @@ class CatalogueStatement {
                 }
                 part.column = column->name;
                 column->nullable = column->nullable && index.name != "PRIMARY";
-                FinishPart(*column, part);
+                FinishPart(*column, part, index.name == "PRIMARY");
             }
         }
         for (const Column& column : table.columns) {
@@ -442,10 +442,10 @@ class CatalogueStatement {
         }
     }
 
-    void FinishPart(const Column& column, Catalogue::KeyPart& part) {
+    void FinishPart(const Column& column, Catalogue::KeyPart& part, bool isPrimary) {
         const std::string word = TypeWord(column.type);
         const bool isText = IsLongText(word) || word.ends_with("char") || word.ends_with("binary");
-        if (IsLongText(word) && !part.length) {
+        if (IsLongText(word) && !part.length && (isPrimary || !catalogue_.defaults.shortensKeys)) {
             Reject({1170, "42000",
                     "BLOB/TEXT column '" + column.name +
                         "' used in key specification without a key length"});

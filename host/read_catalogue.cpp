@@ -102,13 +102,13 @@ Catalogue::Defaults ReadDefaults(Connection& connection) {
     rowFormat = rowFormat.empty() ? "Compact" : rowFormat;
     rowFormat.front() =
         static_cast<char>(std::toupper(static_cast<unsigned char>(rowFormat.front())));
-    const std::string version = variables["version"];
-    return {
-        .engine = variables["default_storage_engine"],
-        .rowFormat = rowFormat,
-        .charset = variables["character_set_server"],
-        .collation = variables["collation_server"],
-        .displayWidths = version.find("MariaDB") != std::string::npos || version.starts_with("5.")};
+    const bool isMariaDb = variables["version"].find("MariaDB") != std::string::npos;
+    return {.engine = variables["default_storage_engine"],
+            .rowFormat = rowFormat,
+            .charset = variables["character_set_server"],
+            .collation = variables["collation_server"],
+            .displayWidths = isMariaDb || variables["version"].starts_with("5."),
+            .shortensKeys = isMariaDb};
 }
 
 }  // namespace

@@ -129,6 +129,7 @@ class Catalogue {
         std::string charset = "utf8mb4";
         std::string collation = "utf8mb4_general_ci";
         bool displayWidths = true;  ///< types of whole numbers are shown as "int(11)", not "int"
+        bool shortensKeys = true;   ///< an index on a TEXT that gives no length has one of its own
     };
     Defaults defaults;
 

@@ -379,8 +379,6 @@ INSTANTIATE_TEST_SUITE_P(
                "CREATE TABLE tw_7.taskstatus(taskid INT AUTO_INCREMENT NOT NULL, featureid INT, "
                "type INT, PRIMARY KEY(taskid));",
                1075},
-        Damage{"LongTextUnderAKey", "ALTER TABLE tw_7.featurecache MODIFY COLUMN featureid TEXT;",
-               1170},
         Damage{"ViewForATable",
                "RENAME TABLE tw_7.image TO tw_7.image_0; CREATE VIEW tw_7.image AS SELECT * FROM "
                "tw_7.image_0;",
