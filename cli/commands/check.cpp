@@ -93,8 +93,8 @@ bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pend
 std::vector<CheckFinding> UnfinishedRestores(const Session& session) {
     std::vector<CheckFinding> findings;
     for (const std::string& database : MarkedForRestore(*session.Own())) {
-        findings.push_back({database, "", "", "a restore of it has not come to its end",
-                            "give the same restore again"});
+        findings.push_back(
+            {database, "", "", "a restore of it is unfinished", "give the same restore again"});
     }
     return findings;
 }

@@ -47,7 +47,7 @@ std::vector<std::string> MarkedForRestore(Utility& utility) {
 void RefuseUnfinishedRestore(Utility& utility) {
     if (const auto names = MarkedForRestore(utility); !names.empty()) {
         throw CommandError(
-            fmt::format("a restore that has not come to its end has {} in hand; give the same "
+            fmt::format("an unfinished restore has {} in hand; give the same "
                         "restore again",
                         fmt::join(names, ", ")));
     }

@@ -281,13 +281,13 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
                 const Outcome outcome = Run(command);
                 EXPECT_EQ(outcome.status, 1) << command.front() << " after " << script;
                 EXPECT_THAT(outcome.err,
-                            AllOf(HasSubstr("a restore that has not come to its end has tw_1"),
+                            AllOf(HasSubstr("an unfinished restore has tw_1"),
                                   HasSubstr(" in hand; give the same restore again\n")));
             }
             const Outcome checked = Run({"check"});
             EXPECT_EQ(checked.status, 3) << script;
             EXPECT_THAT(checked.out,
-                        HasSubstr("tw_1: a restore of it has not come to its end; give the same"));
+                        HasSubstr("tw_1: a restore of it is unfinished; give the same"));
             const Outcome again = Run(restore);
             EXPECT_EQ(again.status, 0) << again.err;
             EXPECT_EQ(StateOf("tw_1"), one) << script;

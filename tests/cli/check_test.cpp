@@ -403,8 +403,8 @@ TEST_F(Check, FindsARestoreThatHasNotComeToItsEnd) {
     MakeCentralDatabase();
     MakeSite(4);
     Execute("CREATE TABLE tw_4.unfinished_restore(since DATETIME NOT NULL);");
-    Expect({}, "tw_4: a restore of it has not come to its end; give the same restore again");
-    UpgradeFails({}, "a restore that has not come to its end has tw_4 in hand");
+    Expect({}, "tw_4: a restore of it is unfinished; give the same restore again");
+    UpgradeFails({}, "an unfinished restore has tw_4 in hand");
 }
 
 TEST_F(Check, LooksAtOneSiteAloneAndPrintsJson) {
