@@ -22,8 +22,10 @@ FailingVolume::~FailingVolume() {
     failingPath.clear();
 }
 
-// In the place of the C library's function, in the whole program.
-extern "C" char* RealPathOfTheTest(const char* path, char* resolved) __asm__("realpath");
+// In the place of the C library's function, in the whole program; the standard library, a shared
+// object, sees it only when it is exported.
+extern "C" __attribute__((visibility("default"))) char* RealPathOfTheTest(
+    const char* path, char* resolved) __asm__("realpath");
 
 extern "C" char* RealPathOfTheTest(const char* path, char* resolved) {
     const std::string asked = path;

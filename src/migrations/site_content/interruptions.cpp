@@ -133,11 +133,11 @@ std::vector<Leftover> LinksWithoutCache(Utility& host, const std::string& db, bo
     if (links == 0) {
         return {};
     }
-    return {{"featurecache",
-             Sql(std::to_string(links), links == 1 ? " link" : " links",
-                 " to caches that are not in the table cache"),
-             "a new cache that gets such a number belongs to pages that it was not made for",
-             {Sql("DELETE l FROM ", rest, ";")}}};
+    return {{.table = "featurecache",
+             .seen = Sql(std::to_string(links), links == 1 ? " link leads" : " links lead",
+                         " to a cache that is gone"),
+             .consequence = "a new cache may get such a number and belong to the wrong pages",
+             .statements = {Sql("DELETE l FROM ", rest, ";")}}};
 }
 
 }  // namespace
