@@ -172,6 +172,13 @@ class CatalogueStatement {
         Expect("EXISTS");
         return true;
     }
+    bool AcceptIfExists() {
+        if (!Accept("IF")) {
+            return false;
+        }
+        Expect("EXISTS");
+        return true;
+    }
     void ExpectEnd() {
         Accept(";");
         if (Peek().kind != SqlToken::Kind::kEnd) {
@@ -233,12 +240,12 @@ class CatalogueStatement {
             Expect(")");
         }
         const bool isUnsigned = Accept("UNSIGNED");
-        if (word.ends_with("int")) {
-            static const std::map<std::string, int> widths{
-                {"tinyint", 4}, {"smallint", 6}, {"mediumint", 9}, {"int", 11}, {"bigint", 20}};
+        static const std::map<std::string, int> widths{
+            {"tinyint", 4}, {"smallint", 6}, {"mediumint", 9}, {"int", 11}, {"bigint", 20}};
+        if (const auto width = widths.find(word); width != widths.end()) {
             if (arguments.empty()) {
-                const int width = widths.at(word);
-                arguments = std::to_string(width - (isUnsigned && word != "bigint" ? 1 : 0));
+                const bool isNarrower = isUnsigned && word != "bigint";
+                arguments = std::to_string(width->second - (isNarrower ? 1 : 0));
             }
             if (!catalogue_.defaults.displayWidths && word + arguments != "tinyint1") {
                 arguments.clear();
@@ -581,16 +588,21 @@ class CatalogueStatement {
 
     ResultSet Drop() {
         if (Accept("DATABASE")) {
+            const bool ifExists = AcceptIfExists();
             const std::string name = Name();
-            if (catalogue_.databases_.erase(name) == 0) {
+            if (catalogue_.databases_.erase(name) == 0 && !ifExists) {
                 Reject(
                     {1008, "HY000", "Can't drop database '" + name + "'; database doesn't exist"});
             }
             return {};
         }
         Expect("TABLE");
+        const bool ifExists = AcceptIfExists();
         const TableName name = QualifiedName();
         if (catalogue_.Find(name.database, name.table) == nullptr) {
+            if (ifExists) {
+                return {};
+            }
             Reject({1051, "42S02", "Unknown table '" + name.database + "." + name.table + "'"});
             return {};
         }

@@ -136,6 +136,19 @@ TEST(CatalogueRefusals, HaveTheServersCodesAndChangeNothing) {
     EXPECT_EQ(CodeOf(catalogue, "ALTER TABLE tw_7.t ADD INDEX c_idx(c);"), 1170U);
 }
 
+TEST(CatalogueRefusals, AreNoneWhereTheStatementAllowsForWhatIsThere) {
+    Catalogue catalogue;
+    catalogue.AddTable("tw_7", "t(a INT)");
+    for (const char* sql :
+         {"CREATE DATABASE IF NOT EXISTS tw_7;", "CREATE TABLE IF NOT EXISTS tw_7.t(b INT);",
+          "DROP TABLE IF EXISTS tw_7.u;", "DROP DATABASE IF EXISTS tw_8;"}) {
+        EXPECT_EQ(CodeOf(catalogue, sql), 0U) << sql;
+    }
+    EXPECT_EQ(catalogue.Definition("tw_7", "t", "a"), "INT");
+    EXPECT_EQ(CodeOf(catalogue, "DROP DATABASE IF EXISTS tw_7;"), 0U);
+    EXPECT_FALSE(catalogue.HasDatabase("tw_7"));
+}
+
 TEST(CatalogueRefusals, MayBeNotedAndTheCauseTakenForRemoved) {
     Catalogue catalogue;
     catalogue.AddTable("tw_7", "t(a INT)");
