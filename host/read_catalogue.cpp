@@ -28,15 +28,21 @@ using Tables = std::map<std::string, Catalogue::Table>;
 
 std::unique_ptr<Rows> Query(Connection& connection, std::string_view columns, std::string_view view,
                             const std::string& database, std::string_view order) {
-    const Value name(database);
-    return connection.QueryPrepared(std::string("SELECT ")
-                                        .append(columns)
-                                        .append(" FROM information_schema.")
-                                        .append(view)
-                                        .append(" WHERE table_schema = ?")
-                                        .append(order)
-                                        .append(";"),
-                                    {&name, 1});
+    // Not a prepared statement: a server may allow none (max_prepared_stmt_count).
+    std::string name;
+    for (const char c : database) {
+        name += c == '\'' || c == '\\' ? std::string{c, c} : std::string(1, c);
+    }
+    return connection.Query(
+        std::string("SELECT ")
+            .append(columns)
+            .append(" FROM information_schema.")
+            .append(view)
+            .append(view == "schemata" ? " WHERE schema_name = '" : " WHERE table_schema = '")
+            .append(name)
+            .append("'")
+            .append(order)
+            .append(";"));
 }
 
 void ReadTables(Connection& connection, const std::string& database, Tables& tables) {
@@ -117,11 +123,8 @@ Catalogue ReadCatalogue(Connection& connection, const std::vector<std::string>& 
     Catalogue catalogue;
     catalogue.defaults = ReadDefaults(connection);
     for (const std::string& name : databases) {
-        const Value value(name);
-        const auto schema = connection.QueryPrepared(
-            "SELECT default_character_set_name, default_collation_name FROM "
-            "information_schema.schemata WHERE schema_name = ?;",
-            {&value, 1});
+        const auto schema = Query(connection, "default_character_set_name, default_collation_name",
+                                  "schemata", name, "");
         if (!schema->Next()) {
             continue;
         }

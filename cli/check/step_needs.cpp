@@ -168,9 +168,9 @@ constexpr std::array kSiteUses{
     Use{"SiteContentStep_1_0255", "SELECT", "formfield"},
     Use{"SiteContentStep_1_0255", "ALTER", "", kAlways, "'dhtml', 'memo'"},
     Use{"SiteContentStep_1_0256", "UPDATE", "layoutzone"},
-    Use{"SiteContentStep_1_0257", "INSERT", "setting"},
+    Use{"SiteContentStep_1_0257", "INSERT", "setting", kAlways, {}, "formtemplateviewfield"},
     Use{"SiteContentStep_1_0257", "UPDATE", "formtemplateviewfield"},
-    Use{"SiteContentStep_1_0257", "DELETE", "setting"},
+    Use{"SiteContentStep_1_0257", "DELETE", "setting", kAlways, {}, "formtemplateviewfield"},
     Use{"SiteContentStep_1_0259", "SELECT", "form"},
     Use{"SiteContentStep_1_0259", "INSERT", "", kNoRows, kAnyForm},  // they are repaired
 

@@ -21,7 +21,7 @@ operations="$operations|CreateCartFieldSequence|CreateCoreDb"
 public="^(TWUPDATE_1\$|twu_[a-z_]+\$"
 public="$public|((vtable|typeinfo|typeinfo name) for )?twupdate::($any_class)(::.*)?\$"
 public="$public|twupdate::Update::($operations)(\\[abi:cxx11\\])?\\("
-public="$public|twupdate::(LadderName|LadderSteps|PendingSteps)\\()"
+public="$public|twupdate::(LadderName|LadderSteps|PendingSteps|EffectOfRepeat|FindLeftovers|FindUnfinishedCreation)\\()"
 
 surplus=$(printf '%s\n' "$exported" | grep -Ev "$public" || true)
 if [ -n "$surplus" ]; then

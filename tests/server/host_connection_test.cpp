@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -450,9 +452,17 @@ TEST_F(HostConnection, ManyDifferentPreparedStatementsAreNotAllKept) {
         connection->ExecutePrepared("UPDATE tw_5.thing SET id = ? WHERE id = " + std::to_string(i),
                                     std::vector<Value>{1});
     }
-    const int kept = std::stoi(Cell(Connection::Open(server->ConnectOptions()),
-                                    "SELECT VARIABLE_VALUE FROM information_schema.global_status "
-                                    "WHERE VARIABLE_NAME = 'Prepared_stmt_count'"));
+    const auto count = [] {
+        return std::stoi(Cell(Connection::Open(server->ConnectOptions()),
+                              "SELECT VARIABLE_VALUE FROM information_schema.global_status "
+                              "WHERE VARIABLE_NAME = 'Prepared_stmt_count'"));
+    };
+    int kept = count();
+    for (int tries = 0; kept > 8 && tries < 100; ++tries) {
+        // The server may not have ended the connection of an earlier test yet.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        kept = count();
+    }
     EXPECT_LE(kept, 8);
     EXPECT_GE(kept, 1);
 }

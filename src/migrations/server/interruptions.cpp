@@ -70,7 +70,11 @@ std::vector<Leftover> LeftByServerDataStep_1_0252(Utility& host, const SteppedDa
                                      "WHERE d.",
                                      domain, " AND NOT EXISTS (SELECT 1 FROM ", db,
                                      ".domaingroup l WHERE l.domainid = d.domainid)");
-    if (!inspection.HasTable("domain") || inspection.Count(unlinked) == 0) {
+    const bool isReadable = inspection.HasColumn("domain", "domainid") &&
+                            inspection.HasColumn("domain", "domainname") &&
+                            inspection.HasColumn("group_table", "displayname") &&
+                            inspection.HasColumn("domaingroup", "domainid");
+    if (!isReadable || inspection.Count(unlinked) == 0) {
         return {};
     }
     return {{.table = "site",

@@ -137,7 +137,9 @@ std::vector<Leftover> LinksWithoutCache(Utility& host, const std::string& db, bo
              .seen = Sql(std::to_string(links), links == 1 ? " link leads" : " links lead",
                          " to a cache that is gone"),
              .consequence = "a new cache may get such a number and belong to the wrong pages",
-             .statements = {Sql("DELETE l FROM ", rest, ";")}}};
+             .statements = {Sql("DELETE FROM ", db,
+                                ".featurecache WHERE cacheid NOT IN (SELECT cacheid FROM ", db,
+                                ".cache);")}}};
 }
 
 }  // namespace

@@ -20,17 +20,16 @@ void Update::SiteContentStep_1_0020(std::int32_t siteId, Boolean& result) {
 
     // In one statement: a renumbering that is interrupted half-way would change the order that the
     // next run starts from. A row's place is the number of rows of its parent up to it. DISTINCT
-    // drops nothing: it makes the server keep the three columns in memory, which is many times
-    // faster than reading the table again for every row.
-    Execute(Sql(
-        "UPDATE ", db,
-        ".navigation n INNER JOIN ("
-        "SELECT a.navigationid, COUNT(*) AS place FROM ",
-        db, ".navigation a INNER JOIN (SELECT DISTINCT parentid, sequence, navigationid FROM ", db,
-        ".navigation) b ON b.parentid = a.parentid AND (b.sequence < a.sequence OR "
-        "b.sequence = a.sequence AND b.navigationid <= a.navigationid) "
-        "GROUP BY a.navigationid) p ON p.navigationid = n.navigationid "
-        "SET n.sequence = p.place WHERE n.sequence <> p.place;"));
+    // drops nothing: it makes the server keep the three columns in memory, apart from the table
+    // that changes. A join in the UPDATE itself needs a default database on old servers.
+    Execute(Sql("UPDATE ", db,
+                ".navigation SET sequence = (SELECT COUNT(*) FROM (SELECT DISTINCT parentid, "
+                "sequence, navigationid FROM ",
+                db, ".navigation) b WHERE b.parentid = ", db,
+                ".navigation.parentid AND (b.sequence < ", db,
+                ".navigation.sequence OR b.sequence = ", db,
+                ".navigation.sequence AND b.navigationid <= ", db,
+                ".navigation.navigationid)) WHERE parentid IS NOT NULL AND sequence IS NOT NULL;"));
     result = kTrue;
 }
 
