@@ -213,25 +213,26 @@ void Update::LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std
     const auto userAndAmount = [](const Recordset& row) {
         return UserAndAmount(Int32Field(row, "userid"), TextField(row, "commission"));
     };
+    // As doubles: MySQL 5.6 sorts whole seconds in 32 bits, which makes all of them alike.
     std::map<UserAndAmount, std::vector<Payment>> payments;
-    ForEachRow(
-        OpenRecordset(Sql(
-            "SELECT p.accountpaymentid, c.userid, c.commission, TO_SECONDS(p.paymentdate) AS paid "
-            "FROM ",
-            kCentralDatabase, ".account a STRAIGHT_JOIN ", kCentralDatabase,
-            ".accountpayment p ON p.accountid = a.accountid STRAIGHT_JOIN "
-            "(SELECT DISTINCT userid, commission FROM ",
-            SiteDatabase(siteId), ".commission WHERE ", ofPage,
-            ") c ON c.userid = a.userid AND c.commission = p.amount WHERE a.siteid = ", siteId,
-            " AND p.cartorderid = 0 ORDER BY p.accountpaymentid;")),
-        [&](const Recordset& row) {
-            payments[userAndAmount(row)].push_back(
-                {TextField(row, "accountpaymentid"), Seconds(row, "paid")});
-        });
+    ForEachRow(OpenRecordset(
+                   Sql("SELECT p.accountpaymentid, c.userid, c.commission, "
+                       "TO_SECONDS(p.paymentdate) + 0e0 AS paid "
+                       "FROM ",
+                       kCentralDatabase, ".account a STRAIGHT_JOIN ", kCentralDatabase,
+                       ".accountpayment p ON p.accountid = a.accountid STRAIGHT_JOIN "
+                       "(SELECT DISTINCT userid, commission FROM ",
+                       SiteDatabase(siteId), ".commission WHERE ", ofPage,
+                       ") c ON c.userid = a.userid AND c.commission = p.amount WHERE a.siteid = ",
+                       siteId, " AND p.cartorderid = 0 ORDER BY p.accountpaymentid;")),
+               [&](const Recordset& row) {
+                   payments[userAndAmount(row)].push_back(
+                       {TextField(row, "accountpaymentid"), Seconds(row, "paid")});
+               });
 
     // A commission whose order a matching payment carries already is left out.
     const auto commissions = OpenRecordset(
-        Sql("SELECT c.orderid, c.userid, c.commission, TO_SECONDS(c.created) AS earned FROM ",
+        Sql("SELECT c.orderid, c.userid, c.commission, TO_SECONDS(c.created) + 0e0 AS earned FROM ",
             SiteDatabase(siteId), ".commission c WHERE ", ofPage, " AND NOT EXISTS(SELECT 1 FROM ",
             kCentralDatabase, ".accountpayment l INNER JOIN ", kCentralDatabase,
             ".account b ON b.accountid = l.accountid WHERE b.siteid = ", siteId,
