@@ -38,7 +38,7 @@ template <typename Rungs>
 constexpr bool AgreesOnRepeatable(const Rungs& rungs) {
     for (const auto& rung : rungs) {
         for (const auto& other : rungs) {
-            if (rung.name == other.name && rung.repeatable != other.repeatable) {
+            if (rung.repeatable != other.repeatable && rung.name == other.name) {
                 return false;
             }
         }
