@@ -4,8 +4,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <iostream>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -218,6 +221,14 @@ std::vector<std::string> WordsOf(int argc, char** argv) {
     return words;
 }
 
+/// Writes to the standard output. A reader that went away has had enough, which is no failure.
+bool PutText(const std::string& text) {
+    errno = 0;
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    return written || errno == EPIPE;
+}
+
 }  // namespace
 
 bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
@@ -239,10 +250,11 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
         app.parse(WordsOf(argc, argv));
         return true;
     } catch (const CLI::Success& request) {
-        app.exit(request);
-        std::cout.flush();
-        status = std::cout ? kDone : kFailed;
-        if (!std::cout) {
+        std::ostringstream text;
+        app.exit(request, text);
+        const bool isWritten = PutText(text.str());
+        status = isWritten ? kDone : kFailed;
+        if (!isWritten) {
             std::cerr << "twupdate: cannot write the standard output\n";
         }
     } catch (const CLI::ParseError& error) {

@@ -1102,7 +1102,7 @@ class CheckChanges : public InstallationTest {
                     std::erase_if(
                         lines, [&](const std::string& line) { return line.starts_with(finding); }),
                     1U);
-                const Outcome failed = Run({"upgrade-site", std::to_string(siteId)});
+                const Outcome failed = Run({"upgrade-site", std::to_string(siteId), "--repair"});
                 EXPECT_EQ(failed.status, 1) << failed.out;
                 EXPECT_THAT(failed.err, ContainsRegex(ForSite(siteId, change.failure)));
                 ExecuteFor(siteId, change.cure);
@@ -1111,7 +1111,7 @@ class CheckChanges : public InstallationTest {
         }
         const Outcome clean = Run({"check"});
         EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
-        const Outcome done = Run({"upgrade"});
+        const Outcome done = Run({"upgrade", "--repair"});
         EXPECT_EQ(done.status, 0) << done.err;
     }
 };

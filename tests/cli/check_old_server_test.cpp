@@ -133,15 +133,18 @@ TEST_F(CheckOldServer, PassesOverDefaultsThatASiteHasNoTableFor) {
 TEST_F(CheckOldServer, BringsASiteOfTheFirstVersionToTheLast) {
     MakeSiteAt(1.0);
     // Siblings in the order of their numbers, equal numbers in the order of their ids.
-    Execute(
-        "INSERT INTO tw_1.navigation(navigationid, parentid, sequence) VALUES(9001, 9000, 7), "
-        "(9002, 9000, 7), (9003, 9000, -2), (9004, 9001, 5);"
-        "INSERT INTO tw_tarnwick.account(accountid, siteid, userid) VALUES(9001, 1, 9040);"
-        "INSERT INTO tw_tarnwick.accountpayment(accountpaymentid, accountid, amount, paymentdate) "
-        "VALUES(9001, 9001, 12.50, '2020-03-01'), (9002, 9001, 12.50, '2020-01-01'), "
-        "(9003, 9001, 12.50, NULL);"
-        "INSERT INTO tw_1.commission(commissionid, orderid, userid, commission, created) "
-        "VALUES(9001, 501, 9040, 12.50, '2020-01-05'), (9002, 502, 9040, 12.50, '2020-01-05');");
+    for (
+        const char* rows :
+        {"INSERT INTO tw_1.navigation(navigationid, parentid, sequence) VALUES(9001, 9000, 7), "
+         "(9002, 9000, 7), (9003, 9000, -2), (9004, 9001, 5);",
+         "INSERT INTO tw_tarnwick.account(accountid, siteid, userid) VALUES(9001, 1, 9040);",
+         "INSERT INTO tw_tarnwick.accountpayment(accountpaymentid, accountid, amount, paymentdate) "
+         "VALUES(9001, 9001, 12.50, '2020-03-01'), (9002, 9001, 12.50, '2020-01-01'), "
+         "(9003, 9001, 12.50, NULL);",
+         "INSERT INTO tw_1.commission(commissionid, orderid, userid, commission, created) "
+         "VALUES(9001, 501, 9040, 12.50, '2020-01-05'), (9002, 502, 9040, 12.50, '2020-01-05');"}) {
+        Execute(rows);
+    }
     Goes("", {{"check", "--site", "1"}, {"upgrade-site", "1"}, {"verify"}});
     EXPECT_EQ(Cell("SELECT GROUP_CONCAT(sequence ORDER BY navigationid) FROM tw_1.navigation WHERE "
                    "navigationid > 9000;"),
@@ -231,12 +234,12 @@ TEST_F(CheckOldServer, FindsThatTheUserMayNotWrite) {
     EXPECT_THAT(found.out, HasSubstr(": read_only is ON, as on a replica: the user may write "
                                      "nothing, so SiteSchemaStep_1_0262 fails; connect to the "
                                      "server that is written to\n1 finding.\n"));
-    const Outcome failed = runAsHalf({"upgrade-site", "1"});
+    const Outcome failed = runAsHalf({"--no-services", "upgrade-site", "1"});
     EXPECT_THAT(failed.err, HasSubstr("server error 1290 "));
     ExpectFailedAtTheNamedPlace(found, failed);
     Execute("GRANT SUPER ON *.* TO 'half'@'localhost';");  // which is enough there
     EXPECT_EQ(runAsHalf({"check", "--site", "1"}).status, 0);
-    EXPECT_EQ(runAsHalf({"upgrade-site", "1"}).status, 0);
+    EXPECT_EQ(runAsHalf({"--no-services", "upgrade-site", "1"}).status, 0);
 }
 
 // Its next text is one character shorter.

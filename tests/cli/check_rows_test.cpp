@@ -563,7 +563,7 @@ TEST_P(CheckRows, EverySituationIsFoundComesTrueAndIsMended) {
     }
     const Outcome clean = Run({"check"});
     EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
-    const Outcome done = Run({"upgrade"});
+    const Outcome done = Run({"upgrade", "--repair"});
     EXPECT_EQ(done.status, 0) << done.err;
 }
 

@@ -104,8 +104,8 @@ TEST_F(Failures, RowsWithAnIdBelowOneAreLeftOutWithAWarning) {
     MakeUpgradedSite(3, "1.0262");
     Execute("ALTER TABLE tw_tarnwick.site MODIFY COLUMN version DOUBLE;");
     Execute(
-        "INSERT INTO tw_tarnwick.site(siteid, version) VALUES(-3, 1.0262), (-1, NULL);"
-        "INSERT INTO tw_tarnwick.site(siteid, version, harddeleted) VALUES(-2, 1.0262, -1);");
+        "INSERT INTO tw_tarnwick.site(siteid, version, harddeleted) VALUES(-3, 1.0262, 0), "
+        "(-2, 1.0262, -1), (-1, NULL, 0);");
     EXPECT_EQ(Run({"check"}).status, 0);
     const Outcome outcome = Run({"--json", "upgrade"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -115,6 +115,9 @@ TEST_F(Failures, RowsWithAnIdBelowOneAreLeftOutWithAWarning) {
     EXPECT_EQ(InstallationVersion(), "1.0265");
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 3;"), "1.0265");
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = -3;"), "1.0262");
+    // verify would tell of the column.
+    Execute("DELETE FROM tw_tarnwick.site WHERE siteid = -1;");
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY COLUMN version DOUBLE DEFAULT 0 NOT NULL;");
     for (const char* command : {"status", "plan", "verify", "repair"}) {
         const Outcome after = Run({command});
         EXPECT_EQ(after.status, 0) << command << after.out << after.err;
@@ -468,7 +471,7 @@ TEST_F(Failures, AnUpgradeWithoutTheFilesOfTheSitesIsAskedFor) {
     fs::remove(root / "wwwroot");
     EXPECT_EQ(run(install.string(), {"--no-site-files", "upgrade-site", "7"}).status, 0);
     // The central database has no files.
-    EXPECT_EQ(run(install.string(), {"upgrade"}).status, 0);
+    EXPECT_EQ(run(install.string(), {"--no-services", "upgrade"}).status, 0);
 }
 
 TEST_F(Failures, WhatStandsInThePlaceOfADataFileIsToldBeforeAnythingIsDone) {

@@ -84,7 +84,7 @@ TEST_F(Plan, OfACurrentInstallationIsEmpty) {
 
 TEST_F(Plan, PrintsTheStatements) {
     MakeNearlyCurrentInstallation();
-    MakeUpgradedSite(7, "1.0262", {sample::Group::kForms});
+    MakeUpgradedSite(7, "1.0262", {sample::Group::kForms, sample::Group::kTemplates});
     Execute("ALTER TABLE tw_7.formtemplateinstance DROP COLUMN cachettl;");
     const std::string before = StateOf("tw_7") + StateOf("tw_tarnwick");
     const Outcome outcome = Run({"plan", "--sql"});

@@ -314,8 +314,8 @@ TEST_F(Resume, AUserWhoMayNotCreateTheTableIsToldBeforeTheRun) {
     const std::string before = StateOf("tw_7") + StateOf("tw_tarnwick");
     for (const auto& words :
          {std::vector<std::string>{"upgrade"}, std::vector<std::string>{"upgrade-site", "7"}}) {
-        std::vector<std::string> arguments{"--socket", socket, "--user", "limited",
-                                           "--no-site-files"};
+        std::vector<std::string> arguments{"--socket",        socket,         "--user", "limited",
+                                           "--no-site-files", "--no-services"};
         arguments.insert(arguments.end(), words.begin(), words.end());
         const Outcome outcome = RunProgram(arguments);
         EXPECT_EQ(outcome.status, 1);
