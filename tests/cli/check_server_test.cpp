@@ -286,6 +286,8 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
             Execute("GRANT " + right + " ON `" + database + "`.* TO 'half'@'localhost';");
         }
     }
+    // A step may need it, whatever the rows are; with these rows none does.
+    Execute("GRANT DELETE ON `tw_1`.* TO 'half'@'localhost';");
     for (const char* database : {"tw_tarnwick", "tw_1", "tw_8"}) {  // for the marks of a run
         Execute(std::string("GRANT CREATE, DROP, SELECT, INSERT, UPDATE, DELETE ON ") + database +
                 ".twupdate_progress TO 'half'@'localhost';");
