@@ -3,6 +3,7 @@
 
 #include "sample/layouts.h"
 #include "support/recording_host.h"
+#include "support/temporary_folder.h"
 #include "support/update_test_peer.h"
 
 namespace twupdate::test {
@@ -14,6 +15,7 @@ using sample::Layouts;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 using Lines = std::vector<std::string>;
 
@@ -233,6 +235,7 @@ TEST(SiteContentStatements, ASiteWithoutOptionalTablesSkipsWhatNeedsThem) {
         RunStep(SiteSeven({}), "SiteContentStep_1_0007"),
         ElementsAre("service RefreshSiteComponent 7 2400", "service UpgradeSiteComponent 7 1000",
                     "service RefreshSiteComponent 7 1000"));
+    EXPECT_THAT(RunStep(SiteSeven({}), "SiteContentStep_1_0054"), IsEmpty());
 }
 
 TEST(SiteContentStatements, AFailingServiceEndsTheStep) {
@@ -537,6 +540,148 @@ TEST(SiteContentCommissions, AnOldCentralDatabaseIsNamedInTheError) {
             error.what());
     }
     EXPECT_THAT(Effects(*host), IsEmpty());
+}
+
+// --- Pages and their texts ----------------------------------------------------------------------
+
+TEST(SiteContentTexts, EveryPageWithAMainTextLosesItsBlankFlag) {
+    const auto host = SiteSeven({});
+    host->Answer(
+        "SELECT DISTINCT f.featureid FROM tw_7.feature f INNER JOIN tw_7.text t ON t.featureid = "
+        "f.featureid WHERE f.componentid IN(400, 500) AND t.subfeatureid = 0 AND t.text <> "
+        "'&nbsp;' AND f.featureid > 0 ORDER BY f.featureid LIMIT 50;",
+        {{"featureid"}, {{12}, {15}}});
+    EXPECT_THAT(
+        RunStep(host, "SiteContentStep_1_0031"),
+        ElementsAre("execute UPDATE tw_7.feature SET blankcontent = 0 WHERE featureid = 12;",
+                    "execute UPDATE tw_7.feature SET blankcontent = 0 WHERE featureid = 15;"));
+}
+
+TEST(SiteContentTexts, EveryThirdTextGetsItsType) {
+    const auto host = SiteSeven({});
+    host->Answer(
+        "SELECT t.textid FROM tw_7.text t INNER JOIN tw_7.feature f ON f.featureid = t.featureid "
+        "WHERE f.componentid IN(900, 3700) AND t.subfeatureid = 2 AND t.texttype = 0 AND t.textid "
+        "> 0 ORDER BY t.textid LIMIT 50;",
+        {{"textid"}, {{31}, {34}}});
+    EXPECT_THAT(RunStep(host, "SiteContentStep_1_0044"),
+                ElementsAre("execute UPDATE tw_7.text SET texttype = 20 WHERE textid = 31;",
+                            "execute UPDATE tw_7.text SET texttype = 20 WHERE textid = 34;"));
+}
+
+// --- The order of effects -----------------------------------------------------------------------
+
+TEST(SiteContentOrder, AnEventIsAddedAfterTheServicesAndNamedWhenItIsWhole) {
+    const auto host = SiteSeven({});
+    host->Answer(
+        "SELECT f.featureid FROM tw_7.feature f LEFT JOIN tw_7.event e ON e.featureid = "
+        "f.featureid AND e.name = 'Reset Password' WHERE f.componentid = 100 AND e.eventid IS NULL "
+        "AND f.featureid > 0 ORDER BY f.featureid LIMIT 50;",
+        {{"featureid"}, {{5}}});
+    host->insertIds = {61, 71, 81};
+    EXPECT_THAT(
+        RunStep(host, "SiteContentStep_1_0008"),
+        ElementsAre("service UpgradeSiteComponent 7 100", "service InitialiseSiteComponent 7 100",
+                    "service ResetSiteComponent 7 100",
+                    "execute INSERT INTO tw_7.event(featureid, name) VALUES(5, 'Reset Password "
+                    "(being added)');",
+                    StartsWith("execute INSERT INTO tw_7.email(featureid, type, subject, message) "
+                               "VALUES(5, 'resetpassword', "),
+                    "execute INSERT INTO tw_7.eventpart(eventid, name, sequence) VALUES(61, 'Reset "
+                    "password email', 1);",
+                    "execute INSERT INTO tw_7.emailevent(eventpartid, emailid) VALUES(81, 71);",
+                    "execute UPDATE tw_7.event SET name = 'Reset Password' WHERE eventid = 61;"));
+}
+
+TEST(SiteContentOrder, SettingsThenIndexesThenTheNumbersOfTheNavigation) {
+    EXPECT_THAT(RunStep(SiteSeven({}), "SiteContentStep_1_0020"),
+                ElementsAre(StartsWith("execute INSERT INTO tw_7.setting(overrideid, name, type, "
+                                       "text) SELECT s.overrideid, 'TargetInstanceIds', 'text', "),
+                            "execute ALTER TABLE tw_7.navigation ADD INDEX parentid_idx(parentid);",
+                            "execute ALTER TABLE tw_7.navigation ADD INDEX level_idx(level);",
+                            "execute ALTER TABLE tw_7.navigation ADD INDEX sequence_idx(sequence);",
+                            StartsWith("execute UPDATE tw_7.navigation ")));
+}
+
+TEST(SiteContentOrder, LayoutElementsAreNamedBeforeTheirOverridesAreConverted) {
+    const auto host = SiteSeven({});
+    host->Answer("SELECT siteid FROM tw_tarnwick.site WHERE siteid = 7 AND template <> 0;",
+                 {{"siteid"}, {{7}}});
+    host->Answer(
+        "SELECT s.settingid, s.overrideid, o.featureid FROM tw_7.setting s INNER JOIN "
+        "tw_7.override o ON o.overrideid = s.overrideid WHERE s.name = 'ExplicitLayoutElements' "
+        "AND s.type = 'text' AND s.settingid > 0 ORDER BY s.settingid LIMIT 50;",
+        {{"settingid", "overrideid", "featureid"}, {{9, 4, 6}}});
+    host->Answer(
+        "SELECT elementid, sequence FROM tw_7.layoutelement WHERE featureid = 6 ORDER BY "
+        "elementid;",
+        {{"elementid", "sequence"}, {{21, 1}, {22, 2}}});
+    host->Answer("SELECT text FROM tw_7.setting WHERE settingid = 9;", {{"text"}, {{"2,1"}}});
+    EXPECT_THAT(
+        RunStep(host, "SiteContentStep_1_0026"),
+        ElementsAre("execute UPDATE tw_7.layoutelement SET name = CONCAT('Layout Element ', "
+                    "sequence) WHERE name = '';",
+                    "execute UPDATE tw_7.layoutzone SET flyoutjs = '';",
+                    "execute DELETE FROM tw_7.setting WHERE name = 'HideNavIfOverrides';",
+                    "execute INSERT INTO tw_7.setting(overrideid, name, type, integer_value) "
+                    "VALUES(4, 'LayoutElementType', 'integer', 1);",
+                    "execute INSERT INTO tw_7.setting(overrideid, name, type, text) VALUES(4, "
+                    "'LayoutElementIds', 'text', '22,21');",
+                    "execute DELETE FROM tw_7.setting WHERE settingid = 9;"));
+}
+
+TEST(SiteContentOrder, ViewFieldsBeforeTheWordsOfSearchesAndNeitherWithoutViews) {
+    EXPECT_THAT(
+        RunStep(SiteSeven(AllGroups()), "SiteContentStep_1_0257"),
+        ElementsAre("execute UPDATE tw_7.formtemplateviewfield SET float_value = 1 WHERE "
+                    "formtemplateviewfieldtype = 22;",
+                    "execute INSERT INTO tw_7.setting(overrideid, name, type, integer_value) "
+                    "SELECT s.overrideid, 'WordMatchType', 'integer', IF(s.integer_value = -1, 1, "
+                    "0) FROM tw_7.setting s LEFT JOIN tw_7.setting w ON w.overrideid = "
+                    "s.overrideid AND w.name = 'WordMatchType' WHERE s.name = "
+                    "'IgnoreWordFragments' AND w.settingid IS NULL ORDER BY s.settingid;",
+                    "execute DELETE FROM tw_7.setting WHERE name = 'IgnoreWordFragments';"));
+    EXPECT_THAT(RunStep(SiteSeven({}), "SiteContentStep_1_0257"), IsEmpty());
+}
+
+/// Runs the step on a site with files to copy. @returns whether the step came to its end
+/// @param files  how many files it has copied
+bool RunsToItsEnd(const std::string& step, std::size_t failingCall, std::ptrdiff_t& files) {
+    const TemporaryFolder folder;
+    folder.Write("templates/site/a.txt", "x");
+    folder.Write("templates/site/ServerManager/a.txt", "x");
+    folder.Write("components/component900/template/a.txt", "x");
+    folder.MakeFolder("wwwroot/sites/7/12");
+    const auto host = SiteSeven({});
+    host->installFolder = folder / "bin";
+    host->Answer("SELECT featureid FROM tw_7.feature WHERE componentid = 900;",
+                 {{"featureid"}, {{12}}});
+    host->FailAt(failingCall);
+    Update update;
+    update.Configure(host);
+    bool ended = true;
+    try {
+        UpdateTestPeer(update).RunSiteStep(step, 7);
+    } catch (const HostError&) {
+        ended = false;
+    }
+    const std::filesystem::recursive_directory_iterator entries(folder / "wwwroot");
+    files = std::count_if(begin(entries), end(entries),
+                          [](const auto& entry) { return entry.is_regular_file(); });
+    return ended;
+}
+
+TEST(SiteContentOrder, FilesAreCopiedAfterAllElse) {
+    for (const std::string step :
+         {"SiteContentStep_1_0022", "SiteContentStep_1_0026", "SiteContentStep_1_0074"}) {
+        std::size_t call = 1;
+        std::ptrdiff_t files = 0;
+        for (; !RunsToItsEnd(step, call, files); ++call) {
+            EXPECT_EQ(files, 0) << step << ", call " << call;
+        }
+        EXPECT_GT(call, 1U) << step;
+        EXPECT_EQ(files, 1) << step;
+    }
 }
 
 // --- The ladder ---------------------------------------------------------------------------------
