@@ -33,7 +33,7 @@ bool Contains(const std::vector<std::string>& words, const std::string& word) {
 /// none around the tree of the sources.
 bool HasSiteFiles(const std::vector<std::string>& arguments) {
     const auto option = std::find(arguments.begin(), arguments.end(), "--install-folder");
-    if (option == arguments.end()) {
+    if (option == arguments.end() || option + 1 == arguments.end()) {
         return false;
     }
     const std::filesystem::path root = std::filesystem::path(*(option + 1)) / "..";
