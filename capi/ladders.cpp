@@ -60,6 +60,10 @@ const twu_step* FindStep(twu_ladder ladder, std::size_t index) {
 
 using twupdate::capi::FindLadder;
 
+double twu_current_version(void) {
+    return twupdate::kCurrentVersion;
+}
+
 const char* twu_ladder_name(twu_ladder ladder) {
     try {
         const auto* found = FindLadder(ladder);

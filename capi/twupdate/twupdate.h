@@ -188,6 +188,9 @@ typedef struct twu_step {
     const char* description; /**< what it does, in one line */
 } twu_step;
 
+/** TWU_CURRENT_VERSION of the library that is loaded, for languages that read no headers. */
+TWU_API double twu_current_version(void);
+
 /** "site schema", "site content", "server" or "server data"; "" for a number that is no ladder. */
 TWU_API const char* twu_ladder_name(twu_ladder ladder);
 
@@ -392,8 +395,8 @@ TWU_API void twu_host_free(twu_host* host);
  * A failure ends an operation at once; nothing is rolled back and no version is recorded for a
  * database whose ladders did not end, so that the same call, made again, resumes the work.
  *
- * Versions are doubles with four decimals, 1.0000 to 1.0265. A version that is not a number runs
- * every step.
+ * Versions are doubles with four decimals, 1.0000 to TWU_CURRENT_VERSION. A version that is not a
+ * number runs every step.
  */
 typedef struct twu_update twu_update;
 

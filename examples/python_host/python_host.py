@@ -21,7 +21,6 @@ from ctypes import (CFUNCTYPE, POINTER, Structure, Union, byref, c_char_p, c_dou
 
 TWU_OK, TWU_HOST_ERROR, TWU_STOPPED = 0, 1, 8
 TWU_NULL, TWU_INTEGER, TWU_REAL, TWU_TEXT = range(4)
-CURRENT_VERSION = 1.0265
 
 
 class Error(c_void_p):
@@ -113,7 +112,8 @@ for name, result, arguments in [
         ("twu_error_code", c_uint32, (ERROR,)),
         ("twu_error_sqlstate", c_char_p, (ERROR,)),
         ("twu_error_statement", c_char_p, (ERROR, c_void_p)),
-        ("twu_status_name", c_char_p, (STATUS,))]:
+        ("twu_status_name", c_char_p, (STATUS,)),
+        ("twu_current_version", c_double, ())]:
     getattr(twu, name).restype = result
     getattr(twu, name).argtypes = arguments
 
@@ -376,7 +376,7 @@ def upgrade(connection, update, site):
     status = twu.twu_update_site(update, site, version, None)
     if status == TWU_OK:
         connection.query(b"UPDATE tw_tarnwick.site SET version = %.4f WHERE siteid = %d"
-                         % (CURRENT_VERSION, site))
+                         % (twu.twu_current_version(), site))
     return status
 
 

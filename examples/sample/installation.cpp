@@ -55,7 +55,7 @@ SitePlan KindOfSite(std::int32_t kind) {
             break;
         case 8:  // current
             plan.groups = {Group::kForum};
-            at(1.0265);
+            at(kCurrentVersion);
             break;
         default:  // in the bin
             plan.groups = {Group::kForum, Group::kOAuth};

@@ -10,6 +10,7 @@
 #include "sample/installation.h"
 #include "support/lines.h"
 #include "support/server_test.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -122,12 +123,12 @@ TEST_P(ExampleHosts, UpgradeOneSite) {
 
     EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
     EXPECT_EQ(Everything(), expected);
-    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 7"), "1.0265");
+    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 7"), kCurrentStored);
 
-    // 92 steps of the site schema ladder, 84 of the site content ladder.
     EXPECT_THAT(LinesOf(outcome.output, "site "),
                 ElementsAre("site 7 is at 1.0000", "site 7 is done"));
-    EXPECT_EQ(LinesOf(outcome.output, "  Site").size(), 176U);
+    EXPECT_EQ(LinesOf(outcome.output, "  Site").size(),
+              PendingCount({Ladder::kSiteSchema, Ladder::kSiteContent}, 1.0));
     EXPECT_THAT(outcome.output,
                 StartsWith("site 7 is at 1.0000\n  SiteSchemaStep_1_0001 on tw_7: value type and "
                            "required flag of form template criteria\n"));
@@ -144,8 +145,9 @@ TEST_P(ExampleHosts, UpgradeTheSampleInstallation) {
 
     EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
     EXPECT_EQ(Everything(), expected);
-    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
-    EXPECT_EQ(LinesOf(outcome.output, "  ServerStep_").size(), 18U);
+    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), kCurrentStored);
+    EXPECT_EQ(LinesOf(outcome.output, "  ServerStep_").size(),
+              PendingCount({Ladder::kServer}, 1.0));
     EXPECT_THAT(outcome.output, HasSubstr("    service: refresh the application\n"));
     EXPECT_TRUE(outcome.output.ends_with("\ndone\n"));
 }
@@ -165,7 +167,7 @@ TEST_P(ExampleHosts, TellWhatTheServerRefusedAndGoOnLater) {
 
     Sql("RENAME TABLE tw_7.elsewhere TO tw_7.pagehit;");
     EXPECT_EQ(RunExample(Arguments() + " 7").exitCode, 0);
-    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 7"), "1.0265");
+    EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 7"), kCurrentStored);
 }
 
 TEST_P(ExampleHosts, TellWhatThePlatformLacks) {

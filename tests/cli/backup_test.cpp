@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "cli/installation_fixture.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -94,8 +95,8 @@ TEST_F(Backup, OneSiteComesBackAloneWithItsVersion) {
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(StateOf("tw_2"), two);
     EXPECT_EQ(SiteVersion(1), "1");
-    EXPECT_EQ(SiteVersion(2), "1.0265");
-    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(SiteVersion(2), kCurrentStored);
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
     EXPECT_EQ(Run({"restore", LastRun(backup_).string(), "--site", "3"}).status, 1);
 }
 
@@ -171,7 +172,7 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
         EXPECT_EQ(outcome.err,
                   "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
         EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.extra;"), "1");
-        EXPECT_EQ(SiteVersion(1), "1.0265");
+        EXPECT_EQ(SiteVersion(1), kCurrentStored);
         Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
     const Outcome restored = AsHalf(RestoreSite1(backup_));
@@ -202,7 +203,7 @@ TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
         EXPECT_EQ(outcome.err,
                   "twupdate: tw_1: the user lacks the right SET USER for what belongs to "
                   "`so and ``so`@`%`; nothing was put back\n");
-        EXPECT_EQ(SiteVersion(1), "1.0265");
+        EXPECT_EQ(SiteVersion(1), kCurrentStored);
         Execute("DROP " + object.substr(0, object.find(' ')) + " tw_1.o;");
         Execute("GRANT SET USER ON *.* TO 'half'@'localhost';");
         const Outcome restored = AsHalf(RestoreSite1(backup));
@@ -248,7 +249,7 @@ TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
               "twupdate: tw_1: the user lacks the right SUPER, which triggers and functions need "
               "where the server has a binary log and log_bin_trust_function_creators is off; "
               "nothing was put back\n");
-    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(SiteVersion(1), kCurrentStored);
     const GlobalSetting trust("log_bin_trust_function_creators", "ON");
     const Outcome restored = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
@@ -298,7 +299,7 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
             } else {
                 EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);
             }
-            EXPECT_EQ(SiteVersion(1), "1.0265");
+            EXPECT_EQ(SiteVersion(1), kCurrentStored);
         }
     }
 }
@@ -321,7 +322,7 @@ TEST_F(Backup, OfSitesWithoutTheCentralDatabaseBringsTheirVersionsBackToo) {
     fs::remove(LastRun(backup_) / "tw_tarnwick.sql.gz");
     EXPECT_EQ(Run(RestoreAll(backup_)).status, 0);
     EXPECT_EQ(SiteVersion(1), "1");
-    Execute("UPDATE tw_tarnwick.site SET version = 1.0265;");
+    Execute("UPDATE tw_tarnwick.site SET version = " + kCurrentStored + ";");
     fs::remove(LastRun(backup_) / "tw_1.json");
     const std::string one = StateOf("tw_1");
     const Outcome outcome = Run(RestoreAll(backup_));
@@ -329,7 +330,7 @@ TEST_F(Backup, OfSitesWithoutTheCentralDatabaseBringsTheirVersionsBackToo) {
     EXPECT_EQ(outcome.err, "twupdate: the note on the version of site 1 is missing, " +
                                (LastRun(backup_) / "tw_1.json").string() +
                                "; nothing was put back\n");
-    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(SiteVersion(1), kCurrentStored);
     EXPECT_EQ(StateOf("tw_1"), one);
 }
 
@@ -340,12 +341,13 @@ TEST_F(Backup, OfTheCentralDatabaseLeavesTheVersionsOfOtherSitesAlone) {
     ASSERT_EQ(Run({"upgrade-site", "2"}).status, 0);
     Execute("UPDATE tw_tarnwick.site SET version = 1.0000;");
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);  // has the old version of site 2, too
-    Execute("UPDATE tw_tarnwick.site SET version = 1.0265 WHERE siteid = 2;");
+    Execute("UPDATE tw_tarnwick.site SET version = " + kCurrentStored + " WHERE siteid = 2;");
     const Outcome restored = Run(RestoreAll(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
-    EXPECT_THAT(restored.out, HasSubstr("tw_2: not in the backup, so its version stays 1.0265\n"));
+    EXPECT_THAT(restored.out,
+                HasSubstr("tw_2: not in the backup, so its version stays " + kCurrentShown + "\n"));
     EXPECT_EQ(SiteVersion(1), "1");
-    EXPECT_EQ(SiteVersion(2), "1.0265");
+    EXPECT_EQ(SiteVersion(2), kCurrentStored);
 }
 
 TEST_F(Backup, OfTheCentralDatabaseKeepsTheVersionsOfOtherSitesWhereverItIsCut) {
@@ -414,7 +416,7 @@ TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsD
     EXPECT_EQ(unreadable.err, "twupdate: " + file +
                                   ", which keeps the versions of the sites that are not in the "
                                   "backup, cannot be read; nothing was put back\n");
-    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
 TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
@@ -458,7 +460,7 @@ TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "twupdate: " + (LastRun(backup_) / "tw_2.sql.gz").string() +
                                " is no dump of tw_2; nothing was put back\n");
-    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
 TEST_F(Backup, ADatabaseThatIsNotPutBackToItsEndIsNamed) {
@@ -591,7 +593,9 @@ TEST_F(Backup, ARestoreShowsWhatItWouldReplaceAndDoesNothingUntilToldSo) {
         shown.out,
         testing::ContainsRegex(
             "Database +Now +In the dump +Dumped +Written to since the run ended\n"
-            "tw_1 +1.0265 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago  1 table \\(setting\\), the "
+            "tw_1 +" +
+            kCurrentShown +
+            " +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago  1 table \\(setting\\), the "
             "last 20[-0-9]+T[:0-9]+Z\n"
             "tw_tarnwick +1.0000 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago *\n"
             "A restore loses what was written since the dump. The server knows of writing since "
@@ -604,7 +608,7 @@ TEST_F(Backup, ARestoreShowsWhatItWouldReplaceAndDoesNothingUntilToldSo) {
     EXPECT_EQ(json["result"], "shown");
     ASSERT_EQ(json["details"].size(), 1U);
     EXPECT_EQ(json["details"][0]["database"], "tw_1");
-    EXPECT_EQ(json["details"][0]["version_now"], "1.0265");
+    EXPECT_EQ(json["details"][0]["version_now"], kCurrentShown);
     EXPECT_EQ(json["details"][0]["version_in_dump"], "1.0000");
     EXPECT_EQ(json["details"][0]["written_to"], nlohmann::json::array({"setting"}));
 }
@@ -680,11 +684,12 @@ TEST_F(Backup, AVersionThatNoBackupHasIsNotPutBack) {
         EXPECT_EQ(outcome.status, 1) << version;
         EXPECT_THAT(outcome.err, AllOf(HasSubstr("twupdate: " + note.string() + ": "),
                                        HasSubstr(" is no version of a backup, which lies between "
-                                                 "1.0000 and 1.0265; nothing was put back\n")));
+                                                 "1.0000 and " +
+                                                 kCurrentShown + "; nothing was put back\n")));
         EXPECT_EQ(StateOf("tw_1"), one);
-        EXPECT_EQ(SiteVersion(1), "1.0265");
+        EXPECT_EQ(SiteVersion(1), kCurrentStored);
     }
-    for (const double version : {0.0, 1.0, 1.0265}) {  // 0: nobody knew it
+    for (const double version : {0.0, 1.0, kCurrentVersion}) {  // 0: nobody knew it
         content["version"] = version;
         WriteFile(note, content.dump());
         EXPECT_EQ(Run(RestoreSite1(backup_)).status, 0) << version;
@@ -700,7 +705,7 @@ TEST_F(Backup, ThatTakesLongerThanAnIdleConnectionIsKeptDoesNotEndTheRun) {
         RunProgram(With({"--backup", backup_.string(), "upgrade-site", "1"}),
                    {{"PATH", PathWith("gzip", "sleep 2; exec /usr/bin/gzip \"$@\"")}});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(SiteVersion(1), "1.0265");
+    EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
 TEST_F(Backup, AFolderThatItMakesIsItsOwnersAloneAndOneThatIsThereStaysAsItIs) {
@@ -774,7 +779,7 @@ TEST_F(Backup, ADamagedBackupIsNotPutBack) {
     EXPECT_THAT(outcome.err, HasSubstr("twupdate: " + (LastRun(backup_) / "tw_1.sql.gz").string() +
                                        " is not a whole dump; nothing was put back\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
-    EXPECT_EQ(InstallationVersion(), "1.0265");  // nor was the sound one beside it
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);  // nor was the sound one beside it
 }
 
 TEST_F(Backup, NeitherShowsNorLeavesThePassword) {

@@ -5,6 +5,7 @@
 #include "cli/installation_fixture.h"
 #include "cli/sample_fixture.h"
 #include "support/lines.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -1079,7 +1080,7 @@ class CheckChanges : public InstallationTest {
     /// upgrade fail for it and go on when it is cured.
     void ExpectInTurn(const std::vector<ChangedSite>& sites) {
         MakeCentralDatabase();
-        MakeUpgradedSite(7, "1.0265", sample::AllGroups());
+        MakeUpgradedSite(7, kCurrentStored, sample::AllGroups());
         std::int32_t siteId = 100;
         std::size_t count = 0;
         for (const ChangedSite& site : sites) {

@@ -5,6 +5,7 @@
 #include "cli/installation_fixture.h"
 #include "cli/named_place.h"
 #include "cli/server/server_version.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -133,9 +134,9 @@ TEST_F(CheckServer, AnUpgradeDoesNotDependOnWhatTheServerGivesNewSessions) {
     const GlobalSetting joins("max_join_size", "1000");
     const GlobalSetting rows("sql_select_limit", "1");
     Goes();
-    EXPECT_EQ(InstallationVersion(), "1.0265");
-    EXPECT_EQ(SiteVersion(8), "1.0265");
-    EXPECT_EQ(SiteVersion(9), "1.0265");
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
+    EXPECT_EQ(SiteVersion(8), kCurrentStored);
+    EXPECT_EQ(SiteVersion(9), kCurrentStored);
 }
 
 // --- settings of the server --------------------------------------------------------------------

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "cli/installation_fixture.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -345,24 +346,25 @@ TEST_F(Check, FindsAnotherRunInProgress) {
 
 TEST_F(Check, FindsVersionsAboveTheCurrentOne) {
     MakeCentralDatabase();
-    Execute("UPDATE tw_tarnwick.installation SET version = 1.0300;");
-    Expect({}, "tw_tarnwick: it is at 1.0300, newer than the 1.0265 that this program knows");
-    UpgradeFails({}, "newer than the 1.0265");
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.9000;");
+    Expect({}, "tw_tarnwick: it is at 1.9000, newer than the " + kCurrentShown +
+                   " that this program knows");
+    UpgradeFails({}, "newer than the " + kCurrentShown);
 }
 
 TEST_F(Check, FindsASiteAboveTheCurrentVersionWhichTheRunLeavesOut) {
     MakeCentralDatabase();
     MakeSite(3);
-    MakeSiteRow(4, "1.0300");
-    const std::string finding =
-        "tw_4: it is at 1.0300, newer than the 1.0265 that this program knows; use the program";
+    MakeSiteRow(4, "1.9000");
+    const std::string finding = "tw_4: it is at 1.9000, newer than the " + kCurrentShown +
+                                " that this program knows; use the program";
     Expect({}, finding);
     const Outcome alone = Run({"check", "--site", "4"});
     EXPECT_EQ(alone.status, 3);
     EXPECT_THAT(alone.out, HasSubstr(finding));
     const Outcome site = Run({"upgrade-site", "4"});
     EXPECT_EQ(site.status, 1);
-    EXPECT_THAT(site.err, HasSubstr("site 4 is at 1.0300, newer than the 1.0265"));
+    EXPECT_THAT(site.err, HasSubstr("site 4 is at 1.9000, newer than the " + kCurrentShown));
     const Outcome all = Run({"upgrade"});
     EXPECT_EQ(all.status, 0) << all.err;
     EXPECT_THAT(all.err, HasSubstr("left out, newer: 1 site (4)"));

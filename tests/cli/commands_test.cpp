@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -6,6 +7,7 @@
 #include <fstream>
 
 #include "cli/installation_fixture.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -23,8 +25,9 @@ using Commands = InstallationTest;
 TEST_F(Commands, CreateCoreMakesTheCentralDatabase) {
     const Outcome outcome = Run({"create-core"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("Central database tw_tarnwick created at version 1.0265."));
-    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_THAT(outcome.out, HasSubstr("Central database tw_tarnwick created at version " +
+                                       kCurrentShown + "."));
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.tables "
                    "WHERE table_schema = 'tw_tarnwick';"),
               "23");
@@ -85,7 +88,7 @@ TEST_F(Commands, AnUnfinishedCentralDatabaseIsToldByStatusAndUpgrade) {
     }
     EXPECT_EQ(Run({"--json", "status"}).Json()["unfinished"], unfinished + dropIt);
     // What has sites is no leftover, and is not to be dropped.
-    MakeSiteRow(5, "1.0265");
+    MakeSiteRow(5, kCurrentStored);
     EXPECT_EQ(Run({"status"}).err, "twupdate: warning: " + unfinished +
                                        "it has sites, so bring it back from a backup\n");
 }
@@ -139,11 +142,11 @@ TEST_F(Commands, UpgradeBringsAnOldInstallationToTheCurrentVersion) {
     MakeSite(4, "1.0000");
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(InstallationVersion(), "1.0265");
-    EXPECT_EQ(SiteVersion(1), "1.0265");
-    EXPECT_EQ(SiteVersion(4), "1.0265");
-    EXPECT_THAT(outcome.out,
-                HasSubstr("Upgrading the installation from 1.0000 to 1.0265; 2 sites to upgrade."));
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
+    EXPECT_EQ(SiteVersion(1), kCurrentStored);
+    EXPECT_EQ(SiteVersion(4), kCurrentStored);
+    EXPECT_THAT(outcome.out, HasSubstr("Upgrading the installation from 1.0000 to " +
+                                       kCurrentShown + "; 2 sites to upgrade."));
     // 18 + 23 rungs of the central ladders, 92 + 84 of a site's.
     EXPECT_THAT(outcome.out, ContainsRegex("tw_tarnwick: ladders from 1.0000 done: 41 steps, "
                                            "[0-9,]+ statements, [0-9.]+ s\n"));
@@ -158,7 +161,8 @@ TEST_F(Commands, UpgradeHasNothingToDoTheSecondTime) {
     EXPECT_EQ(Run({"upgrade"}).status, 0);
     const Outcome second = Run({"upgrade"});
     EXPECT_EQ(second.status, 0);
-    EXPECT_THAT(second.out, HasSubstr("The installation is at 1.0265 already; nothing was done."));
+    EXPECT_THAT(second.out, HasSubstr("The installation is at " + kCurrentShown +
+                                      " already; nothing was done."));
     EXPECT_EQ(second.err, "");
 }
 
@@ -178,9 +182,9 @@ TEST_F(Commands, UpgradeSaysWhichSitesItLeavesOut) {
     for (const std::int32_t site : {2, 5, 11}) {
         MakeSiteRow(site, "1.0100");
     }
-    MakeSiteRow(7, "1.0266");
-    MakeSiteRow(10, "1.0300");
-    MakeSiteRow(12, "1.0265");  // has nothing to go, and is not left out
+    MakeSiteRow(7, "1.9001");
+    MakeSiteRow(10, "1.9000");
+    MakeSiteRow(12, kCurrentStored);  // has nothing to go, and is not left out
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid IN(2, 11);");
     Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 5;");
     fs::create_directories(folder_ / "wwwroot");
@@ -198,9 +202,9 @@ TEST_F(Commands, UpgradeSaysWhichSitesItLeavesOut) {
     for (const std::int32_t site : {2, 5, 11}) {
         EXPECT_EQ(SiteVersion(site), "1.01");
     }
-    EXPECT_EQ(SiteVersion(7), "1.0266");
-    EXPECT_EQ(SiteVersion(10), "1.03");
-    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(SiteVersion(7), "1.9001");
+    EXPECT_EQ(SiteVersion(10), "1.9");
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
     const Outcome again = Run(upgrade);
     EXPECT_THAT(again.out,
                 HasSubstr("already; nothing was done.\nLeft out, hard-deleted: 2 sites "));
@@ -215,11 +219,12 @@ TEST_F(Commands, UpgradeSaysWhichSitesItLeavesOut) {
 
 TEST_F(Commands, UpgradeRefusesAnInstallationNewerThanItself) {
     ASSERT_EQ(Run({"create-core"}).status, 0);
-    Execute("UPDATE tw_tarnwick.installation SET version = 1.0270;");
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.9000;");
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("the installation is at 1.0270, newer than the 1.0265"));
-    EXPECT_EQ(InstallationVersion(), "1.027");
+    EXPECT_THAT(outcome.err,
+                HasSubstr("the installation is at 1.9000, newer than the " + kCurrentShown));
+    EXPECT_EQ(InstallationVersion(), "1.9");
 }
 
 TEST_F(Commands, QuietPrintsNothingWhenAllIsWell) {
@@ -241,12 +246,14 @@ TEST_F(Commands, UpgradePrintsItsResultAsJson) {
     EXPECT_EQ(result["from"], 1.0262);
     EXPECT_EQ(result["databases"], 2);
     EXPECT_EQ(result["sites"], 1);
-    EXPECT_EQ(result["steps"], 3);  // ServerStep_1_0264, the import below 1.0263, one of the site
+    const auto ofTheSite = PendingCount({Ladder::kSiteSchema, Ladder::kSiteContent}, 1.0262);
+    EXPECT_EQ(result["steps"],
+              PendingCount({Ladder::kServer, Ladder::kServerData}, 1.0262) + ofTheSite);
     ASSERT_EQ(result["upgraded"].size(), 2U);
     EXPECT_EQ(result["upgraded"][0]["database"], "tw_tarnwick");
     EXPECT_EQ(result["upgraded"][1]["database"], "tw_7");
     EXPECT_EQ(result["upgraded"][1]["from"], 1.0262);
-    EXPECT_EQ(result["upgraded"][1]["steps"], 1);
+    EXPECT_EQ(result["upgraded"][1]["steps"], ofTheSite);
 }
 
 TEST_F(Commands, UpgradeDrawsAProgressLineOnATerminal) {
@@ -285,7 +292,7 @@ TEST_F(Commands, UpgradeSiteRecordsTheNewVersion) {
     MakeSite(7, "1.0000");
     const Outcome outcome = Run({"upgrade-site", "7"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(SiteVersion(7), "1.0265");
+    EXPECT_EQ(SiteVersion(7), kCurrentStored);
     EXPECT_EQ(InstallationVersion(), "1");
 }
 
@@ -302,8 +309,9 @@ TEST_F(Commands, UpgradeSiteStartsFromTheVersionThatItIsTold) {
     MakeUpgradedSite(7, "1.0000");
     const Outcome outcome = Run({"--json", "upgrade-site", "7", "--from", "1.0262"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.Json()["steps"], 1);  // SiteSchemaStep_1_0264
-    EXPECT_EQ(SiteVersion(7), "1.0265");
+    EXPECT_EQ(outcome.Json()["steps"],
+              PendingCount({Ladder::kSiteSchema, Ladder::kSiteContent}, 1.0262));
+    EXPECT_EQ(SiteVersion(7), kCurrentStored);
 }
 
 TEST_F(Commands, UpgradeSiteUnderAnOldCentralDatabaseNamesTheCommandThatHelps) {
@@ -320,12 +328,12 @@ TEST_F(Commands, UpgradeSiteUnderAnOldCentralDatabaseNamesTheCommandThatHelps) {
     EXPECT_EQ(Run({"--json", "upgrade-site", "8"}).Json()["resume"],
               "The command upgrade does so, and then upgrades the older sites, this one too.");
     EXPECT_EQ(Run({"upgrade"}).status, 0);
-    EXPECT_EQ(SiteVersion(8), "1.0265");
+    EXPECT_EQ(SiteVersion(8), kCurrentStored);
 }
 
 TEST_F(Commands, UpgradeSiteNeedsNoCentralDatabaseWhenItNeitherReadsNorRecords) {
     MakeCentralDatabase();
-    MakeUpgradedSite(7, "1.0265");
+    MakeUpgradedSite(7, kCurrentStored);
     Execute("DROP DATABASE tw_tarnwick;");
     const Outcome outcome = Run({"upgrade-site", "7", "--from", "1.0262", "--no-record"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -333,10 +341,11 @@ TEST_F(Commands, UpgradeSiteNeedsNoCentralDatabaseWhenItNeitherReadsNorRecords) 
 
 TEST_F(Commands, UpgradeSiteOfACurrentSiteHasNothingToDo) {
     MakeCentralDatabase();
-    MakeSiteRow(7, "1.0265");
+    MakeSiteRow(7, kCurrentStored);
     const Outcome outcome = Run({"upgrade-site", "7"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("Site 7 is at 1.0265 already; nothing was done."));
+    EXPECT_THAT(outcome.out,
+                HasSubstr("Site 7 is at " + kCurrentShown + " already; nothing was done."));
 }
 
 TEST_F(Commands, UpgradeSiteRefusesWhatTheUpgradeLeavesOut) {
@@ -365,7 +374,7 @@ TEST_F(Commands, ImportMasterDataUpgradesTheCopiesInASite) {
         Run({"--json", "--install-folder", empty.Path().string(), "import-master-data", "7"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.Json()["from"], 1);
-    EXPECT_EQ(outcome.Json()["steps"], 41);
+    EXPECT_EQ(outcome.Json()["steps"], PendingCount({Ladder::kServer, Ladder::kServerData}, 1.0));
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.columns WHERE table_schema = 'tw_7' "
                    "AND table_name = 'tw_installation' AND column_name = 'mailserverusername';"),
               "1");
@@ -390,23 +399,28 @@ TEST_F(Commands, StatusShowsTheInstallationAndItsSites) {
     MakeCentralDatabase();
     MakeSiteRow(1, "1.0000");
     MakeSiteRow(30, "1.0262");
-    MakeSiteRow(5, "1.0265");
-    MakeSiteRow(6, "1.0300");
+    MakeSiteRow(5, kCurrentStored);
+    MakeSiteRow(6, "1.9000");
     MakeSiteRow(7, "1.0000");
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 7;");
     Execute("UPDATE tw_tarnwick.site SET sitename = 'Caf\xC3\xA9 \"Z\"' WHERE siteid = 30;");
     const Outcome outcome = Run({"status"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const auto line = [](const std::string& site, double version) {
+        return fmt::format("{} {:>13} {:>14}\n", site, PendingCount({Ladder::kSiteSchema}, version),
+                           PendingCount({Ladder::kSiteContent}, version));
+    };
     EXPECT_EQ(outcome.out,
-              "Installation: version 1.0000 of 1.0265; 18 server steps and 23 server data steps "
-              "pending.\n"
-              "\n"
-              "Site  Name      Version  State         Schema steps  Content steps\n"
-              "   1  Site 1    1.0000   old                     92             84\n"
-              "   5  Site 5    1.0265   current                  0              0\n"
-              "   6  Site 6    1.0300   newer                    0              0\n"
-              "   7  Site 7    1.0000   hard-deleted            92             84\n"
-              "  30  Caf\xC3\xA9 \"Z\"  1.0262   old                      1              0\n");
+              fmt::format("Installation: version 1.0000 of {}; {} server steps and {} server data "
+                          "steps pending.\n\n",
+                          kCurrentShown, PendingCount({Ladder::kServer}, 1.0),
+                          PendingCount({Ladder::kServerData}, 1.0)) +
+                  "Site  Name      Version  State         Schema steps  Content steps\n" +
+                  line("   1  Site 1    1.0000   old         ", 1.0) +
+                  line("   5  Site 5    " + kCurrentShown + "   current     ", kCurrentVersion) +
+                  line("   6  Site 6    1.9000   newer       ", 1.9) +
+                  line("   7  Site 7    1.0000   hard-deleted", 1.0) +
+                  line("  30  Caf\xC3\xA9 \"Z\"  1.0262   old         ", 1.0262));
 }
 
 TEST_F(Commands, StatusKnowsSitesInTransactionOnceTheColumnIsThere) {
@@ -415,7 +429,7 @@ TEST_F(Commands, StatusKnowsSitesInTransactionOnceTheColumnIsThere) {
     Execute("UPDATE tw_tarnwick.site SET transaction = -1;");
     const auto result = Run({"--json", "status"}).Json();
     ASSERT_TRUE(result.is_object());
-    EXPECT_EQ(result["installation"]["version"], 1.0265);
+    EXPECT_EQ(result["installation"]["version"], kCurrentVersion);
     EXPECT_EQ(result["installation"]["pending_server_steps"], 0);
     ASSERT_EQ(result["sites"].size(), 1U);
     EXPECT_EQ(result["sites"][0]["id"], 5);
@@ -436,9 +450,10 @@ TEST_F(Commands, StatusOfHostileNamesIsStillJson) {
 
 TEST_F(Commands, StatusOfAnEmptyInstallationSaysThatThereAreNoSites) {
     ASSERT_EQ(Run({"create-core"}).status, 0);
-    EXPECT_EQ(Run({"status"}).out,
-              "Installation: version 1.0265 of 1.0265; 0 server steps and 0 server data steps "
-              "pending.\nNo sites.\n");
+    EXPECT_EQ(Run({"status"}).out, "Installation: version " + kCurrentShown + " of " +
+                                       kCurrentShown +
+                                       "; 0 server steps and 0 server data steps "
+                                       "pending.\nNo sites.\n");
 }
 
 TEST_F(Commands, WhatCannotBePrintedIsAnError) {

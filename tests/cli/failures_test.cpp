@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "cli/installation_fixture.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -140,7 +141,7 @@ TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
         HasSubstr("Upgraded to the end: 1 database (tw_3). The ladders of tw_tarnwick have "
                   "ended; its version is recorded after the last site. Run the same command "
                   "again: it resumes where it stopped.\n"));
-    EXPECT_EQ(SiteVersion(3), "1.0265");
+    EXPECT_EQ(SiteVersion(3), kCurrentStored);
     EXPECT_EQ(SiteVersion(8), "1.0262");
     EXPECT_EQ(SiteVersion(9), "1.0262");
     EXPECT_EQ(InstallationVersion(), "1.0262");
@@ -150,8 +151,8 @@ TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
     const Outcome again = Run({"--json", "upgrade"});
     EXPECT_EQ(again.status, 0) << again.err;
     EXPECT_EQ(again.Json()["sites"], 1);
-    EXPECT_EQ(SiteVersion(9), "1.0265");
-    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(SiteVersion(9), kCurrentStored);
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
 }
 
 TEST_F(Failures, SitesWithoutTheirDatabasesAreNamedBeforeAnythingIsDone) {
@@ -159,7 +160,7 @@ TEST_F(Failures, SitesWithoutTheirDatabasesAreNamedBeforeAnythingIsDone) {
     MakeUpgradedSite(3, "1.0262");
     MakeSiteRow(8, "1.0262");
     MakeSiteRow(10, "1.0000");
-    MakeSiteRow(11, "1.0265");  // nothing would be done there
+    MakeSiteRow(11, kCurrentStored);  // nothing would be done there
     MakeSiteRow(12, "1.0000");
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 12;");
     const fs::path trace = folder_ / "trace";
@@ -184,7 +185,7 @@ TEST_F(Failures, SitesWithoutTheirDatabasesAreNamedBeforeAnythingIsDone) {
     EXPECT_EQ(copies.err, "twupdate: there is no database tw_8 on this server\n");
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid IN(8, 10);");
     EXPECT_EQ(Run({"upgrade"}).status, 0);
-    EXPECT_EQ(SiteVersion(3), "1.0265");
+    EXPECT_EQ(SiteVersion(3), kCurrentStored);
 }
 
 TEST_F(Failures, AVersionThatIsNoNumberIsNamedBeforeAnythingIsDone) {
@@ -206,7 +207,7 @@ TEST_F(Failures, AVersionThatIsNoNumberIsNamedBeforeAnythingIsDone) {
 
     Execute("UPDATE tw_tarnwick.site SET version = '1.0262' WHERE siteid = 6;");
     EXPECT_EQ(Run({"upgrade"}).status, 0);
-    EXPECT_EQ(SiteVersion(6), "1.0265");
+    EXPECT_EQ(SiteVersion(6), kCurrentStored);
 
     Execute("ALTER TABLE tw_tarnwick.installation MODIFY version VARCHAR(20) NULL;");
     Execute("UPDATE tw_tarnwick.installation SET version = 'new';");
@@ -317,7 +318,7 @@ TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {
 
 TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
     MakeCentralDatabase();
-    Execute("UPDATE tw_tarnwick.installation SET version = 1.0265;");
+    Execute("UPDATE tw_tarnwick.installation SET version = " + kCurrentStored + ";");
     WriteFile(folder_ / "file", "");
     for (const char* option : {"--trace", "--events", "--log", "--services-log"}) {
         for (const char* command : {"upgrade", "status"}) {
@@ -509,7 +510,7 @@ TEST_F(Failures, ARecordThatCannotBeWrittenAnyFurtherIsAWarningOnce) {
                   "twupdate: warning: cannot write /dev/full any further: No space left on device; "
                   "the run goes on without it\n")
             << option;
-        EXPECT_EQ(InstallationVersion(), "1.0265");
+        EXPECT_EQ(InstallationVersion(), kCurrentStored);
     }
     MakeSiteThatFails(8);
     Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
@@ -576,7 +577,7 @@ TEST_F(Failures, AnInterruptedRunIsResumedByTheSameCommand) {
     const fs::path trace = folder_ / "trace";
     {
         Program upgrade(With({"--trace", trace.string(), "upgrade"}));
-        ASSERT_TRUE(WaitUntil([] { return SiteVersion(1) == "1.0265"; }));
+        ASSERT_TRUE(WaitUntil([] { return SiteVersion(1) == kCurrentStored; }));
         upgrade.Signal(SIGKILL);
         EXPECT_EQ(upgrade.Wait().status, 128 + SIGKILL);
     }
@@ -585,9 +586,9 @@ TEST_F(Failures, AnInterruptedRunIsResumedByTheSameCommand) {
     const Outcome again = Run({"--json", "upgrade"});
     EXPECT_EQ(again.status, 0) << again.err;
     EXPECT_LE(again.Json()["sites"], 2);
-    EXPECT_EQ(InstallationVersion(), "1.0265");
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
     for (const std::int32_t site : {1, 2, 3}) {
-        EXPECT_EQ(SiteVersion(site), "1.0265");
+        EXPECT_EQ(SiteVersion(site), kCurrentStored);
     }
 }
 
@@ -596,7 +597,7 @@ TEST_F(Failures, ALostServerEndsTheRun) {
     MakeSite(1, "1.0000", sample::AllGroups());
     MakeSite(2, "1.0000", sample::AllGroups());
     Program upgrade(With({"upgrade"}));
-    ASSERT_TRUE(WaitUntil([] { return SiteVersion(1) == "1.0265"; }));
+    ASSERT_TRUE(WaitUntil([] { return SiteVersion(1) == kCurrentStored; }));
     CliServer::Get().Server().Kill();
     const Outcome outcome = upgrade.Wait();
     CliServer::Get().ForgetConnection();

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "cli/installation_fixture.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -40,7 +41,8 @@ TEST_F(Rehearse, UpgradesACopyAndOnlyReadsTheSource) {
     EXPECT_EQ(result["upgraded"][0]["database"], "tw_tarnwick");
     EXPECT_EQ(result["upgraded"][1]["database"], "tw_1");
     EXPECT_EQ(result["upgraded"][2]["database"], "tw_3");
-    EXPECT_EQ(result["upgraded"][2]["steps"], 176);
+    EXPECT_EQ(result["upgraded"][2]["steps"],
+              PendingCount({Ladder::kSiteSchema, Ladder::kSiteContent}, 1.0));
     ASSERT_EQ(result["failures"].size(), 1U);
     EXPECT_EQ(result["failures"][0]["database"], "tw_2");
     EXPECT_EQ(result["failures"][0]["step"], "SiteSchemaStep_1_0005");
@@ -71,7 +73,7 @@ TEST_F(Rehearse, ANamedSiteThatIsNotToBeUpgradedIsRefused) {
     MakeCentralDatabase();
     MakeSite(1);
     MakeSite(2);
-    MakeSiteRow(3, "1.0265");
+    MakeSiteRow(3, kCurrentStored);
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
     const std::vector<std::pair<std::string, std::string>> refused{
         {"2", "site 2 is not to be upgraded, so it is not rehearsed: hard-deleted"},

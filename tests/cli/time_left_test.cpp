@@ -8,8 +8,11 @@ namespace {
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 
-LadderStep SchemaStep(std::size_t number) {
-    return LadderSteps(Ladder::kSiteSchema)[number - 1];
+std::vector<LadderStep> StepsOfASiteAt(double version) {
+    auto steps = PendingSteps(Ladder::kSiteSchema, version);
+    const auto content = PendingSteps(Ladder::kSiteContent, version);
+    steps.insert(steps.end(), content.begin(), content.end());
+    return steps;
 }
 
 TEST(TimeLeft, IsNotKnownBeforeAStepWasMeasured) {
@@ -21,29 +24,32 @@ TEST(TimeLeft, IsNotKnownBeforeAStepWasMeasured) {
 TEST(TimeLeft, IsNothingWhenNoSiteIsToCome) {
     TimeLeft left;
     left.Start({});
-    left.StepMeasured(SchemaStep(92), seconds(5));
+    left.StepMeasured(StepsOfASiteAt(1.0262).front(), seconds(5));
     EXPECT_EQ(left.Estimate(), nanoseconds(0));
 }
 
-// A site at 1.0262 runs one schema step (number 92, below 1.0264) and no content step.
 TEST(TimeLeft, AddsTheStepsOfEverySiteToCome) {
+    const auto steps = StepsOfASiteAt(1.0262);
     TimeLeft left;
     left.Start({1.0262, 1.0262, 1.0262});
     left.SiteStarting(1.0262);
-    left.StepMeasured(SchemaStep(92), seconds(4));
+    for (const LadderStep& step : steps) {
+        left.StepMeasured(step, seconds(4));
+    }
     left.SiteEnded();
-    EXPECT_EQ(left.Estimate(), seconds(8));
+    EXPECT_EQ(left.Estimate(), 2 * steps.size() * seconds(4));
 }
 
-// A site at 1.0260 runs the schema steps 91 and 92 and the content step 84.
 TEST(TimeLeft, TakesTheMeanForAStepThatHasNotRunYet) {
+    const auto steps = StepsOfASiteAt(1.0260);
+    ASSERT_GE(steps.size(), 3U);
     TimeLeft left;
     left.Start({1.0260});
     left.SiteStarting(1.0260);
-    left.StepMeasured(SchemaStep(91), seconds(3));
-    EXPECT_EQ(left.Estimate(), seconds(6));
-    left.StepMeasured(SchemaStep(92), seconds(1));
-    EXPECT_EQ(left.Estimate(), seconds(2));
+    left.StepMeasured(steps[0], seconds(3));
+    EXPECT_EQ(left.Estimate(), (steps.size() - 1) * seconds(3));
+    left.StepMeasured(steps[1], seconds(1));
+    EXPECT_EQ(left.Estimate(), (steps.size() - 2) * seconds(2));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "cli/installation_fixture.h"
 #include "cli/server/layout.h"
+#include "support/versions.h"
 #include "twupdate/update.h"
 #include "twupdate_host/mariadb_utility.h"
 
@@ -93,23 +94,20 @@ class Verify : public InstallationTest {
 void ExpectFresh(const std::string& name, const Layout& layout) {
     const std::string file = std::string(TWUPDATE_SOURCE_FOLDER) + "/cli/server/layouts/" + name;
     const std::string text =
-        "# Made by the test Verify.TheLayoutsAreFresh; to make it anew, run that test with "
-        "TWUPDATE_WRITE_LAYOUTS=1.\n" +
-        layout.Text();
-    if (std::getenv("TWUPDATE_WRITE_LAYOUTS") != nullptr) {
+        "# Written by the test Verify.TheLayoutsAreFresh in ./dev refresh.\n" + layout.Text();
+    if (std::getenv("TWUPDATE_REFRESH") != nullptr) {
         WriteFile(file, text);
     }
-    EXPECT_EQ(ContentOf(file), text)
-        << file << " is stale; run this test with TWUPDATE_WRITE_LAYOUTS=1 and build again";
+    EXPECT_EQ(ContentOf(file), text) << file << " is stale; run ./dev refresh";
 }
 
 TEST_F(Verify, TheLayoutsAreFresh) {
     MakeCentralDatabase();
     // The central database: as the ladders make it, and as the creation does.
     const Layout upgraded = Upgraded("tw_tarnwick", [](Update& u) { u.UpdateServer(1.0); });
-    MakeSite(7, "1.0265", sample::AllGroups());
+    MakeSite(7, kCurrentStored, sample::AllGroups());
     Layout site = Upgraded("tw_7", [](Update& u) { u.UpdateSite(7, 1.0); });
-    MakeSite(8, "1.0265");
+    MakeSite(8, kCurrentStored);
     const Layout bare = Upgraded("tw_8", [](Update& u) { u.UpdateSite(8, 1.0); });
     for (auto& [name, table] : site.tables) {
         table.optional = !bare.tables.contains(name);
@@ -169,8 +167,8 @@ TEST_F(Verify, SaysWhenThereIsNothingToCompare) {
     MakeCentralDatabase();
     const Outcome outcome = Run({"verify"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out,
-              "Not at 1.0265 and not looked at: tw_tarnwick\nNo database was compared.\n");
+    EXPECT_EQ(outcome.out, "Not at " + kCurrentShown +
+                               " and not looked at: tw_tarnwick\nNo database was compared.\n");
 }
 
 TEST_F(Verify, FindsNothingInANewCentralDatabase) {
@@ -182,12 +180,12 @@ TEST_F(Verify, FindsNothingInANewCentralDatabase) {
 
 TEST_F(Verify, NamesWhatIsMissingAndTheStepThatMakesIt) {
     MakeCentralDatabase();
-    MakeUpgradedSite(7, "1.0265");
+    MakeUpgradedSite(7, kCurrentStored);
     Execute("UPDATE tw_tarnwick.installation SET version = 1.0264;");
     Execute("ALTER TABLE tw_7.userlock DROP COLUMN subfeatureid;");
     Execute("ALTER TABLE tw_7.attribute MODIFY value VARCHAR(99) DEFAULT '' NOT NULL;");
     Execute("DROP TABLE tw_7.plaintext;");
-    MakeSiteRow(9, "1.0265");
+    MakeSiteRow(9, kCurrentStored);
     MakeSiteRow(10, "1.0000");
     const Outcome outcome = Run({"verify"});
     EXPECT_EQ(outcome.status, 3);
@@ -201,7 +199,8 @@ TEST_F(Verify, NamesWhatIsMissingAndTheStepThatMakesIt) {
     EXPECT_THAT(outcome.out, testing::ContainsRegex("tw_7.plaintext: the table is missing; "
                                                     "SiteSchemaStep_1_0[0-9]+ makes it"));
     EXPECT_THAT(outcome.out, HasSubstr("tw_9: the database is missing, or has no tables"));
-    EXPECT_THAT(outcome.out, HasSubstr("Not at 1.0265 and not looked at: tw_tarnwick, tw_10"));
+    EXPECT_THAT(outcome.out,
+                HasSubstr("Not at " + kCurrentShown + " and not looked at: tw_tarnwick, tw_10"));
     EXPECT_THAT(outcome.out, HasSubstr("2 databases compared: 4 differences."));
     EXPECT_EQ(Run({"verify", "--site", "10"}).status, 0);
     EXPECT_EQ(Run({"verify", "--site", "7"}).status, 3);

@@ -22,12 +22,14 @@ while read -r header; do
 done < <(cd "$work/usr/include" && find . -name '*.h')
 
 # --- find_package --------------------------------------------------------------------------------
-wanted='site schema 92
-site content 84
-server 18
-server data 23
+ladders=$work/usr/include/twupdate/ladders.def
+rungs() { grep -c "^TWU_$1_STEP" "$ladders"; }
+wanted="site schema $(rungs SITE_SCHEMA)
+site content $(rungs SITE_CONTENT)
+server $(rungs SERVER)
+server data $(rungs SERVER_DATA)
 UpdateServer without a host -1
-Update is not configured: call Configure with the host'"'"'s utility first'
+Update is not configured: call Configure with the host's utility first"
 check() {
     local program=$1 got
     got=$(LD_LIBRARY_PATH=$libraries "$program")
@@ -52,9 +54,12 @@ for example in embed cpp_host c_host; do
     grep -q usage "$work/usage" || fail "$example without arguments does not say how it is used"
 done
 
+# 1.0265 is version 1.0.265.
+version=$(sed -nE 's/^#define TWU_CURRENT_VERSION ([0-9])\.([0-9])0*([0-9]+)$/\1.\2.\3/p' "$ladders")
+
 # --- pkg-config ----------------------------------------------------------------------------------
 export PKG_CONFIG_PATH=$libraries/pkgconfig
-[[ $(pkg-config --modversion twupdate) == 1.0.265 ]] || fail "pkg-config names another version"
+[[ $(pkg-config --modversion twupdate) == "$version" ]] || fail "pkg-config names another version"
 # shellcheck disable=SC2046  # several options
 "$compiler" -std=c++20 $(pkg-config --cflags twupdate) "$source/tests/package/consumer/consumer.cpp" \
     -o "$work/with_pkg_config" $(pkg-config --libs twupdate)

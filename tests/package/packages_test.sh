@@ -33,7 +33,9 @@ for file in bin/twupdate share/twupdate/resources/countryData.txt include/twupda
             share/doc/libtwupdate1/copyright share/doc/libtwupdate1/changelog.gz; do
     [[ -s $root/usr/$file ]] || fail "no /usr/$file"
 done
-"$root/usr/bin/twupdate" --version | grep -q 'version 1.0265' || fail "twupdate --version"
+ladders=$root/usr/include/twupdate/ladders.def
+current=$(sed -n 's/^#define TWU_CURRENT_VERSION //p' "$ladders")
+"$root/usr/bin/twupdate" --version | grep -q "version $current" || fail "twupdate --version"
 
 # Every command has its page, with what the manual says of it.
 commands=$("$root/usr/bin/twupdate" --help | sed -nE '/^Subcommands:/,$s/^  ([a-z-]+) .*/\1/p')
@@ -86,7 +88,8 @@ cmake -S "$source/tests/package/consumer" -B "$work/consumer" -G Ninja \
     -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
 cmake --build "$work/consumer" >/dev/null
 libraries=$(dirname "$(find "$root/usr" -name 'libtwupdate.so.1')")
-LD_LIBRARY_PATH=$libraries "$work/consumer/with_shared" | grep -qx 'site schema 92' ||
+LD_LIBRARY_PATH=$libraries "$work/consumer/with_shared" |
+    grep -qx "site schema $(grep -c ^TWU_SITE_SCHEMA_STEP "$ladders")" ||
     fail "a program built with the packages does not run"
 
 manage --remove libtwupdate-dev twupdate libtwupdate1

@@ -3,7 +3,9 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/expected_file.h"
 #include "support/server_test.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -55,15 +57,14 @@ class CentralCreation : public ServerTest {
 
 TEST_F(CentralCreation, MakesEveryTableColumnByColumn) {
     EXPECT_EQ(Create(), -1);
-    const Schema expected = Schema::Load(TWUPDATE_TEST_FOLDER "/data/central_schema.txt");
-    EXPECT_THAT(expected.tables, SizeIs(23));
-    EXPECT_TRUE(SameSchema(expected, SchemaOf("tw_tarnwick")));
+    EXPECT_TRUE(
+        IsSchemaOfFile(TWUPDATE_TEST_FOLDER "/data/central_schema.txt", SchemaOf("tw_tarnwick")));
 }
 
 TEST_F(CentralCreation, LeavesOneInstallationRowWithDefaults) {
     Create();
     EXPECT_THAT(Rows("SELECT * FROM tw_tarnwick.installation"),
-                ElementsAre("1.0265 |  |  |  | 25 |  |  | 0 |  | 0 |  |  | "));
+                ElementsAre(kCurrentStored + " |  |  |  | 25 |  |  | 0 |  | 0 |  |  | "));
 }
 
 TEST_F(CentralCreation, FillsTheReferenceTablesAndNoOther) {

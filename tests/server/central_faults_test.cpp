@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "central_installation.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -42,7 +43,7 @@ class CentralFaults : public CentralTest {
         EXPECT_THROW(UpgradeInstallation(faulty), InjectedFault);
         const bool isLastWrite = n == statements_.size() && when == FaultyUtility::kAfter;
         EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"),
-                  isLastWrite ? "1.0265" : "1");
+                  isLastWrite ? kCurrentStored : "1");
     }
 
     /// The number of the statement that begins so, from 1.
@@ -247,11 +248,11 @@ TEST_F(SiteWalk, ACutAtAnyStatementResumesWithTheFirstSiteThatIsNotDone) {
         EXPECT_THROW(UpgradeInstallation(faulty), InjectedFault);
         std::vector<std::int32_t> done;
         for (const std::int32_t id : kSites) {
-            if (VersionOf(id) == "1.0265") {
+            if (VersionOf(id) == kCurrentStored) {
                 done.push_back(id);
             }
         }
-        if (Cell("SELECT version FROM tw_tarnwick.installation") == "1.0265") {
+        if (Cell("SELECT version FROM tw_tarnwick.installation") == kCurrentStored) {
             EXPECT_EQ(n, statements);
             EXPECT_THAT(done, ElementsAre(11, 12, 20));
         }
@@ -268,10 +269,10 @@ TEST_F(SiteWalk, ACutAtAnyStatementResumesWithTheFirstSiteThatIsNotDone) {
                       0U);
         }
         for (const std::int32_t id : kSites) {
-            EXPECT_EQ(VersionOf(id), "1.0265");
+            EXPECT_EQ(VersionOf(id), kCurrentStored);
             EXPECT_EQ(SchemaOf("tw_" + std::to_string(id)).tables.size(), 1U);
         }
-        EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
+        EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), kCurrentStored);
     }
 }
 
@@ -309,18 +310,18 @@ TEST_F(SiteWalk, AServerKilledInTheWalkComesBackAndTheNextRunDoesTheRest) {
         killer.join();
         Server().Start();
         Reconnect();
-        const auto left =
-            std::stoll(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version < 1.0265"));
+        const auto left = std::stoll(
+            Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version < " + kCurrentStored));
         const auto faulty = Faulty();
         UpgradeInstallation(faulty);
         EXPECT_EQ(Count(faulty->Log(), "CREATE TABLE IF NOT EXISTS "),
                   static_cast<std::size_t>(left));
-        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1.0265"),
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = " + kCurrentStored),
                   std::to_string(kSites));
         EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.TABLES WHERE TABLE_NAME = "
                        "'htmlcache'"),
                   std::to_string(kSites));
-        EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0265");
+        EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), kCurrentStored);
         rest += left;
     }
     std::cout << "[ COUNT    ] " << trials << " kills, " << cut << " of them within the walk, "
@@ -343,7 +344,8 @@ TEST_F(SiteWalk, TakesThirtySitesABatch) {
             << sites;
         EXPECT_EQ(Count(faulty->Log(), "UPDATE tw_tarnwick.site SET version = ?"),
                   static_cast<std::size_t>(sites));
-        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version <> 1.0265"), "0");
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version <> " + kCurrentStored),
+                  "0");
     }
 }
 
@@ -351,13 +353,13 @@ TEST_F(SiteWalk, SitesHardDeletedInTransactionOrCurrentAreLeftAlone) {
     LoadCurrentCentral();
     AddSite(1, "1.0", "-1, 0");
     AddSite(2, "1.0", "0, -1");
-    AddSite(3, "1.0265");
+    AddSite(3, kCurrentStored);
     AddSite(4, "2");
     const auto faulty = Faulty();
     UpgradeInstallation(faulty);
     EXPECT_EQ(faulty->Calls(), 2U);  // the search and the installation's version
     EXPECT_THAT(Rows("SELECT siteid, version FROM tw_tarnwick.site ORDER BY siteid"),
-                ElementsAre("1 | 1", "2 | 1", "3 | 1.0265", "4 | 2"));
+                ElementsAre("1 | 1", "2 | 1", "3 | " + kCurrentStored, "4 | 2"));
 }
 
 TEST_F(SiteWalk, ASiteIdBeyondThirtyTwoBitsStopsTheWalkThere) {
@@ -365,7 +367,7 @@ TEST_F(SiteWalk, ASiteIdBeyondThirtyTwoBitsStopsTheWalkThere) {
     AddSite(5, "1.0264");
     Sql("INSERT INTO tw_tarnwick.site(siteid, version) VALUES(3000000000, 1.0264);");
     EXPECT_THROW(UpgradeInstallation(), OverflowError);
-    EXPECT_EQ(VersionOf(5), "1.0265");
+    EXPECT_EQ(VersionOf(5), kCurrentStored);
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), "1.0264");
 }
 
@@ -424,7 +426,8 @@ TEST_F(SiteWalk, AThousandSitesAtMixedVersionsAreVisitedOnceEachInAscendingOrder
     EXPECT_EQ(Count(host->Log(), "SELECT siteid, version FROM tw_tarnwick.site WHERE siteid > "),
               33U);
     EXPECT_EQ(Count(host->Log(), "UPDATE tw_tarnwick.site SET version = ?"), 980U);
-    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1.0265"), "980");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = " + kCurrentStored),
+              "980");
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1"), "20");
     // The log of the test itself is a megabyte or two.
 #ifndef __SANITIZE_ADDRESS__  // which keeps freed memory for a while

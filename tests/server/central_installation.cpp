@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <set>
 
+#include "support/versions.h"
+
 namespace twupdate::test {
 
 void CentralTest::LoadOldInstallation() {
@@ -18,11 +20,16 @@ INSERT INTO tw_1.domain(domainname) VALUES('www.tarnwick.example');
 INSERT INTO tw_1.group_table(displayname) VALUES('Administrators'), ('local Visitor');
 
 INSERT INTO tw_tarnwick.site(siteid, sitename, version, parentsiteid, parentsiteuserid, template, deleted, harddeleted) VALUES
-  (1, 'Root', 1.0265, 0, 0, 0, 0, 0),
-  (2, 'Harbour Books', 1.0265, 1, 7, 0, 0, 0),
-  (3, 'Old template', 1.0265, 2, 4, -1, -1, 0),
-  (4, 'Gone', 1.0265, 2, 4, -1, -1, -1),
-  (5, 'Without a domain', 1.0265, 1, 7, -1, 0, 0);
+  (1, 'Root', )" +
+        kCurrentStored + R"(, 0, 0, 0, 0, 0),
+  (2, 'Harbour Books', )" +
+        kCurrentStored + R"(, 1, 7, 0, 0, 0),
+  (3, 'Old template', )" +
+        kCurrentStored + R"(, 2, 4, -1, -1, 0),
+  (4, 'Gone', )" +
+        kCurrentStored + R"(, 2, 4, -1, -1, -1),
+  (5, 'Without a domain', )" +
+        kCurrentStored + R"(, 1, 7, -1, 0, 0);
 INSERT INTO tw_tarnwick.domain(siteid, domainname, ipaddress, tcpport) VALUES
   (1, 'www.tarnwick.example', '192.0.2.1', 80),
   (2, 'books.example', '192.0.2.1', 80),

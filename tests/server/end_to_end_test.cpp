@@ -11,6 +11,8 @@
 
 #include "sample/random.h"
 #include "sample_installation.h"
+#include "support/expected_file.h"
+#include "support/versions.h"
 
 namespace twupdate::test {
 namespace {
@@ -42,57 +44,28 @@ class EndToEnd : public SampleTest {
         return plan;
     }
     /// The changes that a file of the folder `expected` lists.
-    std::vector<std::string> Expected(const std::string& file) {
-        std::ifstream stream(std::string(TWUPDATE_TEST_FOLDER) + "/expected/" + file);
-        if (!stream) {
-            throw std::runtime_error("cannot read " + file);
-        }
-        std::vector<std::string> lines;
-        const std::string name = Cell("SELECT sitename FROM tw_tarnwick.site WHERE siteid = 1");
-        for (std::string line; std::getline(stream, line);) {
-            if (!line.empty() && line[0] != '#') {
-                for (std::size_t at = 0; (at = line.find("{name}", at)) != std::string::npos;) {
-                    line.replace(at, 6, name);
-                }
-                lines.push_back(line);
-            }
-        }
-        return lines;
+    ExpectedLines Expected(const std::string& file) {
+        return ExpectedLines(
+            std::string(TWUPDATE_TEST_FOLDER) + "/expected/" + file,
+            {{"{name}", Cell("SELECT sitename FROM tw_tarnwick.site WHERE siteid = 1")},
+             {"{current}", kCurrentStored}});
     }
-    /// Compares what changed with a file; new rows of the given tables have no number in it.
-    static testing::AssertionResult Changed(const RowSnapshot& before, const RowSnapshot& after,
-                                            std::vector<std::string> expected,
-                                            const std::string& unnumbered) {
-        const std::regex number("^\\+ (" + unnumbered + ") \\d+:");
-        std::vector<std::string> actual;
+    /// What changed; new rows of the given tables have no number in it.
+    static std::vector<std::string> Unnumbered(const RowSnapshot& before, const RowSnapshot& after,
+                                               const std::string& tables) {
+        const std::regex number("^\\+ (" + tables + ") \\d+:");
+        std::vector<std::string> changes;
         for (const std::string& line : Changes(before, after)) {
-            actual.push_back(std::regex_replace(line, number, "+ $1 *:"));
+            changes.push_back(std::regex_replace(line, number, "+ $1 *:"));
         }
-        std::sort(expected.begin(), expected.end());
-        std::sort(actual.begin(), actual.end());
-        std::vector<std::string> missing;
-        std::vector<std::string> surplus;
-        std::set_difference(expected.begin(), expected.end(), actual.begin(), actual.end(),
-                            std::back_inserter(missing));
-        std::set_difference(actual.begin(), actual.end(), expected.begin(), expected.end(),
-                            std::back_inserter(surplus));
-        if (missing.empty() && surplus.empty()) {
-            return testing::AssertionSuccess();
-        }
-        auto failure = testing::AssertionFailure();
-        for (const std::string& line : missing) {
-            failure << "\nexpected: " << line;
-        }
-        for (const std::string& line : surplus) {
-            failure << "\nactual:   " << line;
-        }
-        return failure;
+        return changes;
     }
 
     /// What the whole upgrade of an installation with site 1 changes, worked out by hand.
     void ExpectTheWholeRoad(const State& before, const State& after) {
-        EXPECT_TRUE(Changed(before.rows.at("tw_1"), after.rows.at("tw_1"),
-                            Expected("whole_road_site.txt"), "attribute|setting"));
+        EXPECT_TRUE(Expected("whole_road_site.txt")
+                        .Are(Unnumbered(before.rows.at("tw_1"), after.rows.at("tw_1"),
+                                        "attribute|setting")));
 
         RowSnapshot centralBefore = before.rows.at("tw_tarnwick");
         RowSnapshot centralAfter = after.rows.at("tw_tarnwick");
@@ -100,8 +73,7 @@ class EndToEnd : public SampleTest {
             snapshot->tables.erase("component");
             snapshot->tables.erase("componenttype");
         }
-        EXPECT_TRUE(
-            Changed(centralBefore, centralAfter, Expected("whole_road_central.txt"), "none"));
+        EXPECT_TRUE(Expected("whole_road_central.txt").Are(Changes(centralBefore, centralAfter)));
         EXPECT_TRUE(SameRows(before.rows.at("tw_logs"), after.rows.at("tw_logs")));
     }
 };
@@ -122,8 +94,8 @@ TEST_F(EndToEnd, TheProgramMakesTheSameChanges) {
                                 (Root() / "services").string() + "' upgrade";
     ASSERT_EQ(0, std::system(command.c_str())) << command;
     ExpectTheWholeRoad(before, StateOfAll());
-    EXPECT_EQ("1.0265", Cell("SELECT version FROM tw_tarnwick.installation"));
-    EXPECT_EQ("1.0265", Cell("SELECT version FROM tw_tarnwick.site"));
+    EXPECT_EQ(kCurrentStored, Cell("SELECT version FROM tw_tarnwick.installation"));
+    EXPECT_EQ(kCurrentStored, Cell("SELECT version FROM tw_tarnwick.site"));
     EXPECT_EQ(0, std::system((command + " >/dev/null").c_str()));  // nothing is left to do
     ExpectTheWholeRoad(before, StateOfAll());
 }
@@ -135,14 +107,15 @@ TEST_F(EndToEnd, AnInstallationInLatin1IsUpgradedAlikeButForLengthsInBytes) {
                              "WHERE SCHEMA_NAME = 'tw_1'"));
     const auto before = RowsOf("tw_1");
     UpgradeInstallation();
-    auto expected = Expected("whole_road_site.txt");
+    auto expected = Expected("whole_road_site.txt").Lines();
     for (std::string& line : expected) {
         if (line.starts_with("formfieldexpressionfield 3:")) {
             line = std::regex_replace(line, std::regex("-> 8, suffixlen \\(new\\) -> 4"),
                                       "-> 6, suffixlen (new) -> 2");
         }
     }
-    EXPECT_TRUE(Changed(before, RowsOf("tw_1"), expected, "attribute|setting"));
+    EXPECT_THAT(Unnumbered(before, RowsOf("tw_1"), "attribute|setting"),
+                testing::UnorderedElementsAreArray(expected));
 }
 
 TEST_F(EndToEnd, TheWholeUpgradeCopiesTheseFiles) {
@@ -175,10 +148,12 @@ TEST_F(EndToEnd, SitesOfEveryAgeEndInTheSameSchema) {
     UpgradeInstallation();
     const State after = StateOfAll();
 
-    EXPECT_THAT(Rows("SELECT siteid, version FROM tw_tarnwick.site ORDER BY siteid"),
-                ElementsAre("1 | 1.0265", "2 | 1.0265", "3 | 1.0265", "4 | 1.006", "5 | 1.009",
-                            "6 | 1.0265", "7 | 1.0265", "8 | 1.0265", "9 | 1.0265", "10 | 1.0265"));
-    EXPECT_EQ("1.0265", Cell("SELECT version FROM tw_tarnwick.installation"));
+    EXPECT_THAT(
+        Rows("SELECT siteid, version FROM tw_tarnwick.site ORDER BY siteid"),
+        ElementsAre("1 | " + kCurrentStored, "2 | " + kCurrentStored, "3 | " + kCurrentStored,
+                    "4 | 1.006", "5 | 1.009", "6 | " + kCurrentStored, "7 | " + kCurrentStored,
+                    "8 | " + kCurrentStored, "9 | " + kCurrentStored, "10 | " + kCurrentStored));
+    EXPECT_EQ(kCurrentStored, Cell("SELECT version FROM tw_tarnwick.installation"));
 
     // all features: from 1.0000, 1.0210 and 1.0250
     EXPECT_TRUE(SameSchema(after.schemas.at("tw_1"), after.schemas.at("tw_3")));
@@ -290,7 +265,7 @@ TEST_P(Walk, VisitsEverySiteOnceInBatchesOfThirty) {
     }
     EXPECT_EQ(expected, visited);
     EXPECT_EQ(std::to_string(sites),
-              Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1.0265"));
+              Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = " + kCurrentStored));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sites, Walk, testing::Values(0, 1, 30, 31, 61),
@@ -308,7 +283,7 @@ TEST_F(EndToEnd, ASiteIdBeyondAnIntEndsTheWalkWithAnErrorThatNamesTheColumn) {
         EXPECT_THAT(error.what(), testing::HasSubstr("siteid"));
     }
     EXPECT_THAT(Rows("SELECT siteid, version FROM tw_tarnwick.site ORDER BY siteid"),
-                ElementsAre("5 | 1.0265", "2147483648 | 1.0262"));
+                ElementsAre("5 | " + kCurrentStored, "2147483648 | 1.0262"));
     EXPECT_EQ("1.0263", Cell("SELECT version FROM tw_tarnwick.installation"));
 }
 
@@ -467,7 +442,7 @@ TEST_F(Cuts, AnUpgradeThatFailsAtAnyCallIsCompletedByTheNextOne) {
         const auto faulty = Faulty();
         faulty->FailAt(call, FaultyUtility::kBefore);
         EXPECT_THROW(UpgradeInstallation(faulty), InjectedFault);
-        EXPECT_NE("1.0265", Cell("SELECT version FROM tw_tarnwick.installation"));
+        EXPECT_NE(kCurrentStored, Cell("SELECT version FROM tw_tarnwick.installation"));
         UpgradeInstallation();
         EXPECT_TRUE(SameState(expected, StateOfAll()));
         ++healed;

@@ -167,7 +167,11 @@ void SiteSchemaOnServer::RunRungsUpTo(std::int32_t siteId, double version) {
 }
 
 Schema SiteSchemaOnServer::Expected(const std::string& file) {
-    return Schema::Load(TWUPDATE_TEST_FOLDER "/expected/" + file);
+    return Schema::Load(ExpectedFile(file));
+}
+
+std::string SiteSchemaOnServer::ExpectedFile(const std::string& name) {
+    return TWUPDATE_TEST_FOLDER "/expected/" + name;
 }
 
 }  // namespace twupdate::test

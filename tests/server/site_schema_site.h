@@ -29,6 +29,7 @@ class SiteSchemaOnServer : public ServerTest {
 
     /// The expected schema of a folder `expected` beside the tests.
     static Schema Expected(const std::string& file);
+    static std::string ExpectedFile(const std::string& name);
 
     /// The rows of a site without the ids of its feed parameters, which are made anew, with new
     /// ids, by every run.

@@ -4,11 +4,13 @@
 #include <filesystem>
 
 #include "support/recording_host.h"
+#include "support/versions.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
 namespace {
 
+using test::kCurrentStored;
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
@@ -307,8 +309,8 @@ TEST_F(CoreDb, RecordsTheVersionRightAfterItsTable) {
     EXPECT_EQ(host->log[0], "query SHOW DATABASES LIKE 'tw_tarnwick';");
     EXPECT_EQ(host->log[1], "execute CREATE DATABASE tw_tarnwick;");
     EXPECT_THAT(host->log[2], StartsWith("execute CREATE TABLE tw_tarnwick.installation("));
-    EXPECT_EQ(host->log[3],
-              "execute INSERT INTO tw_tarnwick.installation(version) VALUES(1.0265);");
+    EXPECT_EQ(host->log[3], "execute INSERT INTO tw_tarnwick.installation(version) VALUES(" +
+                                kCurrentStored + ");");
     EXPECT_THAT(host->log[4], StartsWith("execute CREATE TABLE tw_tarnwick.mailbcc("));
 }
 

@@ -10,11 +10,13 @@
 #include "support/calls_by_step.h"
 #include "support/recording_host.h"
 #include "support/update_test_peer.h"
+#include "support/versions.h"
 
 namespace twupdate {
 namespace {
 
 using test::CallsByStep;
+using test::kCurrentStored;
 using test::RecordingHost;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -41,16 +43,16 @@ test::ResultSet Sites(std::int32_t first, std::int32_t last, double version = kC
 }
 
 std::string EnumerationLine(std::int32_t lastSiteId) {
-    return "command " + SitesAbove(lastSiteId) + " [1.0265]";
+    return "command " + SitesAbove(lastSiteId) + " [" + kCurrentStored + "]";
 }
 
 std::string SiteWriteLine(std::int32_t siteId) {
     return "command UPDATE tw_tarnwick.site SET version = ? WHERE siteid = " +
-           std::to_string(siteId) + "; [1.0265]";
+           std::to_string(siteId) + "; [" + kCurrentStored + "]";
 }
 
 const std::string kInstallationWriteLine =
-    "command UPDATE tw_tarnwick.installation SET version = ?; [1.0265]";
+    "command UPDATE tw_tarnwick.installation SET version = ?; [" + kCurrentStored + "]";
 
 class Drivers : public ::testing::Test {
   protected:
@@ -232,7 +234,7 @@ TEST_F(Drivers, ASiteIdBeyondThirtyTwoBitsIsAClearError) {
 
 TEST_F(Drivers, EnumerateSitesReturnsAnOpenRecordset) {
     host->Answer(SitesAbove(0), Sites(1, 2));
-    const auto sites = UpdateTestPeer(update).EnumerateSites(0, 30, 1.0265);
+    const auto sites = UpdateTestPeer(update).EnumerateSites(0, 30, kCurrentVersion);
     EXPECT_FALSE(sites->IsEOF());
     EXPECT_EQ(host->openRecordsets, 1);
     EXPECT_EQ(host->commandsClosed, 1);
@@ -345,7 +347,8 @@ class WholeInstallation : public ::testing::Test {
 TEST_F(WholeInstallation, AVersionOfZeroRunsEveryRowOfBothSiteLadders) {
     EXPECT_EQ(update.UpdateSite(kSite, 0), -1);
     EXPECT_EQ(StepsRun(), NamesOf({Ladder::kSiteSchema, Ladder::kSiteContent}, 0));
-    EXPECT_EQ(StepsRun().size(), 92U + 84U);
+    EXPECT_EQ(StepsRun().size(),
+              LadderSteps(Ladder::kSiteSchema).size() + LadderSteps(Ladder::kSiteContent).size());
 }
 
 TEST_F(WholeInstallation, AVersionThatIsNotANumberRunsEverything) {

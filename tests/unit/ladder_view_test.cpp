@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <set>
 #include <string>
@@ -12,7 +14,7 @@
 namespace twupdate {
 namespace {
 
-// The four decimals of every threshold, in order.
+// The four decimals of every threshold up to 1.0265, in order.
 const std::vector<int> kSiteSchema = {
     1,   3,   5,   7,   8,   13,  14,  17,  18,  19,  20,  21,  23,  25,  28,  30,  31,  32,  33,
     34,  35,  37,  38,  39,  40,  42,  45,  47,  50,  52,  54,  55,  59,  60,  61,  62,  64,  66,
@@ -57,6 +59,25 @@ std::string NameOf(Ladder ladder, int minor) {
     return {};
 }
 
+/// What a step of that threshold is called, unless it is one from further up.
+std::string NameAt(Ladder ladder, double threshold) {
+    char version[32];
+    std::snprintf(version, sizeof version, "%.4f", threshold);
+    std::string name = version;
+    name[1] = '_';
+    switch (ladder) {
+        case Ladder::kSiteSchema:
+            return "SiteSchemaStep_" + name;
+        case Ladder::kSiteContent:
+            return "SiteContentStep_" + name;
+        case Ladder::kServer:
+            return "ServerStep_" + name;
+        case Ladder::kServerData:
+            return "ServerDataStep_" + name;
+    }
+    return {};
+}
+
 struct Expected {
     Ladder ladder;
     const std::vector<int>& minors;
@@ -67,30 +88,52 @@ const Expected kLadders[] = {{Ladder::kSiteSchema, kSiteSchema},
                              {Ladder::kServer, kServer},
                              {Ladder::kServerData, kServerData}};
 
-TEST(LadderView, ListsEveryRungInOrder) {
+// What was released at 1.0265 stays as it is; later steps stand behind it.
+TEST(LadderView, BeginsWithTheRungsOf1_0265InTheirOrder) {
     for (const auto& [ladder, minors] : kLadders) {
         const auto steps = LadderSteps(ladder);
-        ASSERT_EQ(steps.size(), minors.size());
+        ASSERT_GE(steps.size(), minors.size());
         for (std::size_t i = 0; i < minors.size(); ++i) {
             EXPECT_EQ(steps[i].ladder, ladder);
             EXPECT_EQ(steps[i].number, static_cast<int>(i) + 1);
             EXPECT_EQ(steps[i].threshold, Threshold(minors[i]));
             EXPECT_EQ(steps[i].name, NameOf(ladder, minors[i]));
         }
+        for (const LadderStep& later : steps.subspan(minors.size())) {
+            EXPECT_GT(later.threshold, 1.0265);
+            const auto before = steps.first(static_cast<std::size_t>(later.number) - 1);
+            const bool again = std::ranges::count(before, later.name, &LadderStep::name) > 0;
+            EXPECT_TRUE(again || later.name == NameAt(ladder, later.threshold)) << later.name;
+        }
     }
 }
 
-TEST(LadderView, HasTheDocumentedNumberOfRungs) {
-    EXPECT_EQ(LadderSteps(Ladder::kSiteSchema).size(), 92U);
-    EXPECT_EQ(LadderSteps(Ladder::kSiteContent).size(), 84U);
-    EXPECT_EQ(LadderSteps(Ladder::kServer).size(), 18U);
-    EXPECT_EQ(LadderSteps(Ladder::kServerData).size(), 23U);
+// The one place that knows these numbers.
+TEST(LadderView, HasTheDocumentedNumberOfRungsAt1_0265) {
+    const auto rungsAt1_0265 = [](Ladder ladder) {
+        return std::ranges::count_if(
+            LadderSteps(ladder), [](const LadderStep& step) { return step.threshold <= 1.0265; });
+    };
+    EXPECT_EQ(rungsAt1_0265(Ladder::kSiteSchema), 92);
+    EXPECT_EQ(rungsAt1_0265(Ladder::kSiteContent), 84);
+    EXPECT_EQ(rungsAt1_0265(Ladder::kServer), 18);
+    EXPECT_EQ(rungsAt1_0265(Ladder::kServerData), 23);
+}
+
+TEST(LadderView, TheCurrentVersionIs1_0265OrTheLastThresholdAboveIt) {
+    double current = 1.0265;
+    for (const auto& expected : kLadders) {
+        current = std::max(current, LadderSteps(expected.ladder).back().threshold);
+    }
+    EXPECT_EQ(kCurrentVersion, current);
 }
 
 TEST(LadderView, PendingStepsAreThoseStrictlyAbove) {
-    EXPECT_EQ(PendingSteps(Ladder::kSiteSchema, 0).size(), 92U);
-    EXPECT_TRUE(PendingSteps(Ladder::kSiteSchema, 1.0264).empty());
-    EXPECT_TRUE(PendingSteps(Ladder::kSiteContent, 1.0261).empty());
+    for (const auto& expected : kLadders) {
+        const auto steps = LadderSteps(expected.ladder);
+        EXPECT_EQ(PendingSteps(expected.ladder, 0).size(), steps.size());
+        EXPECT_TRUE(PendingSteps(expected.ladder, steps.back().threshold).empty());
+    }
     const auto at28 = PendingSteps(Ladder::kSiteSchema, 1.0028);
     ASSERT_FALSE(at28.empty());
     EXPECT_EQ(at28.front().threshold, 1.0030);
@@ -108,8 +151,8 @@ TEST(LadderView, AVersionThatIsNotANumberIsBelowEverything) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_TRUE(IsBelow(nan, 1.0001));
     EXPECT_TRUE(IsBelow(nan, kCurrentVersion));
-    for (const auto& [ladder, minors] : kLadders) {
-        EXPECT_EQ(PendingSteps(ladder, nan).size(), minors.size());
+    for (const auto& expected : kLadders) {
+        EXPECT_EQ(PendingSteps(expected.ladder, nan).size(), LadderSteps(expected.ladder).size());
     }
 }
 
@@ -125,7 +168,10 @@ TEST(LadderView, TellsWhichStepsAreNotCompletedByRunningThemAgain) {
     std::set<std::string_view> notRepeatable;
     for (const auto& expected : kLadders) {
         for (const LadderStep& step : LadderSteps(expected.ladder)) {
-            if (!step.repeatable) {
+            if (!EffectOfRepeat(step).empty()) {
+                EXPECT_FALSE(step.repeatable) << step.name;
+            }
+            if (!step.repeatable && step.threshold <= 1.0265) {
                 notRepeatable.insert(step.name);
             }
         }

@@ -492,23 +492,27 @@ INSTANTIATE_TEST_SUITE_P(Target, ServerLadder, ::testing::Values(kCentral, kSite
                              return target.param == kSite ? "Site" : "Central";
                          });
 
-TEST_P(ServerLadder, At0264NoStepRuns) {
-    EXPECT_EQ(RunFrom(1.0264), -1);
+TEST_P(ServerLadder, AtTheLastThresholdNoStepRuns) {
+    EXPECT_EQ(RunFrom(std::max(LadderSteps(Ladder::kServer).back().threshold,
+                               LadderSteps(Ladder::kServerData).back().threshold)),
+              -1);
     EXPECT_THAT(list->steps, IsEmpty());
 }
 
-TEST_P(ServerLadder, At0263OnlyTheLastStepRuns) {
+TEST_P(ServerLadder, At0263TheStepBelow0264IsTheFirst) {
     RunFrom(1.0263);
-    EXPECT_THAT(list->steps, ElementsAre("ServerStep_1_0264"));
+    ASSERT_FALSE(list->steps.empty());
+    EXPECT_EQ(list->steps.front(), "ServerStep_1_0264");
 }
 
 TEST_P(ServerLadder, AtTheStartEveryStepRunsTheSchemaFirst) {
     EXPECT_EQ(RunFrom(1.0), -1);
-    ASSERT_THAT(list->steps, SizeIs(18 + 23));
+    const auto schema = LadderSteps(Ladder::kServer).size();
+    ASSERT_THAT(list->steps, SizeIs(schema + LadderSteps(Ladder::kServerData).size()));
     EXPECT_EQ(list->steps[0], "ServerStep_1_0002");
-    EXPECT_EQ(list->steps[17], "ServerStep_1_0264");
-    EXPECT_EQ(list->steps[18], "ReimportReferenceData");
-    EXPECT_EQ(list->steps[20], "ServerDataStep_1_0026");
+    EXPECT_EQ(list->steps[schema - 1], LadderSteps(Ladder::kServer).back().name);
+    EXPECT_EQ(list->steps[schema], "ReimportReferenceData");
+    EXPECT_EQ(list->steps[schema + 2], "ServerDataStep_1_0026");
 }
 
 TEST_P(ServerLadder, ASecondRunChangesNoSchema) {

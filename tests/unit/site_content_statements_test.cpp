@@ -686,16 +686,18 @@ TEST(SiteContentOrder, FilesAreCopiedAfterAllElse) {
 
 // --- The ladder ---------------------------------------------------------------------------------
 
-TEST(SiteContentLadder, ASiteAtTheLastThresholdButOneRunsOnlyTheLastStep) {
+TEST(SiteContentLadder, ASiteBetweenTwoThresholdsBeginsWithTheUpperStep) {
     const auto host = SiteSeven(AllGroups());
     Update update;
     update.Configure(host);
     UpdateTestPeer(update).RunSiteContentLadder(7, 1.0260);
-    EXPECT_THAT(host->log, ElementsAre("service ResetSiteComponent 7 5600"));
+    ASSERT_FALSE(host->log.empty());
+    EXPECT_EQ(host->log.front(), "service ResetSiteComponent 7 5600");
 }
 
 TEST(SiteContentLadder, ASiteAtTheLastThresholdOrAboveRunsNothing) {
-    for (const double version : {1.0261, 1.0264, 1.0265, 2.0}) {
+    for (const double version :
+         {LadderSteps(Ladder::kSiteContent).back().threshold, kCurrentVersion, 2.0}) {
         const auto host = SiteSeven(AllGroups());
         Update update;
         update.Configure(host);

@@ -4,7 +4,7 @@
 
 namespace twupdate::test {
 
-std::vector<StepCase> StepCases_1_0001_to_1_0035() {
+static std::vector<StepCase> Cases() {
     const std::string number = "INT DEFAULT 0 NOT NULL";
     const std::string flag = "BOOL DEFAULT 0 NOT NULL";
     const std::string fraction = "FLOAT DEFAULT 0 NOT NULL";
@@ -179,6 +179,8 @@ std::vector<StepCase> StepCases_1_0001_to_1_0035() {
                     ToDouble("form_50.field_1")))},
     };
 }
+
+[[maybe_unused]] static const StepCases kCases(Cases);
 
 namespace {
 

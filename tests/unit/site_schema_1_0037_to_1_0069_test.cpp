@@ -2,7 +2,7 @@
 
 namespace twupdate::test {
 
-std::vector<StepCase> StepCases_1_0037_to_1_0069() {
+static std::vector<StepCase> Cases() {
     const std::string number = "INT DEFAULT 0 NOT NULL";
     const std::string flag = "BOOL DEFAULT 0 NOT NULL";
     const std::string flagOn = "BOOL DEFAULT -1 NOT NULL";
@@ -112,6 +112,8 @@ std::vector<StepCase> StepCases_1_0037_to_1_0069() {
                     Adds("customerorder.accountamountsetmax", flag)))},
     };
 }
+
+[[maybe_unused]] static const StepCases kCases(Cases);
 
 namespace {
 

@@ -32,7 +32,7 @@ StepScript LinkTargets(unsigned first) {
 
 }  // namespace
 
-std::vector<StepCase> StepCases_1_0072_to_1_0224() {
+static std::vector<StepCase> Cases() {
     const std::string flag = "BOOL DEFAULT 0 NOT NULL";
     const std::string flagOn = "BOOL DEFAULT -1 NOT NULL";
     const std::string noLimit = "INT DEFAULT -1 NOT NULL";
@@ -187,6 +187,8 @@ std::vector<StepCase> StepCases_1_0072_to_1_0224() {
                     "PRIMARY KEY(embedid, propertytype));"))},
     };
 }
+
+[[maybe_unused]] static const StepCases kCases(Cases);
 
 namespace {
 

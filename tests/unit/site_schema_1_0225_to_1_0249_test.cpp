@@ -3,7 +3,7 @@
 
 namespace twupdate::test {
 
-std::vector<StepCase> StepCases_1_0225_to_1_0249() {
+static std::vector<StepCase> Cases() {
     const std::string number = "INT DEFAULT 0 NOT NULL";
     const std::string flag = "BOOL DEFAULT 0 NOT NULL";
     const std::string text100 = "VARCHAR(100) DEFAULT '' NOT NULL";
@@ -160,6 +160,8 @@ std::vector<StepCase> StepCases_1_0225_to_1_0249() {
               Adds("regularexpression.replacestrlen", number))},
     };
 }
+
+[[maybe_unused]] static const StepCases kCases(Cases);
 
 namespace {
 

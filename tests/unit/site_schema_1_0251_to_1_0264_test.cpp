@@ -10,7 +10,7 @@
 
 namespace twupdate::test {
 
-std::vector<StepCase> StepCases_1_0251_to_1_0264() {
+static std::vector<StepCase> Cases() {
     const std::string number = "INT DEFAULT 0 NOT NULL";
     const auto output =
         Where("formtemplatefield", Adds("formtemplatefield.outputtype", "INT DEFAULT -1 NOT NULL"),
@@ -74,6 +74,8 @@ std::vector<StepCase> StepCases_1_0251_to_1_0264() {
                     "INDEX expirydate_idx(expirydate) );"))},
     };
 }
+
+[[maybe_unused]] static const StepCases kCases(Cases);
 
 namespace {
 

@@ -18,7 +18,32 @@ std::string ForSiteSeven(std::string text) {
     return text;
 }
 
+using MakeCases = std::vector<StepCase> (*)();
+
+/// Made before the first use, since it is used before main().
+std::vector<MakeCases>& CasesOfFiles() {
+    static std::vector<MakeCases> files;
+    return files;
+}
+
 }  // namespace
+
+StepCases::StepCases(std::vector<StepCase> (*cases)()) {
+    CasesOfFiles().push_back(cases);
+}
+
+std::vector<StepCase> AllStepCases() {
+    std::vector<StepCase> all;
+    for (const MakeCases cases : CasesOfFiles()) {
+        std::ranges::move(cases(), std::back_inserter(all));
+    }
+    std::ranges::stable_sort(all, {}, [](const StepCase& stepCase) {
+        return std::ranges::find(LadderSteps(Ladder::kSiteSchema), stepCase.step,
+                                 &LadderStep::name) -
+               LadderSteps(Ladder::kSiteSchema).begin();
+    });
+    return all;
+}
 
 SiteSchema::SiteSchema() {
     host->installFolder = "/nonexistent/twupdate/bin";

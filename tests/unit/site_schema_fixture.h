@@ -22,12 +22,13 @@ struct StepCase {
     friend void PrintTo(const StepCase& stepCase, std::ostream* out) { *out << stepCase.step; }
 };
 
-// The cases of each source file of steps, in ladder order.
-std::vector<StepCase> StepCases_1_0001_to_1_0035();
-std::vector<StepCase> StepCases_1_0037_to_1_0069();
-std::vector<StepCase> StepCases_1_0072_to_1_0224();
-std::vector<StepCase> StepCases_1_0225_to_1_0249();
-std::vector<StepCase> StepCases_1_0251_to_1_0264();
+/// Adds the cases of one source file of steps to the others.
+struct StepCases {
+    explicit StepCases(std::vector<StepCase> (*cases)());
+};
+
+/// All cases, in ladder order.
+std::vector<StepCase> AllStepCases();
 
 /// Site 7 at version 1.0000 on the recording host.
 class SiteSchema : public ::testing::Test {
