@@ -1,4 +1,6 @@
+#include <array>
 #include <map>
+#include <string_view>
 #include <utility>
 
 #include "dbutil/sql.h"
@@ -7,6 +9,33 @@
 #include "twupdate/update.h"
 
 namespace twupdate {
+namespace {
+
+struct NamedColour {
+    std::string_view name;
+    std::string_view code;
+};
+
+// In this order: the replacement also finds a name inside a longer one, so that "white" before
+// "whitesmoke" turns the latter into #fffsmoke where both stand in one value.
+constexpr std::array<NamedColour, 19> kNamedColours{{
+    {"gainsboro", "#dcdcdc"},    {"silver", "#c0c0c0"},     {"dimgray", "#696969"},
+    {"white", "#fff"},           {"darkblue", "#00008b"},   {"lightyellow", "#ffffe0"},
+    {"lemonchiffon", "#fffacd"}, {"blue", "#00f"},          {"whitesmoke", "#f5f5f5"},
+    {"lightgrey", "#d3d3d3"},    {"darkgray", "#a9a9a9"},   {"lightsteelblue", "#b0c4de"},
+    {"black", "#000"},           {"dodgerblue", "#1e90ff"}, {"darkkhaki", "#bdb76b"},
+    {"darkred", "#8b0000"},      {"red", "#f00"},           {"yellow", "#ff0"},
+    {"orange", "#ffa500"},
+}};
+
+}  // namespace
+
+void Update::SiteContentStep_1_0239(std::int32_t siteId) {
+    UpgradeSiteComponent(siteId, 100);
+}
+
+// Nothing to do: the rung keeps the sequence of versions without a gap.
+void Update::SiteContentStep_1_0240(std::int32_t) {}
 
 /// Turns the link fields that are embedded in a view page's texts into text embeds.
 struct Update::TextEmbeds {
@@ -155,6 +184,108 @@ void Update::SiteContentStep_1_0242(std::int32_t siteId) {
             embeds.ConvertText(Int32Field(text, "textid"), fields);
         });
     });
+}
+
+void Update::SiteContentStep_1_0245(std::int32_t siteId) {
+    RefreshSiteComponent(siteId, 900);
+    RefreshSiteComponent(siteId, 3700);
+}
+
+void Update::SiteContentStep_1_0254(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    for (const NamedColour& colour : kNamedColours) {
+        Execute(Sql("UPDATE ", db, ".attribute SET value = REPLACE(LCASE(value), '", colour.name,
+                    "', '", colour.code,
+                    "') WHERE (name LIKE '%color' OR name LIKE 'border-%') "
+                    "AND value REGEXP '(^| )",
+                    colour.name, "( |$)';"));
+    }
+    std::int32_t offset = 0;
+    for (bool more = true; more;) {
+        more = false;
+        ForEachRow(
+            OpenRecordset(
+                Sql("SELECT cssid FROM ", db, ".css ORDER BY cssid LIMIT ", offset, ",50;")),
+            [&](const Recordset& stylesheet) {
+                const std::int32_t cssId = Int32Field(stylesheet, "cssid");
+                Execute(Sql("UPDATE ", db, ".css SET cachebuilt = 0 WHERE cssid = ", cssId, ";"));
+                Execute(Sql("UPDATE ", db, ".tag SET cachebuilt = 0 WHERE cssid = ", cssId, ";"));
+                ++offset;
+                more = true;
+            });
+    }
+}
+
+void Update::SiteContentStep_1_0255(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    if (!TableExists(db, "formfield")) {
+        return;
+    }
+    const auto longTextFields = [&](std::int32_t last) {
+        return OpenRecordset(Sql("SELECT formfieldid, featureid FROM ", db,
+                                 ".formfield WHERE type IN('dhtml', 'memo') AND formfieldid > ",
+                                 last, " ORDER BY formfieldid LIMIT 50;"));
+    };
+    ForEachRowInPages("formfieldid", longTextFields, [&](const Recordset& field) {
+        const std::string table = Sql("form_", Int32Field(field, "featureid"));
+        const std::string column = Sql("field_", Int32Field(field, "formfieldid"));
+        if (TableExists(db, table) && ColumnExists(db, table, column)) {
+            Execute(Sql("ALTER TABLE ", db, ".", table, " MODIFY COLUMN ", column,
+                        " LONGTEXT DEFAULT '' NOT NULL;"));
+        }
+    });
+}
+
+void Update::SiteContentStep_1_0256(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
+                ".layoutzonenavlevel("
+                "zoneid INT DEFAULT 0 NOT NULL, "
+                "level INT DEFAULT 0 NOT NULL, "
+                "direction INT DEFAULT 0 NOT NULL, "
+                "PRIMARY KEY(zoneid, level));"));
+    Execute(Sql("UPDATE ", db, ".layoutzone SET flyoutjs = '';"));
+}
+
+void Update::SiteContentStep_1_0257(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    if (!TableExists(db, "formtemplateviewfield")) {
+        return;
+    }
+    Execute(Sql("UPDATE ", db,
+                ".formtemplateviewfield SET float_value = 1 "
+                "WHERE formtemplateviewfieldtype = 22;"));
+    Execute(Sql("INSERT INTO ", db,
+                ".setting(overrideid, name, type, integer_value) "
+                "SELECT s.overrideid, 'WordMatchType', 'integer', IF(s.integer_value = -1, 1, 0) "
+                "FROM ",
+                db, ".setting s LEFT JOIN ", db,
+                ".setting w ON w.overrideid = s.overrideid AND w.name = 'WordMatchType' "
+                "WHERE s.name = 'IgnoreWordFragments' AND w.settingid IS NULL "
+                "ORDER BY s.settingid;"));
+    Execute(Sql("DELETE FROM ", db, ".setting WHERE name = 'IgnoreWordFragments';"));
+}
+
+void Update::SiteContentStep_1_0258(std::int32_t siteId) {
+    UpgradeSiteComponent(siteId, 2600);
+}
+
+void Update::SiteContentStep_1_0259(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    if (!TableExists(db, "form")) {
+        return;
+    }
+    const auto forms = [&](std::int32_t last) { return OpenForms(db, last); };
+    ForEachRowInPages("formfeatureid", forms, [&](const Recordset& form) {
+        const std::string table = Sql("form_", Int32Field(form, "formfeatureid"));
+        if (TableExists(db, table)) {
+            Execute(Sql("REPAIR TABLE ", db, ".", table, " QUICK;"));
+        }
+    });
+}
+
+void Update::SiteContentStep_1_0261(std::int32_t siteId) {
+    ResetSiteComponent(siteId, 5600);
 }
 
 }  // namespace twupdate

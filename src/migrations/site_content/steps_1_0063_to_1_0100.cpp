@@ -1,65 +1,10 @@
+#include <vector>
+
 #include "dbutil/sql.h"
 #include "migrations/site_content/rows.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
-
-// Steps that are not here stand by theme: emails.cpp, forms.cpp, forum.cpp, layouts.cpp, shop.cpp,
-// styles.cpp, texts.cpp.
-
-void Update::SiteContentStep_1_0027(std::int32_t siteId) {
-    UpgradeSiteComponent(siteId, 2300);
-    RefreshSiteComponent(siteId, 300);
-}
-
-void Update::SiteContentStep_1_0029(std::int32_t siteId) {
-    RefreshSiteComponent(siteId, 2600);
-}
-
-void Update::SiteContentStep_1_0032(std::int32_t siteId) {
-    InitialiseSiteComponent(siteId, 4100);
-    RefreshSiteComponent(siteId, 4100);
-    UpgradeSiteComponent(siteId, 4100);
-    ResetSiteComponent(siteId, 4100);
-}
-
-void Update::SiteContentStep_1_0039(std::int32_t siteId) {
-    const std::string db = SiteDatabase(siteId);
-    if (TableExists(db, "forum")) {
-        Execute(Sql("UPDATE ", db, ".forum SET threadroot = -1 WHERE elementid = threadid;"));
-    }
-}
-
-void Update::SiteContentStep_1_0042(std::int32_t siteId) {
-    const std::string db = SiteDatabase(siteId);
-    if (TableExists(db, "formtemplatefield")) {
-        Execute(Sql("UPDATE ", db,
-                    ".formtemplatefield SET linktype = 1 WHERE linkformtemplatefieldid > 0;"));
-    }
-}
-
-void Update::SiteContentStep_1_0048(std::int32_t siteId) {
-    UpgradeSiteComponent(siteId, 1000);
-}
-
-void Update::SiteContentStep_1_0051(std::int32_t siteId) {
-    for (const std::int32_t componentId : {1450, 900, 800, 3700, 400, 500, 1000, 1600}) {
-        RefreshSiteComponent(siteId, componentId);
-    }
-}
-
-void Update::SiteContentStep_1_0057(std::int32_t siteId) {
-    UpgradeSiteComponent(siteId, 900);
-    UpgradeSiteComponent(siteId, 3600);
-}
-
-void Update::SiteContentStep_1_0058(std::int32_t siteId) {
-    UpgradeSiteComponent(siteId, 1200);
-}
-
-void Update::SiteContentStep_1_0062(std::int32_t siteId) {
-    ResetSiteComponent(siteId, 3900);
-}
 
 void Update::SiteContentStep_1_0063(std::int32_t siteId) {
     CopySiteTemplate(siteId, "EmailTest");
@@ -132,6 +77,24 @@ void Update::SiteContentStep_1_0080(std::int32_t siteId) {
     UpgradeSiteComponent(siteId, 1000);
 }
 
+void Update::SiteContentStep_1_0081(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    for (const std::string_view copy : {"DefaultBillingCountryId", "DefaultShippingCountryId"}) {
+        Execute(Sql("INSERT INTO ", db,
+                    ".setting(overrideid, name, type, string_value, text, textlen, integer_value, "
+                    "float_value) SELECT s.overrideid, '",
+                    copy,
+                    "', s.type, s.string_value, s.text, s.textlen, s.integer_value, s.float_value "
+                    "FROM ",
+                    db, ".setting s INNER JOIN ", db,
+                    ".override o ON o.overrideid = s.overrideid INNER JOIN ", db,
+                    ".feature f ON f.featureid = o.featureid LEFT JOIN ", db,
+                    ".setting c ON c.overrideid = s.overrideid AND c.name = '", copy,
+                    "' WHERE f.componentid = 1000 AND s.name = 'DefaultCountryId' "
+                    "AND c.settingid IS NULL ORDER BY s.settingid;"));
+    }
+}
+
 // 0 is the type of the style caches.
 void Update::SiteContentStep_1_0082(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
@@ -159,6 +122,46 @@ void Update::SiteContentStep_1_0089(std::int32_t siteId) {
 
 void Update::SiteContentStep_1_0090(std::int32_t siteId) {
     ResetSiteComponent(siteId, 3100);
+}
+
+void Update::SiteContentStep_1_0091(std::int32_t siteId) {
+    const std::string db = SiteDatabase(siteId);
+    if (!TableExists(db, "form")) {
+        return;
+    }
+    const auto forms = [&](std::int32_t last) { return OpenForms(db, last); };
+    ForEachRowInPages("formfeatureid", forms, [&](const Recordset& form) {
+        RecordFormFeatureId(db, Int32Field(form, "formfeatureid"));
+    });
+
+    // All ids first: copying asks the database again.
+    std::vector<std::int32_t> componentIds;
+    ForEachRow(
+        OpenRecordset(Sql("SELECT DISTINCT f.componentid FROM ", db, ".form m INNER JOIN ", db,
+                          ".feature f ON f.featureid = m.formfeatureid "
+                          "ORDER BY f.componentid;")),
+        [&](const Recordset& row) { componentIds.push_back(Int32Field(row, "componentid")); });
+    for (const std::int32_t componentId : componentIds) {
+        RenewComponentFiles(siteId, componentId);
+    }
+}
+
+std::shared_ptr<Recordset> Update::OpenForms(StringRef db, std::int32_t lastFormId) {
+    return OpenRecordset(Sql("SELECT formfeatureid FROM ", db, ".form WHERE formfeatureid > ",
+                             lastFormId, " ORDER BY formfeatureid LIMIT 50;"));
+}
+
+void Update::RecordFormFeatureId(StringRef db, std::int32_t formFeatureId) {
+    const std::int32_t overrideId = OverrideOfPage(db, formFeatureId);
+    if (!SettingExists(db, overrideId, "FormFeatureId")) {
+        AddIntegerSetting(db, overrideId, "FormFeatureId", formFeatureId);
+        return;
+    }
+    Execute(Sql("UPDATE ", db, ".setting SET type = 'integer', integer_value = ", formFeatureId,
+                " WHERE overrideid = ", overrideId,
+                " AND name = 'FormFeatureId' AND (type <> 'integer' "
+                "OR integer_value <> ",
+                formFeatureId, ");"));
 }
 
 void Update::SiteContentStep_1_0094(std::int32_t siteId) {
