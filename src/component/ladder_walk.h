@@ -10,8 +10,8 @@ namespace twupdate {
 /// Runs, in table order, every rung whose threshold the version is strictly below.
 /// @param arguments  what every step of the ladder is called with
 template <typename Rungs, typename... Arguments>
-void Update::WalkLadder(Ladder ladder, const Rungs& rungs, StringRef database, double version,
-                        const Arguments&... arguments) {
+void Update::WalkLadder(Ladder ladder, const Rungs& rungs, const std::string& database,
+                        double version, const Arguments&... arguments) {
     Boolean result = kFalse;  // some steps write it; nobody reads it
     const auto observer = p_oUtility ? p_oUtility->GetObserver() : nullptr;
     const auto steps = LadderSteps(ladder);

@@ -21,7 +21,7 @@ struct Update::Ladders {
         void (*run)(Update& update, Arguments... arguments, Boolean& result);
     };
     using SiteRung = Rung<std::int32_t>;
-    using ServerRung = Rung<StringRef, StringRef, bool>;
+    using ServerRung = Rung<const std::string&, const std::string&, bool>;
 
     static constexpr bool kRepeatable = true;
     static constexpr bool kNotRepeatable = false;
@@ -35,11 +35,11 @@ struct Update::Ladders {
      [](Update& update, std::int32_t siteId, Boolean& result) { update.step(siteId, result); }},
 #define TWU_RUN_SERVER_STEP(threshold, step, repeatable, description)                   \
     {threshold, #step, repeatable, description,                                         \
-     [](Update& update, StringRef databaseName, StringRef tablePrefix, bool isSite,     \
+     [](Update& update, const std::string& databaseName, const std::string& tablePrefix, bool isSite,     \
         Boolean& /*result*/) { update.step(databaseName, tablePrefix, isSite); }},
 #define TWU_RUN_SERVER_STEP_WITH_RESULT(threshold, step, repeatable, description)       \
     {threshold, #step, repeatable, description,                                         \
-     [](Update& update, StringRef databaseName, StringRef tablePrefix, bool isSite,     \
+     [](Update& update, const std::string& databaseName, const std::string& tablePrefix, bool isSite,     \
         Boolean& result) { update.step(databaseName, tablePrefix, isSite, result); }},
 
     static constexpr auto kSiteSchema = std::to_array<SiteRung>({

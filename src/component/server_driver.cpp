@@ -44,8 +44,8 @@ Boolean Update::RunServerUpgrade(double version, std::int32_t siteId) {
     return kTrue;
 }
 
-void Update::RunServerLadders(double version, StringRef databaseName, StringRef tablePrefix,
-                              bool isSite) {
+void Update::RunServerLadders(double version, const std::string& databaseName,
+                              const std::string& tablePrefix, bool isSite) {
     // The second run starts again at low thresholds: its data steps need all of the new columns.
     WalkLadder(Ladder::kServer, Ladders::kServer, databaseName, version, databaseName, tablePrefix,
                isSite);
@@ -105,7 +105,7 @@ void Update::RefreshApplication() {
     Host().GetComponentHost()->GetApplication()->Refresh();
 }
 
-std::string Update::GetFileExtension(StringRef path) {
+std::string Update::GetFileExtension(const std::string& path) {
     // \.([a-z\d]+)$ without regard to case, by hand: the standard regular expressions recurse
     // once per character and stored paths may be long.
     constexpr std::size_t kLongest = 20;

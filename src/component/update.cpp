@@ -44,16 +44,16 @@ Utility& Update::Host() const {
     return *p_oUtility;
 }
 
-void Update::Execute(StringRef sql) {
+void Update::Execute(const std::string& sql) {
     std::int64_t rowsAffected = 0;
     Host().GetDatabase()->Execute(sql, rowsAffected);
 }
 
-std::shared_ptr<Recordset> Update::OpenRecordset(StringRef sql) {
+std::shared_ptr<Recordset> Update::OpenRecordset(const std::string& sql) {
     return Host().GetDatabase()->OpenRecordset(sql, 0, 0);
 }
 
-std::shared_ptr<Reader> Update::OpenReader(StringRef sql) {
+std::shared_ptr<Reader> Update::OpenReader(const std::string& sql) {
     return Host().GetDatabase()->OpenReader(sql);
 }
 

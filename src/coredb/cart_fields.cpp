@@ -3,6 +3,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "dbutil/replace_all.h"
 #include "twupdate/update.h"
 
 namespace twupdate {
@@ -149,38 +150,6 @@ class Replacements {
 /// True when the tag's name or identifier holds the beginning of another tag.
 bool HoldsOpener(const Tag& tag) {
     return tag.whole.find(kTagName, kTagName.size()) != std::string_view::npos;
-}
-
-/// Replaces every occurrence of `from`, left to right, in time linear in both texts whatever they
-/// hold (Knuth, Morris and Pratt).
-std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to) {
-    std::vector<std::size_t> border(from.size() + 1, 0);
-    for (std::size_t i = 1, matched = 0; i < from.size(); ++i) {
-        while (matched > 0 && from[i] != from[matched]) {
-            matched = border[matched];
-        }
-        if (from[i] == from[matched]) {
-            ++matched;
-        }
-        border[i + 1] = matched;
-    }
-    std::string replaced;
-    replaced.reserve(text.size());
-    std::size_t done = 0;
-    for (std::size_t i = 0, matched = 0; i < text.size(); ++i) {
-        while (matched > 0 && text[i] != from[matched]) {
-            matched = border[matched];
-        }
-        if (text[i] == from[matched]) {
-            ++matched;
-        }
-        if (matched == from.size()) {
-            replaced.append(text, done, i + 1 - from.size() - done).append(to);
-            done = i + 1;
-            matched = 0;
-        }
-    }
-    return replaced.append(text, done);
 }
 
 std::string ReplaceOneByOne(std::string_view text, const std::vector<Tag>& tags) {

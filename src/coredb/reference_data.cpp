@@ -62,7 +62,8 @@ std::string ColumnNames(const std::vector<std::string>& columns) {
 
 }  // namespace
 
-void Update::ImportReferenceData(StringRef table, const std::vector<std::string>& columns) {
+void Update::ImportReferenceData(const std::string& table,
+                                 const std::vector<std::string>& columns) {
     const auto file = Host().InstallFolder() / "resources" / (table + "Data.txt");
     if (!std::filesystem::is_regular_file(file)) {
         return;

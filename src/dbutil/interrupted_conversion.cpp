@@ -29,9 +29,9 @@ class Conversion {
     Leftover Find() const {
         const std::string type = columns_[*Place(kTemporary)].type;
         if (type != "double") {
-            return ForAPerson(
-                Sql("the column double_temp has the type ", type, ", which no conversion gives it"),
-                kStopsWith1060);
+            return ForAPerson(Concat("the column double_temp has the type ", type,
+                                     ", which no conversion gives it"),
+                              kStopsWith1060);
         }
         const auto column = InConversion();
         if (!column) {
@@ -40,8 +40,8 @@ class Conversion {
         const auto place = Place(*column);
         if (!place) {
             return {.table = converted_.table,
-                    .seen = Sql("the column ", *column,
-                                " is missing, and its values are in double_temp"),
+                    .seen = Concat("the column ", *column,
+                                   " is missing, and its values are in double_temp"),
                     .consequence = "a repeat ends without the column, or adds an empty one",
                     .statements = {Rename(*column)}};
         }
@@ -77,14 +77,14 @@ class Conversion {
     /// double_temp comes after the column, so it is a copy, which may not be filled yet.
     Leftover BesideItsColumn(const std::string& column) const {
         if (const std::int64_t own = RowsOnlyIn(column); own > 0) {
-            return ForAPerson(
-                Sql("double_temp holds values that ", column, " does not hold, in ", RowsText(own)),
-                kStopsWith1060);
+            return ForAPerson(Concat("double_temp holds values that ", column,
+                                     " does not hold, in ", RowsText(own)),
+                              kStopsWith1060);
         }
         if (OneIsMissing() && RowsWithValues() > 0) {
-            return ForAPerson(
-                Sql("double_temp holds the values of ", column, ", or of a column that is missing"),
-                kStopsWith1060);
+            return ForAPerson(Concat("double_temp holds the values of ", column,
+                                     ", or of a column that is missing"),
+                              kStopsWith1060);
         }
         return Superfluous(column);
     }
@@ -98,13 +98,14 @@ class Conversion {
             inspection_.Count(Sql(Table(), " WHERE NOT (", isDefault, ") AND NOT (double_temp <=> ",
                                   AsDouble(column), ")"));
         if (own > 0) {
-            return ForAPerson(Sql("double_temp holds the values of ", column, ", and ", column,
-                                  ", which was added again since, holds others in ", RowsText(own)),
-                              kStopsWith1060);
+            return ForAPerson(
+                Concat("double_temp holds the values of ", column, ", and ", column,
+                       ", which was added again since, holds others in ", RowsText(own)),
+                kStopsWith1060);
         }
         return {.table = converted_.table,
-                .seen = Sql("double_temp holds the values of ", column, ", and ", column,
-                            ", which was added again since, is empty"),
+                .seen = Concat("double_temp holds the values of ", column, ", and ", column,
+                               ", which was added again since, is empty"),
                 .consequence = kStopsWith1060,
                 .statements = {Drop(column), Rename(column)}};
     }
@@ -116,8 +117,8 @@ class Conversion {
                 return Superfluous(column);
             }
         }
-        return ForAPerson(Sql("double_temp holds values that are in no other column, in ",
-                              RowsText(RowsWithValues())),
+        return ForAPerson(Concat("double_temp holds values that are in no other column, in ",
+                                 RowsText(RowsWithValues())),
                           kNothingReadsThem);
     }
 
@@ -149,8 +150,8 @@ class Conversion {
 
     Leftover Superfluous(const std::string& column) const {
         return {.table = converted_.table,
-                .seen = Sql("the column double_temp is left over, and ", column,
-                            " holds all its values"),
+                .seen = Concat("the column double_temp is left over, and ", column,
+                               " holds all its values"),
                 .consequence = kStopsWith1060,
                 .statements = {Drop(kTemporary)}};
     }
@@ -185,8 +186,8 @@ std::vector<Leftover> FindStrangeConversions(Utility& host, const std::string& d
     for (const std::string& table : Inspection(host, database).TablesWith(kTemporary)) {
         if (std::find(known.begin(), known.end(), table) == known.end()) {
             leftovers.push_back({.table = table,
-                                 .seen = Sql("the table has a column double_temp, and no step "
-                                             "converts a column of this table"),
+                                 .seen = Concat("the table has a column double_temp, and no step "
+                                                "converts a column of this table"),
                                  .consequence = kNothingReadsThem,
                                  .statements = {}});
         }

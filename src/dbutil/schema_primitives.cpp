@@ -16,67 +16,75 @@ bool FindRow(Reader& rows, std::string_view column, std::string_view wanted) {
 
 }  // namespace
 
-bool Update::TableExists(StringRef db, StringRef table) {
+bool Update::TableExists(const std::string& db, const std::string& table) {
     const auto tables = OpenRecordset(Sql("SHOW TABLES FROM ", db, " LIKE '", table, "';"));
     const bool found = !tables->IsEOF();
     tables->Close();
     return found;
 }
 
-bool Update::ColumnExists(StringRef db, StringRef table, StringRef column) {
+bool Update::ColumnExists(const std::string& db, const std::string& table,
+                          const std::string& column) {
     const auto columns = OpenReader(Sql("DESCRIBE ", db, ".", table, ";"));
     const bool found = FindRow(*columns, "Field", column);
     columns->ReaderClose();
     return found;
 }
 
-bool Update::IndexExists(StringRef db, StringRef table, StringRef index) {
+bool Update::IndexExists(const std::string& db, const std::string& table,
+                         const std::string& index) {
     const auto indexes = OpenReader(Sql("SHOW INDEXES FROM ", db, ".", table, ";"));
     const bool found = FindRow(*indexes, "Key_name", index);
     indexes->ReaderClose();
     return found;
 }
 
-void Update::AddColumnIfMissing(StringRef db, StringRef table, StringRef column,
-                                StringRef definition) {
+void Update::AddColumnIfMissing(const std::string& db, const std::string& table,
+                                const std::string& column, const std::string& definition) {
     if (!ColumnExists(db, table, column)) {
         AddColumn(db, table, column, definition);
     }
 }
 
-void Update::AddColumn(StringRef db, StringRef table, StringRef column, StringRef definition) {
+void Update::AddColumn(const std::string& db, const std::string& table, const std::string& column,
+                       const std::string& definition) {
     Execute(Sql("ALTER TABLE ", db, ".", table, " ADD COLUMN ", column, " ", definition, ";"));
 }
 
-void Update::DropColumn(StringRef db, StringRef table, StringRef column) {
+void Update::DropColumn(const std::string& db, const std::string& table,
+                        const std::string& column) {
     if (ColumnExists(db, table, column)) {
         Execute(Sql("ALTER TABLE ", db, ".", table, " DROP COLUMN ", column, ";"));
     }
 }
 
-void Update::DropColumnByQuery(StringRef db, StringRef table, StringRef column) {
+void Update::DropColumnByQuery(const std::string& db, const std::string& table,
+                               const std::string& column) {
     if (ColumnExists(db, table, column)) {
         OpenRecordset(Sql("ALTER TABLE ", db, ".", table, " DROP COLUMN ", column, ";"));
     }
 }
 
-void Update::DropIndex(StringRef db, StringRef table, StringRef index) {
+void Update::DropIndex(const std::string& db, const std::string& table, const std::string& index) {
     if (IndexExists(db, table, index)) {
         Execute(Sql("ALTER TABLE ", db, ".", table, " DROP INDEX ", index, ";"));
     }
 }
 
-void Update::AddIndexIfMissing(StringRef db, StringRef table, StringRef index, StringRef columns) {
+void Update::AddIndexIfMissing(const std::string& db, const std::string& table,
+                               const std::string& index, const std::string& columns) {
     if (!IndexExists(db, table, index)) {
         AddIndex(db, table, index, columns);
     }
 }
 
-void Update::AddIndex(StringRef db, StringRef table, StringRef index, StringRef columns) {
+void Update::AddIndex(const std::string& db, const std::string& table, const std::string& index,
+                      const std::string& columns) {
     Execute(Sql("ALTER TABLE ", db, ".", table, " ADD INDEX ", index, "(", columns, ");"));
 }
 
-void Update::ConvertFloatToDouble(StringRef db, StringRef table, StringRef column) {
+void Update::ConvertFloatToDouble(const std::string& db, const std::string& table,
+                                  const std::string& column) {
     const auto columns = OpenReader(Sql("DESCRIBE ", db, ".", table, ";"));
     const bool isFloat =
         FindRow(*columns, "Field", column) && columns->GetField("Type").ToText() == "float";
@@ -93,7 +101,8 @@ void Update::ConvertFloatToDouble(StringRef db, StringRef table, StringRef colum
                 " DOUBLE DEFAULT 0 NOT NULL;"));
 }
 
-void Update::ConvertToDecimal(StringRef db, StringRef table, StringRef column) {
+void Update::ConvertToDecimal(const std::string& db, const std::string& table,
+                              const std::string& column) {
     const auto found = OpenReader(Sql("DESCRIBE ", db, ".", table, " ", column, ";"));
     const bool exists = !found->IsEOF();
     found->ReaderClose();

@@ -81,7 +81,7 @@ bool IsMissing(const std::error_code& error) {
 }
 
 fs::path SiteWebFolder(const fs::path& root, std::int32_t siteId) {
-    return root / "wwwroot" / "sites" / Sql(siteId);
+    return root / "wwwroot" / "sites" / Concat(siteId);
 }
 
 /// The folder of that name under `components`; the name may hold several levels.
@@ -169,16 +169,17 @@ void Update::CopySiteTemplates(std::int32_t siteId) {
 
 void Update::CopyComponentTemplate(std::int32_t siteId, const Component& component, bool overwrite,
                                    Boolean& /*result*/) {
+    const std::string db = SiteDatabase(siteId);
     const fs::path root = InstallationRoot(Host().InstallFolder());
     const std::int32_t componentId = component.GetComponentId();
     const fs::path source = ComponentTemplateFolder(root, component.GetFolderName());
     if (!FolderExists(source)) {
         return;
     }
-    const auto pages = OpenRecordset(Sql("SELECT featureid FROM tw_", siteId,
-                                         ".feature WHERE componentid = ", componentId, ";"));
+    const auto pages = OpenRecordset(
+        Sql("SELECT featureid FROM ", db, ".feature WHERE componentid = ", componentId, ";"));
     for (; !pages->IsEOF(); pages->MoveNext()) {
-        const fs::path page = SiteWebFolder(root, siteId) / Sql(Int32Field(*pages, "featureid"));
+        const fs::path page = SiteWebFolder(root, siteId) / Concat(Int32Field(*pages, "featureid"));
         if (!FolderExists(page)) {
             continue;
         }

@@ -9,32 +9,43 @@
 /// Helpers with which the steps put statements together and read rows.
 namespace twupdate {
 
-inline void AppendSql(std::string& sql, std::string_view part) {
-    sql.append(part);
+inline void AppendTo(std::string& text, std::string_view part) {
+    text.append(part);
 }
 
-inline void AppendSql(std::string& sql, std::int32_t number) {
+inline void AppendTo(std::string& text, std::int32_t number) {
     char digits[16];
     const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
-    sql.append(digits, end);
+    text.append(digits, end);
 }
 
-/// Joins the parts of a statement: text as it stands, numbers in plain decimal.
+/// Joins texts as they stand and numbers in plain decimal.
+template <typename... Parts>
+std::string Concat(const Parts&... parts) {
+    std::string text;
+    (AppendTo(text, parts), ...);
+    return text;
+}
+
+/// The same for a statement, or for a part of one.
 template <typename... Parts>
 std::string Sql(const Parts&... parts) {
-    std::string sql;
-    (AppendSql(sql, parts), ...);
-    return sql;
+    return Concat(parts...);
 }
 
 /// The text as it may stand between single quotes.
 std::string EscapeSql(std::string_view text);
 
+/// How many rows a step reads with one query where there may be many.
+inline constexpr std::int32_t kRowsPerPage = 50;
+/// The same of e-mails, which are long.
+inline constexpr std::int32_t kEmailsPerPage = 20;
+
 inline constexpr std::string_view kCentralDatabase = "tw_tarnwick";
 
 /// The name of a site's database: site 7 gives "tw_7".
 inline std::string SiteDatabase(std::int32_t siteId) {
-    return Sql("tw_", siteId);
+    return Concat("tw_", siteId);
 }
 
 }  // namespace twupdate

@@ -77,43 +77,48 @@ class TWUPDATE_EXPORT Update final {
     friend struct UpdateTestPeer;  // lets the tests call the operations below one by one
     friend std::span<const LadderStep> LadderSteps(Ladder ladder);
 
-    using StringRef = const std::string&;
-
     // --- src/component: access to the host -------------------------------------------------
     Utility& Host() const;
-    void Execute(StringRef sql);
-    std::shared_ptr<Recordset> OpenRecordset(StringRef sql);
-    std::shared_ptr<Reader> OpenReader(StringRef sql);
+    void Execute(const std::string& sql);
+    std::shared_ptr<Recordset> OpenRecordset(const std::string& sql);
+    std::shared_ptr<Reader> OpenReader(const std::string& sql);
     std::int32_t GetLastInsertId();
 
     // --- src/component: drivers -------------------------------------------------------------
     Boolean RunSiteSchemaLadder(std::int32_t siteId, double version);
     void RunSiteContentLadder(std::int32_t siteId, double version);
     Boolean RunServerUpgrade(double version, std::int32_t siteId);
-    void RunServerLadders(double version, StringRef databaseName, StringRef tablePrefix,
-                          bool isSite);
+    void RunServerLadders(double version, const std::string& databaseName,
+                          const std::string& tablePrefix, bool isSite);
     void UpgradeOldSites();
     std::shared_ptr<Recordset> EnumerateSites(std::int32_t lastSiteId, std::int32_t limit,
                                               double version);
     void RefreshApplication();
     template <typename Rungs, typename... Arguments>
-    void WalkLadder(Ladder ladder, const Rungs& rungs, StringRef database, double version,
+    void WalkLadder(Ladder ladder, const Rungs& rungs, const std::string& database, double version,
                     const Arguments&... arguments);
-    static std::string GetFileExtension(StringRef path);
+    static std::string GetFileExtension(const std::string& path);
 
     // --- src/dbutil: schema primitives ------------------------------------------------------
-    bool TableExists(StringRef db, StringRef table);
-    bool ColumnExists(StringRef db, StringRef table, StringRef column);
-    bool IndexExists(StringRef db, StringRef table, StringRef index);
-    void AddColumnIfMissing(StringRef db, StringRef table, StringRef column, StringRef definition);
-    void AddColumn(StringRef db, StringRef table, StringRef column, StringRef definition);
-    void DropColumn(StringRef db, StringRef table, StringRef column);
-    void DropColumnByQuery(StringRef db, StringRef table, StringRef column);
-    void DropIndex(StringRef db, StringRef table, StringRef index);
-    void AddIndexIfMissing(StringRef db, StringRef table, StringRef index, StringRef columns);
-    void AddIndex(StringRef db, StringRef table, StringRef index, StringRef columns);
-    void ConvertFloatToDouble(StringRef db, StringRef table, StringRef column);
-    void ConvertToDecimal(StringRef db, StringRef table, StringRef column);
+    bool TableExists(const std::string& db, const std::string& table);
+    bool ColumnExists(const std::string& db, const std::string& table, const std::string& column);
+    bool IndexExists(const std::string& db, const std::string& table, const std::string& index);
+    void AddColumnIfMissing(const std::string& db, const std::string& table,
+                            const std::string& column, const std::string& definition);
+    void AddColumn(const std::string& db, const std::string& table, const std::string& column,
+                   const std::string& definition);
+    void DropColumn(const std::string& db, const std::string& table, const std::string& column);
+    void DropColumnByQuery(const std::string& db, const std::string& table,
+                           const std::string& column);
+    void DropIndex(const std::string& db, const std::string& table, const std::string& index);
+    void AddIndexIfMissing(const std::string& db, const std::string& table,
+                           const std::string& index, const std::string& columns);
+    void AddIndex(const std::string& db, const std::string& table, const std::string& index,
+                  const std::string& columns);
+    void ConvertFloatToDouble(const std::string& db, const std::string& table,
+                              const std::string& column);
+    void ConvertToDecimal(const std::string& db, const std::string& table,
+                          const std::string& column);
 
     // --- src/dbutil: literal helpers --------------------------------------------------------
     static std::string SqlEscape(std::string_view text);
@@ -124,7 +129,7 @@ class TWUPDATE_EXPORT Update final {
     static std::vector<std::int32_t> FixedIdList();
 
     // --- src/dbutil: site file provisioning -------------------------------------------------
-    void CopySiteTemplate(std::int32_t siteId, StringRef subFolder);
+    void CopySiteTemplate(std::int32_t siteId, const std::string& subFolder);
     void CopySiteTemplates(std::int32_t siteId);
     void CopyComponentTemplate(std::int32_t siteId, const Component& component, bool overwrite,
                                Boolean& result);
@@ -139,18 +144,19 @@ class TWUPDATE_EXPORT Update final {
 #define TWU_SITE_CONTENT_STEP_WITH_RESULT(threshold, step, repeatable, description) \
     void step(std::int32_t siteId, Boolean& result);
 #define TWU_SERVER_STEP(threshold, step, repeatable, description) \
-    void step(StringRef databaseName, StringRef tablePrefix, bool isSite);
+    void step(const std::string& databaseName, const std::string& tablePrefix, bool isSite);
 #define TWU_SERVER_DATA_STEP(threshold, step, repeatable, description) \
-    void step(StringRef databaseName, StringRef tablePrefix, bool isSite);
+    void step(const std::string& databaseName, const std::string& tablePrefix, bool isSite);
 #define TWU_SERVER_DATA_STEP_AGAIN(threshold, step, repeatable, description)
-#define TWU_SERVER_DATA_STEP_WITH_RESULT(threshold, step, repeatable, description) \
-    void step(StringRef databaseName, StringRef tablePrefix, bool isSite, Boolean& result);
+#define TWU_SERVER_DATA_STEP_WITH_RESULT(threshold, step, repeatable, description)          \
+    void step(const std::string& databaseName, const std::string& tablePrefix, bool isSite, \
+              Boolean& result);
 #define TWU_SERVER_DATA_STEP_WITH_RESULT_AGAIN(threshold, step, repeatable, description)
 #include "twupdate/ladders.def"
 
     // --- src/migrations/site_schema ---------------------------------------------------------
-    void MeasureUploadedFiles(std::int32_t siteId, StringRef form, StringRef field,
-                              bool secureFiles);
+    void MeasureUploadedFiles(std::int32_t siteId, const std::string& form,
+                              const std::string& field, bool secureFiles);
 
     // --- src/migrations/site_content --------------------------------------------------------
     void AddResetPasswordEvent(std::int32_t siteId);
@@ -166,51 +172,56 @@ class TWUPDATE_EXPORT Update final {
     void ResetSiteComponent(std::int32_t siteId, std::int32_t componentId);
     void RenewComponentFiles(std::int32_t siteId, std::int32_t componentId);
     // settings.cpp
-    std::int32_t OverrideOfPage(StringRef db, std::int32_t featureId);
-    bool SettingExists(StringRef db, std::int32_t overrideId, StringRef name);
-    std::string TextSetting(StringRef db, std::int32_t featureId, StringRef name);
-    void AddStringSetting(StringRef db, std::int32_t overrideId, StringRef name, StringRef value);
-    void AddTextSetting(StringRef db, std::int32_t overrideId, StringRef name, StringRef value);
-    void AddIntegerSetting(StringRef db, std::int32_t overrideId, StringRef name,
+    std::int32_t OverrideOfPage(const std::string& db, std::int32_t featureId);
+    bool SettingExists(const std::string& db, std::int32_t overrideId, const std::string& name);
+    std::string TextSetting(const std::string& db, std::int32_t featureId, const std::string& name);
+    void AddStringSetting(const std::string& db, std::int32_t overrideId, const std::string& name,
+                          const std::string& value);
+    void AddTextSetting(const std::string& db, std::int32_t overrideId, const std::string& name,
+                        const std::string& value);
+    void AddIntegerSetting(const std::string& db, std::int32_t overrideId, const std::string& name,
                            std::int32_t value);
     // helpers of single steps
     struct TextEmbeds;
-    std::int32_t EventBeingAdded(StringRef db, std::int32_t featureId, StringRef name);
-    void AddEmailPart(StringRef db, std::int32_t eventId, std::int32_t sequence, StringRef name,
-                      std::int32_t emailId);
-    void FinishEvent(StringRef db, std::int32_t eventId, StringRef name);
-    std::int32_t ResetPasswordEmail(StringRef db, std::int32_t featureId);
-    std::int32_t FindTag(StringRef db, StringRef name, StringRef condition);
-    std::int32_t AddTag(StringRef db, std::int32_t templateId, std::int32_t overrideId,
-                        StringRef name);
-    void CopyMissingAttributes(StringRef db, std::int32_t fromTagId, std::int32_t toTagId,
+    std::int32_t EventBeingAdded(const std::string& db, std::int32_t featureId,
+                                 const std::string& name);
+    void AddEmailPart(const std::string& db, std::int32_t eventId, std::int32_t sequence,
+                      const std::string& name, std::int32_t emailId);
+    void FinishEvent(const std::string& db, std::int32_t eventId, const std::string& name);
+    std::int32_t ResetPasswordEmail(const std::string& db, std::int32_t featureId);
+    std::int32_t FindTag(const std::string& db, const std::string& name,
+                         const std::string& condition);
+    std::int32_t AddTag(const std::string& db, std::int32_t templateId, std::int32_t overrideId,
+                        const std::string& name);
+    void CopyMissingAttributes(const std::string& db, std::int32_t fromTagId, std::int32_t toTagId,
                                std::string_view filter);
-    void DropTemplateCaches(StringRef db, std::int32_t type);
+    void DropTemplateCaches(const std::string& db, std::int32_t type);
     std::int32_t HomePage(std::int32_t siteId);
-    std::shared_ptr<Recordset> OpenPagesOfComponent(StringRef db, std::int32_t componentId,
+    std::shared_ptr<Recordset> OpenPagesOfComponent(const std::string& db, std::int32_t componentId,
                                                     std::int32_t lastFeatureId);
-    std::shared_ptr<Recordset> OpenForms(StringRef db, std::int32_t lastFormId);
-    void SetFirstText(StringRef db, std::int32_t featureId, std::int32_t subfeatureId,
-                      StringRef text);
-    void AddDisplaySequences(StringRef db, std::int32_t featureId);
-    void MergeAddressLines(StringRef db, StringRef table, StringRef key,
+    std::shared_ptr<Recordset> OpenForms(const std::string& db, std::int32_t lastFormId);
+    void SetFirstText(const std::string& db, std::int32_t featureId, std::int32_t subfeatureId,
+                      const std::string& text);
+    void AddDisplaySequences(const std::string& db, std::int32_t featureId);
+    void MergeAddressLines(const std::string& db, const std::string& table, const std::string& key,
                            const std::vector<std::string>& addresses);
     void RequireCartOrderColumn(std::int32_t siteId);
     void LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std::int32_t upTo);
-    void RecordFormFeatureId(StringRef db, std::int32_t formFeatureId);
-    void MakeUrlCanonical(StringRef db, std::int32_t featureId, StringRef url);
+    void RecordFormFeatureId(const std::string& db, std::int32_t formFeatureId);
+    void MakeUrlCanonical(const std::string& db, std::int32_t featureId, const std::string& url);
 
     // --- src/migrations/server --------------------------------------------------------------
-    std::int32_t FindRootSite(StringRef databaseName, StringRef tablePrefix);
-    void RegisterCentralDomain(StringRef databaseName, StringRef tablePrefix, std::int32_t siteId,
-                               StringRef escapedHost);
-    void RegisterSiteDomain(std::int32_t siteId, StringRef escapedHost);
-    void ReimportReferenceData(StringRef databaseName, StringRef tablePrefix, bool isSite);
-    void ReimportReferenceData(StringRef databaseName, StringRef tablePrefix, bool isSite,
-                               Boolean& result);
+    std::int32_t FindRootSite(const std::string& databaseName, const std::string& tablePrefix);
+    void RegisterCentralDomain(const std::string& databaseName, const std::string& tablePrefix,
+                               std::int32_t siteId, const std::string& escapedHost);
+    void RegisterSiteDomain(std::int32_t siteId, const std::string& escapedHost);
+    void ReimportReferenceData(const std::string& databaseName, const std::string& tablePrefix,
+                               bool isSite);
+    void ReimportReferenceData(const std::string& databaseName, const std::string& tablePrefix,
+                               bool isSite, Boolean& result);
 
     // --- src/coredb -------------------------------------------------------------------------
-    void ImportReferenceData(StringRef table, const std::vector<std::string>& columns);
+    void ImportReferenceData(const std::string& table, const std::vector<std::string>& columns);
     void ImportComponentReferenceData();
     static std::string ConvertOrderDetailsTags(std::string_view text);
 

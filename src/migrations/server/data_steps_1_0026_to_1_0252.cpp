@@ -18,8 +18,8 @@ bool IsPageId(std::string_view digits) {
 
 }  // namespace
 
-void Update::ServerDataStep_1_0026(StringRef databaseName, StringRef tablePrefix, bool isSite,
-                                   Boolean&) {
+void Update::ServerDataStep_1_0026(const std::string& databaseName, const std::string& tablePrefix,
+                                   bool isSite, Boolean&) {
     if (isSite) {
         return;
     }
@@ -38,7 +38,8 @@ void Update::ServerDataStep_1_0026(StringRef databaseName, StringRef tablePrefix
     documents->Close();
 }
 
-void Update::ServerDataStep_1_0030(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerDataStep_1_0030(const std::string& databaseName, const std::string& tablePrefix,
+                                   bool) {
     AddIndexIfMissing(databaseName, tablePrefix + "site", "deleted_idx", "deleted");
     const auto logs = OpenRecordset("SHOW TABLES FROM tw_logs LIKE 'tw_%';");
     for (; !logs->IsEOF(); logs->MoveNext()) {
@@ -49,7 +50,7 @@ void Update::ServerDataStep_1_0030(StringRef databaseName, StringRef tablePrefix
     logs->Close();
 }
 
-std::int32_t Update::FindRootSite(StringRef databaseName, StringRef tablePrefix) {
+std::int32_t Update::FindRootSite(const std::string& databaseName, const std::string& tablePrefix) {
     const auto sites = OpenRecordset(
         Sql("SELECT siteid FROM ", databaseName, ".", tablePrefix, "site WHERE parentsiteid = 0;"));
     const std::int32_t root = sites->IsEOF() ? 0 : Int32Field(*sites, "siteid");
@@ -57,7 +58,8 @@ std::int32_t Update::FindRootSite(StringRef databaseName, StringRef tablePrefix)
     return root;
 }
 
-void Update::ServerDataStep_1_0036(StringRef databaseName, StringRef tablePrefix, bool isSite) {
+void Update::ServerDataStep_1_0036(const std::string& databaseName, const std::string& tablePrefix,
+                                   bool isSite) {
     if (isSite) {
         return;
     }
@@ -69,14 +71,16 @@ void Update::ServerDataStep_1_0036(StringRef databaseName, StringRef tablePrefix
     }
 }
 
-void Update::ServerDataStep_1_0063(StringRef databaseName, StringRef tablePrefix, bool isSite) {
+void Update::ServerDataStep_1_0063(const std::string& databaseName, const std::string& tablePrefix,
+                                   bool isSite) {
     if (!isSite) {
         Execute(Sql("UPDATE ", databaseName, ".", tablePrefix,
                     "site SET selfexport = -1 WHERE parentsiteid = 0;"));
     }
 }
 
-void Update::ServerDataStep_1_0252(StringRef databaseName, StringRef tablePrefix, bool isSite) {
+void Update::ServerDataStep_1_0252(const std::string& databaseName, const std::string& tablePrefix,
+                                   bool isSite) {
     if (isSite) {
         return;
     }
@@ -88,8 +92,8 @@ void Update::ServerDataStep_1_0252(StringRef databaseName, StringRef tablePrefix
     }
 }
 
-void Update::RegisterCentralDomain(StringRef databaseName, StringRef tablePrefix,
-                                   std::int32_t siteId, StringRef escapedHost) {
+void Update::RegisterCentralDomain(const std::string& databaseName, const std::string& tablePrefix,
+                                   std::int32_t siteId, const std::string& escapedHost) {
     constexpr std::int32_t kPort = 80;
     const std::string address = SqlEscape("127.0.0.1");
     const auto domains = OpenRecordset(
@@ -104,7 +108,7 @@ void Update::RegisterCentralDomain(StringRef databaseName, StringRef tablePrefix
     }
 }
 
-void Update::RegisterSiteDomain(std::int32_t siteId, StringRef escapedHost) {
+void Update::RegisterSiteDomain(std::int32_t siteId, const std::string& escapedHost) {
     const std::string database = SiteDatabase(siteId);
     const auto domains = OpenRecordset(
         Sql("SELECT domainid FROM ", database, ".domain WHERE domainname = '", escapedHost, "';"));

@@ -43,8 +43,8 @@ std::vector<Leftover> LeftByServerStep_1_0074(Utility& host, const SteppedDataba
     }
     return {
         {.table = site,
-         .seen = Sql(std::to_string(sites), sites == 1 ? " site" : " sites",
-                     " with a domain without the start mark"),
+         .seen = Concat(std::to_string(sites), sites == 1 ? " site" : " sites",
+                        " with a domain without the start mark"),
          .consequence = "a repeat marks none",
          .statements = {Sql("UPDATE ", db, ".", site, " SET serverstarted = -1", unmarked, ";")}}};
 }
@@ -78,8 +78,8 @@ std::vector<Leftover> LeftByServerDataStep_1_0252(Utility& host, const SteppedDa
         return {};
     }
     return {{.table = "site",
-             .seen = Sql("the domain '", host.LocalHostName(), "' of the root site, in ", db,
-                         ", is in no group"),
+             .seen = Concat("the domain '", host.LocalHostName(), "' of the root site, in ", db,
+                            ", is in no group"),
              .consequence = "a repeat leaves it without one",
              .statements = {Sql("INSERT INTO ", db,
                                 ".domaingroup(groupid, domainid, domaingrouptype) SELECT "

@@ -6,7 +6,8 @@
 // central tables, whose names carry a prefix.
 namespace twupdate {
 
-void Update::ServerStep_1_0002(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0002(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string installation = tablePrefix + "installation";
     AddColumnIfMissing(databaseName, installation, "mailserverusername",
                        "VARCHAR(50) DEFAULT '' NOT NULL");
@@ -14,23 +15,27 @@ void Update::ServerStep_1_0002(StringRef databaseName, StringRef tablePrefix, bo
                        "VARCHAR(255) DEFAULT '' NOT NULL");
 }
 
-void Update::ServerStep_1_0013(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0013(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     AddColumnIfMissing(databaseName, tablePrefix + "installation", "base",
                        "VARCHAR(20) DEFAULT '' NOT NULL");
 }
 
-void Update::ServerStep_1_0024(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0024(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string domain = tablePrefix + "domain";
     AddColumnIfMissing(databaseName, domain, "defaultdomain", "BOOL DEFAULT 0 NOT NULL");
     AddColumnIfMissing(databaseName, domain, "redirecttodefault", "BOOL DEFAULT 0 NOT NULL");
 }
 
-void Update::ServerStep_1_0026(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0026(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     AddColumnIfMissing(databaseName, tablePrefix + "site", "defaultfeatureid",
                        "INT DEFAULT 0 NOT NULL");
 }
 
-void Update::ServerStep_1_0030(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0030(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     // The first layout; steps 1.0040 and 1.0056 make it the present one.
     Execute(Sql("CREATE TABLE IF NOT EXISTS ", databaseName, ".", tablePrefix,
                 "schedule("
@@ -44,17 +49,20 @@ void Update::ServerStep_1_0030(StringRef databaseName, StringRef tablePrefix, bo
                 "PRIMARY KEY(siteid, featureid, subfeatureid, tasktype) );"));
 }
 
-void Update::ServerStep_1_0035(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0035(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     ConvertFloatToDouble(databaseName, tablePrefix + "account", "associatepercentage");
 }
 
-void Update::ServerStep_1_0039(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0039(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string domain = tablePrefix + "domain";
     AddColumnIfMissing(databaseName, domain, "placeholder", "BOOL DEFAULT 0 NOT NULL");
     AddIndexIfMissing(databaseName, domain, "domainname_idx", "domainname(15)");
 }
 
-void Update::ServerStep_1_0040(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0040(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string schedule = tablePrefix + "schedule";
     AddIndexIfMissing(databaseName, schedule, "siteid_idx", "siteid");
     AddIndexIfMissing(databaseName, schedule, "featureid_idx", "featureid");
@@ -66,12 +74,14 @@ void Update::ServerStep_1_0040(StringRef databaseName, StringRef tablePrefix, bo
     AddColumnIfMissing(databaseName, schedule, "text", "VARCHAR(255)");
 }
 
-void Update::ServerStep_1_0041(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0041(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     AddColumnIfMissing(databaseName, tablePrefix + "site", "transaction",
                        "BOOL DEFAULT 0 NOT NULL");
 }
 
-void Update::ServerStep_1_0047(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0047(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string account = tablePrefix + "account";
     ConvertToDecimal(databaseName, account, "creditlimit");
     ConvertToDecimal(databaseName, account, "suggestedpayment");
@@ -89,7 +99,8 @@ void Update::ServerStep_1_0047(StringRef databaseName, StringRef tablePrefix, bo
     ConvertToDecimal(databaseName, tablePrefix + "chargingplanusageband", "unitprice");
 }
 
-void Update::ServerStep_1_0056(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0056(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string schedule = tablePrefix + "schedule";
     if (TableExists(databaseName, schedule)) {
         Execute(Sql("ALTER TABLE ", databaseName, ".", schedule,
@@ -97,13 +108,15 @@ void Update::ServerStep_1_0056(StringRef databaseName, StringRef tablePrefix, bo
     }
 }
 
-void Update::ServerStep_1_0063(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0063(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string site = tablePrefix + "site";
     AddColumnIfMissing(databaseName, site, "demo", "BOOL DEFAULT 0 NOT NULL");
     AddColumnIfMissing(databaseName, site, "selfexport", "BOOL DEFAULT 0 NOT NULL");
 }
 
-void Update::ServerStep_1_0074(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0074(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string site = tablePrefix + "site";
     if (ColumnExists(databaseName, site, "serverstarted")) {
         return;
@@ -119,7 +132,8 @@ void Update::ServerStep_1_0074(StringRef databaseName, StringRef tablePrefix, bo
     sites->Close();
 }
 
-void Update::ServerStep_1_0076(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0076(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string account = tablePrefix + "account";
     AddColumnIfMissing(databaseName, account, "associatechargepassword",
                        "VARCHAR(20) DEFAULT '' NOT NULL");
@@ -127,18 +141,21 @@ void Update::ServerStep_1_0076(StringRef databaseName, StringRef tablePrefix, bo
                        "VARCHAR(35) DEFAULT '0-0-30 0:0:0' NOT NULL");
 }
 
-void Update::ServerStep_1_0220(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0220(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     AddColumnIfMissing(databaseName, tablePrefix + "site", "sitestarted",
                        "BOOL DEFAULT -1 NOT NULL");
 }
 
-void Update::ServerStep_1_0223(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0223(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     const std::string payment = tablePrefix + "accountpayment";
     AddColumnIfMissing(databaseName, payment, "cartorderid", "INT DEFAULT 0 NOT NULL");
     AddIndexIfMissing(databaseName, payment, "cartorderid_idx", "cartorderid");
 }
 
-void Update::ServerStep_1_0253(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0253(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     Execute(Sql("CREATE TABLE IF NOT EXISTS ", databaseName, ".", tablePrefix,
                 "emailerror("
                 "errorid INT AUTO_INCREMENT NOT NULL, "
@@ -155,7 +172,8 @@ void Update::ServerStep_1_0253(StringRef databaseName, StringRef tablePrefix, bo
                        "BOOL DEFAULT 0 NOT NULL");
 }
 
-void Update::ServerStep_1_0264(StringRef databaseName, StringRef tablePrefix, bool) {
+void Update::ServerStep_1_0264(const std::string& databaseName, const std::string& tablePrefix,
+                               bool) {
     AddColumnIfMissing(databaseName, tablePrefix + "site", "querycachettl",
                        "INT DEFAULT 0 NOT NULL");
 }

@@ -8,7 +8,8 @@ namespace twupdate {
 // Until then it carries a name of its own, under which a run after a cut finds it again; without
 // that, the page would keep a half-made event for ever.
 
-std::int32_t Update::EventBeingAdded(StringRef db, std::int32_t featureId, StringRef name) {
+std::int32_t Update::EventBeingAdded(const std::string& db, std::int32_t featureId,
+                                     const std::string& name) {
     const std::string interimName = SqlEscape(name + " (being added)");
     const std::int32_t found = FirstNumber(
         OpenRecordset(Sql("SELECT eventid FROM ", db, ".event WHERE featureid = ", featureId,
@@ -22,8 +23,8 @@ std::int32_t Update::EventBeingAdded(StringRef db, std::int32_t featureId, Strin
     return GetLastInsertId();
 }
 
-void Update::AddEmailPart(StringRef db, std::int32_t eventId, std::int32_t sequence, StringRef name,
-                          std::int32_t emailId) {
+void Update::AddEmailPart(const std::string& db, std::int32_t eventId, std::int32_t sequence,
+                          const std::string& name, std::int32_t emailId) {
     std::int32_t partId = FirstNumber(
         OpenRecordset(Sql("SELECT eventpartid FROM ", db, ".eventpart WHERE eventid = ", eventId,
                           " AND sequence = ", sequence, " ORDER BY eventpartid LIMIT 1;")),
@@ -40,7 +41,7 @@ void Update::AddEmailPart(StringRef db, std::int32_t eventId, std::int32_t seque
     }
 }
 
-void Update::FinishEvent(StringRef db, std::int32_t eventId, StringRef name) {
+void Update::FinishEvent(const std::string& db, std::int32_t eventId, const std::string& name) {
     Execute(Sql("UPDATE ", db, ".event SET name = '", SqlEscape(name),
                 "' WHERE eventid = ", eventId, ";"));
 }
@@ -52,7 +53,7 @@ void Update::AddResetPasswordEvent(std::int32_t siteId) {
             Sql("SELECT f.featureid FROM ", db, ".feature f LEFT JOIN ", db,
                 ".event e ON e.featureid = f.featureid AND e.name = 'Reset Password' "
                 "WHERE f.componentid = 100 AND e.eventid IS NULL AND f.featureid > ",
-                last, " ORDER BY f.featureid LIMIT 50;"));
+                last, " ORDER BY f.featureid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("featureid", pagesWithoutEvent, [&](const Recordset& page) {
         const std::int32_t featureId = Int32Field(page, "featureid");
@@ -63,7 +64,7 @@ void Update::AddResetPasswordEvent(std::int32_t siteId) {
     });
 }
 
-std::int32_t Update::ResetPasswordEmail(StringRef db, std::int32_t featureId) {
+std::int32_t Update::ResetPasswordEmail(const std::string& db, std::int32_t featureId) {
     const std::int32_t found = FirstNumber(
         OpenRecordset(Sql("SELECT emailid FROM ", db, ".email WHERE featureid = ", featureId,
                           " AND type = 'resetpassword' ORDER BY emailid LIMIT 1;")),

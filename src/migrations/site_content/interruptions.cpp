@@ -53,13 +53,13 @@ std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::str
         return {};
     }
     Leftover leftover{.table = "chargegroup",
-                      .seen = Sql(GroupsText(groups), " of a conversion that did not end"),
+                      .seen = Concat(GroupsText(groups), " of a conversion that did not end"),
                       .consequence = "a repeat converts every charge again",
                       .statements = {}};
     if (const std::int64_t others = RowsOfOthers(inspection, db); others > 0) {
-        leftover.seen += Sql("; ", std::to_string(others),
-                             others == 1 ? " row of the groups is" : " rows of the groups are",
-                             " not from the charges or in use by orders");
+        leftover.seen += Concat("; ", std::to_string(others),
+                                others == 1 ? " row of the groups is" : " rows of the groups are",
+                                " not from the charges or in use by orders");
         return {std::move(leftover)};
     }
     for (const char* table :
@@ -110,9 +110,9 @@ std::vector<Leftover> ConvertedTwice(const Inspection& inspection, const std::st
         return Sql("DELETE FROM ", db, ".", table, " WHERE ", column, " IN (", list, ");");
     };
     return {{.table = "chargegroup",
-             .seen = Sql(GroupsText(static_cast<std::int64_t>(ids.size())),
-                         " that no charge names, beside ", ids.size() == 1 ? "one" : "others",
-                         " of the same name"),
+             .seen = Concat(GroupsText(static_cast<std::int64_t>(ids.size())),
+                            " that no charge names, beside ", ids.size() == 1 ? "one" : "others",
+                            " of the same name"),
              .consequence = "every charge was converted again, and the shop shows it twice",
              .statements = {remove("chargegrouptochargegroup", "groupid"),
                             remove("chargegrouptochargegroup", "applytogroupid"),
@@ -134,8 +134,8 @@ std::vector<Leftover> LinksWithoutCache(Utility& host, const std::string& db, bo
         return {};
     }
     return {{.table = "featurecache",
-             .seen = Sql(std::to_string(links), links == 1 ? " link leads" : " links lead",
-                         " to a cache that is gone"),
+             .seen = Concat(std::to_string(links), links == 1 ? " link leads" : " links lead",
+                            " to a cache that is gone"),
              .consequence = "a new cache may get such a number and belong to the wrong pages",
              .statements = {Sql("DELETE FROM ", db,
                                 ".featurecache WHERE cacheid NOT IN (SELECT cacheid FROM ", db,
@@ -179,8 +179,8 @@ std::vector<Leftover> LeftBySiteContentStep_1_0043(Utility& host, const SteppedD
     }
     Leftover leftover{
         .table = "email",
-        .seen = Sql(std::to_string(emails), emails == 1 ? " e-mail is" : " e-mails are",
-                    " not converted, though the table has the column ishtml already"),
+        .seen = Concat(std::to_string(emails), emails == 1 ? " e-mail is" : " e-mails are",
+                       " not converted, though the table has the column ishtml already"),
         .consequence = "a repeat converts none",
         .statements = {}};
     if (inspection.Count(Sql(db, ".email WHERE ishtml <> 0")) > 0) {

@@ -4,7 +4,7 @@
 
 namespace twupdate {
 
-std::int32_t Update::OverrideOfPage(StringRef db, std::int32_t featureId) {
+std::int32_t Update::OverrideOfPage(const std::string& db, std::int32_t featureId) {
     const std::int32_t found = FirstNumber(
         OpenRecordset(Sql("SELECT overrideid FROM ", db, ".override WHERE featureid = ", featureId,
                           " ORDER BY overrideid LIMIT 1;")),
@@ -16,12 +16,14 @@ std::int32_t Update::OverrideOfPage(StringRef db, std::int32_t featureId) {
     return GetLastInsertId();
 }
 
-bool Update::SettingExists(StringRef db, std::int32_t overrideId, StringRef name) {
+bool Update::SettingExists(const std::string& db, std::int32_t overrideId,
+                           const std::string& name) {
     return HasRow(OpenRecordset(Sql("SELECT settingid FROM ", db, ".setting WHERE overrideid = ",
                                     overrideId, " AND name = '", SqlEscape(name), "';")));
 }
 
-std::string Update::TextSetting(StringRef db, std::int32_t featureId, StringRef name) {
+std::string Update::TextSetting(const std::string& db, std::int32_t featureId,
+                                const std::string& name) {
     const auto rows = OpenRecordset(
         Sql("SELECT IF(s.type = 'string', s.string_value, s.text) AS text FROM ", db,
             ".override o INNER JOIN ", db,
@@ -32,20 +34,20 @@ std::string Update::TextSetting(StringRef db, std::int32_t featureId, StringRef 
     return text;
 }
 
-void Update::AddStringSetting(StringRef db, std::int32_t overrideId, StringRef name,
-                              StringRef value) {
+void Update::AddStringSetting(const std::string& db, std::int32_t overrideId,
+                              const std::string& name, const std::string& value) {
     Execute(Sql("INSERT INTO ", db, ".setting(overrideid, name, type, string_value) VALUES(",
                 overrideId, ", '", SqlEscape(name), "', 'string', '", SqlEscape(value), "');"));
 }
 
-void Update::AddTextSetting(StringRef db, std::int32_t overrideId, StringRef name,
-                            StringRef value) {
+void Update::AddTextSetting(const std::string& db, std::int32_t overrideId, const std::string& name,
+                            const std::string& value) {
     Execute(Sql("INSERT INTO ", db, ".setting(overrideid, name, type, text) VALUES(", overrideId,
                 ", '", SqlEscape(name), "', 'text', '", SqlEscape(value), "');"));
 }
 
-void Update::AddIntegerSetting(StringRef db, std::int32_t overrideId, StringRef name,
-                               std::int32_t value) {
+void Update::AddIntegerSetting(const std::string& db, std::int32_t overrideId,
+                               const std::string& name, std::int32_t value) {
     Execute(Sql("INSERT INTO ", db, ".setting(overrideid, name, type, integer_value) VALUES(",
                 overrideId, ", '", SqlEscape(name), "', 'integer', ", value, ");"));
 }

@@ -48,7 +48,7 @@ std::string ElementIds(std::string_view sequences,
             if (!ids.empty()) {
                 ids += ',';
             }
-            AppendSql(ids, element->second);
+            AppendTo(ids, element->second);
         }
         from = comma + 1;
     }
@@ -68,7 +68,7 @@ std::string ReadWholeFile(const std::filesystem::path& path) {
 /// counts only when it stays in the site's own folder.
 std::filesystem::path RobotsFile(const std::filesystem::path& installFolder, std::int32_t siteId) {
     const auto folder =
-        RealPath(InstallationRoot(installFolder) / "wwwroot" / "sites" / Sql(siteId));
+        RealPath(InstallationRoot(installFolder) / "wwwroot" / "sites" / Concat(siteId));
     if (folder.empty()) {
         return {};
     }
@@ -104,7 +104,7 @@ void Update::SiteContentStep_1_0017(std::int32_t siteId, Boolean& result) {
             Sql("SELECT tagid, name, templateid, overrideid FROM ", db,
                 ".tag WHERE BINARY name IN('.heading', '.subheading') AND overrideid <> 0 "
                 "AND tagid > ",
-                last, " ORDER BY tagid LIMIT 50;"));
+                last, " ORDER BY tagid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("tagid", pageOfHeadings, [&](const Recordset& tag) {
         const std::string element = TextField(tag, "name") == ".heading" ? "h1" : "h2";
@@ -124,7 +124,7 @@ void Update::SiteContentStep_1_0019(std::int32_t siteId, Boolean& result) {
     const auto pageOfTexts = [&](std::int32_t last) {
         return OpenRecordset(Sql("SELECT textid, featureid FROM ", db,
                                  ".text WHERE texttype = 22 AND textid > ", last,
-                                 " ORDER BY textid LIMIT 50;"));
+                                 " ORDER BY textid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("textid", pageOfTexts, [&](const Recordset& row) {
         const std::int32_t textId = Int32Field(row, "textid");
@@ -222,7 +222,7 @@ void Update::ConvertExplicitLayoutElements(std::int32_t siteId) {
                                  ".override o ON o.overrideid = s.overrideid "
                                  "WHERE s.name = 'ExplicitLayoutElements' AND s.type = 'text' "
                                  "AND s.settingid > ",
-                                 last, " ORDER BY s.settingid LIMIT 50;"));
+                                 last, " ORDER BY s.settingid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("settingid", pageOfSettings, [&](const Recordset& setting) {
         const std::int32_t featureId = Int32Field(setting, "featureid");
@@ -304,7 +304,7 @@ void Update::SiteContentStep_1_0031(std::int32_t siteId) {
                                  ".text t ON t.featureid = f.featureid "
                                  "WHERE f.componentid IN(400, 500) AND t.subfeatureid = 0 "
                                  "AND t.text <> '&nbsp;' AND f.featureid > ",
-                                 last, " ORDER BY f.featureid LIMIT 50;"));
+                                 last, " ORDER BY f.featureid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("featureid", pagesWithContent, [&](const Recordset& page) {
         Execute(Sql("UPDATE ", db, ".feature SET blankcontent = 0 WHERE featureid = ",

@@ -79,7 +79,7 @@ void Update::SiteContentStep_1_0037(std::int32_t siteId) {
         const auto roots =
             OpenRecordset(Sql("SELECT elementid FROM ", db,
                               ".forum WHERE elementid = threadid AND removed = 0 AND elementid > ",
-                              current, " ORDER BY elementid LIMIT 50;"));
+                              current, " ORDER BY elementid LIMIT ", kRowsPerPage, ";"));
         if (roots->IsEOF()) {
             roots->Close();
             return;
@@ -135,8 +135,8 @@ void Update::SiteContentStep_1_0043(std::int32_t siteId) {
     }
     AddColumn(db, "email", "ishtml", "BOOL DEFAULT 0 NOT NULL");
     const auto pageOfEmails = [&](std::int32_t last) {
-        return OpenRecordset(
-            Sql("SELECT * FROM ", db, ".email WHERE emailid > ", last, " LIMIT 20;"));
+        return OpenRecordset(Sql("SELECT * FROM ", db, ".email WHERE emailid > ", last, " LIMIT ",
+                                 kEmailsPerPage, ";"));
     };
     ForEachRowInPages("emailid", pageOfEmails, [&](const Recordset& email) {
         std::string sets;
@@ -158,7 +158,7 @@ void Update::SiteContentStep_1_0044(std::int32_t siteId) {
                 ".feature f ON f.featureid = t.featureid "
                 "WHERE f.componentid IN(900, 3700) AND t.subfeatureid = 2 AND t.texttype = 0 "
                 "AND t.textid > ",
-                last, " ORDER BY t.textid LIMIT 50;"));
+                last, " ORDER BY t.textid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("textid", thirdTexts, [&](const Recordset& text) {
         Execute(Sql("UPDATE ", db,
@@ -175,7 +175,7 @@ void Update::SiteContentStep_1_0049(std::int32_t siteId) {
     const auto pageOfEmails = [&](std::int32_t last) {
         return OpenRecordset(
             Sql("SELECT emailid, fromlist, tolist, cclist, bcclist, subject, message FROM ", db,
-                ".email WHERE emailid > ", last, " ORDER BY emailid LIMIT 20;"));
+                ".email WHERE emailid > ", last, " ORDER BY emailid LIMIT ", kEmailsPerPage, ";"));
     };
     ForEachRowInPages("emailid", pageOfEmails, [&](const Recordset& email) {
         std::string sets;
@@ -228,7 +228,7 @@ void Update::SiteContentStep_1_0054(std::int32_t siteId) {
     }
 }
 
-void Update::AddDisplaySequences(StringRef db, std::int32_t featureId) {
+void Update::AddDisplaySequences(const std::string& db, std::int32_t featureId) {
     std::string names;
     for (const char* flag : kShowFlags) {
         names += Sql(", '", flag, "'");
@@ -270,8 +270,8 @@ void Update::AddDisplaySequences(StringRef db, std::int32_t featureId) {
 
 /// Fills each empty one-column address from its two lines, <address>1 and <address>2. The lines
 /// stay.
-void Update::MergeAddressLines(StringRef db, StringRef table, StringRef key,
-                               const std::vector<std::string>& addresses) {
+void Update::MergeAddressLines(const std::string& db, const std::string& table,
+                               const std::string& key, const std::vector<std::string>& addresses) {
     std::string columns;
     std::string toMerge;
     for (const std::string& address : addresses) {
@@ -281,7 +281,8 @@ void Update::MergeAddressLines(StringRef db, StringRef table, StringRef key,
     }
     const auto pageOfRows = [&](std::int32_t last) {
         return OpenRecordset(Sql("SELECT ", key, columns, " FROM ", db, ".", table, " WHERE ", key,
-                                 " > ", last, " AND (", toMerge, ") ORDER BY ", key, " LIMIT 50;"));
+                                 " > ", last, " AND (", toMerge, ") ORDER BY ", key, " LIMIT ",
+                                 kRowsPerPage, ";"));
     };
     ForEachRowInPages(key, pageOfRows, [&](const Recordset& row) {
         std::string sets;
@@ -308,7 +309,7 @@ void Update::SiteContentStep_1_0055(std::int32_t siteId) {
                 ".event e ON e.featureid = f.featureid "
                 "AND e.name IN('Order Payment', 'Order Completion') "
                 "WHERE f.componentid = 1000 AND e.eventid IS NULL AND f.featureid > ",
-                last, " ORDER BY f.featureid LIMIT 50;"));
+                last, " ORDER BY f.featureid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("featureid", shopsWithoutEvent, [&](const Recordset& shop) {
         const std::int32_t featureId = Int32Field(shop, "featureid");
@@ -317,7 +318,7 @@ void Update::SiteContentStep_1_0055(std::int32_t siteId) {
         const auto paymentEmails = [&](std::int32_t last) {
             return OpenRecordset(Sql("SELECT emailid FROM ", db, ".email WHERE featureid = ",
                                      featureId, " AND type = 'postorderpayment' AND emailid > ",
-                                     last, " ORDER BY emailid LIMIT 20;"));
+                                     last, " ORDER BY emailid LIMIT ", kEmailsPerPage, ";"));
         };
         ForEachRowInPages("emailid", paymentEmails, [&](const Recordset& email) {
             AddEmailPart(db, eventId, ++sequence, "Order payment email",
@@ -349,7 +350,8 @@ void Update::SiteContentStep_1_0061(std::int32_t siteId) {
     const auto pageOfLayoutTags = [&](std::int32_t last) {
         return OpenRecordset(
             Sql("SELECT tagid, name, templateid, overrideid, cssid, media, subownerid FROM ", db,
-                ".tag WHERE name LIKE '.LO%' AND tagid > ", last, " ORDER BY tagid LIMIT 50;"));
+                ".tag WHERE name LIKE '.LO%' AND tagid > ", last, " ORDER BY tagid LIMIT ",
+                kRowsPerPage, ";"));
     };
     std::string duplicates;
     const auto deleteDuplicates = [&] {

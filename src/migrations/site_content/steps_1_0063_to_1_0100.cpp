@@ -17,7 +17,7 @@ void Update::SiteContentStep_1_0066(std::int32_t siteId) {
     Execute(Sql("UPDATE ", db, ".feature SET permissioncacheid = 0 WHERE permissioncacheid > 0;"));
 }
 
-void Update::DropTemplateCaches(StringRef db, std::int32_t type) {
+void Update::DropTemplateCaches(const std::string& db, std::int32_t type) {
     std::string ids;
     ForEachRow(OpenRecordset(Sql("SELECT cacheid FROM ", db, ".cache WHERE type = ", type,
                                  " AND templateid > 0;")),
@@ -146,12 +146,12 @@ void Update::SiteContentStep_1_0091(std::int32_t siteId) {
     }
 }
 
-std::shared_ptr<Recordset> Update::OpenForms(StringRef db, std::int32_t lastFormId) {
+std::shared_ptr<Recordset> Update::OpenForms(const std::string& db, std::int32_t lastFormId) {
     return OpenRecordset(Sql("SELECT formfeatureid FROM ", db, ".form WHERE formfeatureid > ",
-                             lastFormId, " ORDER BY formfeatureid LIMIT 50;"));
+                             lastFormId, " ORDER BY formfeatureid LIMIT ", kRowsPerPage, ";"));
 }
 
-void Update::RecordFormFeatureId(StringRef db, std::int32_t formFeatureId) {
+void Update::RecordFormFeatureId(const std::string& db, std::int32_t formFeatureId) {
     const std::int32_t overrideId = OverrideOfPage(db, formFeatureId);
     if (!SettingExists(db, overrideId, "FormFeatureId")) {
         AddIntegerSetting(db, overrideId, "FormFeatureId", formFeatureId);

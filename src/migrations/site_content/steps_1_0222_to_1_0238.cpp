@@ -13,8 +13,6 @@
 namespace twupdate {
 namespace {
 
-constexpr std::int32_t kCommissionsPerPage = 50;
-
 /// A payment that carries no order yet.
 struct Payment {
     std::string id;              // a BIGINT, which text carries whole
@@ -55,10 +53,10 @@ void Update::SiteContentStep_1_0222(std::int32_t siteId) {
     const auto logInPages = [&](std::int32_t last) { return OpenPagesOfComponent(db, 100, last); };
     ForEachRowInPages("featureid", logInPages, [&](const Recordset& page) {
         const std::int32_t featureId = Int32Field(page, "featureid");
-        const auto filled = [&](StringRef setting, std::string_view opening,
+        const auto filled = [&](const std::string& setting, std::string_view opening,
                                 std::string_view closing) {
             const std::string text = TextSetting(db, featureId, setting);
-            return text.empty() ? text : Sql(opening, text, closing);
+            return text.empty() ? text : Concat(opening, text, closing);
         };
         SetFirstText(db, featureId, 2,
                      filled("ForgottenPasswordText", "<p>", "</p>") +
@@ -67,17 +65,18 @@ void Update::SiteContentStep_1_0222(std::int32_t siteId) {
     });
 }
 
-std::shared_ptr<Recordset> Update::OpenPagesOfComponent(StringRef db, std::int32_t componentId,
+std::shared_ptr<Recordset> Update::OpenPagesOfComponent(const std::string& db,
+                                                        std::int32_t componentId,
                                                         std::int32_t lastFeatureId) {
     return OpenRecordset(Sql("SELECT featureid FROM ", db,
                              ".feature WHERE componentid = ", componentId, " AND featureid > ",
-                             lastFeatureId, " ORDER BY featureid LIMIT 50;"));
+                             lastFeatureId, " ORDER BY featureid LIMIT ", kRowsPerPage, ";"));
 }
 
 /// Writes the first text of the page's subfeature, adding one where there is none. An empty text
 /// changes nothing.
-void Update::SetFirstText(StringRef db, std::int32_t featureId, std::int32_t subfeatureId,
-                          StringRef text) {
+void Update::SetFirstText(const std::string& db, std::int32_t featureId, std::int32_t subfeatureId,
+                          const std::string& text) {
     if (text.empty()) {
         return;
     }
@@ -105,7 +104,7 @@ void Update::SiteContentStep_1_0223(std::int32_t siteId) {
         const std::int32_t first = last;
         ForEachRow(OpenRecordset(Sql("SELECT commissionid FROM ", db,
                                      ".commission WHERE orderid > 0 AND commissionid > ", first,
-                                     " ORDER BY commissionid LIMIT ", kCommissionsPerPage, ";")),
+                                     " ORDER BY commissionid LIMIT ", kRowsPerPage, ";")),
                    [&](const Recordset& row) { last = Int32Field(row, "commissionid"); });
         if (last == first) {
             return;
@@ -119,9 +118,9 @@ void Update::SiteContentStep_1_0223(std::int32_t siteId) {
 
 void Update::RequireCartOrderColumn(std::int32_t siteId) {
     if (!ColumnExists(std::string(kCentralDatabase), "accountpayment", "cartorderid")) {
-        throw OutdatedCentralDatabaseError(
-            Sql("SiteContentStep_1_0223 of ", SiteDatabase(siteId), ": ", kCentralDatabase,
-                ".accountpayment has no column cartorderid; upgrade the central database first"));
+        throw OutdatedCentralDatabaseError(Concat(
+            "SiteContentStep_1_0223 of ", SiteDatabase(siteId), ": ", kCentralDatabase,
+            ".accountpayment has no column cartorderid; upgrade the central database first"));
     }
 }
 
@@ -237,7 +236,7 @@ void Update::SiteContentStep_1_0237(std::int32_t siteId) {
                                  ".setting s INNER JOIN ", db,
                                  ".override o ON o.overrideid = s.overrideid "
                                  "WHERE s.name = 'canonical' AND s.settingid > ",
-                                 last, " ORDER BY s.settingid LIMIT 50;"));
+                                 last, " ORDER BY s.settingid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("settingid", canonicalSettings, [&](const Recordset& setting) {
         const std::string url = TextField(setting, "string_value");
@@ -260,7 +259,8 @@ void Update::SiteContentStep_1_0237(std::int32_t siteId) {
 }
 
 /// Gives every navigation row of the page (or the page itself, where it has none) the URL.
-void Update::MakeUrlCanonical(StringRef db, std::int32_t featureId, StringRef url) {
+void Update::MakeUrlCanonical(const std::string& db, std::int32_t featureId,
+                              const std::string& url) {
     std::vector<std::int32_t> navigationIds;
     ForEachRow(
         OpenRecordset(Sql("SELECT navigationid FROM ", db,

@@ -117,8 +117,8 @@ struct Update::TextEmbeds {
             const auto field = fields.find(code->minor);
             if (field != fields.end()) {
                 converted.append(text, done, code->begin - done);
-                converted += Sql("<#TextEmbed.", EmbedFor(*code, textId, field->second, embeds),
-                                 ":", code->name, "#>");
+                converted += Concat("<#TextEmbed.", EmbedFor(*code, textId, field->second, embeds),
+                                    ":", code->name, "#>");
                 done = code->end;
             }
         }
@@ -165,7 +165,7 @@ void Update::SiteContentStep_1_0242(std::int32_t siteId) {
     const TextEmbeds embeds{*this, db};
     const auto viewPages = [&](std::int32_t last) {
         return OpenRecordset(Sql("SELECT featureid FROM ", db, ".formtemplate WHERE featureid > ",
-                                 last, " ORDER BY featureid LIMIT 50;"));
+                                 last, " ORDER BY featureid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("featureid", viewPages, [&](const Recordset& page) {
         const std::int32_t featureId = Int32Field(page, "featureid");
@@ -178,7 +178,7 @@ void Update::SiteContentStep_1_0242(std::int32_t siteId) {
                 Sql("SELECT textid FROM ", db, ".text WHERE featureid = ", featureId,
                     " AND (text LIKE '%#Embed.%' OR previoustext LIKE '%#Embed.%') "
                     "AND textid > ",
-                    last, " ORDER BY textid LIMIT 50;"));
+                    last, " ORDER BY textid LIMIT ", kRowsPerPage, ";"));
         };
         ForEachRowInPages("textid", textsWithCodes, [&](const Recordset& text) {
             embeds.ConvertText(Int32Field(text, "textid"), fields);
@@ -204,8 +204,8 @@ void Update::SiteContentStep_1_0254(std::int32_t siteId) {
     for (bool more = true; more;) {
         more = false;
         ForEachRow(
-            OpenRecordset(
-                Sql("SELECT cssid FROM ", db, ".css ORDER BY cssid LIMIT ", offset, ",50;")),
+            OpenRecordset(Sql("SELECT cssid FROM ", db, ".css ORDER BY cssid LIMIT ", offset, ",",
+                              kRowsPerPage, ";")),
             [&](const Recordset& stylesheet) {
                 const std::int32_t cssId = Int32Field(stylesheet, "cssid");
                 Execute(Sql("UPDATE ", db, ".css SET cachebuilt = 0 WHERE cssid = ", cssId, ";"));
@@ -224,11 +224,11 @@ void Update::SiteContentStep_1_0255(std::int32_t siteId) {
     const auto longTextFields = [&](std::int32_t last) {
         return OpenRecordset(Sql("SELECT formfieldid, featureid FROM ", db,
                                  ".formfield WHERE type IN('dhtml', 'memo') AND formfieldid > ",
-                                 last, " ORDER BY formfieldid LIMIT 50;"));
+                                 last, " ORDER BY formfieldid LIMIT ", kRowsPerPage, ";"));
     };
     ForEachRowInPages("formfieldid", longTextFields, [&](const Recordset& field) {
-        const std::string table = Sql("form_", Int32Field(field, "featureid"));
-        const std::string column = Sql("field_", Int32Field(field, "formfieldid"));
+        const std::string table = Concat("form_", Int32Field(field, "featureid"));
+        const std::string column = Concat("field_", Int32Field(field, "formfieldid"));
         if (TableExists(db, table) && ColumnExists(db, table, column)) {
             Execute(Sql("ALTER TABLE ", db, ".", table, " MODIFY COLUMN ", column,
                         " LONGTEXT DEFAULT '' NOT NULL;"));
@@ -277,7 +277,7 @@ void Update::SiteContentStep_1_0259(std::int32_t siteId) {
     }
     const auto forms = [&](std::int32_t last) { return OpenForms(db, last); };
     ForEachRowInPages("formfeatureid", forms, [&](const Recordset& form) {
-        const std::string table = Sql("form_", Int32Field(form, "formfeatureid"));
+        const std::string table = Concat("form_", Int32Field(form, "formfeatureid"));
         if (TableExists(db, table)) {
             Execute(Sql("REPAIR TABLE ", db, ".", table, " QUICK;"));
         }

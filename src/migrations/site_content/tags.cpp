@@ -7,7 +7,8 @@
 namespace twupdate {
 
 // Tag names are compared as bytes: selectors that differ in letter case are different rules.
-std::int32_t Update::FindTag(StringRef db, StringRef name, StringRef condition) {
+std::int32_t Update::FindTag(const std::string& db, const std::string& name,
+                             const std::string& condition) {
     std::int32_t tagId = 0;
     ForEachRow(OpenRecordset(Sql("SELECT tagid, name FROM ", db, ".tag WHERE name = '",
                                  SqlEscape(name), "' AND ", condition, " ORDER BY tagid;")),
@@ -19,8 +20,8 @@ std::int32_t Update::FindTag(StringRef db, StringRef name, StringRef condition) 
     return tagId;
 }
 
-std::int32_t Update::AddTag(StringRef db, std::int32_t templateId, std::int32_t overrideId,
-                            StringRef name) {
+std::int32_t Update::AddTag(const std::string& db, std::int32_t templateId, std::int32_t overrideId,
+                            const std::string& name) {
     Execute(Sql("INSERT INTO ", db, ".tag(templateid, overrideid, name) VALUES(", templateId, ", ",
                 overrideId, ", '", SqlEscape(name), "');"));
     return GetLastInsertId();
@@ -28,8 +29,8 @@ std::int32_t Update::AddTag(StringRef db, std::int32_t templateId, std::int32_t 
 
 /// Copies the attributes whose name the target tag lacks.
 /// @param filter  "" or a further condition on the attribute `a`, beginning with " AND "
-void Update::CopyMissingAttributes(StringRef db, std::int32_t fromTagId, std::int32_t toTagId,
-                                   std::string_view filter) {
+void Update::CopyMissingAttributes(const std::string& db, std::int32_t fromTagId,
+                                   std::int32_t toTagId, std::string_view filter) {
     Execute(Sql("INSERT INTO ", db, ".attribute(tagid, name, value) SELECT ", toTagId,
                 ", a.name, a.value FROM ", db, ".attribute a LEFT JOIN ", db,
                 ".attribute own ON own.tagid = ", toTagId,

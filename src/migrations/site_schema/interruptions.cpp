@@ -21,8 +21,8 @@ std::vector<ConvertedTable> FormTables(Utility& host, const std::string& db) {
             0, 0);
         for (; !fields->IsEOF(); fields->MoveNext()) {
             const std::int32_t form = Int32Field(*fields, "featureid");
-            forms[form].table = Sql("form_", form);
-            forms[form].columns.push_back(Sql("field_", Int32Field(*fields, "formfieldid")));
+            forms[form].table = Concat("form_", form);
+            forms[form].columns.push_back(Concat("field_", Int32Field(*fields, "formfieldid")));
         }
         fields->Close();
     }
@@ -63,7 +63,7 @@ std::vector<Leftover> LeftBySiteSchemaStep_1_0018(Utility& host, const SteppedDa
     Leftover leftover{"layoutzone", "", "a repeat ends without them", {}};
     for (const std::string_view timing : kZoneTimings) {
         if (!inspection.HasColumn("layoutzone", timing)) {
-            leftover.seen += Sql(leftover.seen.empty() ? "" : ", ", timing);
+            leftover.seen += Concat(leftover.seen.empty() ? "" : ", ", timing);
             leftover.statements.push_back(Sql("ALTER TABLE ", database.name,
                                               ".layoutzone ADD COLUMN ", timing, " ", type,
                                               " DEFAULT 0 NOT NULL;"));
@@ -72,7 +72,7 @@ std::vector<Leftover> LeftBySiteSchemaStep_1_0018(Utility& host, const SteppedDa
     if (leftover.statements.empty()) {
         return {};
     }
-    leftover.seen = Sql("of the four timings the table lacks ", leftover.seen);
+    leftover.seen = Concat("of the four timings the table lacks ", leftover.seen);
     return {std::move(leftover)};
 }
 
@@ -106,8 +106,8 @@ std::vector<Leftover> LeftBySiteSchemaStep_1_0225(Utility& host, const SteppedDa
         return {};
     }
     return {{.table = "externallookupfeedurl",
-             .seen = Sql("the table is empty, and featurenamevalue holds ",
-                         std::to_string(addresses), addresses == 1 ? " address" : " addresses"),
+             .seen = Concat("the table is empty, and featurenamevalue holds ",
+                            std::to_string(addresses), addresses == 1 ? " address" : " addresses"),
              .consequence = "a repeat leaves it empty",
              .statements = {Sql("INSERT INTO ", db,
                                 ".externallookupfeedurl(featureid, url, sequence) SELECT "

@@ -105,7 +105,8 @@ void Update::SiteSchemaStep_1_0008(std::int32_t siteId) {
 }
 
 void Update::SiteSchemaStep_1_0013(std::int32_t siteId) {
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".textcache("
                 "type INT DEFAULT 0 NOT NULL, "
                 "ref1 INT DEFAULT 0 NOT NULL, "
@@ -119,7 +120,8 @@ void Update::SiteSchemaStep_1_0013(std::int32_t siteId) {
 }
 
 void Update::SiteSchemaStep_1_0014(std::int32_t siteId) {
-    Execute(Sql("ALTER TABLE tw_", siteId,
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("ALTER TABLE ", db,
                 ".attribute MODIFY COLUMN value VARCHAR(255) DEFAULT '' NOT NULL;"));
 }
 
@@ -141,7 +143,7 @@ void Update::SiteSchemaStep_1_0018(std::int32_t siteId) {
 
 void Update::SiteSchemaStep_1_0019(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".searchlog("
                 "searchlogid INT AUTO_INCREMENT, "
                 "userid INT DEFAULT 0 NOT NULL, "
@@ -176,7 +178,7 @@ void Update::SiteSchemaStep_1_0019(std::int32_t siteId) {
 void Update::SiteSchemaStep_1_0020(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
     if (!ColumnExists(db, "searchlog", "searchlogid")) {
-        Execute(Sql("ALTER TABLE tw_", siteId,
+        Execute(Sql("ALTER TABLE ", db,
                     ".searchlog "
                     "ADD COLUMN searchlogid INT AUTO_INCREMENT FIRST, "
                     "ADD PRIMARY KEY (searchlogid);"));
@@ -191,7 +193,7 @@ void Update::SiteSchemaStep_1_0021(std::int32_t siteId) {
                     "ADD INDEX hidden_idx(hidden);"));
     }
     if (!ColumnExists(db, "searchlog", "searchlogid")) {
-        Execute(Sql("ALTER TABLE tw_", siteId,
+        Execute(Sql("ALTER TABLE ", db,
                     ".searchlog "
                     "ADD COLUMN searchlogid INT AUTO_INCREMENT FIRST, "
                     "ADD PRIMARY KEY (searchlogid);"));
@@ -199,7 +201,8 @@ void Update::SiteSchemaStep_1_0021(std::int32_t siteId) {
 }
 
 void Update::SiteSchemaStep_1_0023(std::int32_t siteId) {
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".performanceblock("
                 "blockid INT AUTO_INCREMENT, "
                 "datefrom DATETIME NOT NULL, "
@@ -212,7 +215,7 @@ void Update::SiteSchemaStep_1_0023(std::int32_t siteId) {
                 "INDEX dateto_idx(dateto), "
                 "INDEX pageroute_idx(pageroute(20)) "
                 ");"));
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".featureperformanceday("
                 "hitday DATETIME NOT NULL, "
                 "pageroute VARCHAR(255) NOT NULL, "
@@ -224,7 +227,7 @@ void Update::SiteSchemaStep_1_0023(std::int32_t siteId) {
                 "INDEX pageroute_idx(pageroute(20)), "
                 "INDEX navigationid_idx(navigationid) "
                 ");"));
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".userperformanceday("
                 "hitday DATETIME NOT NULL, "
                 "pageroute VARCHAR(255) NOT NULL, "
@@ -254,7 +257,7 @@ void Update::SiteSchemaStep_1_0028(std::int32_t siteId) {
                        "VARCHAR(10) DEFAULT 'weekly' NOT NULL");
     AddColumnIfMissing(db, "navigation", "xmlmaplastmodspec", "VARCHAR(100) DEFAULT '' NOT NULL");
     AddColumnIfMissing(db, "navigation", "xmlmapignore", "BOOL DEFAULT 0 NOT NULL");
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".taskstatus("
                 "featureid INT NOT NULL, "
                 "type INT NOT NULL, "
@@ -262,7 +265,7 @@ void Update::SiteSchemaStep_1_0028(std::int32_t siteId) {
                 "statustime DATETIME NOT NULL, "
                 "PRIMARY KEY(featureid, type) "
                 ");"));
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".plaintext("
                 "featureid INT NOT NULL, "
                 "subfeatureid INT NOT NULL, "
@@ -279,8 +282,7 @@ void Update::SiteSchemaStep_1_0031(std::int32_t siteId) {
 void Update::SiteSchemaStep_1_0032(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
     if (TableExists(db, "formloadingproperty")) {
-        Execute(Sql("RENAME TABLE tw_", siteId, ".formloadingproperty TO tw_", siteId,
-                    ".formmappingproperty;"));
+        Execute(Sql("RENAME TABLE ", db, ".formloadingproperty TO ", db, ".formmappingproperty;"));
     }
 }
 
@@ -310,11 +312,11 @@ void Update::SiteSchemaStep_1_0035(std::int32_t siteId) {
         }
     }
     if (TableExists(db, "formfield")) {
-        const auto fields = OpenRecordset(Sql("SELECT featureid, formfieldid FROM tw_", siteId,
-                                              ".formfield WHERE type = 'float';"));
+        const auto fields = OpenRecordset(
+            Sql("SELECT featureid, formfieldid FROM ", db, ".formfield WHERE type = 'float';"));
         for (; !fields->IsEOF(); fields->MoveNext()) {
-            ConvertFloatToDouble(db, Sql("form_", Int32Field(*fields, "featureid")),
-                                 Sql("field_", Int32Field(*fields, "formfieldid")));
+            ConvertFloatToDouble(db, Concat("form_", Int32Field(*fields, "featureid")),
+                                 Concat("field_", Int32Field(*fields, "formfieldid")));
         }
         fields->Close();
     }

@@ -23,7 +23,7 @@ void Update::SiteSchemaStep_1_0038(std::int32_t siteId) {
     AddColumnIfMissing(db, "taskstatus", "returncode", "INT");
     // From here on several rows may share one feature and type.
     if (IndexExists(db, "taskstatus", "PRIMARY")) {
-        Execute(Sql("ALTER TABLE tw_", siteId, ".taskstatus DROP PRIMARY KEY;"));
+        Execute(Sql("ALTER TABLE ", db, ".taskstatus DROP PRIMARY KEY;"));
     }
     AddIndexIfMissing(db, "taskstatus", "featureid_idx", "featureid");
     AddIndexIfMissing(db, "taskstatus", "type_idx", "type");
@@ -40,7 +40,7 @@ void Update::SiteSchemaStep_1_0039(std::int32_t siteId) {
 void Update::SiteSchemaStep_1_0040(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
     if (TableExists(db, "formfield")) {
-        Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+        Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                     ".formmappingproperty("
                     "featureid INT DEFAULT 0 NOT NULL, "
                     "propertytype INT DEFAULT 0 NOT NULL, "
@@ -107,8 +107,8 @@ void Update::SiteSchemaStep_1_0047(std::int32_t siteId) {
         const auto fields = OpenRecordset(
             Sql("SELECT featureid, formfieldid FROM ", db, ".formfield WHERE type = 'currency';"));
         for (; !fields->IsEOF(); fields->MoveNext()) {
-            ConvertToDecimal(db, Sql("form_", Int32Field(*fields, "featureid")),
-                             Sql("field_", Int32Field(*fields, "formfieldid")));
+            ConvertToDecimal(db, Concat("form_", Int32Field(*fields, "featureid")),
+                             Concat("field_", Int32Field(*fields, "formfieldid")));
         }
         fields->Close();
     }

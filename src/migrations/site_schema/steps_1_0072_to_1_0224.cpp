@@ -30,8 +30,8 @@ void Update::SiteSchemaStep_1_0075(std::int32_t siteId) {
 
     const auto fields =
         OpenRecordset(Sql("SELECT formfieldid, featureid, type, targetformfeatureid "
-                          "FROM tw_",
-                          siteId,
+                          "FROM ",
+                          db,
                           ".formfield "
                           "WHERE type IN('formlink', 'multiformlink', 'productfamily');"));
     for (; !fields->IsEOF(); fields->MoveNext()) {
@@ -39,14 +39,13 @@ void Update::SiteSchemaStep_1_0075(std::int32_t siteId) {
         const auto formFieldId = Int32Field(*fields, "formfieldid");
         const auto targetFormId = Int32Field(*fields, "targetformfeatureid");
         if (TextField(*fields, "type") == "formlink") {
-            const auto form = Sql("form_", featureId);
-            const auto column = Sql("field_", formFieldId, "_targetformid");
+            const auto form = Concat("form_", featureId);
+            const auto column = Concat("field_", formFieldId, "_targetformid");
             AddColumnIfMissing(db, form, column, "INT DEFAULT 0 NOT NULL");
             AddIndexIfMissing(db, form, column + "_idx", column);
-            Execute(
-                Sql("UPDATE tw_", siteId, ".", form, " SET ", column, " = ", targetFormId, ";"));
+            Execute(Sql("UPDATE ", db, ".", form, " SET ", column, " = ", targetFormId, ";"));
         } else {
-            Execute(Sql("UPDATE tw_", siteId, ".formlink SET objformid = ", targetFormId,
+            Execute(Sql("UPDATE ", db, ".formlink SET objformid = ", targetFormId,
                         " WHERE formfieldid = ", formFieldId, ";"));
         }
     }
@@ -94,7 +93,8 @@ void Update::SiteSchemaStep_1_0080(std::int32_t siteId) {
 }
 
 void Update::SiteSchemaStep_1_0081(std::int32_t siteId) {
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".settingcountry("
                 "settingid INT DEFAULT 0 NOT NULL, "
                 "countryid INT DEFAULT 0 NOT NULL, "
@@ -119,7 +119,8 @@ void Update::SiteSchemaStep_1_0083(std::int32_t siteId) {
 }
 
 void Update::SiteSchemaStep_1_0084(std::int32_t siteId) {
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".eventdelay ("
                 "delayid INT NOT NULL AUTO_INCREMENT, "
                 "delayuntiltype INT DEFAULT 0 NOT NULL, "
@@ -137,7 +138,7 @@ void Update::SiteSchemaStep_1_0084(std::int32_t siteId) {
                 "copieddelayid INT DEFAULT 0 NOT NULL, "
                 "PRIMARY KEY (delayid) "
                 ");"));
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".eventwakeup("
                 "guid VARCHAR(32), "
                 "protocol VARCHAR(20) DEFAULT 'http://' NOT NULL, "
@@ -160,7 +161,7 @@ void Update::SiteSchemaStep_1_0084(std::int32_t siteId) {
 void Update::SiteSchemaStep_1_0085(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
     AddColumnIfMissing(db, "eventpart", "copiedeventpartid", "INT DEFAULT 0 NOT NULL");
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".eventpartproperty ("
                 "propertyid INT NOT NULL AUTO_INCREMENT, "
                 "eventpartid INT DEFAULT 0 NOT NULL, "
@@ -170,7 +171,7 @@ void Update::SiteSchemaStep_1_0085(std::int32_t siteId) {
                 "PRIMARY KEY (propertyid), "
                 "INDEX eventpartid_idx(eventpartid) "
                 ");"));
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".eventpartpropertyvalue ("
                 "propertyid INT DEFAULT 0 NOT NULL, "
                 "valuetype INT DEFAULT 0 NOT NULL, "
@@ -201,7 +202,7 @@ void Update::SiteSchemaStep_1_0091(std::int32_t siteId) {
                     "suffixlen = LENGTH(REPLACE(suffix, '&nbsp;', ' ')), "
                     "suffix = REPLACE(suffix, '&nbsp;', ' ');"));
     }
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".featuresetting ("
                 "featureid INT DEFAULT 0 NOT NULL, "
                 "type INT DEFAULT 0 NOT NULL, "
@@ -285,7 +286,7 @@ void Update::SiteSchemaStep_1_0210(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
     AddColumnIfMissing(db, "featuresetting", "valuetype", "INT DEFAULT 0 NOT NULL");
     AddColumnIfMissing(db, "featuresetting", "string_value", "VARCHAR(255) DEFAULT '' NOT NULL");
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".featurenamevalue ("
                 "featureid INT DEFAULT 0 NOT NULL, "
                 "type INT DEFAULT 0 NOT NULL, "

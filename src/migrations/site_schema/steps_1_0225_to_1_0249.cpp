@@ -13,7 +13,7 @@ void Update::SiteSchemaStep_1_0225(std::int32_t siteId) {
     }
     // Copied only by the pass that creates the table, so that no address is there twice.
     if (TableExists(db, "externallookupfeedfield") && !TableExists(db, "externallookupfeedurl")) {
-        Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+        Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                     ".externallookupfeedurl("
                     "featureid INT DEFAULT 0 NOT NULL, "
                     "url VARCHAR(255) DEFAULT '' NOT NULL, "
@@ -113,7 +113,7 @@ void Update::SiteSchemaStep_1_0233(std::int32_t siteId) {
                            "BOOL DEFAULT 0 NOT NULL");
     }
     if (TableExists(db, "formfield")) {
-        Execute(Sql("ALTER TABLE tw_", siteId,
+        Execute(Sql("ALTER TABLE ", db,
                     ".formfield "
                     "MODIFY COLUMN defaultvalue LONGTEXT DEFAULT '' NOT NULL;"));
     }
@@ -164,7 +164,7 @@ void Update::SiteSchemaStep_1_0235(std::int32_t siteId) {
     const auto db = SiteDatabase(siteId);
     CopySiteTemplate(siteId, "gs");
     if (TableExists(db, "formtemplate")) {
-        Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+        Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                     ".rssfilelookup("
                     "queryid INT NOT NULL, "
                     "viewid INT NOT NULL, "
@@ -179,7 +179,7 @@ void Update::SiteSchemaStep_1_0235(std::int32_t siteId) {
                     "INDEX hash_idx(hash(15)) "
                     ");"));
         AddColumnIfMissing(db, "rssfilelookup", "dir", "VARCHAR(15)");
-        Execute(Sql("UPDATE tw_", siteId, ".rssfilelookup SET dir = 'rss';"));
+        Execute(Sql("UPDATE ", db, ".rssfilelookup SET dir = 'rss';"));
     }
     if (TableExists(db, "customerorder")) {
         AddColumnIfMissing(db, "customerorder", "shippingnotes", "LONGTEXT");
@@ -223,7 +223,7 @@ void Update::SiteSchemaStep_1_0238(std::int32_t siteId) {
         AddColumnIfMissing(db, "formfield", "linkoutreftype", "INT DEFAULT 0 NOT NULL");
         AddColumnIfMissing(db, "formfield", "linkinreftype", "INT DEFAULT 0 NOT NULL");
         AddIndexIfMissing(db, "formfield", "featureid_idx", "featureid");
-        Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+        Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                     ".formrecorddelete("
                     "guid VARCHAR(32) NOT NULL, "
                     "formid INT NOT NULL, "
@@ -272,7 +272,8 @@ void Update::SiteSchemaStep_1_0247(std::int32_t siteId) {
 }
 
 void Update::SiteSchemaStep_1_0248(std::int32_t siteId) {
-    Execute(Sql("CREATE TABLE IF NOT EXISTS tw_", siteId,
+    const std::string db = SiteDatabase(siteId);
+    Execute(Sql("CREATE TABLE IF NOT EXISTS ", db,
                 ".regularexpression("
                 "regexid INT AUTO_INCREMENT,  "
                 "title VARCHAR(255) DEFAULT '' NOT NULL, "

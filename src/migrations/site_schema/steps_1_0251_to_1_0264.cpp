@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 class Uploads {
   public:
     Uploads(const fs::path& root, bool secure, std::int32_t siteId)
-        : folder_((secure ? root / "sites_secure" : root / "wwwroot" / "sites") / Sql(siteId)),
+        : folder_((secure ? root / "sites_secure" : root / "wwwroot" / "sites") / Concat(siteId)),
           realFolder_(RealPath(folder_)) {}
 
     /// The path that a value "../…" stands for, with this system's separators.
@@ -85,8 +85,8 @@ void Update::SiteSchemaStep_1_0251(std::int32_t siteId) {
                                           "WHERE type IN('file', 'image');"));
     for (; !fields->IsEOF(); fields->MoveNext()) {
         const auto featureId = Int32Field(*fields, "featureid");
-        const auto form = Sql("form_", featureId);
-        const auto field = Sql("field_", Int32Field(*fields, "formfieldid"));
+        const auto form = Concat("form_", featureId);
+        const auto field = Concat("field_", Int32Field(*fields, "formfieldid"));
         if (!TableExists(db, form) || !ColumnExists(db, form, field)) {
             continue;
         }
@@ -106,15 +106,14 @@ void Update::SiteSchemaStep_1_0251(std::int32_t siteId) {
     fields->Close();
 }
 
-void Update::MeasureUploadedFiles(std::int32_t siteId, StringRef form, StringRef field,
-                                  bool secureFiles) {
+void Update::MeasureUploadedFiles(std::int32_t siteId, const std::string& form,
+                                  const std::string& field, bool secureFiles) {
     const auto db = SiteDatabase(siteId);
     const Uploads uploads(InstallationRoot(Host().InstallFolder()), secureFiles, siteId);
-    constexpr std::int32_t kRecordsPerBatch = 50;
-    for (std::int32_t offset = 0;; offset += kRecordsPerBatch) {
+    for (std::int32_t offset = 0;; offset += kRowsPerPage) {
         const auto records =
             OpenRecordset(Sql("SELECT replyid, ", field, " FROM ", db, ".", form, " WHERE ", field,
-                              " <> '' ORDER BY replyid LIMIT ", offset, ",50;"));
+                              " <> '' ORDER BY replyid LIMIT ", offset, ",", kRowsPerPage, ";"));
         if (records->IsEOF()) {
             records->Close();
             return;
