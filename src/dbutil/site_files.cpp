@@ -138,7 +138,7 @@ bool IsDeadEnd(const std::error_code& error) {
            error == std::errc::filename_too_long;
 }
 
-void Update::CopySiteTemplate(std::int32_t siteId, StringRef subFolder) {
+void Update::CopySiteTemplate(std::int32_t siteId, const std::string& subFolder) {
     const fs::path root = InstallationRoot(Host().InstallFolder());
     fs::path source = root / "templates" / "site";
     fs::path destination = SiteWebFolder(root, siteId);

@@ -137,7 +137,8 @@ TEST_F(CentralUpgrade, AVersionThatIsNotANumberRunsEverything) {
 }
 
 TEST_F(CentralUpgrade, AtTheLastThresholdNoStepRuns) {
-    LoadOldInstallation(*std::ranges::max_element(Thresholds()));
+    const auto thresholds = Thresholds();
+    LoadOldInstallation(*std::ranges::max_element(thresholds));
     const auto faulty = Faulty();
     UpgradeInstallation(faulty);
     // The search for old sites, and the version.

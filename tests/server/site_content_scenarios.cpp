@@ -1,5 +1,8 @@
 #include "site_content_scenarios.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace twupdate::test {
 namespace {
 
@@ -25,7 +28,7 @@ Lines WithSeventyStylesheets(Lines changes) {
     return changes;
 }
 
-std::vector<Scenario> MakeScenarios() {
+std::vector<Scenario> Scenarios_1_0001_to_1_0012() {
     return {
         {"PageParametersOfSearchesBecomeValues",
          "SiteContentStep_1_0001",
@@ -102,6 +105,11 @@ std::vector<Scenario> MakeScenarios() {
           "+ tagdependancy: tagname '.LOnavlink12 A:Hover', inheritsequence 2",
           "- tagdependancy: tagname 'xLOnavlink9', inheritsequence 1",
           "+ tagdependancy: tagname 'xLOnavlink9', inheritsequence 2"}},
+    };
+}
+
+std::vector<Scenario> Scenarios_1_0015_to_1_0032() {
+    return {
         {"HeadingClassesGiveTheHeadingsTheirStyles",
          "SiteContentStep_1_0017",
          R"(INSERT INTO tw_7.layoutelement(elementid, showtoall) VALUES(1, 0), (2, -1);
@@ -223,6 +231,11 @@ std::vector<Scenario> MakeScenarios() {
           "feature 8: blankcontent -1 -> 0"}},
         // Root 1 is removed, but lies below a live root; root 7 is removed and lies above the last
         // one. Posting 6 is removed and counts. No posting of thread 4 is published.
+    };
+}
+
+std::vector<Scenario> Scenarios_1_0037_to_1_0062() {
+    return {
         {"ForumThreadsGetTheirStatistics",
          "SiteContentStep_1_0037",
          R"(INSERT INTO tw_7.forum(elementid, threadid, removed, published)
@@ -373,6 +386,11 @@ std::vector<Scenario> MakeScenarios() {
           "- attribute 1: tagid 2, name 'color', value 'red'",
           "- attribute 2: tagid 2, name 'margin', value '0'",
           "- attribute 4: tagid 13, name 'color', value 'green'"}},
+    };
+}
+
+std::vector<Scenario> Scenarios_1_0063_to_1_0100() {
+    return {
         {"PermissionCachesAreDropped",
          "SiteContentStep_1_0066",
          R"(INSERT INTO tw_7.cache(cacheid, type, templateid) VALUES(1, 2, 4), (2, 2, 0), (3, 0, 4), (4, 2, 5);
@@ -475,6 +493,11 @@ std::vector<Scenario> MakeScenarios() {
                   (6, 'A .emptybasketlink'), (7, '#emptybasketlink');)",
          {"tag 1: cssorder 0 -> 550", "tag 2: cssorder 0 -> 550", "tag 3: cssorder 0 -> 550",
           "tag 4: cssorder 0 -> 550", "tag 7: cssorder 0 -> 550"}},
+    };
+}
+
+std::vector<Scenario> Scenarios_1_0222_to_1_0238() {
+    return {
         {"LogInTextsComeFromTheSettings",
          "SiteContentStep_1_0222",
          R"(INSERT INTO tw_7.feature(featureid, componentid) VALUES(90, 100), (91, 100), (92, 100), (93, 400), (94, 100);
@@ -589,6 +612,11 @@ std::vector<Scenario> MakeScenarios() {
           "formfield 21: directurlreplacementchar '-' -> '_'",
           "formfield 22: directurlreplacementchar '-' -> '_'",
           "formfield 24: directurlreplacementchar '-' -> '~'"}},
+    };
+}
+
+std::vector<Scenario> Scenarios_1_0239_to_1_0261() {
+    return {
         {"EmbeddedLinkFieldsBecomeTextEmbeds",
          "SiteContentStep_1_0242",
          R"(INSERT INTO tw_7.formtemplate(featureid) VALUES(300), (302);
@@ -689,7 +717,15 @@ std::vector<Scenario> MakeScenarios() {
 }  // namespace
 
 const std::vector<Scenario>& Scenarios() {
-    static const std::vector<Scenario> kScenarios = MakeScenarios();
+    static const std::vector<Scenario> kScenarios = [] {
+        std::vector<Scenario> all;
+        for (auto* scenarios :
+             {Scenarios_1_0001_to_1_0012, Scenarios_1_0015_to_1_0032, Scenarios_1_0037_to_1_0062,
+              Scenarios_1_0063_to_1_0100, Scenarios_1_0222_to_1_0238, Scenarios_1_0239_to_1_0261}) {
+            std::ranges::move(scenarios(), std::back_inserter(all));
+        }
+        return all;
+    }();
     return kScenarios;
 }
 

@@ -33,7 +33,8 @@ void WriteLines(const std::filesystem::path& file, const std::vector<std::string
 }
 
 std::string WithReplaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    for (std::size_t at = 0; !from.empty() && (at = text.find(from, at)) != std::string::npos;
+         at += to.size()) {
         text.replace(at, from.size(), to);
     }
     return text;
