@@ -41,7 +41,7 @@ struct RehearseArguments {
     bool schemaOnly = false;
 };
 
-struct Rehearsed {
+struct RehearsalResult {
     std::vector<DatabaseDone> done;
     std::vector<RunFailure> failed;
     std::vector<LayoutFinding> findings;
@@ -203,7 +203,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
 
 /// Upgrades the copy. A site that fails is noted and left out, and the run goes on without it.
 void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
-             const std::vector<std::shared_ptr<RunSink>>& sinks, Rehearsed& rehearsed,
+             const std::vector<std::shared_ptr<RunSink>>& sinks, RehearsalResult& rehearsal,
              Console& console) {
     const auto marks = std::make_shared<ProgressMarks>(copy.GetConnection());
     auto resumed = SetResumeVersions(*marks, chosen, console);
@@ -223,8 +223,8 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
             update.UpdateServer(version);
             watch->End();
         } catch (const std::exception& error) {
-            rehearsed.failed.push_back(watch->Fail(error));
-            if (const auto site = rehearsed.failed.back().where.siteId) {
+            rehearsal.failed.push_back(watch->Fail(error));
+            if (const auto site = rehearsal.failed.back().where.siteId) {
                 copy.GetConnection()->Execute(fmt::format(
                     "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", *site));
                 std::erase_if(resumed, [&](const SiteRow& row) { return row.siteId == *site; });
@@ -234,80 +234,80 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
         for (const DatabaseDone& done : watch->Databases()) {
             std::erase_if(resumed, [&](const SiteRow& row) { return row.siteId == done.siteId; });
             const bool known = std::any_of(
-                rehearsed.done.begin(), rehearsed.done.end(),
+                rehearsal.done.begin(), rehearsal.done.end(),
                 [&](const DatabaseDone& other) { return other.database == done.database; });
             if (!known) {  // the central ladders run again with each attempt
-                rehearsed.done.push_back(done);
+                rehearsal.done.push_back(done);
             }
         }
     }
 }
 
-void VerifyCopy(const Session& copy, Rehearsed& rehearsed) {
-    for (const DatabaseDone& done : rehearsed.done) {
+void VerifyCopy(const Session& copy, RehearsalResult& rehearsal) {
+    for (const DatabaseDone& done : rehearsal.done) {
         std::vector<std::string> absent;
         for (auto& finding : Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
                                      ReadLayout(*copy.GetConnection(), done.database), absent)) {
-            rehearsed.findings.push_back(std::move(finding));
+            rehearsal.findings.push_back(std::move(finding));
         }
     }
 }
 
-void Print(const Rehearsed& rehearsed, Console& console) {
+void Print(const RehearsalResult& rehearsal, Console& console) {
     using Align = TextTable::Align;
     TextTable table({{"Database"},
                      {"From"},
                      {"Steps", Align::kRight},
                      {"Statements", Align::kRight},
                      {"Time", Align::kRight}});
-    for (const DatabaseDone& done : rehearsed.done) {
+    for (const DatabaseDone& done : rehearsal.done) {
         table.AddRow({done.database, VersionText(done.from), std::to_string(done.steps),
                       std::to_string(done.statements), DurationText(done.duration)});
     }
     for (const std::string& line : table.Lines()) {
         console.Print(line);
     }
-    for (const std::string& refusal : rehearsed.refusals) {
+    for (const std::string& refusal : rehearsal.refusals) {
         console.Print("an upgrade would not begin: " + refusal);
     }
-    for (const RunFailure& failure : rehearsed.failed) {
+    for (const RunFailure& failure : rehearsal.failed) {
         console.Print("would fail: " + FailureLine(failure));
     }
-    for (const LayoutFinding& finding : rehearsed.findings) {
+    for (const LayoutFinding& finding : rehearsal.findings) {
         console.Print("differs afterwards: " + finding.Text());
     }
-    for (const std::string& note : rehearsed.notes) {
+    for (const std::string& note : rehearsal.notes) {
         console.Say("note: " + note);
     }
     console.Say(fmt::format(
-        "Rehearsed: {} upgraded, {}, {}.", Count(rehearsed.done.size(), "database"),
-        Count(rehearsed.failed.size(), "failure"), Count(rehearsed.findings.size(), "difference")));
+        "Rehearsed: {} upgraded, {}, {}.", Count(rehearsal.done.size(), "database"),
+        Count(rehearsal.failed.size(), "failure"), Count(rehearsal.findings.size(), "difference")));
 }
 
-nlohmann::ordered_json JsonOf(const Rehearsed& rehearsed, bool clean) {
+nlohmann::ordered_json JsonOf(const RehearsalResult& rehearsal, bool clean) {
     nlohmann::ordered_json result{{"command", "rehearse"},
                                   {"result", clean ? "clean" : "findings"}};
     auto& done = result["upgraded"] = nlohmann::ordered_json::array();
-    for (const DatabaseDone& database : rehearsed.done) {
+    for (const DatabaseDone& database : rehearsal.done) {
         done.push_back({{"database", database.database},
                         {"from", database.from},
                         {"steps", database.steps},
                         {"statements", database.statements},
                         {"seconds", std::chrono::duration<double>(database.duration).count()}});
     }
-    result["refusals"] = rehearsed.refusals;
+    result["refusals"] = rehearsal.refusals;
     auto& failed = result["failures"] = nlohmann::ordered_json::array();
-    for (const RunFailure& failure : rehearsed.failed) {
+    for (const RunFailure& failure : rehearsal.failed) {
         failed.push_back({{"database", failure.where.database},
                           {"step", failure.where.step ? failure.where.step->name : ""},
                           {"code", failure.code},
                           {"text", FailureLine(failure)}});
     }
     auto& findings = result["differences"] = nlohmann::ordered_json::array();
-    for (const LayoutFinding& finding : rehearsed.findings) {
+    for (const LayoutFinding& finding : rehearsal.findings) {
         findings.push_back(finding.Text());
     }
-    result["notes"] = rehearsed.notes;
+    result["notes"] = rehearsal.notes;
     return result;
 }
 
@@ -323,14 +323,14 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
             "the installation is not below the current version: nothing to rehearse");
     }
     RequireOldSites(all, arguments.sites);
-    Rehearsed rehearsed;
-    rehearsed.refusals = Refusals(installation, all);
+    RehearsalResult rehearsal;
+    rehearsal.refusals = Refusals(installation, all);
     const auto chosen = ChosenSites(installation, all, arguments);
     if (const std::string refusal =
             InterruptionText(source, ProgressMarks(source.GetConnection()),
                              SteppedDatabases(version, chosen), Leftovers::kRefuse);
         !refusal.empty()) {
-        rehearsed.refusals.push_back(refusal);
+        rehearsal.refusals.push_back(refusal);
     }
     std::error_code error;
     fs::create_directories(arguments.workdir, error);
@@ -362,7 +362,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     const InnoDbSettings settings = InnoDbSettings::Of(*source.GetConnection());
     PrepareForCopies(*copy.GetConnection(), settings);
     CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
-            rehearsed.notes);
+            rehearsal.notes);
     FinishCopies(*source.GetConnection(), *copy.GetConnection(), settings, databases);
     LeaveOut(*copy.GetConnection(), all, chosen);
     std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
@@ -372,12 +372,12 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     if (!options.events.empty()) {
         sinks.push_back(std::make_shared<Events>(options.events, console));
     }
-    Upgrade(copy, version, chosen, sinks, rehearsed, console);
-    VerifyCopy(copy, rehearsed);
-    Print(rehearsed, console);
+    Upgrade(copy, version, chosen, sinks, rehearsal, console);
+    VerifyCopy(copy, rehearsal);
+    Print(rehearsal, console);
     const bool clean =
-        rehearsed.refusals.empty() && rehearsed.failed.empty() && rehearsed.findings.empty();
-    console.Result(JsonOf(rehearsed, clean));
+        rehearsal.refusals.empty() && rehearsal.failed.empty() && rehearsal.findings.empty();
+    console.Result(JsonOf(rehearsal, clean));
     return clean ? kDone : kFindings;
 }
 
