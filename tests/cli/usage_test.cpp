@@ -173,8 +173,8 @@ TEST(Usage, StartsAServerOfItsOwnWhereCreateCoreHasMadeOne) {
 TEST(Usage, PrintsItsVersion) {
     const Outcome outcome = RunProgram({"--version"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.out, testing::ContainsRegex("twupdate 1\\.[0-9]+\\.[0-9]+\n"));
-    EXPECT_THAT(outcome.out, HasSubstr(kCurrentShown));
+    EXPECT_THAT(outcome.out, testing::ContainsRegex("^twupdate 1\\.[0-9]+\\.[0-9]+ "));
+    EXPECT_THAT(outcome.out, HasSubstr("(brings databases to version " + kCurrentShown + ")\n"));
 }
 
 TEST(Usage, ListsItsCommands) {
