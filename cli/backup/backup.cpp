@@ -9,6 +9,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <utility>
 
 #include "cli/backup/replace_file.h"
 #include "cli/server/grants.h"
@@ -29,12 +30,13 @@ constexpr double kFirstVersion = 1.0;
 }  // namespace
 
 Backup::Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
-               Console& console)
+               std::shared_ptr<Progress> progress, Console& console)
     : own_(std::make_shared<host::MariaDbUtility>(session.Connect())),
       installation_(own_),
       client_(session, options),
       parent_(options.backup),
       keep_(options.keep),
+      progress_(std::move(progress)),
       console_(console) {
     std::error_code error;
     const bool isNew = fs::create_directories(parent_, error);
@@ -172,6 +174,7 @@ void Backup::Dump(const std::string& database, double version, const std::string
         throw CommandError(fmt::format("cannot back up {}: cannot write {}: {}", database,
                                        note.string(), std::strerror(errno)));
     }
+    progress_->Doing("dumping " + database);
     DumpDatabase(client_, database, file);
 }
 

@@ -11,6 +11,7 @@
 
 #include "cli/backup/backup_run.h"
 #include "cli/backup/dump.h"
+#include "cli/run/progress.h"
 #include "cli/run/run_sink.h"
 #include "cli/server/installation.h"
 #include "cli/terminal/console.h"
@@ -32,9 +33,10 @@ struct BackupNote {
 class Backup final : public RunSink {
   public:
     /// Makes the folders, or finds the one that is resumed.
+    /// @param progress  is told of each dump
     /// @throws CommandError
     Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
-           Console& console);
+           std::shared_ptr<Progress> progress, Console& console);
 
     const std::filesystem::path& Folder() const { return run_.folder; }
 
@@ -62,6 +64,7 @@ class Backup final : public RunSink {
     std::optional<std::size_t> keep_;
     BackupRun run_;
     std::set<std::string> dumped_;  ///< by this run
+    std::shared_ptr<Progress> progress_;
     Console& console_;
 };
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/backup/backup.h"
 #include "cli/repair/repair_sink.h"
@@ -117,15 +118,36 @@ void PrintServices(Console& console, const ServiceCounts& services, bool noServi
     }
 }
 
+void AddRecords(RunWatch& watch, const GlobalOptions& options, Console& console) {
+    if (!options.events.empty()) {
+        watch.AddSink(std::make_shared<Events>(options.events, console));
+    }
+    if (!options.log.empty()) {
+        watch.AddSink(MakeRunLog(options.log, console));
+    }
+}
+
+/// The run with what the server says of itself.
+RunStart WithServer(RunStart start, const Session& session) {
+    start.server = session.ServerText();
+    start.account = session.Account();
+    return start;
+}
+
 /// @return the folder of the backup; empty without one
 std::string AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
                      const Run& run, Console& console) {
     std::string folder;
+    const auto progress = std::make_shared<Progress>(
+        console, [finder = std::make_shared<LockWaitFinder>(session)](const std::string& database) {
+            return finder->Find(database);
+        });
     if (run.lock != nullptr) {
         watch.AddSink(std::make_shared<LockWatch>(*run.lock, session.GetConnection()));
     }
     if (!options.backup.empty()) {
-        const auto backup = std::make_shared<Backup>(session, options, run.start, console);
+        const auto backup =
+            std::make_shared<Backup>(session, options, run.start, progress, console);
         folder = backup->Folder().string();
         watch.AddSink(backup);
     }
@@ -138,13 +160,8 @@ std::string AddSinks(RunWatch& watch, const Session& session, const GlobalOption
     if (!options.trace.empty()) {
         watch.AddSink(std::make_shared<Trace>(options.trace, console));
     }
-    if (!options.events.empty()) {
-        watch.AddSink(std::make_shared<Events>(options.events, console));
-    }
-    if (!options.log.empty()) {
-        watch.AddSink(MakeRunLog(options.log, console));
-    }
-    watch.AddSink(std::make_shared<Progress>(console));
+    AddRecords(watch, options, console);
+    watch.AddSink(progress);
     return folder;
 }
 
@@ -212,13 +229,22 @@ std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command) {
     return leftovers;
 }
 
+void RecordNothingToDo(const Session& session, const GlobalOptions& options, Console& console,
+                       RunStart start) {
+    RunWatch watch;
+    AddRecords(watch, options, console);
+    watch.Start(WithServer(std::move(start), session));
+    watch.End();
+}
+
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
+    const RunStart start = WithServer(run.start, session);
     const std::string backup = AddSinks(*watch, session, options, run, console);
     const auto host = session.ForComponent(watch, watch);
     const StopSignals stopSignals;
-    watch->Start(run.start);
+    watch->Start(start);
     try {
         Update update;
         update.Configure(host);

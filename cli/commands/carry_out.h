@@ -49,6 +49,10 @@ std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command);
 /// @return the exit status
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run);
 
+/// Records where --events and --log say that there was nothing to do for a run.
+void RecordNothingToDo(const Session& session, const GlobalOptions& options, Console& console,
+                       RunStart start);
+
 /// What a run that did not end has finished, for people; one line.
 std::string WhatStands(const std::vector<DatabaseDone>& databases);
 

@@ -24,12 +24,13 @@ constexpr const char* kExists =
 int CreateCore(const GlobalOptions& options, Console& console) {
     const auto installFolder = InstallFolderWithData(options);
     Session session(options, DataFolder::kAnyOrNew);
-    const RunLock lock(session, options);
+    const RunLock lock(session, options, "create-core", console);
     if (Installation(session.Own()).HasDatabase("tw_tarnwick")) {
         RefuseUnfinishedRestore(*session.Own());  // then it must not be dropped
         if (const auto unfinished = UnfinishedCore(session, installFolder); !unfinished.empty()) {
             throw CommandError(unfinished + "; nothing was done");
         }
+        RecordNothingToDo(session, options, console, {"create-core", kCurrentVersion, {}});
         console.Say(kExists);
         console.Result(
             {{"command", "create-core"}, {"result", "nothing to do"}, {"created", false}});

@@ -21,7 +21,7 @@ namespace {
 int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_t siteId,
                      std::optional<double> from, Leftovers leftovers) {
     Session session(options);
-    const RunLock lock(session, options);
+    const RunLock lock(session, options, fmt::format("import-master-data {}", siteId), console);
     Installation installation(session.Own());
     if (!installation.HasDatabase(fmt::format("tw_{}", siteId))) {
         throw CommandError(fmt::format("there is no database tw_{} on this server", siteId));
@@ -34,6 +34,7 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
             siteId, VersionText(version), VersionText(kCurrentVersion)));
     }
     if (!IsBelow(version, kCurrentVersion)) {
+        RecordNothingToDo(session, options, console, {"import-master-data", version, {}, siteId});
         console.Say(fmt::format("The central tables in tw_{} are at {} already; nothing was done.",
                                 siteId, VersionText(version)));
         console.Result({{"command", "import-master-data"},

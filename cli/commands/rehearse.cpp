@@ -16,13 +16,16 @@
 #include "cli/run/events.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_watch.h"
+#include "cli/run/time_left.h"
 #include "cli/run/trace.h"
+#include "cli/server/blockers.h"
 #include "cli/server/grants.h"
 #include "cli/server/innodb_settings.h"
 #include "cli/server/layout.h"
 #include "cli/server/queries.h"
 #include "cli/server/root_site.h"
 #include "cli/server/session.h"
+#include "cli/terminal/counted_progress.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/table.h"
@@ -47,7 +50,58 @@ struct RehearsalResult {
     std::vector<LayoutFinding> findings;
     std::vector<std::string> notes;     ///< what the copy lacks
     std::vector<std::string> refusals;  ///< why an upgrade would not begin
+    std::size_t sitesInAll = 0;         ///< that an upgrade would come to
+    /// What an upgrade of them all would take; nothing without rows, or when no step has run.
+    std::optional<std::chrono::nanoseconds> wholeUpgrade;
 };
+
+/// Learns how long each step takes.
+class StepTimes final : public RunSink {
+  public:
+    void StepEnded(const Position& where, std::chrono::nanoseconds duration,
+                   std::uint64_t /*statements*/) override {
+        timeLeft_.StepMeasured(*where.step, duration);
+    }
+    /// What sites at these versions would take; nothing when no step has run.
+    std::optional<std::chrono::nanoseconds> Of(const std::vector<double>& versions) const {
+        TimeLeft timeLeft = timeLeft_;
+        timeLeft.Start(versions);
+        return timeLeft.Estimate();
+    }
+
+  private:
+    TimeLeft timeLeft_;
+};
+
+DatabaseDone Totals(const RehearsalResult& rehearsal) {
+    DatabaseDone totals;
+    for (const DatabaseDone& done : rehearsal.done) {
+        totals.steps += done.steps;
+        totals.statements += done.statements;
+        totals.duration += done.duration;
+    }
+    return totals;
+}
+
+/// What was measured, and for each other site that an upgrade would come to what its steps took
+/// elsewhere.
+void EstimateWholeUpgrade(const std::vector<SiteRow>& all, const StepTimes& times,
+                          RehearsalResult& rehearsal) {
+    std::vector<double> others;
+    for (const SiteRow& site : all) {
+        if (site.State() != SiteState::kOld) {
+            continue;
+        }
+        ++rehearsal.sitesInAll;
+        if (std::none_of(rehearsal.done.begin(), rehearsal.done.end(),
+                         [&](const DatabaseDone& done) { return done.siteId == site.siteId; })) {
+            others.push_back(site.version.value_or(0));
+        }
+    }
+    if (const auto rest = times.Of(others)) {
+        rehearsal.wholeUpgrade = Totals(rehearsal).duration + *rest;
+    }
+}
 
 /// A named site that an upgrade would not come to is a slip; nothing would be tried in its place.
 void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int32_t>& named) {
@@ -179,7 +233,9 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
             "mysql.proc)");
     }
     std::vector<std::string> withoutTriggers;
+    CountedProgress progress(console, "database", databases.size());
     for (const std::string& database : databases) {
+        progress.Next("copying " + database);
         // The versions are rows of the central database, so it is always copied whole.
         scope.rows = !schemaOnly || database == "tw_tarnwick";
         // A view may show another database, which is not copied; no step reads one.
@@ -192,7 +248,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
         }
         MakeDefiners(connection, *copy.GetConnection(), database);
         CopyDatabase(from, to, database, scope);
-        console.Say(fmt::format("{}: copied", database));
+        console.Say(fmt::format("{}: copied ({})", database, progress.Place()));
     }
     if (!withoutTriggers.empty()) {
         notes.push_back(
@@ -228,6 +284,7 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
                 copy.GetConnection()->Execute(fmt::format(
                     "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", *site));
                 std::erase_if(resumed, [&](const SiteRow& row) { return row.siteId == *site; });
+                std::erase_if(chosen, [&](const SiteRow& row) { return row.siteId == *site; });
                 again = true;
             }
         }
@@ -239,12 +296,15 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
             if (!known) {  // the central ladders run again with each attempt
                 rehearsal.done.push_back(done);
             }
+            std::erase_if(chosen, [&](const SiteRow& row) { return row.siteId == done.siteId; });
         }
     }
 }
 
-void VerifyCopy(const Session& copy, RehearsalResult& rehearsal) {
+void VerifyCopy(const Session& copy, RehearsalResult& rehearsal, Console& console) {
+    CountedProgress progress(console, "database", rehearsal.done.size());
     for (const DatabaseDone& done : rehearsal.done) {
+        progress.Next("comparing " + done.database);
         std::vector<std::string> absent;
         for (auto& finding : Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
                                      ReadLayout(*copy.GetConnection(), done.database), absent)) {
@@ -264,6 +324,9 @@ void Print(const RehearsalResult& rehearsal, Console& console) {
         table.AddRow({done.database, VersionText(done.from), std::to_string(done.steps),
                       std::to_string(done.statements), DurationText(done.duration)});
     }
+    const DatabaseDone totals = Totals(rehearsal);
+    table.AddRow({"Total", "", std::to_string(totals.steps), std::to_string(totals.statements),
+                  DurationText(totals.duration)});
     for (const std::string& line : table.Lines()) {
         console.Print(line);
     }
@@ -278,6 +341,13 @@ void Print(const RehearsalResult& rehearsal, Console& console) {
     }
     for (const std::string& note : rehearsal.notes) {
         console.Say("note: " + note);
+    }
+    if (rehearsal.wholeUpgrade) {
+        console.Say(fmt::format(
+            "An upgrade of the installation with {} would take about {} here, without backups.",
+            rehearsal.sitesInAll == 1 ? "its one site"
+                                      : "all " + Count(rehearsal.sitesInAll, "site"),
+            DurationText(*rehearsal.wholeUpgrade)));
     }
     console.Say(fmt::format(
         "Rehearsed: {} upgraded, {}, {}.", Count(rehearsal.done.size(), "database"),
@@ -294,6 +364,16 @@ nlohmann::ordered_json JsonOf(const RehearsalResult& rehearsal, bool clean) {
                         {"steps", database.steps},
                         {"statements", database.statements},
                         {"seconds", std::chrono::duration<double>(database.duration).count()}});
+    }
+    const DatabaseDone totals = Totals(rehearsal);
+    result["totals"] = {{"databases", rehearsal.done.size()},
+                        {"steps", totals.steps},
+                        {"statements", totals.statements},
+                        {"seconds", std::chrono::duration<double>(totals.duration).count()}};
+    if (rehearsal.wholeUpgrade) {
+        result["whole_upgrade"] = {
+            {"sites", rehearsal.sitesInAll},
+            {"seconds", std::chrono::duration<double>(*rehearsal.wholeUpgrade).count()}};
     }
     result["refusals"] = rehearsal.refusals;
     auto& failed = result["failures"] = nlohmann::ordered_json::array();
@@ -365,7 +445,12 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
             rehearsal.notes);
     FinishCopies(*source.GetConnection(), *copy.GetConnection(), settings, databases);
     LeaveOut(*copy.GetConnection(), all, chosen);
-    std::vector<std::shared_ptr<RunSink>> sinks{std::make_shared<Progress>(console)};
+    LockWaitFinder lockWaits(copy);
+    const auto times = std::make_shared<StepTimes>();
+    std::vector<std::shared_ptr<RunSink>> sinks{
+        times, std::make_shared<Progress>(console, [&lockWaits](const std::string& database) {
+            return lockWaits.Find(database);
+        })};
     if (!options.trace.empty()) {
         sinks.push_back(std::make_shared<Trace>(options.trace, console));
     }
@@ -373,7 +458,10 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
         sinks.push_back(std::make_shared<Events>(options.events, console));
     }
     Upgrade(copy, version, chosen, sinks, rehearsal, console);
-    VerifyCopy(copy, rehearsal);
+    if (!arguments.schemaOnly) {
+        EstimateWholeUpgrade(all, *times, rehearsal);
+    }
+    VerifyCopy(copy, rehearsal, console);
     Print(rehearsal, console);
     const bool clean =
         rehearsal.refusals.empty() && rehearsal.failed.empty() && rehearsal.findings.empty();

@@ -19,6 +19,7 @@
 #include "cli/server/queries.h"
 #include "cli/server/restore_mark.h"
 #include "cli/server/session.h"
+#include "cli/terminal/counted_progress.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -245,11 +246,14 @@ VersionsToSet FindVersions(const Session& session, const fs::path& folder,
 
 /// Everything that can be known to fail, before the first database is dropped.
 void RequireAll(host::Connection& connection, const fs::path& folder,
-                const std::vector<std::string>& databases, const VersionsToSet& versions) {
+                const std::vector<std::string>& databases, const VersionsToSet& versions,
+                Console& console) {
     RequireTableRights(connection, databases);
     RequireRight((versions.dumped.empty() && versions.others.empty()) || MayRecord(connection),
                  kCentral, "UPDATE", ", which sets the versions of sites");
+    CountedProgress progress(console, "database", databases.size());
     for (const std::string& database : databases) {
+        progress.Next("reading the dump of " + database);
         RequireRightsFor(CheckDump(DumpFile(folder, database), database), connection, database);
     }
 }
@@ -292,7 +296,7 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
     host::Connection& connection = *session.GetConnection();
     const StopSignals stopSignals("database");
     const VersionsToSet versions = FindVersions(session, folder, databases);
-    RequireAll(connection, folder, databases, versions);
+    RequireAll(connection, folder, databases, versions, console);
     const ClientOptionFile client(session, options);
     if (StopSignals::Requested()) {
         throw CommandError("stopped as requested; nothing was put back", kStopped);
@@ -305,12 +309,14 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
         MarkForRestore(connection, database);
     }
     Record(connection, versions.dumped);  // before the drop: no old layout under a new version
+    CountedProgress progress(console, "database", databases.size());
     for (std::size_t i = 0; i < databases.size(); ++i) {
         if (i > 0 && StopSignals::Requested()) {
             return Stopped(databases, i, view, console);
         }
+        progress.Next("putting back " + databases[i]);
         PutBack(client, folder, databases[i]);
-        console.Say(fmt::format("{}: put back", databases[i]));
+        console.Say(fmt::format("{}: put back ({})", databases[i], progress.Place()));
     }
     if (Contains(databases, kCentral)) {
         RecordOthers(session, databases, versions.others, console);
@@ -328,14 +334,14 @@ int Restore(const GlobalOptions& options, Console& console, const RestoreArgumen
     const auto databases = ChosenDatabases(arguments);
     Session session(options);
     if (arguments.apply) {
-        const RunLock lock(session, options);
+        const RunLock lock(session, options, "restore", console);
         const RestoreView view = ViewRestore(session, arguments.folder, databases);
         Print(view, console);
         return Apply(session, options, console, arguments.folder, databases, view);
     }
     const RestoreView view = ViewRestore(session, arguments.folder, databases);
     RequireAll(*session.GetConnection(), arguments.folder, databases,
-               FindVersions(session, arguments.folder, databases));
+               FindVersions(session, arguments.folder, databases), console);
     Print(view, console);
     console.Say(fmt::format("Nothing was put back; the same command with --apply puts back {}.",
                             Count(databases.size(), "database")));

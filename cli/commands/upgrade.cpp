@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
@@ -73,7 +74,7 @@ void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, dou
 int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers) {
     InstallFolderWithData(options);  // wrong use is told before anything is done
     Session session(options);
-    const RunLock lock(session, options);
+    const RunLock lock(session, options, "upgrade", console);
     Installation installation(session.Own());
     const double version = installation.Version();
     if (version > kCurrentVersion) {
@@ -88,6 +89,9 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
             !unfinished.empty()) {
             console.Warn(unfinished);
         }
+        RunStart start{"upgrade", version, {}};
+        start.leftOut = SitesLeftOut(sites);
+        RecordNothingToDo(session, options, console, std::move(start));
         return NothingToDo(version, sites, console);
     }
     if (const auto refusals = Refusals(installation, sites); !refusals.empty()) {
@@ -110,6 +114,7 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
     RefuseWhatCannotBeResumed(session, *run.marks, version, run.start.sites, leftovers);
     run.result["from"] = version;
     const LeftOut leftOut = SitesLeftOut(sites);
+    run.start.leftOut = leftOut;
     run.result["left_out"] = JsonOf(leftOut);
     run.operation = [&](Update& update, Utility& /*host*/) {
         update.UpdateServer(version);

@@ -54,7 +54,7 @@ double StartingVersion(Installation& installation, const SiteArguments& argument
 
 int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArguments& arguments) {
     Session session(options);
-    const RunLock lock(session, options);
+    const RunLock lock(session, options, fmt::format("upgrade-site {}", arguments.siteId), console);
     Installation installation(session.Own());
     const double version = StartingVersion(installation, arguments);
     const std::string name = fmt::format("Site {}", arguments.siteId);
@@ -64,6 +64,8 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
             arguments.siteId, VersionText(version), VersionText(kCurrentVersion)));
     }
     if (!IsBelow(version, kCurrentVersion)) {
+        RecordNothingToDo(session, options, console,
+                          {"upgrade-site", version, {}, arguments.siteId});
         console.Say(name + " is at " + VersionText(version) + " already; nothing was done.");
         console.Result({{"command", "upgrade-site"},
                         {"result", "nothing to do"},

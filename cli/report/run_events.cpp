@@ -316,9 +316,15 @@ json Parse(const std::string& line) {
     return value.is_discarded() ? json::parse(Printable(line), nullptr, false) : value;
 }
 
+constexpr const char* kNoObject = "no JSON object";
+
+bool BeginsRun(const json& line) {
+    return line.is_object() && line.contains("event") && line["event"] == "run-started";
+}
+
 void TakeLine(RunBuilder& builder, const json& line) {
     if (!line.is_object()) {
-        throw BadLine("no JSON object");
+        throw BadLine(kNoObject);
     }
     const Event event(line);
     if (!line.contains("v") || !line.contains("event")) {
@@ -374,21 +380,35 @@ std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
     std::vector<RunRecord> runs;
     RunBuilder builder(runs);
     std::uint64_t number = 0;
+    std::uint64_t cutLine = 0;  // the number of one that is no JSON, while it may be a cut one
+    const auto refuse = [&file](std::uint64_t line, const char* why) {
+        throw CommandError(fmt::format("{}, line {}: {}", file.string(), line, why));
+    };
     for (std::string line; std::getline(stream, line);) {
         ++number;
+        const json value = Parse(line);
+        if (cutLine != 0 && !BeginsRun(value)) {
+            refuse(cutLine, kNoObject);
+        }
+        cutLine = 0;
+        // What a killed run leaves, or one that still writes; the next run begins a new line.
+        const bool mayBeCut = stream.eof() || line.starts_with('{');
+        if (value.is_discarded() && mayBeCut && !runs.empty()) {
+            runs.back().cutLine = true;
+            cutLine = stream.eof() ? 0 : number;
+            continue;
+        }
         try {
-            const json value = Parse(line);
-            if (value.is_discarded() && stream.eof() && !runs.empty()) {
-                runs.back().cutLine = true;  // what a killed run leaves, or one that still writes
-                break;
-            }
             TakeLine(builder, value);
         } catch (const BadLine& error) {
-            throw CommandError(fmt::format("{}, line {}: {}", file.string(), number, error.what()));
+            refuse(number, error.what());
         }
     }
     if (stream.bad()) {
         throw cannotRead();
+    }
+    if (cutLine != 0) {
+        refuse(cutLine, kNoObject);
     }
     builder.EndOfEvents();
     if (runs.empty()) {

@@ -60,6 +60,13 @@ void Events::RunStarting(const RunStart& start) {
     line["from"] = start.version;
     line["to"] = kCurrentVersion;
     line["sites_to_do"] = sites_;
+    auto& sites = line["sites"] = nlohmann::ordered_json::array();
+    for (const SiteRow& site : start.sites) {
+        sites.push_back({{"site", site.siteId}, {"from", site.version.value_or(0)}});
+    }
+    line["left_out"] = JsonOf(start.leftOut);
+    line["server"] = start.server;
+    line["account"] = start.account;
     lines_.Write(line);
 }
 

@@ -12,14 +12,14 @@ namespace twupdate::cli {
 /// The time now, UTC, as "2026-11-21T09:05:03.120Z".
 std::string TimeNow();
 
-/// --events: how a run goes on, for tools; one JSON object a line. The format is described in
-/// docs/operating/during.md and carries its version.
+/// --events: how a run goes on, for tools; one JSON object a line, behind those of earlier runs.
+/// The format is described in docs/operating/during.md and carries its version.
 class Events final : public RunSink {
   public:
     static constexpr int kFormatVersion = 1;
 
     Events(const std::filesystem::path& file, Console& console)
-        : lines_(file, JsonLines::Readers::kUsual, console) {}
+        : lines_(file, JsonLines::Readers::kUsual, JsonLines::Existing::kKept, console) {}
 
     void RunStarting(const RunStart& start) override;
     void LadderStarting(const Position& where, double version) override;

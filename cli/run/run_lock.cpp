@@ -1,13 +1,19 @@
 #include "cli/run/run_lock.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
+#include <climits>
 #include <stdexcept>
 #include <utility>
 
+#include "cli/run/session_note.h"
 #include "cli/server/queries.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
+#include "cli/terminal/ticker.h"
 
 namespace twupdate::cli {
 namespace {
@@ -20,23 +26,33 @@ std::string Holder(host::Connection& connection) {
     if (id.empty()) {
         return "another run";  // it has just ended
     }
+    const std::string note = ReadNote(connection, std::stoull(id));
+    const std::string run = note.empty() ? "" : note + ", ";
     const auto process = connection.Query(
         fmt::format("SELECT user, host, CAST(NOW() - INTERVAL time SECOND AS CHAR) "
                     "FROM information_schema.processlist WHERE id = {};",
                     id));
     if (!process->Next()) {
-        return fmt::format(
-            "connection {} (its user and host are shown to users with the right "
-            "PROCESS)",
-            id);
+        return run + fmt::format(
+                         "connection {} (its user and host are shown to users with the right "
+                         "PROCESS)",
+                         id);
     }
-    return fmt::format("{}@{} since {} (connection {})", process->Get(0).ToText(),
-                       process->Get(1).ToText(), process->Get(2).ToText(), id);
+    return run + fmt::format("{}@{} since {} (connection {})", process->Get(0).ToText(),
+                             process->Get(1).ToText(), process->Get(2).ToText(), id);
+}
+
+/// "upgrade, process 4711 on web1".
+std::string NoteOf(const std::string& command) {
+    std::array<char, HOST_NAME_MAX + 1> machine{};
+    gethostname(machine.data(), machine.size() - 1);
+    return fmt::format("{}, process {} on {}", command, getpid(), machine.data());
 }
 
 }  // namespace
 
-RunLock::RunLock(const Session& session, const GlobalOptions& options) {
+RunLock::RunLock(const Session& session, const GlobalOptions& options, const std::string& command,
+                 Console& console) {
     if (options.noLock) {
         return;
     }
@@ -50,18 +66,20 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options) {
                 // The connection is gone, and the lock with it.
             }
         });
-    Value got;
-    try {
-        // The last statement on this connection is the one whose time tells since when the lock is
-        // held.
-        const auto rows = connection_->Query(
-            fmt::format("SELECT GET_LOCK('{}', {});", kName, options.lockWaitSeconds));
-        got = rows->Next() ? rows->Get(0) : Value();
-    } catch (const HostError& error) {
-        throw CommandError("the server refuses the run lock: " + DescribeError(error) +
-                               "; when no other run can be in progress, go on with --no-lock",
-                           kLocked);
+    Value got = Take(0);
+    if (!got.IsNull() && !got.ToBool() && options.lockWaitSeconds > 0) {
+        const std::string holder = Holder(*connection_);
+        console.Say(fmt::format("Waiting for the end of another run: {}", holder));
+        const auto began = Clock::now();
+        const Ticker ticker([&] {
+            console.DrawProgress(
+                {fmt::format("waits {} of {} for another run", DurationText(Clock::now() - began),
+                             DurationText(std::chrono::seconds(options.lockWaitSeconds))),
+                 holder});
+        });
+        got = Take(options.lockWaitSeconds);
     }
+    console.ClearProgress();
     if (got.IsNull()) {
         throw CommandError(
             "the server refuses the run lock; when no other run can be in progress, go on with "
@@ -74,6 +92,20 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options) {
                         "(--lock-wait SECONDS)",
                         Holder(*connection_)),
             kLocked);
+    }
+    // The time of the last statement on this connection tells since when the lock is held.
+    ShowNote(*connection_, NoteOf(command));
+}
+
+Value RunLock::Take(unsigned waitSeconds) const {
+    try {
+        const auto rows =
+            connection_->Query(fmt::format("SELECT GET_LOCK('{}', {});", kName, waitSeconds));
+        return rows->Next() ? rows->Get(0) : Value();
+    } catch (const HostError& error) {
+        throw CommandError("the server refuses the run lock: " + DescribeError(error) +
+                               "; when no other run can be in progress, go on with --no-lock",
+                           kLocked);
     }
 }
 

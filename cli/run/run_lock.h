@@ -6,6 +6,7 @@
 #include "cli/run/run_sink.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
+#include "cli/terminal/console.h"
 
 namespace twupdate::cli {
 
@@ -13,9 +14,12 @@ namespace twupdate::cli {
 /// that the server lets go of it when the program ends, in whatever way.
 class RunLock {
   public:
-    /// Takes the lock, unless --no-lock was given. Waits for it as long as --lock-wait says.
+    /// Takes the lock, unless --no-lock was given. Waits for it as long as --lock-wait says, and
+    /// tells for whom.
+    /// @param command  what the run is, e.g. "upgrade-site 7", for those whom it keeps out
     /// @throws CommandError (exit 4) naming who holds it, or that the server refuses it
-    RunLock(const Session& session, const GlobalOptions& options);
+    RunLock(const Session& session, const GlobalOptions& options, const std::string& command,
+            Console& console);
 
     /// Tests that the server still holds the lock for this run: it lets go of it when it ends that
     /// connection.
@@ -27,6 +31,10 @@ class RunLock {
     static constexpr const char* kName = "twupdate.run";
 
   private:
+    /// The server's answer: true, false when somebody else has it, NULL when it refuses.
+    /// @throws CommandError
+    Value Take(unsigned waitSeconds) const;
+
     std::shared_ptr<host::Connection> connection_;  ///< none with --no-lock
 };
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/server/installation.h"
+#include "cli/server/left_out.h"
 #include "twupdate/ladder.h"
 #include "twupdate/value.h"
 #include "twupdate_host/listener.h"
@@ -65,6 +66,9 @@ struct RunStart {
     double version = 0;                                 ///< of the database that the command names
     std::vector<SiteRow> sites;                         ///< that the run will upgrade
     std::optional<std::int32_t> siteId = std::nullopt;  ///< that the command names
+    LeftOut leftOut = {};                               ///< sites that the run will not upgrade
+    std::string server = {};                            ///< as Session::ServerText() has it
+    std::string account = {};                           ///< by which the run signs in there
 };
 
 /// What ended a run before its time.

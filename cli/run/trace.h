@@ -16,7 +16,7 @@ nlohmann::ordered_json JsonOf(const Value& value);
 class Trace final : public RunSink {
   public:
     Trace(const std::filesystem::path& file, Console& console)
-        : lines_(file, JsonLines::Readers::kOwner, console) {}
+        : lines_(file, JsonLines::Readers::kOwner, JsonLines::Existing::kReplaced, console) {}
     void CallEnded(const Position& where, const Call& call) override;
 
   private:

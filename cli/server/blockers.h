@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,7 +12,32 @@ namespace twupdate::cli {
 
 /// Who holds locks in that database, one line each: exact where the server has the plugin
 /// metadata_lock_info, else every other connection that has a transaction open or runs a
-/// statement. Empty when the user may see nothing. Never throws.
+/// statement, the longest transaction first. Empty when the user may see nothing. Never throws.
 std::vector<std::string> LockHolders(const Session& session, const std::string& database);
+
+/// A statement that waits for a lock.
+struct LockWait {
+    std::string brief;   ///< "connection 45 of app@web1, idle for 300 s", or "a lock"
+    std::string holder;  ///< the same with all that is known; empty when nothing is
+};
+
+/// Finds out whom a session's statement waits for, over a connection of its own, which is opened
+/// at the first question.
+class LockWaitFinder {
+  public:
+    /// @param session  its own connection is the one that is looked after; it must outlive this
+    explicit LockWaitFinder(const Session& session);
+
+    /// Nothing while the statement in hand waits for no lock, and when the user may not see that.
+    /// May be called from any one thread. Never throws.
+    /// @param database  in which the statement works
+    std::optional<LockWait> Find(const std::string& database);
+
+  private:
+    const Session& session_;
+    std::uint64_t waiting_;  ///< the server's number of the session's connection
+    std::shared_ptr<host::Connection> connection_;
+    bool failed_ = false;  ///< the server takes no more connections, or has closed this one
+};
 
 }  // namespace twupdate::cli

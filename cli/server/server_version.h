@@ -24,6 +24,8 @@ class ServerVersion {
     bool TakesLongTextDefaults() const { return mariaDb_ && number_ >= 100201; }
     /// And drops them so: the rows stay as they are.
     bool AddsColumnsInstantly() const { return mariaDb_ && number_ >= 100400; }
+    /// False: a second GET_LOCK lets go of the first lock.
+    bool HasSeveralLocksInASession() const { return number_ >= (mariaDb_ ? 100002 : 50705); }
 
   private:
     std::string text_;

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "cli/server/queries.h"
+#include "cli/server/server_version.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/json_lines.h"
 #include "twupdate_host/password_file.h"
@@ -102,6 +104,17 @@ std::shared_ptr<host::Connection> Session::Connect() const {
             fmt::format("cannot connect to the server: {}{}", error.what(),
                         error.Code() == 0 ? "" : fmt::format(" ({})", error.Code())));
     }
+}
+
+std::string Session::ServerText() const {
+    const auto rows = connection_->Query("SELECT @@hostname, @@port;");
+    rows->Next();
+    return fmt::format("{} on {}, port {}", ServerVersion::Of(*connection_).Name(),
+                       TextOrEmpty(rows->Get(0)), TextOrEmpty(rows->Get(1)));
+}
+
+std::string Session::Account() const {
+    return FirstCell(*connection_, "SELECT CURRENT_USER();").value_or("");
 }
 
 std::shared_ptr<Utility> Session::ForComponent(std::shared_ptr<Observer> observer,

@@ -50,6 +50,10 @@ class Session {
     /// Opens one more connection like the session's own.
     /// @throws CommandError
     std::shared_ptr<host::Connection> Connect() const;
+    /// "10.11.19-MariaDB on db1, port 3306".
+    std::string ServerText() const;
+    /// The account as the server knows it, e.g. "root@localhost".
+    std::string Account() const;
     const host::ConnectionOptions& ConnectOptions() const { return connectOptions_; }
     const std::shared_ptr<host::Connection>& GetConnection() const { return connection_; }
 

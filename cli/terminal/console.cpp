@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "cli/terminal/text.h"
@@ -19,28 +20,22 @@ int PutLine(std::FILE* file, std::string_view line) {
     return written ? 0 : errno;
 }
 
-/// The text cut to so many columns.
-std::string_view Fitting(std::string_view text, std::size_t columns) {
-    std::size_t i = 0;
-    std::size_t width = 0;
-    while (i < text.size()) {
-        const bool starts = (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U;
-        if (starts && width == columns) {
-            break;
-        }
-        width += starts ? 1 : 0;
-        ++i;
-    }
-    return text.substr(0, i);
-}
-
 }  // namespace
 
 Console::Console(bool json, bool quiet)
-    : json_(json), quiet_(quiet), interactive_(!json && !quiet && isatty(STDOUT_FILENO) == 1) {}
+    : json_(json), quiet_(quiet), terminal_(json || quiet ? Terminal::kNone : TerminalOfOutput()) {}
 
 Console::~Console() {
     ClearProgress();
+}
+
+Console::Terminal Console::TerminalOfOutput() {
+    if (isatty(STDOUT_FILENO) == 0) {
+        return Terminal::kNone;
+    }
+    const char* name = std::getenv("TERM");
+    const std::string_view term = name == nullptr ? "" : name;
+    return term.empty() || term == "dumb" ? Terminal::kPlain : Terminal::kDrawable;
 }
 
 std::size_t Console::Width() {
@@ -53,7 +48,8 @@ std::size_t Console::Width() {
 
 void Console::Say(std::string_view line) {
     if (!quiet_ && !json_) {
-        ClearProgress();
+        const std::lock_guard lock(mutex_);
+        Clear();
         PutLine(stdout, line);
     }
 }
@@ -62,7 +58,8 @@ void Console::Print(std::string_view line) {
     if (json_) {
         return;
     }
-    ClearProgress();
+    const std::lock_guard lock(mutex_);
+    Clear();
     PutResult(line);
 }
 
@@ -75,33 +72,41 @@ void Console::PutResult(std::string_view line) {
 
 void Console::Result(const nlohmann::ordered_json& result) {
     if (json_) {
+        const std::lock_guard lock(mutex_);
         // Names in the databases may hold any bytes; what is no UTF-8 must not end the program.
         PutResult(result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
     }
 }
 
 void Console::Warn(std::string_view line) {
-    ClearProgress();
+    const std::lock_guard lock(mutex_);
+    Clear();
     PutLine(stderr, std::string("twupdate: warning: ").append(line));
 }
 
 void Console::Error(std::string_view line) {
-    ClearProgress();
+    const std::lock_guard lock(mutex_);
+    Clear();
     PutLine(stderr, std::string("twupdate: ").append(line));
 }
 
-void Console::DrawProgress(std::string_view line) {
-    if (!interactive_) {
+void Console::DrawProgress(const std::vector<std::string>& parts) {
+    if (!Interactive()) {
         return;
     }
-    const std::string_view fitting = Fitting(line, Width() - 1);
-    std::fputs("\r\x1b[K", stdout);
-    std::fwrite(fitting.data(), 1, fitting.size(), stdout);
+    const std::string line = "\r\x1b[K" + FittingParts(parts, Width() - 1);
+    const std::lock_guard lock(mutex_);
+    std::fwrite(line.data(), 1, line.size(), stdout);
     std::fflush(stdout);
     drawn_ = true;
 }
 
 void Console::ClearProgress() {
+    const std::lock_guard lock(mutex_);
+    Clear();
+}
+
+void Console::Clear() {
     if (drawn_) {
         std::fputs("\r\x1b[K", stdout);
         std::fflush(stdout);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstdint>
+#include <mutex>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace twupdate::cli {
 
@@ -18,7 +21,7 @@ enum ExitCode : int {
 
 /// What the program prints. Results go to the standard output, warnings and errors to the
 /// standard error output. With --json the standard output holds one JSON object and nothing else;
-/// with --quiet it stays empty but for what was asked for.
+/// with --quiet it stays empty but for what was asked for. Threads may share it.
 class Console {
   public:
     Console(bool json, bool quiet);
@@ -28,8 +31,11 @@ class Console {
 
     bool Json() const { return json_; }
     bool Quiet() const { return quiet_; }
-    /// True when a progress line may be drawn: a person looks at the standard output.
-    bool Interactive() const { return interactive_; }
+    /// True when a progress line may be drawn: a person looks at the standard output, on a terminal
+    /// that can be drawn over.
+    bool Interactive() const { return terminal_ == Terminal::kDrawable; }
+    /// True when a person looks at it on a terminal that takes plain lines alone (TERM=dumb).
+    bool OnPlainTerminal() const { return terminal_ == Terminal::kPlain; }
     /// Columns of the terminal, 80 where it does not tell.
     static std::size_t Width();
 
@@ -45,16 +51,21 @@ class Console {
     void Warn(std::string_view line);
     void Error(std::string_view line);
 
-    /// Draws `line` over the progress line that stands there.
-    void DrawProgress(std::string_view line);
+    /// Draws these parts over the progress line that stands there, as FittingParts() has them.
+    void DrawProgress(const std::vector<std::string>& parts);
     void ClearProgress();
 
   private:
+    enum class Terminal : std::uint8_t { kNone, kPlain, kDrawable };
+
+    static Terminal TerminalOfOutput();
     void PutResult(std::string_view line);
+    void Clear();
 
     bool json_;
     bool quiet_;
-    bool interactive_;
+    Terminal terminal_;  ///< none where nothing is told of how things go
+    std::mutex mutex_;   ///< guards the two streams and what follows
     bool drawn_ = false;
     int outputError_ = 0;
 };

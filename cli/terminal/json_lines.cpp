@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "cli/terminal/failure.h"
@@ -15,12 +16,14 @@ namespace twupdate::cli {
 namespace {
 
 /// @return -1, with errno set, when that fails
-int Open(const std::filesystem::path& file, JsonLines::Readers readers) {
+int Open(const std::filesystem::path& file, JsonLines::Readers readers,
+         JsonLines::Existing existing) {
     constexpr mode_t kOwnerOnly = 0600;
     constexpr mode_t kUsual = 0666;
     const bool ownerOnly = readers == JsonLines::Readers::kOwner;
-    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
-                        ownerOnly ? kOwnerOnly : kUsual);
+    const int place = existing == JsonLines::Existing::kKept ? O_APPEND : O_TRUNC;
+    const int fd =
+        open(file.c_str(), O_WRONLY | O_CREAT | place | O_CLOEXEC, ownerOnly ? kOwnerOnly : kUsual);
     struct stat status {};
     // A file that was there may be open to others; a device or a pipe has no readers to come.
     if (fd >= 0 && ownerOnly &&
@@ -31,6 +34,16 @@ int Open(const std::filesystem::path& file, JsonLines::Readers readers) {
     return fd;
 }
 
+/// A program that was killed may have left half a line.
+bool EndsInALine(const std::filesystem::path& file) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored)) {
+        return true;
+    }
+    std::ifstream stream(file, std::ios::binary);
+    return !stream.seekg(-1, std::ios::end) || stream.get() == '\n';
+}
+
 }  // namespace
 
 const std::filesystem::path& WithFolders(const std::filesystem::path& file) {
@@ -39,12 +52,16 @@ const std::filesystem::path& WithFolders(const std::filesystem::path& file) {
     return file;
 }
 
-JsonLines::JsonLines(const std::filesystem::path& file, Readers readers, Console& console)
+JsonLines::JsonLines(const std::filesystem::path& file, Readers readers, Existing existing,
+                     Console& console)
     : path_(file), console_(console) {
-    const int fd = Open(WithFolders(file), readers);
+    const int fd = Open(WithFolders(file), readers, existing);
     file_.reset(fd < 0 ? nullptr : fdopen(fd, "w"));
     if (!file_) {
         throw CommandError("cannot write " + path_.string() + ": " + std::strerror(errno));
+    }
+    if (existing == Existing::kKept && !EndsInALine(file)) {
+        std::fputc('\n', file_.get());
     }
 }
 

@@ -23,9 +23,15 @@ class JsonLines {
         kUsual,
     };
 
+    enum class Existing : std::uint8_t {
+        kReplaced,
+        kKept,  ///< new lines follow those of the file, also where its last one has no end
+    };
+
     /// Makes the folders of the file that are missing.
     /// @throws CommandError when the file cannot be made
-    JsonLines(const std::filesystem::path& file, Readers readers, Console& console);
+    JsonLines(const std::filesystem::path& file, Readers readers, Existing existing,
+              Console& console);
     void Write(const nlohmann::ordered_json& line);
 
   private:

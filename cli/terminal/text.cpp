@@ -18,6 +18,21 @@ bool IsContinuationByte(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
+/// The text cut to so many columns.
+std::string_view Fitting(std::string_view text, std::size_t columns) {
+    std::size_t i = 0;
+    std::size_t width = 0;
+    while (i < text.size()) {
+        const bool starts = !IsContinuationByte(text[i]);
+        if (starts && width == columns) {
+            break;
+        }
+        width += starts ? 1 : 0;
+        ++i;
+    }
+    return text.substr(0, i);
+}
+
 bool IsWordCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '$' ||
            static_cast<unsigned char>(c) >= 0x80U;
@@ -257,6 +272,22 @@ std::string FirstFew(std::vector<std::string> names) {
 std::size_t DisplayWidth(std::string_view text) {
     return static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuationByte(c); }));
+}
+
+std::string FittingParts(const std::vector<std::string>& parts, std::size_t columns) {
+    std::string line;
+    std::size_t width = 0;
+    for (const std::string& part : parts) {
+        const std::size_t needed = DisplayWidth(part) + (line.empty() ? 0 : 2);
+        if (line.empty() && needed > columns) {
+            return std::string(Fitting(part, columns));
+        }
+        if (!part.empty() && width + needed <= columns) {
+            line += (line.empty() ? "" : "  ") + part;
+            width += needed;
+        }
+    }
+    return line;
 }
 
 std::string Printable(std::string_view text) {

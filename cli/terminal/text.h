@@ -45,6 +45,10 @@ std::string FirstFew(std::vector<std::string> names);
 /// The number of columns that a terminal needs for the text; one for each character of UTF-8.
 std::size_t DisplayWidth(std::string_view text);
 
+/// What fits into so many columns of parts that come in order of their weight, two blanks between
+/// them: a part for which there is no room is left out, the first one is cut to what there is.
+std::string FittingParts(const std::vector<std::string>& parts, std::size_t columns);
+
 /// Bytes that are not UTF-8 replaced by U+FFFD, control characters by a blank.
 std::string Printable(std::string_view text);
 

@@ -108,7 +108,11 @@ void MakeInstallation(const std::shared_ptr<Utility>& host, const InstallationOp
         WriteFiles(options, sites);
     }
     MakeCentral(host, options, sites);
+    std::size_t number = 0;
     for (const SitePlan& plan : sites) {
+        if (options.siteStarting) {
+            options.siteStarting(++number, sites.size());
+        }
         MakeSite(host, options, plan);
     }
 }

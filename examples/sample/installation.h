@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,6 +41,8 @@ struct InstallationOptions {
     std::filesystem::path rowFolder = DefaultRowFolder();
     /// The reference data that is copied into `root / "update" / "resources"`.
     std::filesystem::path resourceFolder = DefaultResourceFolder();
+    /// Is told of each site before it is made, with its number from 1 and how many there are.
+    std::function<void(std::size_t number, std::size_t sites)> siteStarting = {};
 
     /// Where the rows with fixed ids stand and where the reference data; found like the layouts.
     static std::filesystem::path DefaultRowFolder();

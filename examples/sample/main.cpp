@@ -1,7 +1,10 @@
 // twupdate-sample: makes an old installation with believable rows, to try an upgrade on.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -67,7 +70,44 @@ void AddOptions(CLI::App& app, Options& options) {
         ->excludes("--datadir");
 }
 
-void Make(const Options& options) {
+/// On a terminal: which site is being made. A line that is drawn over, or plain ones where the
+/// terminal cannot do so.
+class SiteProgress {
+  public:
+    SiteProgress() {
+        const char* name = std::getenv("TERM");
+        const std::string term = name == nullptr ? "" : name;
+        isTerminal_ = isatty(STDOUT_FILENO) == 1;
+        canDraw_ = isTerminal_ && !term.empty() && term != "dumb";
+    }
+    ~SiteProgress() {
+        if (canDraw_) {
+            std::printf("%s", kClear);
+        }
+    }
+    SiteProgress(const SiteProgress&) = delete;
+    SiteProgress& operator=(const SiteProgress&) = delete;
+
+    void Show(std::size_t number, std::size_t sites) const {
+        if (isTerminal_) {
+            std::printf("%ssite %zu of %zu%s", canDraw_ ? kClear : "", number, sites,
+                        canDraw_ ? "" : "\n");
+            std::fflush(stdout);
+        }
+    }
+
+  private:
+    static constexpr const char* kClear = "\r\x1b[K";
+
+    bool isTerminal_ = false;
+    bool canDraw_ = false;
+};
+
+void Make(Options options) {
+    const SiteProgress progress;
+    options.installation.siteStarting = [&](std::size_t number, std::size_t sites) {
+        progress.Show(number, sites);
+    };
     std::optional<host::PrivateServer> server;
     host::ConnectionOptions connection = options.connection;
     if (options.passwordFile) {

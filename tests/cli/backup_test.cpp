@@ -75,6 +75,7 @@ TEST_F(Backup, PutsBackEverythingAsItWas) {
     EXPECT_NE(StateOf("tw_1"), one);
     const Outcome restored = Run(RestoreAll(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_THAT(restored.out, HasSubstr("tw_2: put back (2 of 4)\n"));
     EXPECT_THAT(restored.out, HasSubstr("4 databases put back."));
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
     EXPECT_EQ(StateOf("tw_1"), one);

@@ -256,35 +256,6 @@ TEST_F(Commands, UpgradePrintsItsResultAsJson) {
     EXPECT_EQ(result["upgraded"][1]["steps"], ofTheSite);
 }
 
-TEST_F(Commands, UpgradeDrawsAProgressLineOnATerminal) {
-    MakeNearlyCurrentInstallation();
-    MakeUpgradedSite(7, "1.0200");
-    const Outcome outcome = RunOnTerminal(With({"upgrade"}));
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[Ktw_tarnwick  server "));
-    EXPECT_THAT(outcome.out, HasSubstr("  0/1 sites  "));
-    EXPECT_THAT(outcome.out, HasSubstr("Done: 2 databases"));
-    // The line is gone when the summary stands there.
-    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[KDone: "));
-}
-
-TEST_F(Commands, TheProgressLineFitsTheTerminal) {
-    MakeNearlyCurrentInstallation();
-    const Outcome outcome = RunOnTerminal(With({"upgrade"}), 30);
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
-    std::size_t drawings = 0;
-    for (auto at = outcome.out.find("\x1b[K"); at != std::string::npos;
-         at = outcome.out.find("\x1b[K", at + 1)) {
-        const auto begin = at + 3;
-        const auto line = outcome.out.substr(begin, outcome.out.find('\r', begin) - begin);
-        if (line.rfind("tw_", 0) == 0) {
-            ++drawings;
-            EXPECT_LE(line.size(), 29U) << line;
-        }
-    }
-    EXPECT_GE(drawings, 1U);
-}
-
 // --- upgrade-site ------------------------------------------------------------------------------
 
 TEST_F(Commands, UpgradeSiteRecordsTheNewVersion) {

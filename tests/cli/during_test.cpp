@@ -85,6 +85,30 @@ TEST_F(During, ARunWaitsForTheOtherWhenToldSo) {
     EXPECT_EQ(InstallationVersion(), kCurrentStored);
 }
 
+TEST_F(During, TheLockNamesTheCommandTheProcessAndTheMachine) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    Execute("CREATE OR REPLACE USER 'blind'@'localhost';");
+    const auto reader = ReaderOfSite7();
+    Program run(With({"upgrade-site", "7"}));
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits("table metadata lock"); }));
+    char machine[256] = {};
+    gethostname(machine, sizeof machine - 1);
+    const std::string name =
+        "upgrade-site 7, process " + std::to_string(run.Pid()) + " on " + machine + ", ";
+    const Outcome second = Run({"--lock-wait", "1", "upgrade"});
+    EXPECT_EQ(second.status, 4);
+    EXPECT_THAT(second.err, HasSubstr("another run is in progress on this server: " + name +
+                                      "root@localhost since 20"));
+    EXPECT_THAT(second.out,
+                HasSubstr("Waiting for the end of another run: " + name + "root@localhost"));
+    const auto socket = CliServer::Get().Server().Socket().string();
+    EXPECT_THAT(RunProgram({"--socket", socket, "--user", "blind", "upgrade"}).err,
+                HasSubstr(name + "connection " + LockHolder() + " (its user"));
+    reader->Execute("COMMIT;");
+    EXPECT_EQ(run.Wait().status, 0);
+}
+
 TEST_F(During, WithoutTheLockARunGoesOnOnlyWhenToldSo) {
     MakeNearlyCurrentInstallation();
     const auto other = Application();
@@ -325,6 +349,43 @@ TEST_F(During, EventsTellWhatFailed) {
     EXPECT_GT(site["code"].get<int>(), 0);
     EXPECT_EQ(events.back()["event"], "run-failed");
     EXPECT_EQ(events.back()["counts"]["databases"], 1);
+}
+
+TEST_F(During, ARunThatFindsNothingToDoWritesItsTwoEvents) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, kCurrentStored);
+    ASSERT_EQ(Run({"upgrade"}).status, 0);
+    Execute("CREATE TABLE tw_7.tw_installation AS SELECT * FROM tw_tarnwick.installation;");
+    for (const auto& command : std::vector<std::vector<std::string>>{
+             {"upgrade"}, {"upgrade-site", "7"}, {"import-master-data", "7"}, {"create-core"}}) {
+        const auto file = folder_ / command[0];
+        auto words = command;
+        words.insert(words.begin(), {"--events", file.string()});
+        ASSERT_EQ(Run(words).status, 0) << command[0];
+        const auto events = JsonLinesOf(file);
+        ASSERT_EQ(events.size(), 2U) << command[0];
+        EXPECT_EQ(events[0]["event"], "run-started");
+        EXPECT_EQ(events[0]["command"], command[0]);
+        EXPECT_EQ(events[1]["event"], "run-finished");
+        EXPECT_EQ(events[1]["counts"]["databases"], 0);
+    }
+}
+
+TEST_F(During, EventsFollowThoseOfTheRunsBefore) {
+    MakeNearlyCurrentInstallation();
+    MakeSiteThatFails(8);
+    const auto file = folder_ / "events";
+    EXPECT_EQ(Run({"--events", file.string(), "upgrade"}).status, 1);
+    const std::string before = ContentOf(file);
+    // A run that was killed may have left half a line.
+    WriteFile(file, before + "{\"v\":1,\"ti");
+    EXPECT_EQ(Run({"--events", file.string(), "upgrade"}).status, 1);
+    const std::string after = ContentOf(file);
+    EXPECT_TRUE(after.starts_with(before + "{\"v\":1,\"ti\n{\"v\":1,\"time\":\"20"));
+    const auto page = folder_ / "page.html";
+    const Outcome report = Run({"report", page.string(), "--events", file.string()});
+    EXPECT_EQ(report.status, 0) << report.err;
+    EXPECT_THAT(report.out, HasSubstr(": 2 runs, the last one failed."));
 }
 
 TEST_F(During, TheLogCanBeReadByPeople) {

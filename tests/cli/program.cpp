@@ -144,14 +144,15 @@ void GiveToNobody(const fs::path& path) {
     }
 }
 
-Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns) {
+Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns,
+                      const std::string& term, const fs::path& program) {
     winsize size{};
     size.ws_row = 25;
     size.ws_col = columns;
     int terminal = -1;
     const int pid = forkpty(&terminal, nullptr, nullptr, &size);
     if (pid == 0) {
-        Become(arguments, {{"TERM", "xterm"}});
+        Become(arguments, {{"TERM", term}}, RunAs::kSelf, program);
     }
     Outcome outcome;
     char buffer[4096];

@@ -45,6 +45,7 @@ class Program {
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
+    int Pid() const { return pid_; }
     void Signal(int signal) const;
     bool Running();
     /// Waits for the end.
@@ -66,8 +67,10 @@ Outcome RunProgram(const std::vector<std::string>& arguments,
 /// Gives a file, or a folder with all that is in it, to the user of RunAs::kNobody.
 void GiveToNobody(const std::filesystem::path& path);
 
-/// Runs twupdate on a terminal of that width; `out` holds all that appears on it.
-Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 120);
+/// Runs a program on a terminal of that width and kind; `out` holds all that appears on it.
+Outcome RunOnTerminal(const std::vector<std::string>& arguments, unsigned short columns = 120,
+                      const std::string& term = "xterm",
+                      const std::filesystem::path& program = BuiltProgram());
 
 std::string ContentOf(const std::filesystem::path& file);
 void WriteFile(const std::filesystem::path& file, const std::string& content);

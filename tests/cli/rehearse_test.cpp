@@ -62,11 +62,59 @@ TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsWhenToldSo) {
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(outcome.out, HasSubstr("Rehearsed: 2 databases upgraded, 0 failures, 0 "
                                        "differences."));
-    EXPECT_THAT(outcome.out, HasSubstr("tw_2: copied"));
+    // tw_tarnwick, tw_logs, tw_2 and the root site
+    EXPECT_THAT(outcome.out, HasSubstr("tw_2: copied (3 of 4)\n"));
     EXPECT_THAT(outcome.out, testing::Not(HasSubstr("tw_3")));
+    // Without rows the times tell nothing.
+    EXPECT_THAT(outcome.out, testing::Not(HasSubstr("would take")));
     EXPECT_EQ(SiteVersion(2), "1");
     // A second rehearsal in the same folder would mix with the first.
     EXPECT_EQ(Run({"rehearse", "--workdir", (folder_ / "r").string()}).status, 2);
+}
+
+TEST_F(Rehearse, EndsWithTotalsAndWhatTheWholeUpgradeWouldTake) {
+    MakeCentralDatabase();
+    for (const std::int32_t site : {1, 2, 3}) {
+        MakeSite(site);
+    }
+    MakeUpgradedSite(4, kCurrentStored);
+    const auto rehearse = [&](const std::string& folder, std::vector<std::string> words) {
+        words.insert(words.begin(), {"rehearse", "--workdir", (folder_ / folder).string()});
+        return Run(words);
+    };
+    const Outcome outcome = rehearse("all", {"--json"});
+    const auto all = outcome.Json();
+    ASSERT_TRUE(all.is_object()) << outcome.err;
+    ASSERT_EQ(all["upgraded"].size(), 4U);
+    double seconds = 0;
+    std::int64_t steps = 0;
+    std::int64_t statements = 0;
+    for (const auto& done : all["upgraded"]) {
+        seconds += done["seconds"].get<double>();
+        steps += done["steps"].get<std::int64_t>();
+        statements += done["statements"].get<std::int64_t>();
+    }
+    EXPECT_EQ(all["totals"]["databases"], 4);
+    EXPECT_EQ(all["totals"]["steps"], steps);
+    EXPECT_EQ(all["totals"]["statements"], statements);
+    EXPECT_NEAR(all["totals"]["seconds"].get<double>(), seconds, 1e-6);
+    EXPECT_EQ(all["whole_upgrade"]["sites"], 3);
+    EXPECT_NEAR(all["whole_upgrade"]["seconds"].get<double>(), seconds, 1e-6);
+    // Of one of three like sites: the other two take what the steps of this one took.
+    const auto one = rehearse("one", {"--json", "--sample", "1"}).Json();
+    ASSERT_EQ(one["upgraded"].size(), 2U);
+    const double central = one["upgraded"][0]["seconds"].get<double>();
+    const double site = one["upgraded"][1]["seconds"].get<double>();
+    const double whole = one["whole_upgrade"]["seconds"].get<double>();
+    EXPECT_EQ(one["whole_upgrade"]["sites"], 3);
+    EXPECT_LE(whole, central + 3 * site);
+    EXPECT_GT(whole, central + 2 * site);
+    const Outcome shown = rehearse("shown", {});
+    EXPECT_THAT(shown.out, testing::ContainsRegex("\nTotal +" + std::to_string(steps) + " +" +
+                                                  std::to_string(statements) + " +[0-9.]+ s\n"));
+    EXPECT_THAT(shown.out,
+                testing::ContainsRegex("\nAn upgrade of the installation with all 3 sites would "
+                                       "take about [0-9.]+ s here, without backups.\n"));
 }
 
 TEST_F(Rehearse, ANamedSiteThatIsNotToBeUpgradedIsRefused) {

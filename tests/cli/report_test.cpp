@@ -221,6 +221,18 @@ TEST(RunEvents, OfSeveralRunsBehindOneAnotherAreKeptApart) {
     EXPECT_EQ(runs[2].end, RunEnd::kFinished);
 }
 
+TEST(RunEvents, BehindACutLineBelongToTheNextRun) {
+    const auto runs = Runs(RunStarted(0, 2) + Central() + "{\"v\":1,\"ti\n" + WholeRun());
+    ASSERT_EQ(runs.size(), 2U);
+    EXPECT_TRUE(runs[0].cutLine);
+    EXPECT_EQ(runs[0].end, RunEnd::kNone);
+    EXPECT_FALSE(runs[1].cutLine);
+    EXPECT_EQ(runs[1].end, RunEnd::kFinished);
+    EXPECT_EQ(Refused(RunStarted(0, 2) + "{\"v\":1,\"ti\n" + Central()),
+              ", line 2: no JSON object");
+    EXPECT_EQ(Refused(RunStarted(0, 2) + "{\"v\":1,\"ti\n"), ", line 2: no JSON object");
+}
+
 TEST(RunEvents, OfAFailureBesideTheLaddersNameTheDatabaseInHand) {
     const RunRecord run =
         Runs(RunStarted(0, 1) + SiteStarted(1, 7) +

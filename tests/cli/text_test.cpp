@@ -110,6 +110,17 @@ TEST(DisplayWidth, CountsCharacters) {
     EXPECT_EQ(DisplayWidth("caf\xC3\xA9"), 4U);
 }
 
+TEST(FittingParts, LeavesOutThoseForWhichThereIsNoRoom) {
+    const std::vector<std::string> parts{"12 of 60 sites", "8 s, about 2 min left", "", "tw_4711"};
+    EXPECT_EQ(FittingParts(parts, 46), "12 of 60 sites  8 s, about 2 min left  tw_4711");
+    EXPECT_EQ(FittingParts(parts, 45), "12 of 60 sites  8 s, about 2 min left");
+    EXPECT_EQ(FittingParts(parts, 36), "12 of 60 sites  tw_4711");
+    EXPECT_EQ(FittingParts(parts, 10), "12 of 60 s");
+    EXPECT_EQ(FittingParts({"caf\xC3\xA9", "x"}, 7), "caf\xC3\xA9  x");
+    EXPECT_EQ(FittingParts({"caf\xC3\xA9s"}, 4), "caf\xC3\xA9");
+    EXPECT_EQ(FittingParts({}, 10), "");
+}
+
 TEST(DescribeError, NamesACallOnce) {
     EXPECT_EQ(DescribeError(HostError("Reset 7 1", 0, "", "Reset 7 1: ended with status 1")),
               "Reset 7 1: ended with status 1");

@@ -1,0 +1,70 @@
+#include "cli/terminal/counted_progress.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "cli/terminal/text.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr std::chrono::milliseconds kBetweenDrawings{100};
+constexpr std::chrono::seconds kBetweenLines{10};
+
+}  // namespace
+
+CountedProgress::CountedProgress(Console& console, std::string noun, std::size_t total)
+    : console_(console), noun_(std::move(noun)), total_(total) {
+    if (console_.Interactive()) {
+        ticker_.emplace([this] {
+            const std::lock_guard lock(mutex_);
+            Draw();
+        });
+    } else {
+        drawn_ = started_;  // the first plain line comes when there is something to wait for
+    }
+}
+
+CountedProgress::~CountedProgress() {
+    ticker_.reset();
+    console_.ClearProgress();
+}
+
+void CountedProgress::Next(std::string label) {
+    const std::lock_guard lock(mutex_);
+    ++number_;
+    label_ = std::move(label);
+    const auto since = Clock::now() - drawn_;
+    if (console_.Interactive() && since >= kBetweenDrawings) {
+        Draw();
+    } else if (console_.OnPlainTerminal() && since >= kBetweenLines) {
+        drawn_ = Clock::now();
+        console_.Say(fmt::format("{}", fmt::join(Parts(), ", ")));
+    }
+}
+
+std::string CountedProgress::Place() const {
+    const std::lock_guard lock(mutex_);
+    return fmt::format("{} of {}", Grouped(number_), Grouped(total_));
+}
+
+std::vector<std::string> CountedProgress::Parts() const {
+    const auto elapsed = Clock::now() - started_;
+    std::string time = DurationText(elapsed);
+    if (number_ > 1) {
+        const auto each = elapsed / static_cast<std::int64_t>(number_ - 1);
+        const auto left = each * static_cast<std::int64_t>(total_ - number_ + 1);
+        time += fmt::format(", about {} left", DurationText(left));
+    }
+    return {fmt::format("{} of {}", Grouped(number_), Count(total_, noun_)), time, label_};
+}
+
+void CountedProgress::Draw() {
+    drawn_ = Clock::now();
+    if (number_ > 0) {
+        console_.DrawProgress(Parts());
+    }
+}
+
+}  // namespace twupdate::cli

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/terminal/console.h"
+#include "cli/terminal/ticker.h"
+
+namespace twupdate::cli {
+
+/// Tells the person how far a command has come that does the same with one thing after another:
+/// "3 of 60 databases  12 s, about 4 min 05 s left  tw_3". On a terminal that is a line that is
+/// drawn over every second; on one that cannot do so a plain line every ten seconds; elsewhere
+/// nothing.
+class CountedProgress {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    /// @param noun  of one of them, e.g. "database"
+    CountedProgress(Console& console, std::string noun, std::size_t total);
+    /// Takes the line away.
+    ~CountedProgress();
+    CountedProgress(const CountedProgress&) = delete;
+    CountedProgress& operator=(const CountedProgress&) = delete;
+
+    /// The next of them is begun.
+    void Next(std::string label);
+    /// "3 of 60", of the one in hand.
+    std::string Place() const;
+
+  private:
+    std::vector<std::string> Parts() const;
+    void Draw();
+
+    Console& console_;
+    const std::string noun_;
+    const std::size_t total_;
+    const Clock::time_point started_ = Clock::now();
+    mutable std::mutex mutex_;  ///< guards what follows
+    std::size_t number_ = 0;    ///< of the one in hand, from 1
+    std::string label_;
+    Clock::time_point drawn_;
+    std::optional<Ticker> ticker_;
+};
+
+}  // namespace twupdate::cli

@@ -1,0 +1,232 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <future>
+#include <thread>
+
+#include "cli/installation_fixture.h"
+#include "cli/server/blockers.h"
+#include "cli/server/options.h"
+#include "cli/server/session.h"
+#include "cli/terminal/text.h"
+#include "support/versions.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ContainsRegex;
+using testing::Each;
+using testing::HasSubstr;
+using testing::Not;
+
+class ProgressOfARun : public InstallationTest {
+  protected:
+    static std::shared_ptr<host::Connection> Application() {
+        CliServer::Get().Root();
+        return host::Connection::Open(CliServer::Get().Server().ConnectOptions());
+    }
+
+    /// An application that has read the settings of site 7 and not ended its transaction: the
+    /// first ALTER TABLE of that table waits for it.
+    static std::shared_ptr<host::Connection> ReaderOfSite7() {
+        auto reader = Application();
+        reader->Execute("START TRANSACTION;");
+        reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
+        return reader;
+    }
+
+    /// Each line that was drawn over the one before.
+    static std::vector<std::string> DrawnLines(const std::string& output) {
+        const std::string mark = "\r\x1b[K";
+        std::vector<std::string> lines;
+        for (auto at = output.find(mark); at != std::string::npos; at = output.find(mark, at + 1)) {
+            const auto begin = at + mark.size();
+            std::string line = output.substr(begin, output.find_first_of("\r\n", begin) - begin);
+            if (!line.empty()) {
+                lines.push_back(std::move(line));
+            }
+        }
+        return lines;
+    }
+};
+
+TEST_F(ProgressOfARun, IsALineThatMakesRoomForWhatFollows) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0200");
+    const Outcome outcome = RunOnTerminal(With({"upgrade"}));
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_THAT(DrawnLines(outcome.out),
+                Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s  tw_tarnwick")));
+    // The line is gone when the summary stands there.
+    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[KDone: 2 databases"));
+}
+
+TEST_F(ProgressOfARun, FitsTheTerminal) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0200");
+    const Outcome outcome = RunOnTerminal(With({"upgrade"}), 20);
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    std::size_t drawings = 0;
+    for (const std::string& line : DrawnLines(outcome.out)) {
+        if (line.starts_with("0 of 1")) {
+            ++drawings;
+            EXPECT_LE(line.size(), 19U) << line;
+        }
+    }
+    EXPECT_GE(drawings, 1U);
+}
+
+TEST_F(ProgressOfARun, MovesWhileAStatementWaitsAndNamesWhoKeepsItWaiting) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto reader = ReaderOfSite7();
+    auto run = std::async(std::launch::async, [] {
+        return RunOnTerminal(With({"upgrade-site", "7"}), 80);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(9500));
+    reader->Execute("COMMIT;");
+    const Outcome outcome = run.get();
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    std::vector<std::string> waiting;
+    const auto lines = DrawnLines(outcome.out);
+    EXPECT_THAT(lines, Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s, about [0-9.]+ s left  tw_7 "
+                                              " site schema 1\\.00[0-9][0-9]$")));
+    for (const std::string& line : lines) {
+        EXPECT_LE(cli::DisplayWidth(line), 79U) << line;
+        if (line.starts_with("waits ")) {
+            waiting.push_back(line);
+        }
+    }
+    // From the fifth or sixth second to the ninth, once a second.
+    EXPECT_GE(waiting.size(), 3U) << outcome.out;
+    const std::string blocker =
+        "connection " + std::to_string(reader->ThreadId()) + " of root@localhost, idle for ";
+    EXPECT_THAT(waiting,
+                Each(ContainsRegex("^waits [0-9.]+ s for " + blocker + "[0-9]+ s  0 of 1 site")));
+    EXPECT_NE(waiting.front(), waiting.back());
+}
+
+TEST_F(ProgressOfARun, GoesInPlainLinesToATerminalThatIsDumb) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0262");
+    const Outcome outcome = RunOnTerminal(With({"upgrade"}), 80, "dumb");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("tw_7: ladders from 1.0262 done: "),
+                                   HasSubstr("(1 of 1 site)"), Not(HasSubstr("\x1b"))));
+}
+
+TEST_F(ProgressOfARun, WarnsOnceWhereNoLineCanBeDrawn) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto reader = ReaderOfSite7();
+    Program run(With({"--quiet", "upgrade-site", "7"}));
+    std::this_thread::sleep_for(std::chrono::milliseconds(12500));
+    reader->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err,
+                ContainsRegex("^twupdate: warning: tw_7: a statement waits for a lock that may be "
+                              "held by connection " +
+                              std::to_string(reader->ThreadId()) +
+                              " of root@localhost, idle for [0-9]+ s, in a transaction since "
+                              "[0-9: -]+\n$"));
+}
+
+TEST_F(ProgressOfARun, OfARestoreCountsTheDatabases) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto backup = folder_ / "backup";
+    ASSERT_EQ(Run({"--backup", backup.string(), "upgrade-site", "7"}).status, 0);
+    const auto folder = std::filesystem::directory_iterator(backup)->path();
+    const Outcome outcome = RunOnTerminal(With({"restore", folder.string(), "--apply"}), 80);
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_THAT(DrawnLines(outcome.out),
+                AllOf(Contains(ContainsRegex("^1 of 2 databases  0.[0-9] s  putting back tw_7")),
+                      Contains(HasSubstr("reading the dump of tw_7"))));
+}
+
+// --- who keeps a statement waiting --------------------------------------------------------------
+
+class LockWait : public ProgressOfARun {
+  protected:
+    LockWait() {
+        options_.socket = CliServer::Get().Server().Socket().string();
+        options_.user = "root";
+    }
+
+    /// What the finder says while the session runs a statement that waits for another connection.
+    std::optional<cli::LockWait> WhileItWaits(const std::string& statement,
+                                              host::Connection& holder) {
+        cli::Session session(options_);
+        cli::LockWaitFinder finder(session);
+        EXPECT_FALSE(finder.Find("tw_tarnwick"));
+        auto waiting =
+            std::async(std::launch::async, [&] { session.GetConnection()->Execute(statement); });
+        // The server keeps what it has told of transactions until nobody has asked for 0.1 s.
+        const auto find = [&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            return finder.Find("tw_tarnwick");
+        };
+        std::optional<cli::LockWait> found;
+        WaitUntil([&] { return (found = find()).has_value(); });
+        holder.Execute("COMMIT;");
+        waiting.get();
+        EXPECT_FALSE(find());
+        return found;
+    }
+
+    cli::GlobalOptions options_;
+};
+
+TEST_F(LockWait, ForARowIsFound) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto bystander = Application();
+    bystander->Execute("START TRANSACTION;");
+    bystander->Query("SELECT COUNT(*) FROM tw_7.setting;");
+    const auto holder = Application();
+    Execute("ALTER TABLE tw_tarnwick.site ENGINE = InnoDB;");
+    holder->Execute("START TRANSACTION;");
+    holder->Execute("UPDATE tw_tarnwick.site SET version = 1 WHERE siteid = 7;");
+    holder->Execute("UPDATE tw_tarnwick.site SET version = 0 WHERE siteid = 7;");
+    const auto found =
+        WhileItWaits("UPDATE tw_tarnwick.site SET version = 1 WHERE siteid = 7;", *holder);
+    ASSERT_TRUE(found);
+    EXPECT_THAT(found->brief, HasSubstr("connection " + std::to_string(holder->ThreadId()) +
+                                        " of root@localhost, idle for "));
+    EXPECT_THAT(found->holder, HasSubstr(" s, in a transaction since 20"));
+}
+
+TEST_F(LockWait, WithSeveralTransactionsTheLongestIsNamed) {
+    MakeCentralDatabase();
+    MakeSite(7);
+    const auto holder = Application();
+    holder->Execute("START TRANSACTION;");
+    holder->Query("SELECT COUNT(*) FROM tw_tarnwick.site;");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    const auto bystander = Application();
+    bystander->Execute("START TRANSACTION;");
+    bystander->Query("SELECT COUNT(*) FROM tw_7.setting;");
+    const auto found = WhileItWaits("ALTER TABLE tw_tarnwick.site ADD COLUMN x INT;", *holder);
+    ASSERT_TRUE(found);
+    EXPECT_THAT(found->brief,
+                HasSubstr("connection " + std::to_string(holder->ThreadId()) + " of"));
+}
+
+TEST_F(LockWait, IsToldToAUserWhoMayNotSeeWhoseItIs) {
+    MakeCentralDatabase();
+    Execute("CREATE OR REPLACE USER 'blind'@'localhost';");
+    Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'blind'@'localhost';");
+    options_.user = "blind";
+    const auto holder = Application();
+    holder->Execute("START TRANSACTION;");
+    holder->Query("SELECT COUNT(*) FROM tw_tarnwick.site;");
+    const auto found = WhileItWaits("ALTER TABLE tw_tarnwick.site ADD COLUMN x INT;", *holder);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->brief, "a connection that only users with the right PROCESS are shown");
+}
+
+}  // namespace
+}  // namespace twupdate::test
