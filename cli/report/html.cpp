@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "cli/terminal/text.h"
+#include "twupdate/ladder.h"
 
 namespace twupdate::cli {
 
@@ -38,6 +39,18 @@ std::string Html(std::string_view text) {
 std::string NameHtml(std::string_view name) {
     constexpr std::size_t kLongest = 80;
     return Html(ShortStatement(name, kLongest));
+}
+
+std::string StepWordsHtml(std::string_view step) {
+    for (const Ladder ladder :
+         {Ladder::kServer, Ladder::kServerData, Ladder::kSiteSchema, Ladder::kSiteContent}) {
+        for (const LadderStep& known : LadderSteps(ladder)) {
+            if (known.name == step) {
+                return Html(known.description);
+            }
+        }
+    }
+    return "";
 }
 
 std::string TimeHtml(EventTime time) {

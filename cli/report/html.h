@@ -14,6 +14,9 @@ std::string Html(std::string_view text);
 /// The name of a database, a step or a service; one that is far too long for a name is cut.
 std::string NameHtml(std::string_view name);
 
+/// What a step does, in words; empty for one that this program does not know.
+std::string StepWordsHtml(std::string_view step);
+
 /// "2026-11-21 22:14:05".
 std::string TimeHtml(EventTime time);
 

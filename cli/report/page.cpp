@@ -17,13 +17,14 @@
 namespace twupdate::cli {
 namespace {
 
-constexpr std::size_t kMostSteps = 15;
+constexpr std::size_t kMostSteps = 50;
 constexpr std::size_t kMostStatements = 15;
 constexpr std::size_t kMostMarked = 10;
 constexpr std::size_t kMostTimelines = 12;
 constexpr std::size_t kMostFailures = 30;
 constexpr std::size_t kMostNames = 20;
 constexpr std::size_t kMostRuns = 100;
+constexpr std::size_t kMostDatabases = 5000;
 constexpr std::size_t kMostText = 1000;  // bytes of a statement or an error
 
 // --- parts of a page -----------------------------------------------------------------------------
@@ -48,7 +49,7 @@ std::string Section(std::string_view id, std::string_view title, std::string_vie
 /// A table that scrolls by itself where the page is too narrow for it.
 class Table {
   public:
-    /// @param columns  titles; one that begins with # is of numbers
+    /// @param columns  titles; one that begins with # is of numbers, with ~ of whole sentences
     Table(std::string_view id, std::string_view caption,
           const std::vector<std::string_view>& columns)
         : html_(fmt::format(
@@ -56,9 +57,10 @@ class Table {
               "<table id=\"{0}\"><caption>{1}</caption>\n<thead><tr>",
               id, caption)) {
         for (const std::string_view column : columns) {
-            isNumber_.push_back(column.starts_with('#'));
-            html_ += fmt::format("<th scope=\"col\"{}>{}</th>", Kind(isNumber_.size() - 1),
-                                 isNumber_.back() ? column.substr(1) : column);
+            const bool isMarked = column.starts_with('#') || column.starts_with('~');
+            kinds_.push_back(isMarked ? column.front() : ' ');
+            html_ += fmt::format("<th scope=\"col\"{}>{}</th>", Kind(kinds_.size() - 1),
+                                 isMarked ? column.substr(1) : column);
         }
         html_ += "</tr></thead>\n<tbody>\n";
     }
@@ -74,9 +76,11 @@ class Table {
     std::string Done() const { return html_ + "</tbody></table></div>\n"; }
 
   private:
-    std::string_view Kind(std::size_t i) const { return isNumber_[i] ? " class=\"number\"" : ""; }
+    std::string_view Kind(std::size_t i) const {
+        return kinds_[i] == '#' ? " class=\"number\"" : kinds_[i] == '~' ? " class=\"words\"" : "";
+    }
 
-    std::vector<bool> isNumber_;
+    std::vector<char> kinds_;
     std::string html_;
 };
 
@@ -110,6 +114,9 @@ std::string PlaceOf(const FailureRecord& failure) {
     }
     if (!failure.step.empty()) {
         place += fmt::format(", step {}", NameHtml(failure.step));
+        if (const auto words = StepWordsHtml(failure.step); !words.empty()) {
+            place += fmt::format(" ({})", words);
+        }
     }
     return place;
 }
@@ -262,8 +269,11 @@ std::string FailureTitle(const FailureRecord& failure) {
 
 std::string FailureText(const FailureGroup& group) {
     const FailureRecord& latest = group.Latest();
-    std::string html = fmt::format("<h3>{}</h3>\n<p>{}</p>\n", FailureTitle(latest),
-                                   Html(ShortStatement(latest.error, kMostText)));
+    const std::string words = StepWordsHtml(latest.step);
+    std::string html =
+        fmt::format("<h3>{}</h3>\n{}<p>{}</p>\n", FailureTitle(latest),
+                    words.empty() ? "" : fmt::format("<p class=\"quiet\">{}</p>\n", words),
+                    Html(ShortStatement(latest.error, kMostText)));
     if (!latest.error.starts_with(latest.statement)) {  // the text of a service names the call
         html += Sql(latest.statement);
     }
@@ -320,15 +330,16 @@ std::string Timeline(const RunRecord& run, std::size_t id) {
         return fmt::format("<p>{}: no ladder was begun.</p>\n", ran);
     }
     const auto marked = LongestSteps(run, kMostMarked);
-    Table table(fmt::format("longest-{}", id), "The steps that took longest in one database",
-                {"#No.", "Step", "Database", "#Began after", "#Took", "#Of the run"});
+    Table table(
+        fmt::format("longest-{}", id), "The steps that took longest in one database",
+        {"#No.", "Step", "Database", "#Began after", "#Took", "#Of the run", "~What it does"});
     for (std::size_t i = 0; i < marked.size(); ++i) {
         const StepRecord& step = *marked[i].step;
         table.AddRow(
             {std::to_string(i + 1), NameHtml(step.name), NameHtml(marked[i].database->name),
              DurationHtml(std::max<EventDuration>(step.start - run.start, EventDuration{0})),
              DurationHtml(step.duration) + (step.ended ? "" : " (did not end)"),
-             ShareHtml(step.duration, run.duration)});
+             ShareHtml(step.duration, run.duration), StepWordsHtml(step.name)});
     }
     return fmt::format("<figure>\n<figcaption>{}: {}</figcaption>\n{}</figure>\n{}", ran,
                        EndWord(run.end), TimelineSvg(run, marked, id),
@@ -350,20 +361,92 @@ std::string Timelines(std::span<const RunRecord> runs) {
 
 // --- the other tables ----------------------------------------------------------------------------
 
-std::string Versions(std::span<const RunRecord> runs) {
-    const auto totals = VersionTotals(runs);
-    if (totals.empty()) {
-        return "";
+std::string OutcomeWord(DatabaseTotal::Outcome outcome) {
+    switch (outcome) {
+        case DatabaseTotal::Outcome::kUpgraded:
+            return "<span class=\"good-word\">✓ upgraded</span>";
+        case DatabaseTotal::Outcome::kFailed:
+            return "<span class=\"bad-word\">✗ failed</span>";
+        case DatabaseTotal::Outcome::kStopped:
+            return "◼ stopped";
+        case DatabaseTotal::Outcome::kNotEnded:
+            return "… did not end";
+        case DatabaseTotal::Outcome::kNotBegun:
+            return "not begun";
     }
+    return "";
+}
+
+std::string DatabaseTable(std::span<const RunRecord> runs) {
+    const auto totals = DatabaseTotals(runs);
+    Table table("all-databases", runs.size() == 1 ? "Every database" : "Every database, all runs",
+                {"Database", "From", "To", "#Took", "#Statements", "Outcome"});
+    const std::size_t shown = std::min(totals.size(), kMostDatabases);
+    for (std::size_t i = 0; i < shown; ++i) {
+        const DatabaseTotal& total = totals[i];
+        const bool begun = total.outcome != DatabaseTotal::Outcome::kNotBegun;
+        table.AddRow({NameHtml(total.name), VersionText(total.from),
+                      total.to ? VersionText(*total.to) : "–",
+                      begun ? DurationHtml(total.sum) : "–",
+                      begun ? Grouped(total.statements) : "–", OutcomeWord(total.outcome)});
+    }
+    return table.Done() + AndMore(totals.size(), shown, "database");
+}
+
+std::string VersionTable(std::span<const RunRecord> runs) {
     Table table("versions", "Databases by the version at which they began",
                 {"From", "#Begun", "#Upgraded", "#Median", "#Longest", "Where"});
-    for (const VersionTotal& total : totals) {
+    for (const VersionTotal& total : VersionTotals(runs)) {
         const bool any = total.ended > 0;
         table.AddRow({VersionText(total.from), Grouped(total.begun), Grouped(total.ended),
                       any ? DurationHtml(total.median) : "–",
                       any ? DurationHtml(total.longest) : "–", NameHtml(total.longestIn)});
     }
-    return Section("databases-by-version", "Databases", table.Done());
+    return table.Done();
+}
+
+/// The sites that the last upgrade of the installation left alone.
+std::string SitesLeftAlone(std::span<const RunRecord> runs) {
+    constexpr std::size_t kMostIds = 200;
+    const auto last = std::find_if(runs.rbegin(), runs.rend(),
+                                   [](const RunRecord& run) { return run.command == "upgrade"; });
+    if (last == runs.rend() || last->leftOut.empty()) {
+        return "";
+    }
+    std::string html = "<h3>Sites left out</h3>\n<ul id=\"left-out\">\n";
+    for (const auto& [why, ids] : last->leftOut) {
+        const std::size_t shown = std::min(ids.size(), kMostIds);
+        html += fmt::format(
+            "<li>{}: {} ({}{})</li>\n", NameHtml(why), Count(ids.size(), "site"),
+            fmt::join(ids.begin(), ids.begin() + static_cast<std::ptrdiff_t>(shown), ", "),
+            ids.size() > shown ? fmt::format(" and {} more", Grouped(ids.size() - shown)) : "");
+    }
+    return html + "</ul>\n";
+}
+
+std::string AllDatabases(std::span<const RunRecord> runs) {
+    const auto begins = [](const RunRecord& run) { return !run.databases.empty(); };
+    const bool anyPlanned = std::any_of(runs.begin(), runs.end(),
+                                        [](const RunRecord& run) { return !run.sites.empty(); });
+    const bool anyBegun = std::any_of(runs.begin(), runs.end(), begins);
+    const std::string html = SitesLeftAlone(runs) +
+                             (anyBegun || anyPlanned ? DatabaseTable(runs) : "") +
+                             (anyBegun ? VersionTable(runs) : "");
+    return html.empty() ? "" : Section("databases-by-version", "Databases", html);
+}
+
+/// The servers and accounts of the runs, each once.
+std::string Servers(std::span<const RunRecord> runs) {
+    std::set<std::string> servers;
+    for (const RunRecord& run : runs) {
+        if (!run.server.empty()) {
+            servers.insert(
+                fmt::format("{}, account {}", NameHtml(run.server), NameHtml(run.account)));
+        }
+    }
+    return servers.empty() ? ""
+                           : fmt::format("<p class=\"quiet\" id=\"server\">Server: {}.</p>\n",
+                                         fmt::join(servers, "; "));
 }
 
 std::string Steps(std::span<const RunRecord> runs) {
@@ -376,13 +459,15 @@ std::string Steps(std::span<const RunRecord> runs) {
         all += total.sum;
     }
     Table table("steps-table", "Steps by their time in all databases together",
-                {"Step", "#Ran", "#Statements", "#Together", "#Of all steps", "#Longest", "Where"});
+                {"Step", "#Ran", "#Statements", "#Together", "#Of all steps", "#Longest", "Where",
+                 "~What it does"});
     const std::size_t shown = std::min(totals.size(), kMostSteps);
     for (std::size_t i = 0; i < shown; ++i) {
         const StepTotal& total = totals[i];
         table.AddRow({NameHtml(total.name), Grouped(total.times), Grouped(total.statements),
                       DurationHtml(total.sum), ShareHtml(total.sum, all),
-                      DurationHtml(total.longest), NameHtml(total.longestIn)});
+                      DurationHtml(total.longest), NameHtml(total.longestIn),
+                      StepWordsHtml(total.name)});
     }
     return Section("slowest-steps", "Slowest steps",
                    table.Done() + AndMore(totals.size(), shown, "step"));
@@ -397,10 +482,11 @@ std::string Statements(std::span<const RunRecord> runs) {
         "<p class=\"quiet\">Of every step in every database its longest statement is known; these "
         "are the longest of them.</p>\n<ol class=\"statements\">\n";
     for (const StepRun& stepRun : stepRuns) {
-        html +=
-            fmt::format("<li><strong>{}</strong> in {}, {}\n{}</li>\n",
-                        DurationHtml(stepRun.step->slowestTime), NameHtml(stepRun.database->name),
-                        NameHtml(stepRun.step->name), Sql(stepRun.step->slowest));
+        const std::string words = StepWordsHtml(stepRun.step->name);
+        html += fmt::format("<li><strong>{}</strong> in {}, {}{}\n{}</li>\n",
+                            DurationHtml(stepRun.step->slowestTime),
+                            NameHtml(stepRun.database->name), NameHtml(stepRun.step->name),
+                            words.empty() ? "" : ": " + words, Sql(stepRun.step->slowest));
     }
     return Section("slowest-statements", "Slowest statements", html + "</ol>\n");
 }
@@ -465,10 +551,10 @@ std::string ReportPage(std::span<const RunRecord> runs) {
                "<meta name=\"generator\" content=\"twupdate {}\">\n<title>twupdate: {}</title>\n"
                "<link rel=\"icon\" href=\"data:,\">\n<style>{}</style>\n</head>\n<body>\n<main>\n"
                "<header>\n<h1>twupdate: {}</h1>\n<p class=\"quiet\">From version {} to {}. Times "
-               "are UTC.</p>\n</header>\n",
+               "are UTC.</p>\n{}</header>\n",
                TWUPDATE_VERSION, title, kReportStyle, title, VersionText(runs.front().from),
-               VersionText(runs.back().to)) +
-           Summary(runs) + Failures(runs) + Timelines(runs) + Versions(runs) + Steps(runs) +
+               VersionText(runs.back().to), Servers(runs)) +
+           Summary(runs) + Failures(runs) + Timelines(runs) + AllDatabases(runs) + Steps(runs) +
            Statements(runs) + Services(runs) + "</main>\n</body>\n</html>\n";
 }
 

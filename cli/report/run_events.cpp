@@ -60,6 +60,37 @@ class Event {
         const json* value = Find(key, &json::is_object);
         return Event(value == nullptr ? kEmpty : *value);
     }
+    std::vector<PlannedSite> Sites(const char* key) const {
+        std::vector<PlannedSite> sites;
+        const json* list = Find(key, &json::is_array);
+        for (std::size_t i = 0; list != nullptr && i < list->size(); ++i) {
+            const Event site((*list)[i]);
+            const auto id = site.IsObject() ? site.Id("site") : std::nullopt;
+            if (!id) {
+                FailAt(key);
+            }
+            sites.push_back({*id, site.Version("from")});
+        }
+        return sites;
+    }
+    /// A list of ids for each of some texts.
+    std::map<std::string, std::vector<std::int64_t>> IdLists(const char* key) const {
+        std::map<std::string, std::vector<std::int64_t>> lists;
+        const json* object = Find(key, &json::is_object);
+        if (object == nullptr) {
+            return lists;
+        }
+        for (const auto& [text, ids] : object->items()) {
+            const bool areIds = ids.is_array() &&
+                                std::all_of(ids.begin(), ids.end(),
+                                            [](const json& id) { return id.is_number_integer(); });
+            if (!areIds) {
+                FailAt(key);
+            }
+            lists[text] = ids.get<std::vector<std::int64_t>>();
+        }
+        return lists;
+    }
     /// The field `ms`.
     EventDuration Duration() const {
         constexpr double kLongest = 1e11;  // three years
@@ -98,9 +129,15 @@ class Event {
             return nullptr;
         }
         if (!((*found).*isOfType)()) {
-            throw BadLine(fmt::format("'{}' does not hold what it must", key));
+            FailAt(key);
         }
         return &*found;
+    }
+
+    bool IsObject() const { return object_.is_object(); }
+
+    [[noreturn]] static void FailAt(const char* key) {
+        throw BadLine(fmt::format("'{}' does not hold what it must", key));
     }
 
     const json& object_;
@@ -160,6 +197,10 @@ class RunBuilder {
         run.from = event.Version("from");
         run.to = event.Version("to");
         run.sitesToDo = event.Number("sites_to_do");
+        run.sites = event.Sites("sites");
+        run.leftOut = event.IdLists("left_out");
+        run.server = event.Text("server");
+        run.account = event.Text("account");
         run.start = run.lastEvent = time;
         runs_.push_back(std::move(run));
         inRun_ = true;

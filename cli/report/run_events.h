@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -75,12 +76,23 @@ enum class RunEnd : std::uint8_t {
     kNone      ///< the events break off: the program was killed, or still runs
 };
 
+/// A site that a run was to upgrade.
+struct PlannedSite {
+    std::int64_t siteId = 0;
+    double from = 0;
+};
+
 /// What the events tell of one run.
 struct RunRecord {
     std::string command;
+    std::string server;   ///< empty in events that do not tell it
+    std::string account;  ///< the same
     double from = 0;
     double to = 0;
     std::uint64_t sitesToDo = 0;
+    std::vector<PlannedSite> sites;  ///< empty in events that do not tell them
+    /// The ids of the sites that the run leaves alone, by why.
+    std::map<std::string, std::vector<std::int64_t>> leftOut;
     EventTime start;
     EventTime lastEvent;
     EventDuration duration{0};  ///< of one that did not finish: to its last event

@@ -37,6 +37,16 @@ std::vector<Total> Values(std::map<Key, Total>& totals) {
     return values;
 }
 
+DatabaseTotal::Outcome OutcomeOf(const DatabaseRecord& database, const RunRecord& run) {
+    using Outcome = DatabaseTotal::Outcome;
+    if (database.ended) {
+        return Outcome::kUpgraded;
+    }
+    return run.end == RunEnd::kFailed    ? Outcome::kFailed
+           : run.end == RunEnd::kStopped ? Outcome::kStopped
+                                         : Outcome::kNotEnded;
+}
+
 bool IsMended(const FailureRecord& failure, const RunRecord& run,
               std::span<const RunRecord> later) {
     return std::any_of(later.begin(), later.end(), [&](const RunRecord& next) {
@@ -133,6 +143,37 @@ std::vector<ServiceTotal> ServiceTotals(std::span<const RunRecord> runs) {
     auto totals = Values(byName);
     SortFromLargest(totals, [](const ServiceTotal& total) { return total.calls; });
     return totals;
+}
+
+std::vector<DatabaseTotal> DatabaseTotals(std::span<const RunRecord> runs) {
+    std::map<std::pair<std::optional<std::int64_t>, std::string>, DatabaseTotal> byId;
+    for (const RunRecord& run : runs) {
+        for (const DatabaseRecord& database : run.databases) {
+            const auto [found, isNew] = byId.try_emplace({database.siteId, database.name});
+            DatabaseTotal& total = found->second;
+            if (isNew) {
+                total.name = database.name;
+                total.from = database.from;
+            }
+            total.sum += database.duration;
+            total.statements += database.statements;
+            total.outcome = OutcomeOf(database, run);
+            if (database.ended) {
+                total.to = run.to;
+            }
+        }
+    }
+    for (const RunRecord& run : runs) {
+        for (const PlannedSite& site : run.sites) {
+            const std::string name = "tw_" + std::to_string(site.siteId);
+            const auto [found, isNew] = byId.try_emplace({site.siteId, name});
+            if (isNew) {
+                found->second.name = name;
+                found->second.from = site.from;
+            }
+        }
+    }
+    return Values(byId);
 }
 
 std::vector<VersionTotal> VersionTotals(std::span<const RunRecord> runs) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -63,6 +64,22 @@ struct ServiceTotal {
 
 /// The services, the one called most often first.
 std::vector<ServiceTotal> ServiceTotals(std::span<const RunRecord> runs);
+
+/// What became of a database in all runs together.
+struct DatabaseTotal {
+    enum class Outcome : std::uint8_t { kUpgraded, kFailed, kStopped, kNotEnded, kNotBegun };
+
+    std::string name;
+    double from = 0;           ///< where the first run began
+    std::optional<double> to;  ///< nothing where no run came to the end
+    EventDuration sum{0};
+    std::uint64_t statements = 0;
+    Outcome outcome = Outcome::kNotBegun;
+};
+
+/// The databases that the runs have begun or were to begin: the central one, then the sites by
+/// their ids.
+std::vector<DatabaseTotal> DatabaseTotals(std::span<const RunRecord> runs);
 
 /// The databases that began at one version.
 struct VersionTotal {

@@ -11,13 +11,13 @@ constexpr std::string_view kReportStyle = R"css(
   color-scheme: light dark;
   --paper: #ffffff; --ink: #1c2128; --quiet: #565f69; --line: #d3d9e0; --tint: #f3f5f8;
   --schema: #2a6fb0; --data: #d98a1f; --stripe: #6f4300; --span: #b9c3ce;
-  --good: #1b6e3c; --bad: #b3261e; --note: #7a5200;
+  --good: #1b6e3c; --bad: #b3261e; --note: #7a5200; --shade: #9aa4b0;
 }
 @media (prefers-color-scheme: dark) {
   :root {
     --paper: #14181d; --ink: #e7eaee; --quiet: #a5afba; --line: #363e48; --tint: #1e242b;
     --schema: #5aa2e0; --data: #e0a047; --stripe: #5c3a05; --span: #4a5561;
-    --good: #6fce97; --bad: #ff9a90; --note: #ecc069;
+    --good: #6fce97; --bad: #ff9a90; --note: #ecc069; --shade: #6b7784;
   }
 }
 * { box-sizing: border-box; }
@@ -51,13 +51,23 @@ dl.figures div {
 }
 dl.figures dt { color: var(--quiet); font-size: .875rem; }
 dl.figures dd { margin: 0; font-size: 1.2rem; font-weight: 600; font-variant-numeric: tabular-nums; }
-.scroll { overflow-x: auto; margin: .75rem 0; }
+/* Where a table goes on behind an edge the edge is shaded: the shades stay, and what covers them
+   moves along with the table. */
+.scroll {
+  overflow-x: auto; margin: .75rem 0;
+  background:
+    linear-gradient(to right, var(--paper) 40%, transparent) left / 3rem 100% no-repeat local,
+    linear-gradient(to left, var(--paper) 40%, transparent) right / 3rem 100% no-repeat local,
+    linear-gradient(to right, var(--shade), transparent) left / 1rem 100% no-repeat scroll,
+    linear-gradient(to left, var(--shade), transparent) right / 1rem 100% no-repeat scroll;
+}
 .scroll:focus-visible { outline: 2px solid var(--schema); outline-offset: 2px; }
 table { border-collapse: collapse; width: 100%; font-size: .9375rem; white-space: nowrap; }
 caption { text-align: left; padding-bottom: .35rem; white-space: normal; }
 th, td { text-align: left; vertical-align: top; padding: .3rem .75rem .3rem 0; border-bottom: 1px solid var(--line); }
 thead th { color: var(--quiet); font-weight: 600; }
 tbody th { font-weight: 400; }
+.words { white-space: normal; min-width: 15rem; }
 .number { text-align: right; font-variant-numeric: tabular-nums; }
 td.number + td:not(.number), th.number + th:not(.number), th.number + td:not(.number) { padding-left: .75rem; }
 td:last-child, th:last-child { padding-right: 0; }
@@ -87,7 +97,7 @@ svg .cut { stroke: var(--bad); stroke-width: 4; }
   }
   body { font-size: 10pt; }
   main { max-width: none; padding: 0; }
-  .scroll { overflow: visible; }
+  .scroll { overflow: visible; background: none; }
   table { white-space: normal; }
   svg.timeline, svg.timeline *, .outcome { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
   h2, h3, caption { break-after: avoid; }

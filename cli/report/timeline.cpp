@@ -15,7 +15,7 @@
 namespace twupdate::cli {
 namespace {
 
-constexpr std::size_t kMostRows = 32;
+constexpr std::size_t kMostRows = 100;
 constexpr double kLeastShare = 0.006;  // of the axis: what is shorter is no bar of its own
 constexpr int kAxisHeight = 22;
 constexpr int kLabelHeight = 16;

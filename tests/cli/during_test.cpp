@@ -284,6 +284,8 @@ TEST_F(During, ARunWhoseOutputNobodyReadsAnyMoreGoesOn) {
 TEST_F(During, EventsTellHowTheRunGoesOn) {
     MakeNearlyCurrentInstallation();
     MakeUpgradedSite(7, "1.0262");
+    MakeSiteRow(9, "1.0262");
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 9;");
     const auto file = folder_ / "events";
     EXPECT_EQ(Run({"--events", file.string(), "upgrade"}).status, 0);
     const auto events = JsonLinesOf(file);
@@ -320,6 +322,11 @@ TEST_F(During, EventsTellHowTheRunGoesOn) {
     };
     EXPECT_EQ(events[0]["command"], "upgrade");
     EXPECT_EQ(events[0]["sites_to_do"], 1);
+    EXPECT_EQ(events[0]["sites"].dump(), R"([{"from":1.0262,"site":7}])");
+    EXPECT_EQ(events[0]["left_out"].dump(), R"({"hard-deleted":[9]})");
+    EXPECT_EQ(events[0]["account"], "root@localhost");
+    EXPECT_THAT(events[0]["server"].get<std::string>(),
+                ContainsRegex("^[0-9.]+-MariaDB.* on .+, port [0-9]+$"));
     EXPECT_EQ(event("step-finished", "ServerStep_1_0264")["database"], "tw_tarnwick");
     const auto import = event("step-finished", "ReimportReferenceData");
     // DELETE and INSERT of the two component tables.
