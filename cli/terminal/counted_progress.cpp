@@ -10,7 +10,7 @@ namespace twupdate::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kBetweenDrawings{100};
-constexpr std::chrono::seconds kBetweenLines{10};
+constexpr std::chrono::seconds kBetweenLines{5};
 
 }  // namespace
 

@@ -14,7 +14,7 @@ namespace twupdate::cli {
 
 /// Tells the person how far a command has come that does the same with one thing after another:
 /// "3 of 60 databases  12 s, about 4 min 05 s left  tw_3". On a terminal that is a line that is
-/// drawn over every second; on one that cannot do so a plain line every ten seconds; elsewhere
+/// drawn over every second; on one that cannot do so a plain line every five seconds; elsewhere
 /// nothing.
 class CountedProgress {
   public:

@@ -1,6 +1,11 @@
 #include <gmock/gmock.h>
+#include <pty.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -8,6 +13,8 @@
 #include "cli/server/blockers.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
+#include "cli/terminal/console.h"
+#include "cli/terminal/counted_progress.h"
 #include "cli/terminal/text.h"
 #include "support/versions.h"
 
@@ -35,6 +42,12 @@ class ProgressOfARun : public InstallationTest {
         reader->Execute("START TRANSACTION;");
         reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
         return reader;
+    }
+
+    static bool SomebodyWaits() {
+        return Cell(
+                   "SELECT COUNT(*) FROM information_schema.processlist WHERE state = "
+                   "'Waiting for table metadata lock';") != "0";
     }
 
     /// Each line that was drawn over the one before.
@@ -85,6 +98,7 @@ TEST_F(ProgressOfARun, MovesWhileAStatementWaitsAndNamesWhoKeepsItWaiting) {
     auto run = std::async(std::launch::async, [] {
         return RunOnTerminal(With({"upgrade-site", "7"}), 80);
     });
+    EXPECT_TRUE(WaitUntil(SomebodyWaits));
     std::this_thread::sleep_for(std::chrono::milliseconds(9500));
     reader->Execute("COMMIT;");
     const Outcome outcome = run.get();
@@ -99,7 +113,7 @@ TEST_F(ProgressOfARun, MovesWhileAStatementWaitsAndNamesWhoKeepsItWaiting) {
             waiting.push_back(line);
         }
     }
-    // From the fifth or sixth second to the ninth, once a second.
+    // Once a second, from the fifth or sixth second on.
     EXPECT_GE(waiting.size(), 3U) << outcome.out;
     const std::string blocker =
         "connection " + std::to_string(reader->ThreadId()) + " of root@localhost, idle for ";
@@ -122,7 +136,8 @@ TEST_F(ProgressOfARun, WarnsOnceWhereNoLineCanBeDrawn) {
     MakeSite(7);
     const auto reader = ReaderOfSite7();
     Program run(With({"--quiet", "upgrade-site", "7"}));
-    std::this_thread::sleep_for(std::chrono::milliseconds(12500));
+    EXPECT_TRUE(WaitUntil(SomebodyWaits));
+    std::this_thread::sleep_for(std::chrono::milliseconds(11500));  // asked twice
     reader->Execute("COMMIT;");
     const Outcome outcome = run.Wait();
     EXPECT_EQ(outcome.status, 0);
@@ -143,8 +158,68 @@ TEST_F(ProgressOfARun, OfARestoreCountsTheDatabases) {
     const Outcome outcome = RunOnTerminal(With({"restore", folder.string(), "--apply"}), 80);
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_THAT(DrawnLines(outcome.out),
-                AllOf(Contains(ContainsRegex("^1 of 2 databases  0.[0-9] s  putting back tw_7")),
+                AllOf(Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  putting back tw_7")),
                       Contains(HasSubstr("reading the dump of tw_7"))));
+}
+
+// --- one thing after another --------------------------------------------------------------------
+
+/// What a function writes to a console on a terminal of that kind.
+std::string OnTerminal(const char* term, const std::function<void(cli::Console&)>& write) {
+    std::fflush(nullptr);  // the child must not write it once more
+    int terminal = -1;
+    const int pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (pid == 0) {
+        setenv("TERM", term, 1);
+        cli::Console console(false, false);
+        write(console);
+        _exit(0);
+    }
+    std::string output;
+    char buffer[1024];
+    for (ssize_t got = 0; (got = read(terminal, buffer, sizeof buffer)) > 0;) {
+        output.append(buffer, static_cast<std::size_t>(got));
+    }
+    waitpid(pid, nullptr, 0);
+    close(terminal);
+    return output;
+}
+
+TEST(CountedProgress, MovesEverySecondAndLeavesNothingBehind) {
+    const std::string output = OnTerminal("xterm", [](cli::Console& console) {
+        cli::CountedProgress progress(console, "database", 1234);
+        progress.Next("tw_1");
+        std::this_thread::sleep_for(std::chrono::milliseconds(2300));
+    });
+    const std::string mark = "\r\x1b\\[K";
+    const std::string line = "1 of 1,234 databases  ";
+    EXPECT_THAT(output, ContainsRegex("^" + mark + line + "0\\.[0-9] s  tw_1" + mark + line +
+                                      "1\\.[0-9] s  tw_1" + mark + line + "2\\.[0-9] s  tw_1" +
+                                      mark + "$"));
+}
+
+TEST(CountedProgress, TellsFromTheSecondOnHowLongTheRestTakes) {
+    const std::string output = OnTerminal("xterm", [](cli::Console& console) {
+        cli::CountedProgress progress(console, "database", 3);
+        progress.Next("tw_1");
+        std::this_thread::sleep_for(std::chrono::milliseconds(600));
+        progress.Next("tw_2");
+    });
+    // One took 0.6 s, so two more take 1.2 s.
+    EXPECT_THAT(output,
+                ContainsRegex("2 of 3 databases  0\\.[67] s, about 1\\.[2-5] s left  tw_2"));
+}
+
+TEST(CountedProgress, IsAPlainLineEveryFiveSecondsOnADumbTerminal) {
+    const std::string output = OnTerminal("dumb", [](cli::Console& console) {
+        cli::CountedProgress progress(console, "database", 3);
+        progress.Next("tw_1");
+        progress.Next("tw_2");
+        std::this_thread::sleep_for(std::chrono::milliseconds(5200));
+        progress.Next("tw_3");
+    });
+    EXPECT_THAT(output, ContainsRegex("^3 of 3 databases, 5\\.[0-9] s, about [0-9.]+ s left, "
+                                      "tw_3\r\n$"));
 }
 
 // --- who keeps a statement waiting --------------------------------------------------------------
@@ -202,13 +277,16 @@ TEST_F(LockWait, ForARowIsFound) {
 TEST_F(LockWait, WithSeveralTransactionsTheLongestIsNamed) {
     MakeCentralDatabase();
     MakeSite(7);
+    const auto bystander = Application();  // came first, and has been idle for longer
     const auto holder = Application();
+    const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(1100)); };
     holder->Execute("START TRANSACTION;");
     holder->Query("SELECT COUNT(*) FROM tw_tarnwick.site;");
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-    const auto bystander = Application();
+    pause();
     bystander->Execute("START TRANSACTION;");
     bystander->Query("SELECT COUNT(*) FROM tw_7.setting;");
+    pause();
+    holder->Query("SELECT COUNT(*) FROM tw_tarnwick.site;");
     const auto found = WhileItWaits("ALTER TABLE tw_tarnwick.site ADD COLUMN x INT;", *holder);
     ASSERT_TRUE(found);
     EXPECT_THAT(found->brief,
