@@ -709,7 +709,8 @@ std::string Catalogue::Index::PartsText() const {
     std::string text;
     for (const KeyPart& part : parts) {
         text += (text.empty() ? "" : ", ") + part.column +
-                (part.length ? "(" + std::to_string(*part.length) + ")" : "");
+                (part.length ? "(" + std::to_string(*part.length) + ")" : "") +
+                (part.descending ? " DESC" : "");
     }
     return text;
 }

@@ -24,6 +24,18 @@ std::optional<std::string> DefaultOf(const Value& value) {
                : shown;
 }
 
+/// "INVISIBLE" of "auto_increment, INVISIBLE".
+std::string WithoutAutoIncrement(std::string extra) {
+    constexpr std::string_view kWord = "auto_increment";
+    if (const auto at = LowerCase(extra).find(kWord); at != std::string::npos) {
+        extra.erase(at, kWord.size());
+    }
+    const auto begin = extra.find_first_not_of(", ");
+    return begin == std::string::npos
+               ? std::string()
+               : extra.substr(begin, extra.find_last_not_of(", ") + 1 - begin);
+}
+
 using Tables = std::map<std::string, Catalogue::Table>;
 
 std::unique_ptr<Rows> Query(Connection& connection, std::string_view columns, std::string_view view,
@@ -46,9 +58,9 @@ std::unique_ptr<Rows> Query(Connection& connection, std::string_view columns, st
 }
 
 void ReadTables(Connection& connection, const std::string& database, Tables& tables) {
-    const auto rows =
-        Query(connection, "table_name, table_type, engine, row_format, table_collation", "tables",
-              database, "");
+    const auto rows = Query(
+        connection, "table_name, table_type, engine, row_format, table_collation, create_options",
+        "tables", database, "");
     while (rows->Next()) {
         Catalogue::Table& table = tables[TextOf(*rows, 0)];
         table.isView = TextOf(*rows, 1).ends_with("VIEW");
@@ -56,6 +68,7 @@ void ReadTables(Connection& connection, const std::string& database, Tables& tab
         table.rowFormat = TextOf(*rows, 3);
         table.collation = TextOf(*rows, 4);
         table.charset = table.collation.substr(0, table.collation.find('_'));
+        table.isPartitioned = TextOf(*rows, 5).find("partitioned") != std::string::npos;
     }
 }
 
@@ -74,25 +87,35 @@ void ReadColumns(Connection& connection, const std::string& database, Tables& ta
              .autoIncrement = extra.find("auto_increment") != std::string::npos,
              .generated = extra.find(" generated") != std::string::npos,
              .charset = TextOf(*rows, 6),
-             .collation = TextOf(*rows, 7)});
+             .collation = TextOf(*rows, 7),
+             .extra = WithoutAutoIncrement(TextOf(*rows, 5))});
     }
 }
 
 void ReadIndexes(Connection& connection, const std::string& database, Tables& tables) {
     const auto rows =
-        Query(connection, "table_name, index_name, non_unique, column_name, sub_part", "statistics",
-              database, " ORDER BY table_name, index_name, seq_in_index");
+        Query(connection,
+              "table_name, index_name, non_unique, column_name, sub_part, collation, "
+              "statistics.*",
+              "statistics", database, " ORDER BY table_name, index_name, seq_in_index");
+    const auto ignored = rows->Find("ignored");     // MariaDB from 10.6 on
+    const auto visible = rows->Find("is_visible");  // MySQL from 8.0 on
     while (rows->Next()) {
         auto& indexes = tables[TextOf(*rows, 0)].indexes;
         const std::string name = TextOf(*rows, 1);
         if (indexes.empty() || indexes.back().name != name) {
-            indexes.push_back({name, TextOf(*rows, 2) == "0", {}});
+            indexes.push_back({.name = name,
+                               .unique = TextOf(*rows, 2) == "0",
+                               .parts = {},
+                               .ignored = (ignored && TextOf(*rows, *ignored) == "YES") ||
+                                          (visible && TextOf(*rows, *visible) == "NO")});
         }
         const Value length = rows->Get(4);
         indexes.back().parts.push_back(
-            {TextOf(*rows, 3), length.IsNull()
-                                   ? std::nullopt
-                                   : std::optional(static_cast<std::uint32_t>(length.ToInt32()))});
+            {TextOf(*rows, 3),
+             length.IsNull() ? std::nullopt
+                             : std::optional(static_cast<std::uint32_t>(length.ToInt32())),
+             TextOf(*rows, 5) == "D"});
     }
 }
 

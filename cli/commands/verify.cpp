@@ -1,12 +1,15 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
 #include "cli/commands/commands.h"
 #include "cli/commands/site_option.h"
+#include "cli/server/beyond_layout.h"
 #include "cli/server/installation.h"
 #include "cli/server/layout.h"
 #include "cli/server/server_version.h"
@@ -21,21 +24,45 @@ struct VerifyResult {
     std::vector<std::string> databases;
     std::vector<std::string> notUpgraded;  ///< databases that are not at the current version
     std::vector<LayoutFinding> findings;
+    std::vector<std::string> notes;  ///< what is for the owner of a database to decide
     /// Optional tables of each database.
     std::vector<std::pair<std::string, std::vector<std::string>>> absent;
 };
 
+template <typename Item>
+void Append(std::vector<Item>& to, std::vector<Item> items) {
+    std::move(items.begin(), items.end(), std::back_inserter(to));
+}
+
 void VerifyDatabase(host::Connection& connection, const std::string& database,
                     const Layout& expected, VerifyResult& verifyResult) {
     verifyResult.databases.push_back(database);
-    const Layout actual = ReadLayout(connection, database);
-    if (actual.tables.empty()) {
-        verifyResult.findings.push_back({database, "", "", "", "", ""});
+    const host::Catalogue catalogue = host::ReadCatalogue(connection, {database});
+    if (!catalogue.HasDatabase(database) || catalogue.Databases().at(database).tables.empty()) {
+        verifyResult.findings.push_back({database, "", "", "", "", "", ""});
         return;
     }
+    const auto& actual = catalogue.Databases().at(database);
     auto& absent = verifyResult.absent.emplace_back(database, std::vector<std::string>()).second;
-    for (auto& finding : Compare(database, expected, actual, absent)) {
-        verifyResult.findings.push_back(std::move(finding));
+    Append(verifyResult.findings, Compare(database, expected, LayoutOf(actual), absent));
+    auto beyond = FindBeyondLayout(database, expected, actual);
+    Append(verifyResult.findings, std::move(beyond.findings));
+    Append(verifyResult.notes, std::move(beyond.notes));
+}
+
+/// The indexes of the web logs. An installation may have no log yet.
+void VerifyLogs(host::Connection& connection, VerifyResult& verifyResult) {
+    const Layout actual = ReadLayout(connection, "tw_logs");
+    std::vector<std::string> logs;
+    for (const auto& [name, table] : actual.tables) {
+        if (name.starts_with("tw_")) {
+            logs.push_back(name);
+        }
+    }
+    if (!logs.empty()) {
+        std::vector<std::string> absent;
+        verifyResult.databases.emplace_back("tw_logs");
+        Append(verifyResult.findings, Compare("tw_logs", LogsLayout(logs), actual, absent));
     }
 }
 
@@ -60,6 +87,7 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         } else {
             VerifyDatabase(*session.GetConnection(), "tw_tarnwick", onThisServer(CentralLayout()),
                            verifyResult);
+            VerifyLogs(*session.GetConnection(), verifyResult);
         }
     }
     bool found = false;
@@ -99,6 +127,7 @@ nlohmann::ordered_json JsonOf(const VerifyResult& verifyResult) {
                             {"step", finding.step},
                             {"text", TextOf(finding)}});
     }
+    result["notes"] = verifyResult.notes;
     auto& absent = result["absent_optional_tables"] = nlohmann::ordered_json::object();
     for (const auto& [database, tables] : verifyResult.absent) {
         if (!tables.empty()) {
@@ -125,11 +154,8 @@ int Verify(const GlobalOptions& options, Console& console, std::optional<std::in
     for (const LayoutFinding& finding : verifyResult.findings) {
         console.Print(TextOf(finding));
     }
-    for (const auto& [database, tables] : verifyResult.absent) {
-        if (!tables.empty()) {
-            console.Say(fmt::format("{}: without {} of features that it does not have", database,
-                                    Count(tables.size(), "table")));
-        }
+    for (const std::string& note : verifyResult.notes) {
+        console.Say("note: " + note);
     }
     if (!verifyResult.notUpgraded.empty()) {
         console.Say(fmt::format("Not at {} and not looked at: {}", VersionText(kCurrentVersion),

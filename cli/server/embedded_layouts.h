@@ -4,8 +4,10 @@
 
 namespace twupdate::cli {
 
-/// cli/layouts/central.txt and site.txt, as they were when the program was built.
+/// central.txt, site.txt and logs.txt of cli/server/layouts, as they were when the program was
+/// built.
 extern const std::string_view kEmbeddedCentralLayout;
 extern const std::string_view kEmbeddedSiteLayout;
+extern const std::string_view kEmbeddedLogsLayout;
 
 }  // namespace twupdate::cli

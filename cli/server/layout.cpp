@@ -3,30 +3,38 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <regex>
+#include <set>
 #include <stdexcept>
 
 #include "cli/server/embedded_layouts.h"
-#include "twupdate_host/catalogue.h"
 
 namespace twupdate::cli {
 namespace {
 
 constexpr std::string_view kMadeBy = " <- ";
 constexpr std::string_view kOr = " | ";
-constexpr std::string_view kOptional = " optional";
+constexpr std::string_view kOptional = " optional ";
+
+std::string UpperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
+}
 
 std::string ColumnDefinition(const host::Catalogue::Column& column) {
     return column.name + " " + column.TypeName() + (column.autoIncrement ? " AUTO_INCREMENT" : "") +
            (column.defaultText ? " DEFAULT '" + *column.defaultText + "'" : "") +
-           (column.nullable ? " NULL" : " NOT NULL");
+           (column.nullable ? " NULL" : " NOT NULL") +
+           (column.extra.empty() ? "" : " " + UpperCase(column.extra));
 }
 
 std::string KeyDefinition(const host::Catalogue::Index& index) {
     const std::string head = index.name == "PRIMARY" ? "PRIMARY KEY"
                              : index.unique          ? "UNIQUE KEY " + index.name
                                                      : "KEY " + index.name;
-    return head + "(" + index.PartsText() + ")";
+    return head + "(" + index.PartsText() + ")" + (index.ignored ? " IGNORED" : "");
 }
 
 /// "KEY siteid_idx" of "KEY siteid_idx(siteid)", "PRIMARY KEY" of "PRIMARY KEY(a)", "siteid" of
@@ -63,6 +71,17 @@ std::string Lines(const Layout::Table& table, bool keys) {
     return text;
 }
 
+/// The features of which the database has a table that they have had from the beginning.
+std::set<std::string> FeaturesOf(const Layout& expected, const Layout& actual) {
+    std::set<std::string> features;
+    for (const auto& [name, table] : expected.tables) {
+        if (!table.feature.empty() && table.step.empty() && actual.tables.contains(name)) {
+            features.insert(table.feature);
+        }
+    }
+    return features;
+}
+
 }  // namespace
 
 bool LayoutItem::Allows(const std::string& definition) const {
@@ -72,8 +91,8 @@ bool LayoutItem::Allows(const std::string& definition) const {
 std::string Layout::Text() const {
     std::string text;
     for (const auto& [name, table] : tables) {
-        text += fmt::format("table {}{}{}{}\n", name, table.optional ? kOptional : "",
-                            table.step.empty() ? "" : kMadeBy, table.step);
+        text += fmt::format("table {}{}{}{}{}\n", name, table.optional ? kOptional : "",
+                            table.feature, table.step.empty() ? "" : kMadeBy, table.step);
         text += Lines(table, false) + Lines(table, true);
     }
     return text;
@@ -91,10 +110,13 @@ Layout Layout::Parse(std::string_view text) {
         const std::string step = parts.size() > 1 ? parts[1] : "";
         if (parts[0].starts_with("table ")) {
             std::string name = parts[0].substr(6);
-            const bool optional = name.ends_with(kOptional);
-            name.resize(std::min(name.find(' '), name.size()));
+            const auto optional = name.find(kOptional);
+            const bool isOptional = optional != std::string::npos;
+            std::string feature = isOptional ? name.substr(optional + kOptional.size()) : "";
+            name.resize(std::min(optional, name.size()));
             table = &layout.tables[name];
-            table->optional = optional;
+            table->optional = isOptional;
+            table->feature = std::move(feature);
             table->step = step;
         } else if (table == nullptr) {
             throw std::runtime_error("a layout begins with a table, not with: " + line);
@@ -108,12 +130,15 @@ Layout Layout::Parse(std::string_view text) {
 }
 
 Layout ReadLayout(host::Connection& connection, const std::string& database) {
-    Layout layout;
     const host::Catalogue catalogue = host::ReadCatalogue(connection, {database});
-    if (!catalogue.HasDatabase(database)) {
-        return layout;
-    }
-    for (const auto& [name, table] : catalogue.Databases().at(database).tables) {
+    return catalogue.HasDatabase(database) ? LayoutOf(catalogue.Databases().at(database))
+                                           : Layout();
+}
+
+Layout LayoutOf(const host::Catalogue::Database& database) {
+    Layout layout;
+    for (const auto& [name, table] : database.tables) {
+        layout.tables[name].isView = table->isView;
         auto& items = layout.tables[name].items;
         const auto add = [&](const std::string& definition) {
             items[ItemName(definition)].definitions = {definition};
@@ -135,6 +160,15 @@ const Layout& CentralLayout() {
 
 const Layout& SiteLayout() {
     static const Layout layout = Layout::Parse(kEmbeddedSiteLayout);
+    return layout;
+}
+
+Layout LogsLayout(const std::vector<std::string>& tables) {
+    static const Layout model = Layout::Parse(kEmbeddedLogsLayout);
+    Layout layout;
+    for (const std::string& table : tables) {
+        layout.tables[table] = model.tables.begin()->second;
+    }
     return layout;
 }
 
@@ -163,6 +197,9 @@ Layout OnOldServer(Layout layout) {
 std::string LayoutFinding::Text() const {
     const std::string by =
         step.empty() ? "it belongs to every version" : fmt::format("{} makes it", step);
+    if (!problem.empty()) {
+        return fmt::format("{}.{}: {}", database, table, problem);
+    }
     if (item.empty()) {
         return fmt::format("{}.{}: the table is missing; {}", database, table, by);
     }
@@ -177,23 +214,34 @@ std::string LayoutFinding::Text() const {
 std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
                                    const Layout& actual, std::vector<std::string>& absent) {
     std::vector<LayoutFinding> findings;
+    const std::set<std::string> features = FeaturesOf(expected, actual);
     for (const auto& [name, table] : expected.tables) {
         const auto found = actual.tables.find(name);
         if (found == actual.tables.end()) {
-            if (table.optional) {
+            if (!table.optional) {
+                findings.push_back({database, name, "", "", "", table.step, ""});
+            } else if (!features.contains(table.feature)) {
                 absent.push_back(name);
             } else {
-                findings.push_back({database, name, "", "", "", table.step});
+                findings.push_back(
+                    {database, name, "", "", "", table.step,
+                     fmt::format("the table is missing, and the site has others of its feature, {}",
+                                 table.feature)});
             }
+            continue;
+        }
+        if (found->second.isView) {
+            findings.push_back(
+                {database, name, "", "", "", table.step, "it is a view and must be a table"});
             continue;
         }
         for (const auto& [itemName, item] : table.items) {
             const auto there = found->second.items.find(itemName);
-            const std::string is =
-                there == found->second.items.end() ? "" : there->second.definitions.front();
-            if (!item.Allows(is)) {
+            const bool missing = there == found->second.items.end();
+            const std::string is = missing ? "" : there->second.definitions.front();
+            if (!item.Allows(missing ? kAbsent : is)) {
                 findings.push_back(
-                    {database, name, itemName, item.definitions.front(), is, item.step});
+                    {database, name, itemName, item.definitions.front(), is, item.step, ""});
             }
         }
     }

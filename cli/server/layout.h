@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "twupdate_host/catalogue.h"
 #include "twupdate_host/connection.h"
 
 namespace twupdate::cli {
@@ -12,19 +13,25 @@ namespace twupdate::cli {
 /// A column or a key of a table.
 struct LayoutItem {
     /// e.g. "siteid INT DEFAULT '0' NOT NULL" or "KEY siteid_idx(siteid)". Types stand without
-    /// display widths; defaults are quoted. A layout that is expected may hold several, of which
-    /// any one will do.
+    /// display widths; defaults are quoted; what else the server says of it comes last
+    /// ("INVISIBLE", "IGNORED"). A layout that is expected may hold several, of which any one will
+    /// do, and kAbsent is one of them where the item may be missing.
     std::vector<std::string> definitions;
     std::string step;  ///< that makes it so; empty: it is there from 1.0000 on
 
     bool Allows(const std::string& definition) const;
 };
 
+/// Stands for an item that is missing.
+inline constexpr const char* kAbsent = "absent";
+
 /// The tables of a database, with their columns and keys by name ("siteid", "PRIMARY KEY",
 /// "KEY siteid_idx"). The order of columns does not count.
 struct Layout {
     struct Table {
         bool optional = false;  ///< belongs to a feature that a site may lack
+        std::string feature;    ///< its name, e.g. "shop"; empty where none is known
+        bool isView = false;    ///< a view has taken its place
         std::string step;       ///< as in LayoutItem
         std::map<std::string, LayoutItem> items;
     };
@@ -32,7 +39,7 @@ struct Layout {
 
     /// The text form, one line for each table, column and key:
     ///
-    ///     table charge optional
+    ///     table charge optional charges
     ///         chargeid INT AUTO_INCREMENT NOT NULL
     ///         password VARCHAR(20) DEFAULT '' NOT NULL <- SiteSchemaStep_1_0007
     std::string Text() const;
@@ -42,10 +49,15 @@ struct Layout {
 
 /// Reads the layout of a database. One that does not exist has no tables.
 Layout ReadLayout(host::Connection& connection, const std::string& database);
+Layout LayoutOf(const host::Catalogue::Database& database);
 
 /// The layouts at the current version that this program was built with.
 const Layout& CentralLayout();
 const Layout& SiteLayout();
+/// Of tw_logs, where each site has a table: the keys that the ladders add, and nothing else, for
+/// the columns are the web server's.
+/// @param tables  the tables that there are
+Layout LogsLayout(const std::vector<std::string>& tables);
 
 /// The same layout as a server makes it that gives LONGTEXT columns no default. Where it gives the
 /// texts of a primary key the default '', as MySQL 5.6 does, that will do as well.
@@ -59,6 +71,7 @@ struct LayoutFinding {
     std::string expected;  ///< definition; empty for a table
     std::string actual;    ///< empty: it is missing
     std::string step;      ///< that should have made it; empty: it belongs to every version
+    std::string problem;   ///< where the two definitions do not say it
 
     /// "tw_7.charge: column password is missing; SiteSchemaStep_1_0007 makes it: password
     /// VARCHAR(20) …".
@@ -66,7 +79,8 @@ struct LayoutFinding {
 };
 
 /// What a database lacks or has otherwise. What it has beyond the layout is its own.
-/// @param absent  receives the names of the optional tables that it does not have
+/// @param absent  receives the names of the tables of features that it does not have. A site has a
+///                feature when it has one of the tables that the feature has always had.
 std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
                                    const Layout& actual, std::vector<std::string>& absent);
 

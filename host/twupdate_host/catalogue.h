@@ -82,6 +82,7 @@ class Catalogue {
         bool generated = false;      ///< computed from other columns
         std::string charset = {};    ///< of texts
         std::string collation = {};  ///< of texts
+        std::string extra = {};      ///< what else the server says of it: "INVISIBLE"
 
         /// In the letters of the steps, without a display width: "INT", "BOOL", "VARCHAR(20)".
         std::string TypeName() const;
@@ -93,14 +94,16 @@ class Catalogue {
     struct KeyPart {
         std::string column;
         std::optional<std::uint32_t> length = {};  ///< characters of a prefix
+        bool descending = false;
         bool operator==(const KeyPart&) const = default;
     };
     struct Index {
         std::string name;  ///< "PRIMARY" for the primary key
         bool unique = false;
         std::vector<KeyPart> parts;
+        bool ignored = false;  ///< kept, but not used by queries
 
-        /// E.g. "a, pageroute(20)".
+        /// E.g. "a, pageroute(20), b DESC".
         std::string PartsText() const;
     };
     struct Table {
@@ -111,6 +114,7 @@ class Catalogue {
         std::string charset;    ///< of text columns that are added
         std::string collation;  ///< likewise
         bool isView = false;
+        bool isPartitioned = false;
 
         const Column* Find(std::string_view column) const;
         const Index* FindIndex(std::string_view index) const;

@@ -6,7 +6,9 @@
 #include <memory>
 
 #include "cli/installation_fixture.h"
+#include "cli/old_server.h"
 #include "cli/server/layout.h"
+#include "cli/server/server_version.h"
 #include "support/versions.h"
 #include "twupdate/update.h"
 #include "twupdate_host/mariadb_utility.h"
@@ -84,6 +86,41 @@ class Verify : public InstallationTest {
         return recorder->Result();
     }
 
+    /// The feature that brings an optional table, on sites that have no other one.
+    void NameFeatures(Layout& layout) {
+        using enum sample::Group;
+        const std::map<sample::Group, sample::Group> needs{
+            {kTemplates, kForms}, {kCharges, kShop}, {kAffiliates, kShop}};
+        std::int32_t siteId = 100;
+        for (const sample::Group group : sample::AllGroups()) {
+            sample::Groups groups{group};
+            if (const auto found = needs.find(group); found != needs.end()) {
+                groups.insert(found->second);
+            }
+            MakeSite(++siteId, kCurrentStored, groups);
+            const std::string database = "tw_" + std::to_string(siteId);
+            const Layout with =
+                Upgraded(database, [siteId](Update& u) { u.UpdateSite(siteId, 1.0); });
+            for (auto& [name, table] : layout.tables) {
+                if (table.optional && table.feature.empty() && with.tables.contains(name)) {
+                    table.feature = sample::GroupName(group);
+                }
+            }
+        }
+    }
+
+    /// What the ladders add to the web logs of a site; the rest of them is the web server's.
+    Layout UpgradedLogs() {
+        MakeCentralDatabase();
+        Layout logs = Upgraded("tw_logs", [](Update& u) { u.UpdateServer(1.0); });
+        for (auto& [name, table] : logs.tables) {
+            std::erase_if(table.items, [](const auto& item) { return item.second.step.empty(); });
+        }
+        Execute("DROP DATABASE tw_tarnwick;");
+        Execute("DROP DATABASE tw_logs;");
+        return logs;
+    }
+
     static std::shared_ptr<host::MariaDbUtility> Utility() {
         return std::make_shared<host::MariaDbUtility>(
             host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
@@ -102,6 +139,7 @@ void ExpectFresh(const std::string& name, const Layout& layout) {
 }
 
 TEST_F(Verify, TheLayoutsAreFresh) {
+    ExpectFresh("logs.txt", UpgradedLogs());
     MakeCentralDatabase();
     // The central database: as the ladders make it, and as the creation does.
     const Layout upgraded = Upgraded("tw_tarnwick", [](Update& u) { u.UpdateServer(1.0); });
@@ -111,6 +149,10 @@ TEST_F(Verify, TheLayoutsAreFresh) {
     const Layout bare = Upgraded("tw_8", [](Update& u) { u.UpdateSite(8, 1.0); });
     for (auto& [name, table] : site.tables) {
         table.optional = !bare.tables.contains(name);
+    }
+    NameFeatures(site);
+    for (const auto& [name, table] : site.tables) {
+        EXPECT_EQ(table.optional, !table.feature.empty()) << name;
     }
     ExpectFresh("site.txt", site);
 
@@ -125,6 +167,11 @@ TEST_F(Verify, TheLayoutsAreFresh) {
             item.step = otherItem.step;
             if (!item.Allows(otherItem.definitions.front())) {
                 item.definitions.push_back(otherItem.definitions.front());
+            }
+        }
+        for (const auto& [itemName, item] : other.items) {
+            if (!table.items.contains(itemName)) {  // an upgraded database alone has it
+                table.items[itemName] = {{item.definitions.front(), cli::kAbsent}, item.step};
             }
         }
     }
@@ -153,14 +200,12 @@ TEST_F(Verify, FindsNothingInAnUpgradedInstallationWithWhateverFeatures) {
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     const auto result = outcome.Json();
     EXPECT_EQ(result["findings"], nlohmann::json::array());
-    EXPECT_EQ(result["databases"].size(), 11U);
+    EXPECT_EQ(result["notes"], nlohmann::json::array());
+    EXPECT_EQ(result["databases"].size(), 12U);  // with the web logs
     // What a site without forms lacks is told apart from faults.
     EXPECT_THAT(result["absent_optional_tables"]["tw_1"].dump(), HasSubstr("\"formfield\""));
     EXPECT_FALSE(result["absent_optional_tables"].contains("tw_2"));
-    const std::string lines = Run({"verify"}).out;
-    const auto three = lines.find("tw_3: without");
-    EXPECT_NE(three, std::string::npos);
-    EXPECT_LT(three, lines.find("tw_10: without"));  // by number, not by name
+    EXPECT_EQ(Run({"verify"}).out, "12 databases compared: as they should be.\n");
 }
 
 TEST_F(Verify, SaysWhenThereIsNothingToCompare) {
@@ -205,6 +250,192 @@ TEST_F(Verify, NamesWhatIsMissingAndTheStepThatMakesIt) {
     EXPECT_EQ(Run({"verify", "--site", "10"}).status, 0);
     EXPECT_EQ(Run({"verify", "--site", "7"}).status, 3);
     EXPECT_EQ(Run({"verify", "--site", "11"}).status, 1);
+}
+
+/// What somebody may do to a table, and what is said of it.
+struct Change {
+    std::string table;
+    std::string sql;  ///< "{}" stands for the table
+    std::string text;
+    bool isNote = false;
+    bool newServersAlone = false;
+};
+
+const std::vector<Change>& Changes() {
+    const std::string left =
+        ": column double_temp is left over from an interrupted conversion; twupdate repair tells "
+        "what it holds";
+    static const std::vector<Change> changes{
+        // Tables
+        {"tw_7.orderpayment", "DROP TABLE {};",
+         "tw_7.orderpayment: the table is missing, and the site has others of its feature, shop"},
+        {"tw_7.ordertermsagreed", "DROP TABLE {};",
+         "tw_7.ordertermsagreed: the table is missing, and the site has others of its feature, "
+         "shop"},
+        {"tw_7.queryindex", "DROP TABLE {};",
+         "tw_7.queryindex: the table is missing, and the site has others of its feature, "
+         "templates"},
+        {"tw_7.charge", "DROP TABLE {};",
+         "tw_7.charge: the table is missing, and the site has others of its feature, charges"},
+        {"tw_7.formfield", "DROP TABLE {};",
+         "tw_7.formfield: the table is missing, and the site has others of its feature, forms"},
+        {"tw_7.css", "DROP TABLE {}; CREATE VIEW {} AS SELECT * FROM tw_7.kept;",
+         "tw_7.css: it is a view and must be a table"},
+        // Columns
+        {"tw_7.tag", "ALTER TABLE {} MODIFY media INT AS (1) STORED;",
+         "tw_7.tag: column media is media INT NULL STORED GENERATED; SiteSchemaStep_1_0050 makes "
+         "it: media INT DEFAULT '0' NOT NULL",
+         false, true},
+        {"tw_7.email",
+         "ALTER TABLE {} DROP COLUMN message, ADD COLUMN message LONGTEXT AS ('') VIRTUAL;",
+         "tw_7.email: column message is message LONGTEXT NULL VIRTUAL GENERATED; it belongs to "
+         "every version: message LONGTEXT NULL",
+         false, true},
+        {"tw_7.css", "ALTER TABLE {} MODIFY name VARCHAR(100) INVISIBLE DEFAULT '' NOT NULL;",
+         "tw_7.css: column name is name VARCHAR(100) DEFAULT '' NOT NULL INVISIBLE; it belongs to "
+         "every version: name VARCHAR(100) DEFAULT '' NOT NULL",
+         false, true},
+        {"tw_7.css", "ALTER TABLE {} MODIFY cssid INT NOT NULL INVISIBLE AUTO_INCREMENT;",
+         "tw_7.css: column cssid is cssid INT AUTO_INCREMENT NOT NULL INVISIBLE; it belongs to "
+         "every version: cssid INT AUTO_INCREMENT NOT NULL",
+         false, true},
+        {"tw_7.pagehit",
+         "ALTER TABLE {} MODIFY hittime DATETIME DEFAULT '1000-01-01 00:00' NOT NULL ON UPDATE "
+         "CURRENT_TIMESTAMP;",
+         "tw_7.pagehit: column hittime is hittime DATETIME DEFAULT '1000-01-01 00:00:00' NOT NULL "
+         "ON UPDATE CURRENT_TIMESTAMP"},
+        {"tw_7.forum", "ALTER TABLE {} ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;",
+         "tw_7.forum" + left},
+        {"tw_7.form_8", "ALTER TABLE {} ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;",
+         "tw_7.form_8" + left},
+        {"tw_tarnwick.emailerror", "ALTER TABLE {} ADD COLUMN double_temp DOUBLE DEFAULT 0;",
+         "tw_tarnwick.emailerror" + left},
+        {"tw_7.navigation", "ALTER TABLE {} ADD COLUMN note VARCHAR(9) NOT NULL;",
+         "tw_7.navigation: column note is not of the layout, NOT NULL and without a default: rows "
+         "that do not name it are refused"},
+        {"tw_tarnwick.emailerror", "ALTER TABLE {} ADD COLUMN note DATE NOT NULL;",
+         "tw_tarnwick.emailerror: column note is not of the layout, NOT NULL and without a "
+         "default: rows that do not name it are refused"},
+        // Keys
+        {"tw_7.setting", "ALTER TABLE {} ALTER INDEX overrideid_idx IGNORED;",
+         "tw_7.setting: KEY overrideid_idx is KEY overrideid_idx(overrideid) IGNORED; it belongs "
+         "to every version: KEY overrideid_idx(overrideid)",
+         false, true},
+        {"tw_7.setting", "ALTER TABLE {} DROP INDEX name_idx, ADD INDEX name_idx(name(15) DESC);",
+         "tw_7.setting: KEY name_idx is KEY name_idx(name(15) DESC); it belongs to every version: "
+         "KEY name_idx(name(15))",
+         false, true},
+        {"tw_logs.tw_1", "ALTER TABLE {} DROP INDEX LogTime_idx;",
+         "tw_logs.tw_1: KEY LogTime_idx is missing; ServerDataStep_1_0030 makes it: KEY "
+         "LogTime_idx(LogTime)"},
+        {"tw_logs.tw_1", "ALTER TABLE {} DROP INDEX target_idx, ADD INDEX target_idx(target(9));",
+         "tw_logs.tw_1: KEY target_idx is KEY target_idx(target(9)); ServerDataStep_1_0030 makes "
+         "it: KEY target_idx(target(7))"},
+        // What is for the owner to decide
+        {"tw_7.css", "ALTER TABLE {} ENGINE=MyISAM;",
+         "tw_7 has tables with the engine MyISAM and not InnoDB: css", true},
+        {"tw_tarnwick.emailerror", "ALTER TABLE {} ENGINE=MyISAM;",
+         "tw_tarnwick has tables with the engine MyISAM and not InnoDB: emailerror", true},
+        {"tw_7.cachesetting", "ALTER TABLE {} DEFAULT CHARACTER SET ascii;",
+         "tw_7 has tables with the collation ascii_general_ci, while its own is ", true},
+        {"tw_7.css",
+         "ALTER TABLE {} MODIFY name VARCHAR(100) CHARACTER SET ascii DEFAULT '' NOT NULL;",
+         "tw_7 has columns with the collation ascii_general_ci, which is not that of their table: "
+         "css.name",
+         true},
+        {"tw_7.css",
+         "ALTER TABLE {} MODIFY name VARCHAR(100) CHARACTER SET utf8mb4 COLLATE utf8mb4_bin "
+         "DEFAULT '' NOT NULL;",
+         "tw_7 has columns with the collation utf8mb4_bin, which is not that of their table: "
+         "css.name",
+         true},
+        {"tw_7.pagehit", "ALTER TABLE {} PARTITION BY HASH(hitid) PARTITIONS 3;",
+         "tw_7 has partitioned tables: pagehit", true},
+        {"tw_7.navigation", "ALTER TABLE {} ADD COLUMN a INT, ADD COLUMN b INT DEFAULT 1 NOT NULL;",
+         "tw_7.navigation has columns of its own: a, b", true},
+        {"tw_7.navigation", "ALTER TABLE {} ADD INDEX own(level), ADD UNIQUE INDEX once(level);",
+         "tw_7.navigation has keys of its own: UNIQUE KEY once(level), KEY own(level)", true},
+    };
+    return changes;
+}
+
+std::string WithTable(std::string sql, const std::string& table) {
+    for (auto at = sql.find("{}"); at != std::string::npos; at = sql.find("{}")) {
+        sql.replace(at, 2, table);
+    }
+    return sql;
+}
+
+/// Upgrades an installation, changes one table at a time and verifies it.
+class VerifyChanges : public Verify {
+  protected:
+    void ExpectEachChangeIsTold() {
+        MakeCentralDatabase();
+        MakeSite(7, "1.0000", sample::AllGroups());
+        for (const std::string& statement : sample::Layouts().FormTable(7, 8)) {
+            Execute(statement);
+        }
+        const Outcome upgraded = Run({"--sql-mode", "", "upgrade"});
+        ASSERT_EQ(upgraded.status, 0) << upgraded.err;
+        ExpectTold({}, {});
+        const bool isNew = cli::ServerVersion::Of(CliServer::Get().Root()).IsMariaDb();
+        for (const Change& change : Changes()) {
+            if (isNew || !change.newServersAlone) {
+                SCOPED_TRACE(WithTable(change.sql, change.table));
+                Try(change);
+            }
+        }
+        ExpectTold({}, {});
+    }
+
+  private:
+    void Try(const Change& change) {
+        const std::string kept = change.table.substr(0, change.table.find('.')) + ".kept";
+        Execute("RENAME TABLE " + change.table + " TO " + kept + ";");
+        Execute("CREATE TABLE " + change.table + " LIKE " + kept + ";");
+        for (const std::string& sql :
+             sample::SplitStatements(WithTable(change.sql, change.table))) {
+            Execute(sql);
+        }
+        const std::vector<std::string> texts{change.text};
+        ExpectTold(change.isNote ? std::vector<std::string>() : texts,
+                   change.isNote ? texts : std::vector<std::string>());
+        const bool isView = change.sql.find("CREATE VIEW") != std::string::npos;
+        Execute((isView ? "DROP VIEW " : "DROP TABLE IF EXISTS ") + change.table + ";");
+        Execute("RENAME TABLE " + kept + " TO " + change.table + ";");
+    }
+
+    static void ExpectTold(const std::vector<std::string>& findings,
+                           const std::vector<std::string>& notes) {
+        const Outcome outcome = Run({"verify", "--json"});
+        EXPECT_EQ(outcome.status, findings.empty() ? 0 : 3) << outcome.err;
+        const auto result = outcome.Json();
+        std::vector<std::string> told;
+        for (const auto& finding : result["findings"]) {
+            told.push_back(finding["text"]);
+        }
+        const auto begin = [](const std::vector<std::string>& texts) {
+            std::vector<testing::Matcher<std::string>> matchers;
+            for (const std::string& text : texts) {
+                matchers.push_back(testing::StartsWith(text));
+            }
+            return testing::ElementsAreArray(matchers);
+        };
+        EXPECT_THAT(told, begin(findings));
+        EXPECT_THAT(result["notes"].get<std::vector<std::string>>(), begin(notes));
+    }
+};
+
+TEST_F(VerifyChanges, AreToldAndNothingElse) {
+    ExpectEachChangeIsTold();
+}
+
+TEST_F(VerifyChanges, AreToldOnAnOldServer) {
+    if (!OldServer::IsThere()) {
+        GTEST_SKIP() << "no old server in build/old-server";
+    }
+    const OldServer server({"--character-set-server=utf8mb4"});
+    ExpectEachChangeIsTold();
 }
 
 /// A statement that spoils one item of a table, in one of several ways; empty when that way does
