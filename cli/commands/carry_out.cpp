@@ -20,7 +20,6 @@
 #include "cli/server/restore_mark.h"
 #include "cli/server/server_errors.h"
 #include "cli/terminal/text.h"
-#include "twupdate/error.h"
 
 namespace twupdate::cli {
 namespace {
@@ -47,7 +46,7 @@ nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
     auto list = nlohmann::ordered_json::array();
     for (const DatabaseDone& done : databases) {
         list.push_back({{"database", done.database},
-                        {"from", done.from},
+                        {"from", VersionText(done.from)},
                         {"steps", done.steps},
                         {"statements", done.statements},
                         {"seconds", std::chrono::duration<double>(done.duration).count()}});
@@ -178,10 +177,7 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
     }
 }
 
-std::string WhatToDo(const Run& run, const RunFailure& failure, const std::exception& error) {
-    if (dynamic_cast<const OutdatedCentralDatabaseError*>(&error) != nullptr) {
-        return "The command upgrade does so, and then upgrades the older sites, this one too.";
-    }
+std::string WhatToDo(const Run& run, const RunFailure& failure) {
     if (failure.where.step && !EffectOfRepeat(*failure.where.step).empty()) {
         return fmt::format(
             "{} does not simply run again: {}. Once the cause is fixed, run {}, which puts right "
@@ -256,7 +252,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     } catch (const std::exception& error) {
         const RunFailure failure = watch->Fail(error);
         ExplainFailure(session, console, failure);
-        const std::string resume = WhatToDo(run, failure, error);
+        const std::string resume = WhatToDo(run, failure);
         console.Error(WhatStands(watch->Databases()) + " " + resume);
         PrintServices(console, session.Services(), options.noServices);
         console.Result(JsonOf(run, *watch, session.Services(), backup, &failure, resume));

@@ -40,7 +40,7 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
         console.Result({{"command", "import-master-data"},
                         {"result", "nothing to do"},
                         {"site", siteId},
-                        {"version", version}});
+                        {"version", VersionText(version)}});
         return kDone;
     }
     RequireServices(session, options,
@@ -55,7 +55,7 @@ int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_
     run.marks->RequireWritable(database, Ladder::kServer, Ladder::kServerData, version);
     run.start = {"import-master-data", version, {}, siteId};
     run.result["site"] = siteId;
-    run.result["from"] = version;
+    run.result["from"] = VersionText(version);
     run.operation = [&](Update& update, Utility& /*host*/) {
         update.UpdateImportMasterData(siteId, version);
         run.marks->Recorded(database, Ladder::kServer, Ladder::kServerData);

@@ -129,12 +129,13 @@ void Print(const Plan& plan, Console& console) {
 }
 
 nlohmann::ordered_json JsonOf(const Plan& plan) {
-    nlohmann::ordered_json result{
-        {"command", "plan"}, {"version", plan.version}, {"current_version", kCurrentVersion}};
+    nlohmann::ordered_json result{{"command", "plan"},
+                                  {"version", VersionText(plan.version)},
+                                  {"current_version", VersionText(kCurrentVersion)}};
     auto& groups = result["groups"] = nlohmann::ordered_json::array();
     for (const Group& group : plan.old) {
         groups.push_back(
-            {{"version", group.version},
+            {{"version", VersionText(group.version)},
              {"sites", group.sites},
              {"schema_steps", PendingSteps(Ladder::kSiteSchema, group.version).size()},
              {"content_steps", PendingSteps(Ladder::kSiteContent, group.version).size()}});
@@ -143,7 +144,7 @@ nlohmann::ordered_json JsonOf(const Plan& plan) {
     auto& ladders = result["ladders"] = nlohmann::ordered_json::object();
     const auto add = [&](const LadderStep& step, std::uint64_t databases) {
         ladders[std::string(LadderName(step.ladder))].push_back(
-            {{"threshold", step.threshold},
+            {{"threshold", VersionText(step.threshold)},
              {"step", step.name},
              {"databases", databases},
              {"description", step.description}});
@@ -191,6 +192,12 @@ int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& 
     Session session(options);
     Installation installation(session.Own());
     Plan plan = MakePlan(installation, ProgressMarks(session.GetConnection()), siteId);
+    if (siteId && plan.old.empty() && plan.leftOut.empty()) {
+        console.Print(fmt::format("Site {} is at {} already; upgrade-site would do nothing.",
+                                  *siteId, VersionText(kCurrentVersion)));
+        console.Result(JsonOf(plan));
+        return kDone;
+    }
     if (planOptions.sql && (siteId || plan.central)) {
         PrintStatements(session, options, WalksOf(plan), console);
         return kDone;

@@ -80,7 +80,8 @@ void Print(const Walked& walked, const PlannedWalk& walk, Console& console) {
 }
 
 nlohmann::ordered_json JsonOf(const Walked& walked, const PlannedWalk& walk) {
-    nlohmann::ordered_json result{{"database", walked.database}, {"version", walk.version}};
+    nlohmann::ordered_json result{{"database", walked.database},
+                                  {"version", VersionText(walk.version)}};
     auto& statements = result["statements"] = nlohmann::ordered_json::array();
     for (const DryStatement& statement : walked.statements) {
         nlohmann::ordered_json item;
@@ -113,7 +114,8 @@ void PrintStatements(Session& session, const GlobalOptions& options,
     }
     host::Catalogue stored = host::ReadCatalogue(*connection, central);
     host::Catalogue layout = stored;
-    nlohmann::ordered_json result{{"command", "plan"}, {"current_version", kCurrentVersion}};
+    nlohmann::ordered_json result{{"command", "plan"},
+                                  {"current_version", VersionText(kCurrentVersion)}};
     auto& databases = result["databases"] = nlohmann::ordered_json::array();
     for (const PlannedWalk& walk : walks) {
         const std::string name = fmt::format("tw_{}", walk.siteId);

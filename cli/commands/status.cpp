@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands/commands.h"
@@ -20,13 +21,42 @@ double StartOf(const SiteRow& site, const ProgressMarks& marks) {
     return marks.ResumeVersion(fmt::format("tw_{}", site.siteId), *site.version);
 }
 
+/// What an upgrade has before it.
+struct Totals {
+    std::size_t oldSites = 0;
+    std::size_t unknown = 0;  ///< sites without a version
+    std::size_t centralSteps = 0;
+    std::size_t schemaSteps = 0;
+    std::size_t contentSteps = 0;
+
+    bool IsCurrent() const { return oldSites + unknown + centralSteps == 0; }
+};
+
+Totals TotalsOf(double version, const std::vector<SiteRow>& sites, const ProgressMarks& marks) {
+    Totals totals;
+    totals.centralSteps = PendingSteps(Ladder::kServer, version).size() +
+                          PendingSteps(Ladder::kServerData, version).size();
+    for (const SiteRow& site : sites) {
+        const SiteState state = site.State();
+        if (state == SiteState::kNoVersion) {
+            ++totals.unknown;
+        } else if (state == SiteState::kOld) {
+            const double start = StartOf(site, marks);
+            ++totals.oldSites;
+            totals.schemaSteps += PendingSteps(Ladder::kSiteSchema, start).size();
+            totals.contentSteps += PendingSteps(Ladder::kSiteContent, start).size();
+        }
+    }
+    return totals;
+}
+
 nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites,
-                              const ProgressMarks& marks) {
+                              const ProgressMarks& marks, const Totals& totals) {
     nlohmann::ordered_json result{
         {"command", "status"},
-        {"current_version", kCurrentVersion},
+        {"current_version", VersionText(kCurrentVersion)},
         {"installation",
-         {{"version", version},
+         {{"version", VersionText(version)},
           {"pending_server_steps", PendingSteps(Ladder::kServer, version).size()},
           {"pending_server_data_steps", PendingSteps(Ladder::kServerData, version).size()}}}};
     auto& list = result["sites"] = nlohmann::ordered_json::array();
@@ -34,7 +64,7 @@ nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites,
         nlohmann::ordered_json row{{"id", site.siteId}, {"name", site.name}};
         row["version"] = nullptr;
         if (site.version) {
-            row["version"] = *site.version;
+            row["version"] = VersionText(*site.version);
         }
         row["state"] = SiteStateText(site.State());
         if (site.version) {
@@ -44,6 +74,12 @@ nlohmann::ordered_json JsonOf(double version, const std::vector<SiteRow>& sites,
         }
         list.push_back(std::move(row));
     }
+    result["totals"] = {{"sites", sites.size()},
+                        {"old_sites", totals.oldSites},
+                        {"sites_without_version", totals.unknown},
+                        {"pending_central_steps", totals.centralSteps},
+                        {"pending_schema_steps", totals.schemaSteps},
+                        {"pending_content_steps", totals.contentSteps}};
     auto& interrupted = result["interrupted"] = nlohmann::ordered_json::array();
     for (const std::string& database : marks.Databases()) {
         for (const LadderStep& step : marks.Interrupted(database)) {
@@ -76,6 +112,13 @@ void PrintSites(const std::vector<SiteRow>& sites, const ProgressMarks& marks, C
     }
 }
 
+void PrintTotals(const Totals& totals, std::size_t sites, Console& console) {
+    console.Print(fmt::format("Total: {} of {} old; {}, {} and {} pending.", totals.oldSites,
+                              Count(sites, "site"), Count(totals.centralSteps, "central step"),
+                              Count(totals.schemaSteps, "schema step"),
+                              Count(totals.contentSteps, "content step")));
+}
+
 void PrintInterrupted(const ProgressMarks& marks, Console& console) {
     for (const std::string& database : marks.Databases()) {
         for (const LadderStep& step : marks.Interrupted(database)) {
@@ -96,7 +139,7 @@ std::filesystem::path KnownInstallFolder(const GlobalOptions& options) {
     }
 }
 
-int Status(const GlobalOptions& options, Console& console) {
+int Status(const GlobalOptions& options, Console& console, bool exitCode) {
     Session session(options);
     Installation installation(session.Own());
     const double version = installation.Version();
@@ -111,26 +154,35 @@ int Status(const GlobalOptions& options, Console& console) {
     if (!unfinished.empty()) {
         console.Warn(unfinished);
     }
+    const Totals totals = TotalsOf(version, sites, marks);
     if (sites.empty()) {
         console.Print("No sites.");
     } else {
         console.Print("");
         PrintSites(sites, marks, console);
+        PrintTotals(totals, sites.size(), console);
     }
     PrintInterrupted(marks, console);
-    auto result = JsonOf(version, sites, marks);
+    auto result = JsonOf(version, sites, marks, totals);
     if (!unfinished.empty()) {
         result["unfinished"] = unfinished;
     }
     console.Result(result);
-    return kDone;
+    return exitCode && !(totals.IsCurrent() && unfinished.empty()) ? kFindings : kDone;
 }
 
 }  // namespace
 
 void AddStatus(CLI::App& app, Invocation& invocation) {
-    app.add_subcommand("status", "Show the versions of the installation and its sites")
-        ->callback([&] { invocation.run = Status; });
+    auto* command =
+        app.add_subcommand("status", "Show the versions of the installation and its sites");
+    const auto exitCode = std::make_shared<bool>(false);
+    command->add_flag("--exit-code", *exitCode, "End with status 3 when steps are pending");
+    command->callback([&invocation, exitCode] {
+        invocation.run = [exitCode](const GlobalOptions& options, Console& console) {
+            return Status(options, console, *exitCode);
+        };
+    });
 }
 
 }  // namespace twupdate::cli

@@ -54,7 +54,7 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
     TellLeftOut(leftOut, console);
     console.Result({{"command", "upgrade"},
                     {"result", "nothing to do"},
-                    {"version", version},
+                    {"version", VersionText(version)},
                     {"older_sites", old.size()},
                     {"left_out", JsonOf(leftOut)}});
     return kDone;
@@ -112,7 +112,7 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
     }
     RequireServices(session, options, parts);
     RefuseWhatCannotBeResumed(session, *run.marks, version, run.start.sites, leftovers);
-    run.result["from"] = version;
+    run.result["from"] = VersionText(version);
     const LeftOut leftOut = SitesLeftOut(sites);
     run.start.leftOut = leftOut;
     run.result["left_out"] = JsonOf(leftOut);

@@ -70,7 +70,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
         console.Result({{"command", "upgrade-site"},
                         {"result", "nothing to do"},
                         {"site", arguments.siteId},
-                        {"version", version}});
+                        {"version", VersionText(version)}});
         return kDone;
     }
     SiteRow site;
@@ -80,7 +80,9 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
         throw CommandError(WithoutDatabaseText({site}) + "; nothing was done");
     }
     RequireSiteFiles(options);
-    RequireServices(session, options, {SitePart(arguments.siteId, version)});
+    const RunPart part = SitePart(arguments.siteId, version);
+    RequireCentralDatabase(session, options, part);
+    RequireServices(session, options, {part});
     Run run;
     run.lock = &lock;
     run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
@@ -91,7 +93,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
     run.start = {"upgrade-site", version, {site}, arguments.siteId};
     SetResumeVersions(*run.marks, run.start.sites, console);
     run.result["site"] = arguments.siteId;
-    run.result["from"] = version;
+    run.result["from"] = VersionText(version);
     run.result["recorded"] = !arguments.noRecord;
     run.operation = [&](Update& update, Utility& host) {
         if (arguments.noRecord) {

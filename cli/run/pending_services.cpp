@@ -8,6 +8,7 @@
 
 #include "cli/server/root_site.h"
 #include "cli/terminal/failure.h"
+#include "twupdate/error.h"
 #include "twupdate_host/dry_host.h"
 
 namespace twupdate::cli {
@@ -24,7 +25,13 @@ class Walk {
         options_.localHostName = options.localHostName;
     }
 
-    bool CallsServices(const RunPart& part) {
+    struct Result {
+        bool callsServices = false;
+        std::string outdated;  ///< what it lacks of a newer central database; empty: nothing
+    };
+
+    Result Try(const RunPart& part) {
+        Result result;
         const auto stored = host::ReadCatalogue(*connection_, part.databases);
         host::Catalogue layout = stored;
         if (central_) {  // as the central ladders, which run before, will have left it
@@ -36,6 +43,8 @@ class Walk {
         update.Configure(host);
         try {
             part.operation(update);
+        } catch (const OutdatedCentralDatabaseError& error) {
+            result.outdated = error.what();
         } catch (const std::exception&) {
             // What stops the walk stops the run, which says so; the calls before it count.
         }
@@ -43,9 +52,11 @@ class Walk {
             central_ = host->Layout().Databases().at(kCentral);
         }
         const auto& record = host->Record();
-        return std::any_of(record.begin(), record.end(), [](const DryStatement& statement) {
-            return statement.kind == DryStatement::Kind::kService;
-        });
+        result.callsServices =
+            std::any_of(record.begin(), record.end(), [](const DryStatement& statement) {
+                return statement.kind == DryStatement::Kind::kService;
+            });
+        return result;
     }
 
   private:
@@ -72,6 +83,17 @@ RunPart SitePart(std::int32_t siteId, double version) {
             [siteId, version](Update& update) { update.UpdateSite(siteId, version); }};
 }
 
+void RequireCentralDatabase(const Session& session, const GlobalOptions& options,
+                            const RunPart& site) {
+    Walk walk(session, options);
+    if (const std::string reason = walk.Try(site).outdated; !reason.empty()) {
+        throw CommandError(
+            fmt::format("{}: the command upgrade does so, and then upgrades the older sites, this "
+                        "one too; nothing was done",
+                        reason));
+    }
+}
+
 void RequireServices(const Session& session, const GlobalOptions& options,
                      const std::vector<RunPart>& parts) {
     if (options.noServices || !options.serviceCommand.empty() || !options.servicesLog.empty()) {
@@ -79,7 +101,7 @@ void RequireServices(const Session& session, const GlobalOptions& options,
     }
     Walk walk(session, options);
     if (std::any_of(parts.begin(), parts.end(),
-                    [&](const RunPart& part) { return walk.CallsServices(part); })) {
+                    [&](const RunPart& part) { return walk.Try(part).callsServices; })) {
         throw CommandError(
             "the run calls component services of the platform: name a program that carries them "
             "out (--service-command) or a file that records them (--services-log), or go on "

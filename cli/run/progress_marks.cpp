@@ -108,6 +108,7 @@ std::vector<std::string> ProgressMarks::Databases() const {
     for (const auto& [database, marks] : marks_) {
         names.push_back(database);
     }
+    std::sort(names.begin(), names.end(), ComesBefore);
     return names;
 }
 

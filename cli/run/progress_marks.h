@@ -36,7 +36,7 @@ class ProgressMarks final : public RunSink {
     /// content steps that has ended, since the whole schema ladder has ended before it.
     double ResumeVersion(const std::string& database, double version) const;
 
-    /// The databases that have marks, by name.
+    /// The databases that have marks; tw_2 comes before tw_10.
     std::vector<std::string> Databases() const;
 
     /// Tests whether the table can be created, where one of these steps is pending. Creates

@@ -243,7 +243,7 @@ TEST_F(Commands, UpgradePrintsItsResultAsJson) {
     ASSERT_TRUE(result.is_object()) << outcome.out;
     EXPECT_EQ(result["command"], "upgrade");
     EXPECT_EQ(result["result"], "done");
-    EXPECT_EQ(result["from"], 1.0262);
+    EXPECT_EQ(result["from"], "1.0262");
     EXPECT_EQ(result["databases"], 2);
     EXPECT_EQ(result["sites"], 1);
     const auto ofTheSite = PendingCount({Ladder::kSiteSchema, Ladder::kSiteContent}, 1.0262);
@@ -252,7 +252,7 @@ TEST_F(Commands, UpgradePrintsItsResultAsJson) {
     ASSERT_EQ(result["upgraded"].size(), 2U);
     EXPECT_EQ(result["upgraded"][0]["database"], "tw_tarnwick");
     EXPECT_EQ(result["upgraded"][1]["database"], "tw_7");
-    EXPECT_EQ(result["upgraded"][1]["from"], 1.0262);
+    EXPECT_EQ(result["upgraded"][1]["from"], "1.0262");
     EXPECT_EQ(result["upgraded"][1]["steps"], ofTheSite);
 }
 
@@ -288,16 +288,17 @@ TEST_F(Commands, UpgradeSiteStartsFromTheVersionThatItIsTold) {
 TEST_F(Commands, UpgradeSiteUnderAnOldCentralDatabaseNamesTheCommandThatHelps) {
     MakeCentralDatabase();
     MakeSite(8, "1.0000", sample::AllGroups());
+    const std::string untouched = StateOf("tw_8");
     Execute("INSERT INTO tw_8.commission(orderid) VALUES(5);");
     const Outcome outcome = Run({"upgrade-site", "8"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err,
-                HasSubstr("has no column cartorderid; upgrade the central database first\n"
-                          "twupdate: No database was upgraded to the end. The command upgrade does "
-                          "so, and then upgrades the older sites, this one too.\n"));
-    EXPECT_EQ(outcome.err.find("same command"), std::string::npos);
-    EXPECT_EQ(Run({"--json", "upgrade-site", "8"}).Json()["resume"],
-              "The command upgrade does so, and then upgrades the older sites, this one too.");
+    EXPECT_EQ(outcome.err,
+              "twupdate: SiteContentStep_1_0223 of tw_8: tw_tarnwick.accountpayment has no column "
+              "cartorderid; upgrade the central database first: the command upgrade does so, and "
+              "then upgrades the older sites, this one too; nothing was done\n");
+    Execute("DELETE FROM tw_8.commission;");
+    EXPECT_EQ(StateOf("tw_8"), untouched);
+    Execute("INSERT INTO tw_8.commission(orderid) VALUES(5);");
     EXPECT_EQ(Run({"upgrade"}).status, 0);
     EXPECT_EQ(SiteVersion(8), kCurrentStored);
 }
@@ -344,7 +345,7 @@ TEST_F(Commands, ImportMasterDataUpgradesTheCopiesInASite) {
     const Outcome outcome =
         Run({"--json", "--install-folder", empty.Path().string(), "import-master-data", "7"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.Json()["from"], 1);
+    EXPECT_EQ(outcome.Json()["from"], "1.0000");
     EXPECT_EQ(outcome.Json()["steps"], PendingCount({Ladder::kServer, Ladder::kServerData}, 1.0));
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.columns WHERE table_schema = 'tw_7' "
                    "AND table_name = 'tw_installation' AND column_name = 'mailserverusername';"),
@@ -391,7 +392,58 @@ TEST_F(Commands, StatusShowsTheInstallationAndItsSites) {
                   line("   5  Site 5    " + kCurrentShown + "   current     ", kCurrentVersion) +
                   line("   6  Site 6    1.9000   newer       ", 1.9) +
                   line("   7  Site 7    1.0000   hard-deleted", 1.0) +
-                  line("  30  Caf\xC3\xA9 \"Z\"  1.0262   old         ", 1.0262));
+                  line("  30  Caf\xC3\xA9 \"Z\"  1.0262   old         ", 1.0262) +
+                  fmt::format("Total: 2 of 5 sites old; {} central steps, {} schema steps and {} "
+                              "content steps pending.\n",
+                              PendingCount({Ladder::kServer, Ladder::kServerData}, 1.0),
+                              PendingCount({Ladder::kSiteSchema}, 1.0) +
+                                  PendingCount({Ladder::kSiteSchema}, 1.0262),
+                              PendingCount({Ladder::kSiteContent}, 1.0) +
+                                  PendingCount({Ladder::kSiteContent}, 1.0262)));
+}
+
+TEST_F(Commands, StatusTellsByItsExitStatusWhetherStepsArePending) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    const std::vector<std::string> ask{"status", "--exit-code"};
+    EXPECT_EQ(Run(ask).status, 0);
+    MakeSiteRow(5, kCurrentStored);
+    MakeSiteRow(7, "1.0000");
+    EXPECT_EQ(Run(ask).status, 3);
+    EXPECT_EQ(Run({"status"}).status, 0);
+    const auto totals = Run({"status", "--exit-code", "--json"}).Json()["totals"];
+    EXPECT_EQ(totals["sites"], 2);
+    EXPECT_EQ(totals["old_sites"], 1);
+    EXPECT_EQ(totals["pending_central_steps"], 0);
+    EXPECT_EQ(totals["pending_schema_steps"], PendingCount({Ladder::kSiteSchema}, 1.0));
+    EXPECT_EQ(totals["pending_content_steps"], PendingCount({Ladder::kSiteContent}, 1.0));
+    // An upgrade leaves it out.
+    Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 7;");
+    EXPECT_EQ(Run(ask).status, 0);
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+    EXPECT_EQ(Run(ask).status, 3);
+}
+
+TEST_F(Commands, StatusCannotSayThatASiteWithoutAVersionIsCurrent) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    MakeSiteRow(5, kCurrentStored);
+    Execute("ALTER TABLE tw_tarnwick.site MODIFY version DOUBLE NULL;");
+    Execute("UPDATE tw_tarnwick.site SET version = NULL;");
+    EXPECT_EQ(Run({"status", "--exit-code"}).status, 3);
+}
+
+TEST_F(Commands, StatusListsInterruptedStepsInTheOrderOfTheSites) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    for (const std::string database : {"tw_10", "tw_2"}) {
+        Execute("CREATE DATABASE " + database + ";");
+        Execute("CREATE TABLE " + database +
+                ".twupdate_progress(step VARCHAR(64) PRIMARY KEY, ended DATETIME);");
+        Execute("INSERT INTO " + database +
+                ".twupdate_progress(step) VALUES('SiteContentStep_1_0007');");
+    }
+    const auto interrupted = Run({"status", "--json"}).Json()["interrupted"];
+    ASSERT_EQ(interrupted.size(), 2U);
+    EXPECT_EQ(interrupted[0]["database"], "tw_2");
+    EXPECT_EQ(interrupted[1]["database"], "tw_10");
 }
 
 TEST_F(Commands, StatusKnowsSitesInTransactionOnceTheColumnIsThere) {
@@ -400,12 +452,12 @@ TEST_F(Commands, StatusKnowsSitesInTransactionOnceTheColumnIsThere) {
     Execute("UPDATE tw_tarnwick.site SET transaction = -1;");
     const auto result = Run({"--json", "status"}).Json();
     ASSERT_TRUE(result.is_object());
-    EXPECT_EQ(result["installation"]["version"], kCurrentVersion);
+    EXPECT_EQ(result["installation"]["version"], kCurrentShown);
     EXPECT_EQ(result["installation"]["pending_server_steps"], 0);
     ASSERT_EQ(result["sites"].size(), 1U);
     EXPECT_EQ(result["sites"][0]["id"], 5);
     EXPECT_EQ(result["sites"][0]["name"], "Site 5");
-    EXPECT_EQ(result["sites"][0]["version"], 1.02);
+    EXPECT_EQ(result["sites"][0]["version"], "1.0200");
     EXPECT_EQ(result["sites"][0]["state"], "in transaction");
 }
 

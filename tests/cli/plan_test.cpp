@@ -56,9 +56,9 @@ TEST_F(Plan, TellsTheSameInJson) {
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 8;");
     const auto plan = Run({"--json", "plan"}).Json();
     ASSERT_TRUE(plan.is_object());
-    EXPECT_EQ(plan["version"], 1.0);
+    EXPECT_EQ(plan["version"], "1.0000");
     ASSERT_EQ(plan["groups"].size(), 1U);
-    EXPECT_EQ(plan["groups"][0]["version"], 1.0094);
+    EXPECT_EQ(plan["groups"][0]["version"], "1.0094");
     EXPECT_EQ(plan["groups"][0]["sites"], nlohmann::json::array({3}));
     EXPECT_EQ(plan["groups"][0]["schema_steps"], PendingCount({Ladder::kSiteSchema}, 1.0094));
     EXPECT_EQ(plan["left_out"]["hard-deleted"], nlohmann::json::array({8}));
@@ -67,7 +67,7 @@ TEST_F(Plan, TellsTheSameInJson) {
     EXPECT_EQ(plan["ladders"]["site content"].size(), PendingCount({Ladder::kSiteContent}, 1.0094));
     const auto& last = plan["ladders"]["site schema"].back();
     EXPECT_EQ(last["step"], std::string(LadderSteps(Ladder::kSiteSchema).back().name));
-    EXPECT_EQ(last["threshold"], LadderSteps(Ladder::kSiteSchema).back().threshold);
+    EXPECT_EQ(last["threshold"], "1.0264");
     EXPECT_EQ(last["databases"], 1);
 }
 
@@ -91,6 +91,23 @@ TEST_F(Plan, OfACurrentInstallationIsEmpty) {
     EXPECT_EQ(outcome.out, "Installation: version " + kCurrentShown + " of " + kCurrentShown +
                                "; an upgrade would do nothing.\n"
                                "Older all the same, 1.0262: 1 site (3); see upgrade-site\n");
+}
+
+TEST_F(Plan, OfACurrentSiteSaysSo) {
+    MakeCentralDatabase();
+    MakeSiteRow(3, kCurrentStored);
+    const std::string text =
+        "Site 3 is at " + kCurrentShown + " already; upgrade-site would do nothing.\n";
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{}, std::vector<std::string>{"--sql"}}) {
+        std::vector<std::string> words{"plan", "--site", "3"};
+        words.insert(words.end(), options.begin(), options.end());
+        const Outcome outcome = Run(words);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, text);
+        words.emplace_back("--json");
+        EXPECT_EQ(Run(words).Json()["groups"], nlohmann::json::array());
+    }
 }
 
 TEST_F(Plan, PrintsTheStatements) {
@@ -119,7 +136,7 @@ TEST_F(Plan, PrintsTheStatementsOfOneSiteInJson) {
     const auto plan = Run({"--json", "plan", "--sql", "--site", "7"}).Json();
     ASSERT_EQ(plan["databases"].size(), 1U);
     EXPECT_EQ(plan["databases"][0]["database"], "tw_7");
-    EXPECT_EQ(plan["databases"][0]["version"], 1.0262);
+    EXPECT_EQ(plan["databases"][0]["version"], "1.0262");
     ASSERT_EQ(plan["databases"][0]["statements"].size(), 1U);
     const auto& statement = plan["databases"][0]["statements"][0];
     EXPECT_EQ(statement["step"], "SiteSchemaStep_1_0264");
