@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <fstream>
 #include <sstream>
 #include <string_view>
@@ -26,7 +25,6 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
-constexpr std::size_t kLogLinesShown = 15;
 constexpr auto kPollInterval = 5ms;
 
 std::string ErrnoText() {
@@ -97,30 +95,19 @@ std::string EndInWords(int status) {
     return "ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// What a log says about a failure, from a byte on: its last errors, or its last lines where it
-/// names none.
-std::string Complaints(const fs::path& log, std::uintmax_t from) {
+/// The first error that a log names from a byte on, which is mostly the cause of those that follow
+/// it, and where the log is.
+std::string Complaint(const fs::path& log, std::uintmax_t from) {
+    constexpr std::string_view kError = "[ERROR] ";
     std::ifstream file(log);
     file.seekg(static_cast<std::streamoff>(from));
-    std::deque<std::string> errors;
-    std::deque<std::string> lines;
-    const auto keep = [](std::deque<std::string>& kept, const std::string& line) {
-        kept.push_back(line);
-        if (kept.size() > kLogLinesShown) {
-            kept.pop_front();
-        }
-    };
-    for (std::string line; std::getline(file, line);) {
-        keep(lines, line);
-        if (line.find("ERROR") != std::string::npos) {
-            keep(errors, line);
+    std::string error;
+    for (std::string line; error.empty() && std::getline(file, line);) {
+        if (const auto at = line.find(kError); at != std::string::npos) {
+            error = ": " + line.substr(at + kError.size());
         }
     }
-    std::string text = "\n" + log.string() + " says:";
-    for (const std::string& line : errors.empty() ? lines : errors) {
-        text += "\n    " + line;
-    }
-    return text;
+    return error + "; its log is " + log.string();
 }
 
 /// Is there as long as an initialisation has not come to its end.
@@ -329,7 +316,7 @@ void PrivateServer::InitialiseIfEmpty() {
                                       TemporaryTables(folder_),
                                       "--auth-root-authentication-method=normal",
                                       "--skip-test-db",
-                                      "--skip-name-resolve"};
+                                      "--force"};  // it ends where no host name can be resolved
     for (const auto& more : {UserOption(), StorageOptions(options_)}) {
         words.insert(words.end(), more.begin(), more.end());
     }
@@ -338,7 +325,7 @@ void PrivateServer::InitialiseIfEmpty() {
     if (end_ != EndInWords(0)) {
         throw PrivateServerError("the folder " + folder_.string() +
                                  " cannot be initialised: mariadb-install-db " + end_ +
-                                 Complaints(ErrorLog(), logStart_));
+                                 Complaint(ErrorLog(), logStart_));
     }
     fs::remove(marker);
 }
@@ -375,7 +362,7 @@ void PrivateServer::WaitUntilItAnswers() {
     while (std::chrono::steady_clock::now() < end) {
         if (HasEnded()) {
             throw PrivateServerError("the server in " + folder_.string() + " does not start: it " +
-                                     end_ + Complaints(ErrorLog(), logStart_));
+                                     end_ + Complaint(ErrorLog(), logStart_));
         }
         std::error_code error;
         if (fs::exists(Socket(), error)) {
@@ -394,7 +381,7 @@ void PrivateServer::WaitUntilItAnswers() {
     }
     throw PrivateServerError("the server in " + folder_.string() + " is not up after " +
                              std::to_string(options_.startTimeout.count()) + " seconds: " + answer +
-                             Complaints(ErrorLog(), logStart_));
+                             Complaint(ErrorLog(), logStart_));
 }
 
 bool PrivateServer::HasEnded() {

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/server/server_options.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
@@ -20,29 +21,9 @@
 namespace twupdate::cli {
 namespace {
 
-constexpr const char* kServerGroup = "Server";
 constexpr const char* kComponentGroup = "Component";
 constexpr const char* kRunGroup = "Run";
 constexpr const char* kOutputGroup = "Output";
-
-/// Takes the ways in which the server's own clients are given a password, to say why this program
-/// has none of them. The message leaves out what was given.
-void RefusePasswords(CLI::App& app) {
-    app.add_option("-p,--password",
-                   [](const CLI::results_t&) -> bool {
-                       throw CLI::ValidationError(
-                           "a password is not taken from the command line, where every user of "
-                           "the machine can read it; use --password-file, the variable MYSQL_PWD "
-                           "or an option file (--defaults-file)");
-                   })
-        ->expected(0, 1)
-        ->group("");
-}
-
-/// An empty value is a variable of the shell that was not set.
-std::string FaultOfEmptyValue(const std::string& value) {
-    return value.empty() ? "the value must not be empty" : "";
-}
 
 /// What the central database's column of domain names takes.
 std::string FaultOfHostName(const std::string& name) {
@@ -56,62 +37,6 @@ std::string FaultOfHostName(const std::string& name) {
 std::string VersionLine() {
     return fmt::format("twupdate {} (brings databases to version {})", TWUPDATE_VERSION,
                        VersionText(kCurrentVersion));
-}
-
-void AddServerOptions(CLI::App& app, GlobalOptions& options) {
-    app.add_option("--defaults-file", options.defaultsFile,
-                   "Read the groups [client] and [twupdate] of this option file alone")
-        ->type_name("FILE")
-        ->check(CLI::ExistingFile)
-        ->group(kServerGroup);
-    app.add_option("--socket,-S", options.socket, "Unix socket of the server")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kServerGroup);
-    app.add_option("--host,-H", options.host, "Host name of the server")
-        ->type_name("NAME")
-        ->check(FaultOfEmptyValue)
-        ->group(kServerGroup);
-    app.add_option("--port,-P", options.port, "TCP port of the server")
-        ->type_name("NUMBER")
-        ->transform(Decimal())
-        ->check(CLI::Range(1, 65535))
-        ->group(kServerGroup);
-    app.add_option("--user,-u", options.user, "User name on the server")
-        ->type_name("NAME")
-        ->check(FaultOfEmptyValue)
-        ->group(kServerGroup);
-    app.add_option("--password-file", options.passwordFile,
-                   "File whose first line is the password (also: the variable MYSQL_PWD)")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kServerGroup);
-    app.add_option("--ssl-ca", options.sslCa, "File of the certificate authority; turns TLS on")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kServerGroup);
-    app.add_flag("--ssl-verify-server-cert", options.sslVerifyServerCert,
-                 "Check the server's certificate and host name; turns TLS on")
-        ->group(kServerGroup);
-    app.add_option("--charset", options.charset, "Character set of the connection")
-        ->type_name("NAME")
-        ->check(FaultOfEmptyValue)
-        ->capture_default_str()
-        ->group(kServerGroup);
-    app.add_option("--sql-mode", options.sqlMode,
-                   "sql_mode of the connection (default: the server's)")
-        ->type_name("MODES")
-        ->group(kServerGroup);
-    auto* datadir =
-        app.add_option("--datadir", options.datadir,
-                       "Start a private server on this folder for the time of the command")
-            ->type_name("DIR")
-            ->check(FaultOfEmptyValue)
-            ->group(kServerGroup);
-    for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
-                              "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {
-        datadir->excludes(app.get_option(other));
-    }
 }
 
 void AddComponentOptions(CLI::App& app, GlobalOptions& options) {
@@ -201,26 +126,6 @@ void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kOutputGroup);
 }
 
-/// The words behind the program's name, the last first, as the parser takes them. It would take the
-/// word after `--option=` for the value, so that an empty value becomes a word of its own.
-std::vector<std::string> WordsOf(int argc, char** argv) {
-    std::vector<std::string> words;
-    for (int i = 1; i < argc; ++i) {
-        std::string word = argv[i];
-        const bool isEmptyValue =
-            word.starts_with("--") && word.size() > 3 && word.find('=') == word.size() - 1;
-        if (isEmptyValue) {
-            word.pop_back();
-        }
-        words.push_back(std::move(word));
-        if (isEmptyValue) {
-            words.emplace_back();
-        }
-    }
-    std::reverse(words.begin(), words.end());
-    return words;
-}
-
 /// Writes to the standard output. A reader that went away has had enough, which is no failure.
 bool PutText(const std::string& text) {
     errno = 0;
@@ -238,7 +143,6 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     app.fallthrough();
     app.get_formatter()->column_width(36);
     AddServerOptions(app, invocation.global);
-    RefusePasswords(app);
     AddComponentOptions(app, invocation.global);
     AddRunOptions(app, invocation.global);
     AddOutputOptions(app, invocation.global);

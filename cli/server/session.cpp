@@ -8,51 +8,15 @@
 #include <vector>
 
 #include "cli/server/queries.h"
+#include "cli/server/server_options.h"
 #include "cli/server/server_version.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/json_lines.h"
-#include "twupdate_host/password_file.h"
 
 namespace twupdate::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-template <typename Text>
-std::optional<Text> IfGiven(const Text& text) {
-    return text.empty() ? std::nullopt : std::optional<Text>(text);
-}
-
-std::string PasswordFrom(const fs::path& file) {
-    try {
-        return host::ReadPasswordFile(file);
-    } catch (const std::runtime_error& error) {
-        throw CommandError(error.what(), kWrongUse);
-    }
-}
-
-host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
-    host::ConnectionOptions connect;
-    if (!options.defaultsFile.empty()) {
-        connect.defaultsFile = options.defaultsFile;
-    }
-    connect.host = IfGiven(options.host);
-    connect.port = options.port;
-    if (!options.socket.empty()) {
-        connect.socket = options.socket;
-    }
-    connect.user = IfGiven(options.user);
-    if (!options.passwordFile.empty()) {
-        connect.password = PasswordFrom(options.passwordFile);
-    }
-    if (!options.sslCa.empty()) {
-        connect.sslCa = options.sslCa;
-    }
-    if (options.sslVerifyServerCert) {
-        connect.sslVerifyServerCert = true;
-    }
-    return connect;
-}
 
 std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder, DataFolder kind) {
     if (folder.empty()) {
@@ -87,8 +51,7 @@ Session::Session(const GlobalOptions& options, DataFolder folder)
     : options_(options),
       server_(StartPrivateServer(options.datadir, folder)),
       connectOptions_(server_ ? server_->ConnectOptions() : ConnectionOptionsFrom(options)) {
-    connectOptions_.charset = options.charset;
-    connectOptions_.sqlMode = options.sqlMode;
+    SetSessionOptions(options, connectOptions_);
     connectOptions_.lockWaitTimeoutSeconds = options.ddlTimeoutSeconds;
     connection_ = Connect();
     host::MariaDbUtilityOptions own;

@@ -371,6 +371,10 @@ std::string FaultOfNumber(std::string& word) {
     return "";
 }
 
+std::string FaultOfEmptyValue(const std::string& value) {
+    return value.empty() ? "the value must not be empty" : "";
+}
+
 std::string FaultOfVersion(const std::string& word) {
     const Value version(word);
     return version.IsNumeric() && version.ToDouble() >= 0

@@ -68,6 +68,9 @@ bool ComesBefore(std::string_view name, std::string_view other);
 /// is, which is left without the zeros that it begins with.
 std::string FaultOfNumber(std::string& word);
 
+/// What a parser says of an empty value, which is a variable of the shell that was not set.
+std::string FaultOfEmptyValue(const std::string& value);
+
 /// What a parser says of a word that is no version; nothing of a decimal number not below 0.
 std::string FaultOfVersion(const std::string& word);
 

@@ -9,12 +9,14 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
 
+#include "cli/server/options.h"
+#include "cli/server/server_options.h"
+#include "cli/terminal/decimal.h"
+#include "cli/terminal/failure.h"
 #include "sample/installation.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/mariadb_utility.h"
-#include "twupdate_host/password_file.h"
 #include "twupdate_host/private_server.h"
 
 namespace twupdate {
@@ -22,19 +24,19 @@ namespace {
 
 struct Options {
     sample::InstallationOptions installation;
-    host::ConnectionOptions connection;
-    std::optional<std::filesystem::path> dataFolder;
-    std::optional<std::filesystem::path> passwordFile;
+    cli::GlobalOptions server;  ///< those that say how it is reached
 };
 
 void AddOptions(CLI::App& app, Options& options) {
     auto& installation = options.installation;
     app.add_option("--sites", installation.sites, "number of sites")
         ->type_name("N")
+        ->transform(cli::Decimal())
         ->check(CLI::Range(0, 100000))
         ->capture_default_str();
     app.add_option("--rows", installation.rows, "rows in each of a site's large tables")
         ->type_name("N")
+        ->transform(cli::Decimal())
         ->check(CLI::Range(0, 10000000))
         ->capture_default_str();
     app.add_option("--seed", installation.seed, "another seed makes other rows")
@@ -50,24 +52,7 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--sample-rows", installation.rowFolder, "the rows with fixed ids")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory);
-    app.add_option("--datadir", options.dataFolder,
-                   "start a private server on this folder for the time of the command")
-        ->type_name("DIR");
-    app.add_option("--defaults-file", options.connection.defaultsFile,
-                   "read [client] and [twupdate] of this option file only")
-        ->type_name("FILE");
-    app.add_option("--socket", options.connection.socket, "Unix socket of the server")
-        ->type_name("FILE");
-    app.add_option("--host", options.connection.host, "host name of the server")->type_name("NAME");
-    app.add_option("--port", options.connection.port, "TCP port of the server")
-        ->type_name("NUMBER");
-    app.add_option("--user", options.connection.user,
-                   "user name on the server; the password comes from --password-file, option files "
-                   "or MYSQL_PWD")
-        ->type_name("NAME");
-    app.add_option("--password-file", options.passwordFile, "file whose first line is the password")
-        ->type_name("FILE")
-        ->excludes("--datadir");
+    cli::AddServerOptions(app, options.server);
 }
 
 /// On a terminal: which site is being made. A line that is drawn over, or plain ones where the
@@ -109,14 +94,14 @@ void Make(Options options) {
         progress.Show(number, sites);
     };
     std::optional<host::PrivateServer> server;
-    host::ConnectionOptions connection = options.connection;
-    if (options.passwordFile) {
-        connection.password = host::ReadPasswordFile(*options.passwordFile);
-    }
-    if (options.dataFolder) {
-        server.emplace(*options.dataFolder,
+    host::ConnectionOptions connection;
+    if (options.server.datadir.empty()) {
+        connection = cli::ConnectionOptionsFrom(options.server);
+    } else {
+        server.emplace(options.server.datadir,
                        host::PrivateServerOptions{.fast = true, .serverOptions = {}});
         connection = server->ConnectOptions();
+        cli::SetSessionOptions(options.server, connection);
     }
     host::MariaDbUtilityOptions utility;
     if (!options.installation.root.empty()) {
@@ -147,7 +132,7 @@ int Main(int argc, char** argv) {
     Options options;
     AddOptions(app, options);
     try {
-        app.parse(argc, argv);
+        app.parse(cli::WordsOf(argc, argv));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
@@ -155,9 +140,14 @@ int Main(int argc, char** argv) {
         Make(options);
         Print(options);
         return 0;
+    } catch (const cli::CommandError& error) {
+        std::fprintf(stderr, "twupdate-sample: %s\n", error.what());
+        return error.Code();
     } catch (const HostError& error) {
-        std::fprintf(stderr, "twupdate-sample: %s\n  statement: %.500s\n", error.what(),
-                     error.Statement().c_str());
+        std::fprintf(stderr, "twupdate-sample: %s\n", error.what());
+        if (!error.Statement().empty()) {
+            std::fprintf(stderr, "  statement: %.500s\n", error.Statement().c_str());
+        }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "twupdate-sample: %s\n", error.what());
     }

@@ -216,12 +216,28 @@ TEST_F(SampleProgram, TakesThePasswordFromAFile) {
     const std::string maker = "--socket " + ServerTest::Server().Socket().string() +
                               " --user maker --sites 0 --password-file ";
     EXPECT_EQ(0, Run(maker + (Root() / "password").string())) << Output();
-    EXPECT_EQ(1, Run(maker + (Root() / "missing").string()));
+    EXPECT_EQ(2, Run(maker + (Root() / "missing").string()));
     EXPECT_THAT(Output(), testing::HasSubstr("cannot read the password file "));
     fs::permissions(Root() / "password", fs::perms::others_read, fs::perm_options::add);
-    EXPECT_EQ(1, Run(maker + (Root() / "password").string()));
+    EXPECT_EQ(2, Run(maker + (Root() / "password").string()));
     EXPECT_THAT(Output(), testing::HasSubstr("chmod 600"));
     Sql("DROP USER 'maker'@'localhost';");
+}
+
+TEST_F(SampleProgram, IsToldOfTheServerAsTheProgramIs) {
+    const std::string socket = ServerTest::Server().Socket().string();
+    EXPECT_EQ(0, Run("--sites 0 -u root --charset utf8mb4 --sql-mode= -S " + socket)) << Output();
+    const std::string server = "--sites 0 --socket " + socket;
+    for (const std::string wrong :
+         {" --user=", " -psecret", " --datadir /tmp/x",
+          " --ssl-ca=", " --charset=", " --password-file=", " --defaults-file /nonexistent"}) {
+        EXPECT_EQ(2, Run(server + wrong)) << wrong << Output();
+        EXPECT_EQ(std::string::npos, Output().find("secret"));
+    }
+    EXPECT_EQ(2, Run("--sites 0x1 --socket " + socket)) << Output();
+    EXPECT_EQ(2, Run("--sites 0 --host localhost --port 0xcea")) << Output();
+    EXPECT_EQ(1, Run(server + " --user root --charset gbk"));
+    EXPECT_THAT(Output(), testing::HasSubstr("the character set gbk is refused"));
 }
 
 TEST_F(SampleProgram, FailsWhereAnInstallationIsAlready) {

@@ -1,0 +1,154 @@
+#include "cli/server/server_options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/terminal/decimal.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+#include "twupdate_host/password_file.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr const char* kServerGroup = "Server";
+
+/// Takes the ways in which the server's own clients are given a password, to say why this program
+/// has none of them. The message leaves out what was given.
+void RefusePasswords(CLI::App& app) {
+    app.add_option("-p,--password",
+                   [](const CLI::results_t&) -> bool {
+                       throw CLI::ValidationError(
+                           "a password is not taken from the command line, where every user of "
+                           "the machine can read it; use --password-file, the variable MYSQL_PWD "
+                           "or an option file (--defaults-file)");
+                   })
+        ->expected(0, 1)
+        ->group("");
+}
+
+template <typename Text>
+std::optional<Text> IfGiven(const Text& text) {
+    return text.empty() ? std::nullopt : std::optional<Text>(text);
+}
+
+std::string PasswordFrom(const std::filesystem::path& file) {
+    try {
+        return host::ReadPasswordFile(file);
+    } catch (const std::runtime_error& error) {
+        throw CommandError(error.what(), kWrongUse);
+    }
+}
+
+}  // namespace
+
+void AddServerOptions(CLI::App& app, GlobalOptions& options) {
+    app.add_option("--defaults-file", options.defaultsFile,
+                   "Read the groups [client] and [twupdate] of this option file alone")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile)
+        ->group(kServerGroup);
+    app.add_option("--socket,-S", options.socket, "Unix socket of the server")
+        ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
+        ->group(kServerGroup);
+    app.add_option("--host,-H", options.host, "Host name of the server")
+        ->type_name("NAME")
+        ->check(FaultOfEmptyValue)
+        ->group(kServerGroup);
+    app.add_option("--port,-P", options.port, "TCP port of the server")
+        ->type_name("NUMBER")
+        ->transform(Decimal())
+        ->check(CLI::Range(1, 65535))
+        ->group(kServerGroup);
+    app.add_option("--user,-u", options.user, "User name on the server")
+        ->type_name("NAME")
+        ->check(FaultOfEmptyValue)
+        ->group(kServerGroup);
+    app.add_option("--password-file", options.passwordFile,
+                   "File whose first line is the password (also: the variable MYSQL_PWD)")
+        ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
+        ->group(kServerGroup);
+    app.add_option("--ssl-ca", options.sslCa, "File of the certificate authority; turns TLS on")
+        ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
+        ->group(kServerGroup);
+    app.add_flag("--ssl-verify-server-cert", options.sslVerifyServerCert,
+                 "Check the server's certificate and host name; turns TLS on")
+        ->group(kServerGroup);
+    app.add_option("--charset", options.charset, "Character set of the connection")
+        ->type_name("NAME")
+        ->check(FaultOfEmptyValue)
+        ->capture_default_str()
+        ->group(kServerGroup);
+    app.add_option("--sql-mode", options.sqlMode,
+                   "sql_mode of the connection (default: the server's)")
+        ->type_name("MODES")
+        ->group(kServerGroup);
+    RefusePasswords(app);
+    auto* datadir =
+        app.add_option("--datadir", options.datadir,
+                       "Start a private server on this folder for the time of the command")
+            ->type_name("DIR")
+            ->check(FaultOfEmptyValue)
+            ->group(kServerGroup);
+    for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
+                              "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {
+        datadir->excludes(app.get_option(other));
+    }
+}
+
+std::vector<std::string> WordsOf(int argc, char** argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        std::string word = argv[i];
+        const bool isEmptyValue =
+            word.starts_with("--") && word.size() > 3 && word.find('=') == word.size() - 1;
+        if (isEmptyValue) {
+            word.pop_back();
+        }
+        words.push_back(std::move(word));
+        if (isEmptyValue) {
+            words.emplace_back();
+        }
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
+host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
+    host::ConnectionOptions connect;
+    if (!options.defaultsFile.empty()) {
+        connect.defaultsFile = options.defaultsFile;
+    }
+    connect.host = IfGiven(options.host);
+    connect.port = options.port;
+    if (!options.socket.empty()) {
+        connect.socket = options.socket;
+    }
+    connect.user = IfGiven(options.user);
+    if (!options.passwordFile.empty()) {
+        connect.password = PasswordFrom(options.passwordFile);
+    }
+    if (!options.sslCa.empty()) {
+        connect.sslCa = options.sslCa;
+    }
+    if (options.sslVerifyServerCert) {
+        connect.sslVerifyServerCert = true;
+    }
+    SetSessionOptions(options, connect);
+    return connect;
+}
+
+void SetSessionOptions(const GlobalOptions& options, host::ConnectionOptions& connect) {
+    connect.charset = options.charset;
+    connect.sqlMode = options.sqlMode;
+}
+
+}  // namespace twupdate::cli
