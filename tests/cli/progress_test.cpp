@@ -68,10 +68,14 @@ class ProgressOfARun : public InstallationTest {
 TEST_F(ProgressOfARun, IsALineThatMakesRoomForWhatFollows) {
     MakeNearlyCurrentInstallation();
     MakeUpgradedSite(7, "1.0200");
-    const Outcome outcome = RunOnTerminal(With({"upgrade"}));
+    const Outcome outcome =
+        RunOnTerminal(With({"--backup", (folder_ / "backup").string(), "upgrade"}));
     EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_THAT(DrawnLines(outcome.out),
-                Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s  tw_tarnwick")));
+    EXPECT_THAT(
+        DrawnLines(outcome.out),
+        AllOf(Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s  dumping tw_tarnwick$")),
+              Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s, about [0-9.]+ s left  dumping "
+                                     "tw_7$"))));
     // The line is gone when the summary stands there.
     EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[KDone: 2 databases"));
 }
