@@ -341,6 +341,10 @@ class CObserver final : public Observer {
     void SiteEnded(std::int32_t siteId) override {
         Tell("SiteEnded", callbacks_->Table().site_ended, siteId);
     }
+    void FileCopied(const std::filesystem::path& source,
+                    const std::filesystem::path& destination) override {
+        Tell("FileCopied", callbacks_->Table().file_copied, source.c_str(), destination.c_str());
+    }
 
   private:
     static twu_ladder ToC(Ladder ladder) { return static_cast<twu_ladder>(ladder); }

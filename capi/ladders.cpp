@@ -60,6 +60,10 @@ const twu_step* FindStep(twu_ladder ladder, std::size_t index) {
 
 using twupdate::capi::FindLadder;
 
+const char* twu_version(void) {
+    return TWUPDATE_VERSION;
+}
+
 double twu_current_version(void) {
     return twupdate::kCurrentVersion;
 }

@@ -25,7 +25,11 @@ int Main(int argc, char** argv) {
     const auto fail = [&console](const std::exception& error, ExitCode code) {
         const std::string text = ErrorText(error);
         console.Error(text);
-        console.Result({{"result", "failed"}, {"error", {{"text", text}}}});
+        nlohmann::ordered_json told{{"text", FactOf(text)}};
+        if (const std::string hint = HintOf(text); !hint.empty()) {
+            told["hint"] = hint;
+        }
+        console.Result({{"result", "failed"}, {"error", told}});
         return code;
     };
     try {

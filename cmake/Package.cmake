@@ -1,6 +1,7 @@
 # Debian packages: library, headers, tool. Made by ./dev package; installed into a clean folder and
 # removed again by tests/package/packages_test.sh.
-set(TWUPDATE_MAINTAINER "twUpdate developers <twupdate@localhost>")
+set(TWUPDATE_MAINTAINER "twUpdate developers <twupdate@packages.invalid>" CACHE STRING
+    "name and address in the Debian packages")
 configure_file(packaging/changelog.in changelog.debian @ONLY)
 add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/changelog.gz
   COMMAND gzip -9nc changelog.debian > changelog.gz
@@ -15,10 +16,18 @@ foreach(package IN ITEMS "library;libtwupdate1" "development;libtwupdate-dev" "t
   install(FILES ${CMAKE_BINARY_DIR}/changelog.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name}
           COMPONENT ${component})
 endforeach()
-install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/twupdate
-        COMPONENT tool)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/twupdate
-        COMPONENT tool FILES_MATCHING PATTERN "*.md")
+find_package(Python3 COMPONENTS Interpreter QUIET)
+if(Python3_FOUND)
+  file(GLOB_RECURSE TWUPDATE_PAGES CONFIGURE_DEPENDS docs/*.md)
+  add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/manual/README.md
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${CMAKE_BINARY_DIR}/manual
+    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/packaging/installed-manual
+            ${PROJECT_SOURCE_DIR} ${CMAKE_BINARY_DIR}/manual
+    DEPENDS packaging/installed-manual README.md CHANGELOG.md ${TWUPDATE_PAGES})
+  add_custom_target(installed_manual ALL DEPENDS ${CMAKE_BINARY_DIR}/manual/README.md)
+  install(DIRECTORY ${CMAKE_BINARY_DIR}/manual/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/twupdate
+          COMPONENT tool)
+endif()
 install(DIRECTORY examples/embed examples/cpp_host examples/c_host examples/python_host
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libtwupdate-dev/examples COMPONENT development
         USE_SOURCE_PERMISSIONS
@@ -32,7 +41,6 @@ install(FILES packaging/_twupdate
 
 # The manual pages are what the programs say of themselves, and what the manual says of them.
 if(TARGET twupdate_cli)
-  find_package(Python3 COMPONENTS Interpreter QUIET)
   if(Python3_FOUND)
     file(GLOB TWUPDATE_OPERATING_PAGES CONFIGURE_DEPENDS docs/operating/*.md)
     add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/man/twupdate.1.gz
@@ -62,6 +70,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libtwupdate1)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "upgrades the databases of a multi-site web platform
 This library brings the central database and the databases of all sites
 from any older version to the current one. It opens no connection of its

@@ -486,7 +486,7 @@ void Connection::Connect(const ConnectionOptions& options) {
     const bool mustBeEncrypted = options.sslCa || options.sslVerifyServerCert.value_or(false);
     if (mustBeEncrypted && TlsCipher().empty()) {
         throw HostError(describe, 0, "",
-                        "the connection is not encrypted, although its options ask for that");
+                        "the connection is not encrypted, although its options require it");
     }
 }
 

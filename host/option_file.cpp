@@ -58,7 +58,7 @@ std::string OptionFileFault(const std::filesystem::path& file) {
         } else if (!hasGroup) {
             return "line " + std::to_string(number) + " stands before any group such as [client]";
         } else if (isRead && !IsOption(line)) {
-            return "line " + std::to_string(number) + " is no option";
+            return "line " + std::to_string(number) + " is not an option";
         }
     }
     return "";

@@ -189,7 +189,7 @@ void PrivateServer::Start() {
                                  "; use a folder with a shorter path");
     }
     if (!options_.initialise && LacksData()) {
-        throw NoServerDataError("there is no server's data in the folder " + folder_.string());
+        throw NoServerDataError("there is no server data in the folder " + folder_.string());
     }
     Lock();
     try {
@@ -294,7 +294,7 @@ void PrivateServer::InitialiseIfEmpty() {
     if (!empty) {
         if (LacksData()) {
             Refuse<NoServerDataError>("the folder " + folder_.string() +
-                                      " is not empty and holds no server's data");
+                                      " is not empty and holds no server data");
         }
         return;
     }

@@ -188,6 +188,9 @@ typedef struct twu_step {
     const char* description; /**< what it does, in one line */
 } twu_step;
 
+/** The release of the library that is loaded, e.g. "1.0.265". */
+TWU_API const char* twu_version(void);
+
 /** TWU_CURRENT_VERSION of the library that is loaded, for languages that read no headers. */
 TWU_API double twu_current_version(void);
 
@@ -363,6 +366,13 @@ typedef struct twu_host_callbacks {
 
     /** Nothing refers to the host any more: the context may be freed. The last callback. */
     void (*released)(void* context);
+
+    /* Added after the first version of this table. */
+
+    /** Of the observer: a template file has been copied to a site's folder. The paths end with a
+     * NUL. */
+    twu_status (*file_copied)(void* context, const char* source, const char* destination,
+                              twu_error* error);
 } twu_host_callbacks;
 
 /** The host's callbacks and context, counted: a `twu_update` keeps what it is configured with. */

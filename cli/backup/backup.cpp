@@ -41,8 +41,8 @@ Backup::Backup(const Session& session, const GlobalOptions& options, const RunSt
     std::error_code error;
     const bool isNew = fs::create_directories(parent_, error);
     if (error) {
-        throw CommandError(
-            fmt::format("cannot make the backup folder {}: {}", parent_.string(), error.message()));
+        throw CommandError(fmt::format("cannot create the backup folder {}: {}", parent_.string(),
+                                       error.message()));
     }
     if (isNew) {
         fs::permissions(parent_, fs::perms::owner_all, error);  // it holds what the sites hold
@@ -57,8 +57,8 @@ Backup::Backup(const Session& session, const GlobalOptions& options, const RunSt
     }
     if (!MayReadRoutines(*session.GetConnection())) {
         console_.Warn(
-            "procedures and functions of others are not in the backup: the user may not read them "
-            "(SELECT on mysql.proc)");
+            "procedures and functions of other accounts are not in the backup\nhint: grant SELECT "
+            "on mysql.proc, and use another folder");
     }
 }
 
@@ -112,7 +112,7 @@ void Backup::RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*durat
             }
         }
     } catch (const std::exception& error) {
-        console_.Warn(fmt::format("the backup is whole, but {}", ErrorText(error)));
+        console_.Warn(fmt::format("the backup is complete, but {}", ErrorText(error)));
     }
 }
 
@@ -198,7 +198,7 @@ std::vector<std::string> DumpedDatabases(const fs::path& folder) {
         }
     }
     if (error) {
-        throw CommandError(fmt::format("cannot look into {}: {}", folder.string(), error.message()),
+        throw CommandError(fmt::format("cannot access {}: {}", folder.string(), error.message()),
                            kWrongUse);
     }
     std::sort(databases.begin(), databases.end(), ComesBefore);
@@ -224,7 +224,7 @@ std::optional<BackupNote> ReadNote(const fs::path& folder, const std::string& da
     // 0 is the version of a site of which nobody knows another.
     if (note.version != 0 && !(note.version >= kFirstVersion && note.version <= kCurrentVersion)) {
         throw CommandError(fmt::format(
-            "{}: {} is no version of a backup, which lies between {} and {}; nothing was put back",
+            "{}: {} is not a version that a backup can have ({} to {}); nothing was restored",
             file.string(), VersionText(note.version), VersionText(kFirstVersion),
             VersionText(kCurrentVersion)));
     }
@@ -245,7 +245,7 @@ std::optional<double> DumpedSiteVersion(const fs::path& folder, std::int32_t sit
     const auto note = ReadNote(folder, database);
     if (!note) {
         throw CommandError(
-            fmt::format("the note on the version of site {} is missing, {}; nothing was put back",
+            fmt::format("the file with the version of site {} is missing, {}; nothing was restored",
                         siteId, NoteFile(folder, database).string()));
     }
     return note->source == kSite ? std::optional(note->version) : std::nullopt;

@@ -147,7 +147,7 @@ BackupRun MakeBackupRun(const fs::path& parent, const RunStart& start, Utility& 
         fs::permissions(run.folder, fs::perms::owner_all, error);  // it holds what the sites hold
     }
     if (error) {
-        throw CommandError(fmt::format("cannot make a folder in {}, the folder of --backup: {}",
+        throw CommandError(fmt::format("cannot create a folder in {}, the folder of --backup: {}",
                                        parent.string(), error.message()));
     }
     WriteBackupRun(run);

@@ -92,7 +92,8 @@ ClientOptionFile::ClientOptionFile(const Session& session, const GlobalOptions& 
     // A file that others may write is passed over by the clients.
     if (file_.Get() < 0 || fchmod(file_.Get(), S_IRUSR | S_IWUSR) != 0 ||
         !WriteAll(file_.Get(), content)) {
-        throw CommandError(std::string("cannot hand on how to sign in: ") + std::strerror(errno));
+        throw CommandError(std::string("cannot pass the credentials to the client: ") +
+                           std::strerror(errno));
     }
 }
 
@@ -133,7 +134,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         gzip.Wait();  // the full disk is told by the one who writes
         dump.Wait();
         if (!written || !contents.IsWhole()) {
-            throw CommandError("the dump is not whole");
+            throw CommandError("the dump is incomplete");
         }
         if (fsync(target.Get()) != 0) {
             throw CommandError(std::strerror(errno));
@@ -145,9 +146,8 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         const std::string full = IsFull(part) ? " (the disk is full)" : "";
         fs::remove(part, ignored);
         throw CommandError(
-            fmt::format("cannot back up {} into {}: {}{}; the database was not "
-                        "touched",
-                        database, file.string(), ErrorText(error), full));
+            fmt::format("cannot back up {} into {}: {}{}; the database was not changed", database,
+                        file.string(), ErrorText(error), full));
     }
 }
 
@@ -168,11 +168,11 @@ DumpContents CheckDump(const fs::path& file, const std::string& database) {
     }
     if (!unpackedWhole || !contents.IsWhole()) {
         throw CommandError(
-            fmt::format("{} is not a whole dump; nothing was put back", file.string()));
+            fmt::format("{} is not a complete dump; nothing was restored", file.string()));
     }
     if (!contents.IsOf(database)) {
         throw CommandError(
-            fmt::format("{} is no dump of {}; nothing was put back", file.string(), database));
+            fmt::format("{} is not a dump of {}; nothing was restored", file.string(), database));
     }
     return contents;
 }

@@ -32,7 +32,7 @@ void KeepVersions(const fs::path& folder, const SiteVersions& versions) {
     }
     const fs::path file = FileIn(folder);
     if (!ReplaceFile(file, lines.dump())) {
-        throw CommandError(fmt::format("cannot write {}: {}; nothing was put back", Named(file),
+        throw CommandError(fmt::format("cannot write {}: {}; nothing was restored", Named(file),
                                        std::strerror(errno)));
     }
 }
@@ -50,7 +50,7 @@ std::optional<SiteVersions> KeptVersions(const fs::path& folder) {
         }
         return versions;
     } catch (const nlohmann::json::exception&) {
-        throw CommandError(Named(file) + ", cannot be read; nothing was put back");
+        throw CommandError(Named(file) + ", cannot be read; nothing was restored");
     }
 }
 

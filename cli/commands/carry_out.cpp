@@ -110,10 +110,10 @@ void PrintServices(Console& console, const ServiceCounts& services, bool noServi
             "Component services: {} neither carried out nor recorded, as --no-services says.",
             Count(services.recorded, "call")));
     } else {
-        console.Warn(fmt::format(
-            "{} to component services could not be carried out and are recorded nowhere; name a "
-            "program with --service-command, or a file with --services-log",
-            Count(services.recorded, "call")));
+        console.Warn(
+            fmt::format("{} to component services neither carried out nor recorded\nhint: next "
+                        "time, use --service-command or --services-log",
+                        Count(services.recorded, "call")));
     }
 }
 
@@ -180,8 +180,8 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
 std::string WhatToDo(const Run& run, const RunFailure& failure) {
     if (failure.where.step && !EffectOfRepeat(*failure.where.step).empty()) {
         return fmt::format(
-            "{} does not simply run again: {}. Once the cause is fixed, run {}, which puts right "
-            "what it has left, and then the same command again; or the same command with --repair.",
+            "{} cannot simply be repeated: {}. Fix the cause, run {}, and repeat the command; or "
+            "repeat it with --repair.",
             failure.where.step->name, EffectOfRepeat(*failure.where.step),
             RepairCommand(failure.where.database));
     }
@@ -203,25 +203,24 @@ std::string WhatStands(const std::vector<DatabaseDone>& databases) {
     }
     const std::string more =
         names.size() > kMostNames ? fmt::format(" and {} more", names.size() - kMostNames) : "";
-    std::string line = "No database was upgraded to the end.";
+    std::string line = "No database was completed.";
     if (!names.empty()) {
         const auto end =
             names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), kMostNames));
-        line = fmt::format("Upgraded to the end: {} ({}{}).", Count(names.size(), "database"),
+        line = fmt::format("Completed: {} ({}{}).", Count(names.size(), "database"),
                            fmt::join(names.begin(), end, ", "), more);
     }
     // Its version waits for the last site, so that a run that resumes walks its ladders again.
-    return line + (central
-                       ? " The ladders of tw_tarnwick have ended; its version is recorded after "
-                         "the last site."
-                       : "");
+    return line + (central ? " The ladders of tw_tarnwick are done; its version is recorded after "
+                             "the last site."
+                           : "");
 }
 
 std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command) {
     auto leftovers = std::make_shared<Leftovers>(Leftovers::kRefuse);
     command.add_flag_function(
         "--repair", [leftovers](std::int64_t) { *leftovers = Leftovers::kRepair; },
-        "First put right what an interrupted step has left in a database, as repair --apply does");
+        "First repair what an interrupted step has left in a database, as repair --apply does");
     return leftovers;
 }
 

@@ -35,7 +35,7 @@ struct Run {
     Leftovers leftovers = Leftovers::kRefuse;
     /// What to do after a failure, where no step says something else; by default that the same
     /// command resumes.
-    std::string afterFailure = "Run the same command again: it resumes where it stopped.";
+    std::string afterFailure = "Repeat the command; it resumes.";
     /// Added to the result of --json.
     nlohmann::ordered_json result;
 };

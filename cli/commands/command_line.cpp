@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <iostream>
 #include <limits>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@
 
 #include "cli/server/server_options.h"
 #include "cli/terminal/decimal.h"
+#include "cli/terminal/help_formatter.h"
 #include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
 
@@ -40,21 +42,20 @@ std::string VersionLine() {
 }
 
 void AddComponentOptions(CLI::App& app, GlobalOptions& options) {
-    app.add_option("--install-folder", options.installFolder,
-                   "The component's folder: resources lies in it, its parent is the installation "
-                   "root")
+    app.add_option(
+           "--install-folder", options.installFolder,
+           "The component's folder, which contains resources; its parent is the installation root")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory)
         ->group(kComponentGroup);
     app.add_option("--local-host-name", options.localHostName,
-                   "Local host name that is registered as a domain of the root site")
+                   "Local host name to register as a domain of the root site")
         ->type_name("NAME")
         ->check(FaultOfHostName)
         ->capture_default_str()
         ->group(kComponentGroup);
     app.add_option("--service-command", options.serviceCommand,
-                   "Program that carries out a component service; it gets SERVICE SITEID "
-                   "COMPONENTID")
+                   "Program to run for each component service, with SERVICE SITEID COMPONENTID")
         ->type_name("CMD")
         ->check(FaultOfEmptyValue)
         ->group(kComponentGroup);
@@ -64,41 +65,39 @@ void AddComponentOptions(CLI::App& app, GlobalOptions& options) {
         ->check(FaultOfEmptyValue)
         ->group(kComponentGroup);
     app.add_flag("--no-services", options.noServices,
-                 "Neither carry out nor record component services: they are lost")
+                 "Drop component services: neither carry them out nor record them")
         ->excludes(app.get_option("--service-command"))
         ->excludes(app.get_option("--services-log"))
         ->group(kComponentGroup);
-    app.add_flag("--no-site-files", options.noSiteFiles,
-                 "Upgrade sites where there is no installation, with files of the sites, around "
-                 "the install folder")
+    app.add_flag(
+           "--no-site-files", options.noSiteFiles,
+           "Upgrade sites on a machine that has only the databases, not the files of the sites")
         ->group(kComponentGroup);
 }
 
 void AddRunOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--lock-wait", options.lockWaitSeconds,
-                   "Wait so long for the end of another run (default: not at all)")
+                   "Wait this long for another run to finish (default: do not wait)")
         ->type_name("SECONDS")
         ->transform(Decimal())
         ->check(CLI::Range(0, 31536000))
         ->group(kRunGroup);
-    app.add_flag("--no-lock", options.noLock, "Do not take the lock that keeps out other runs")
+    app.add_flag("--no-lock", options.noLock, "Do not take the lock that excludes other runs")
         ->group(kRunGroup);
-    app.add_option("--backup", options.backup,
-                   "Dump each database before it is first changed, into a folder of the run below "
-                   "this one")
+    app.add_option(
+           "--backup", options.backup,
+           "Dump each database before it is first changed, into a folder of this run below DIR")
         ->type_name("DIR")
         ->check(FaultOfEmptyValue)
         ->group(kRunGroup);
-    app.add_option("--keep", options.keep,
-                   "After the run remove all but so many of the backups in that folder")
+    app.add_option("--keep", options.keep, "Keep only the newest N backups of finished runs")
         ->type_name("N")
         ->transform(Decimal())
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()))
         ->needs(app.get_option("--backup"))
         ->group(kRunGroup);
     app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
-                   "Fail when a statement waits so long for a lock that somebody else holds "
-                   "(default: the server's)")
+                   "Fail if a statement waits this long for a lock (default: the server's setting)")
         ->type_name("SECONDS")
         ->transform(Decimal())
         ->check(CLI::Range(1, 31536000))
@@ -112,17 +111,17 @@ void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
     app.add_option("--events", options.events,
-                   "Record how the run goes on in this file, one JSON object a line")
+                   "Record the progress of the run in this file, one JSON object a line")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
-    app.add_option("--log", options.log, "Record how the run goes on in this file, for people")
+    app.add_option("--log", options.log, "Write a log of the run for people to this file")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
     app.add_flag("--json", options.json, "Print the result as one JSON object")
         ->group(kOutputGroup);
-    app.add_flag("--quiet,-q", options.quiet, "Print errors and what was asked for only")
+    app.add_flag("--quiet,-q", options.quiet, "Print only errors and the requested output")
         ->group(kOutputGroup);
 }
 
@@ -141,14 +140,16 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     app.set_version_flag("--version,-V", VersionLine());
     app.require_subcommand(1);
     app.fallthrough();
-    app.get_formatter()->column_width(36);
+    app.formatter(std::make_shared<HelpFormatter>());
     AddServerOptions(app, invocation.global);
     AddComponentOptions(app, invocation.global);
     AddRunOptions(app, invocation.global);
     AddOutputOptions(app, invocation.global);
     AddCommands(app, invocation);
     for (CLI::App* command : app.get_subcommands({})) {
-        command->footer("The options of twupdate --help may stand here, too.");
+        const std::string own = command->get_footer();
+        command->footer(own + (own.empty() ? "" : "\n") +
+                        "The options listed by 'twupdate --help' are accepted here too.");
     }
     try {
         app.parse(WordsOf(argc, argv));
@@ -164,9 +165,8 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     } catch (const CLI::ParseError& error) {
         // A word that is no command is told as a missing command otherwise.
         const bool noCommand = app.get_subcommands().empty() && app.remaining_size() > 0;
-        std::cerr << "twupdate: "
-                  << (noCommand ? "unknown: " + app.remaining().front() : error.what()) << '\n'
-                  << "Try 'twupdate --help' or 'twupdate COMMAND --help'.\n";
+        std::cerr << MessageLines(noCommand ? "unknown: " + app.remaining().front() : error.what())
+                  << "\nTry 'twupdate --help' or 'twupdate COMMAND --help'.\n";
         status = kWrongUse;
     }
     return false;

@@ -28,7 +28,7 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     if (Installation(session.Own()).HasDatabase("tw_tarnwick")) {
         RefuseUnfinishedRestore(*session.Own());  // then it must not be dropped
         if (const auto unfinished = UnfinishedCore(session, installFolder); !unfinished.empty()) {
-            throw CommandError(unfinished + "; nothing was done");
+            throw CommandError(JoinMessages({unfinished}, "; nothing was done"));
         }
         RecordNothingToDo(session, options, console, {"create-core", kCurrentVersion, {}});
         console.Say(kExists);
@@ -53,8 +53,8 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     };
     // Creation looks at nothing but the database's name, so a second run would find it "there".
     run.afterFailure =
-        "What was created stands. Once the cause is mended, drop the unfinished database (DROP "
-        "DATABASE tw_tarnwick) if it is there, and run the same command again.";
+        "What was created remains. Fix the cause, drop the unfinished database if it exists (DROP "
+        "DATABASE tw_tarnwick), and repeat the command.";
     return CarryOut(session, options, console, run);
 }
 

@@ -78,9 +78,8 @@ void AddImportMasterData(CLI::App& app, Invocation& invocation) {
         std::optional<double> from;
         std::shared_ptr<Leftovers> leftovers;
     };
-    auto* command =
-        app.add_subcommand("import-master-data",
-                           "Bring the copies of the central tables in an imported site up to date");
+    auto* command = app.add_subcommand(
+        "import-master-data", "Upgrade the copies of the central tables in an imported site");
     const auto arguments = std::make_shared<Arguments>();
     arguments->leftovers = AddRepairFlag(*command);
     command->add_option("ID", arguments->siteId, "The site's id")

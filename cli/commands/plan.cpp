@@ -230,9 +230,9 @@ void AddPlan(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand("plan", "Show what an upgrade would run; writes nothing");
     const auto planOptions = std::make_shared<PlanOptions>();
     AddSiteOption(*command, planOptions->siteId,
-                  "Show one site alone, as upgrade-site would run it");
+                  "Show only this site, as upgrade-site would run it");
     command->add_flag("--sql", planOptions->sql,
-                      "Print the statements themselves, as far as rows do not decide");
+                      "Print the SQL statements, as far as they do not depend on rows");
     command->callback([&invocation, planOptions] {
         invocation.run = [planOptions](const GlobalOptions& options, Console& console) {
             return ShowPlan(options, console, *planOptions);

@@ -59,7 +59,7 @@ void Print(const RepairFinding& finding, Console& console) {
         console.Print("  " + statement);
     }
     if (!finding.CanBeApplied()) {
-        console.Print("  (to be compared by hand; --apply leaves it as it is)");
+        console.Print("  (compare by hand; --apply does not change it)");
     }
 }
 
@@ -93,11 +93,12 @@ int Repair(const GlobalOptions& options, Console& console, const RepairArguments
         console.Say("Nothing to repair.");
     }
     if (count > 0) {
-        console.Say(arguments.apply
-                        ? fmt::format("{} repaired.", Count(count, "place"))
-                        : fmt::format("{} to repair; the statements above put them right, with "
-                                      "--apply at once. Nothing was changed.",
-                                      Count(count, "place")));
+        console.Say(
+            arguments.apply
+                ? fmt::format("{} repaired.", Count(count, "place"))
+                : fmt::format(
+                      "{} to repair; --apply runs the statements above. Nothing was changed.",
+                      Count(count, "place")));
     }
     if (rest > 0) {
         console.Say(fmt::format("{} to compare by hand: the manual's page on recovery says how.",
@@ -112,10 +113,10 @@ int Repair(const GlobalOptions& options, Console& console, const RepairArguments
 
 void AddRepair(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand(
-        "repair", "Find, and with --apply put right, what an interrupted run has left");
+        "repair", "Find what an interrupted run has left; repair it with --apply");
     const auto arguments = std::make_shared<RepairArguments>();
-    AddSiteOption(*command, arguments->siteId, "Look at one site alone");
-    command->add_flag("--apply", arguments->apply, "Run the statements that put it right");
+    AddSiteOption(*command, arguments->siteId, "Examine only this site");
+    command->add_flag("--apply", arguments->apply, "Run the statements that repair it");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Repair(options, console, *arguments);

@@ -106,14 +106,14 @@ int Report(Console& console, const Arguments& arguments) {
 }  // namespace
 
 void AddReport(CLI::App& app, Invocation& invocation) {
-    auto* command =
-        app.add_subcommand("report", "Make a page in HTML from what --events has recorded");
+    auto* command = app.add_subcommand(
+        "report", "Write an HTML report about the runs that --events has recorded");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->page, "The page; one that is there is replaced")
+    command->add_option("FILE", arguments->page, "The page to write; an existing one is replaced")
         ->required();
     command
         ->add_option("--events", arguments->events,
-                     "The events of a run; may be given several times, for the runs of a night")
+                     "Events file of a run; repeat the option for several runs")
         ->type_name("FILE")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)

@@ -38,8 +38,9 @@ constexpr const char* kCentral = "tw_tarnwick";
 void RequireRight(bool granted, const std::string& database, const std::string& right,
                   const std::string& purpose = "") {
     if (!granted) {
-        throw CommandError(fmt::format("{}: the user lacks the right {}{}; nothing was put back",
-                                       database, right, purpose));
+        throw CommandError(
+            fmt::format("{}: the account lacks the privilege {}{}; nothing was restored", database,
+                        right, purpose));
     }
 }
 
@@ -93,7 +94,7 @@ void RequireRightsFor(const DumpContents& contents, host::Connection& connection
     if (contents.Holds("TRIGGER") || contents.Holds("FUNCTION")) {
         RequireRight(!DistrustsFunctions(connection) || HasGlobalRight(connection, "SUPER"),
                      database, "SUPER",
-                     ", which triggers and functions need where the server has a binary log and "
+                     ", which triggers and functions need if the server has a binary log and "
                      "log_bin_trust_function_creators is off");
     }
 }
@@ -190,8 +191,8 @@ void PutBack(const ClientOptionFile& client, const fs::path& folder, const std::
         LoadDump(client, DumpFile(folder, database), database, RestoreMarkStatement(database));
     } catch (const CommandError& error) {
         throw CommandError(
-            fmt::format("cannot put back {}: {}; the database is not whole now: fix the cause and "
-                        "give the same command again",
+            fmt::format("cannot restore {}: {}; the database is incomplete\nhint: fix the cause "
+                        "and repeat the command",
                         database, error.what()));
     }
 }
@@ -217,10 +218,11 @@ std::vector<std::string> ChosenDatabases(const RestoreArguments& arguments) {
         for (const BackupRun& run : runs) {
             names.push_back(run.folder.string());
         }
-        throw CommandError(fmt::format("{} holds the backups of {}; name the folder of one: {}",
-                                       arguments.folder.string(), Count(runs.size(), "run"),
-                                       fmt::join(names, ", ")),
-                           kWrongUse);
+        throw CommandError(
+            fmt::format("{} holds the backups of {}\nhint: name the folder of one of them: {}",
+                        arguments.folder.string(), Count(runs.size(), "run"),
+                        fmt::join(names, ", ")),
+            kWrongUse);
     }
     throw CommandError(
         fmt::format("{} holds no backup{}", arguments.folder.string(),
@@ -270,10 +272,10 @@ nlohmann::ordered_json ResultOf(const char* result, const std::vector<std::strin
 int Stopped(const std::vector<std::string>& databases, std::size_t done, const RestoreView& view,
             Console& console) {
     const auto border = databases.begin() + static_cast<std::ptrdiff_t>(done);
-    console.Error(fmt::format(
-        "stopped as requested: put back are {}, and not yet {}; give the same command again, which "
-        "puts all of them back",
-        FirstFew({databases.begin(), border}), FirstFew({border, databases.end()})));
+    console.Error(
+        fmt::format("stopped as requested; restored: {}; not yet restored: {}\nhint: repeat the "
+                    "command; it restores all of them",
+                    FirstFew({databases.begin(), border}), FirstFew({border, databases.end()})));
     auto result = ResultOf("stopped", databases, view);
     result["put_back"] = std::vector<std::string>(databases.begin(), border);
     console.Result(result);
@@ -286,7 +288,7 @@ void NoteRestore(const fs::path& folder, Console& console) {
         MarkRestored(folder);
     } catch (const CommandError& error) {
         console.Warn(
-            fmt::format("{}; name another folder with --backup for the next run", error.what()));
+            fmt::format("{}\nhint: use another --backup folder for the next run", error.what()));
     }
 }
 
@@ -299,7 +301,7 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
     RequireAll(connection, folder, databases, versions, console);
     const ClientOptionFile client(session, options);
     if (StopSignals::Requested()) {
-        throw CommandError("stopped as requested; nothing was put back", kStopped);
+        throw CommandError("stopped as requested; nothing was restored", kStopped);
     }
     NoteRestore(folder, console);
     if (!versions.others.empty()) {
@@ -314,9 +316,9 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
         if (i > 0 && StopSignals::Requested()) {
             return Stopped(databases, i, view, console);
         }
-        progress.Next("putting back " + databases[i]);
+        progress.Next("restoring " + databases[i]);
         PutBack(client, folder, databases[i]);
-        console.Say(fmt::format("{}: put back ({})", databases[i], progress.Place()));
+        console.Say(fmt::format("{}: restored ({})", databases[i], progress.Place()));
     }
     if (Contains(databases, kCentral)) {
         RecordOthers(session, databases, versions.others, console);
@@ -325,7 +327,7 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
     for (const std::string& database : databases) {
         RemoveRestoreMark(connection, database);
     }
-    console.Say(fmt::format("{} put back.", Count(databases.size(), "database")));
+    console.Say(fmt::format("{} restored.", Count(databases.size(), "database")));
     console.Result(ResultOf("done", databases, view));
     return kDone;
 }
@@ -343,7 +345,7 @@ int Restore(const GlobalOptions& options, Console& console, const RestoreArgumen
     RequireAll(*session.GetConnection(), arguments.folder, databases,
                FindVersions(session, arguments.folder, databases), console);
     Print(view, console);
-    console.Say(fmt::format("Nothing was put back; the same command with --apply puts back {}.",
+    console.Say(fmt::format("Nothing was restored; --apply restores {}.",
                             Count(databases.size(), "database")));
     console.Result(ResultOf("shown", databases, view));
     return kFindings;
@@ -353,14 +355,13 @@ int Restore(const GlobalOptions& options, Console& console, const RestoreArgumen
 
 void AddRestore(CLI::App& app, Invocation& invocation) {
     auto* command =
-        app.add_subcommand("restore", "Show what a backup would put back, and with --apply do so");
+        app.add_subcommand("restore", "Show what a backup would restore; restore it with --apply");
     const auto arguments = std::make_shared<RestoreArguments>();
-    command->add_option("DIR", arguments->folder, "The folder of a run below that of --backup")
+    command->add_option("DIR", arguments->folder, "The folder of one run, below that of --backup")
         ->required()
         ->check(CLI::ExistingDirectory);
-    AddSiteOption(*command, arguments->siteId, "Put back one site alone");
-    command->add_flag("--apply", arguments->apply,
-                      "Put it back; what was written since the dump is lost");
+    AddSiteOption(*command, arguments->siteId, "Restore only this site");
+    command->add_flag("--apply", arguments->apply, "Restore; changes since the dump are lost");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Restore(options, console, *arguments);

@@ -45,10 +45,10 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
         fmt::format("The installation is at {} already; nothing was done.", VersionText(version)));
     const auto old = InState(sites, SiteState::kOld);
     if (!old.empty()) {
-        console.Warn(fmt::format(
-            "{} older than the installation (the first is site {}); an upgrade of a current "
-            "installation leaves them alone; use upgrade-site for each",
-            Count(old.size(), "site is", "sites are"), old.front().siteId));
+        console.Warn(
+            fmt::format("{} older than the installation (the first is site {}); an upgrade of a "
+                        "current installation skips them\nhint: run upgrade-site for each",
+                        Count(old.size(), "site is", "sites are"), old.front().siteId));
     }
     const LeftOut leftOut = SitesLeftOut(sites);
     TellLeftOut(leftOut, console);
@@ -95,7 +95,7 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
         return NothingToDo(version, sites, console);
     }
     if (const auto refusals = Refusals(installation, sites); !refusals.empty()) {
-        throw CommandError(fmt::format("{}; nothing was done", fmt::join(refusals, "; ")));
+        throw CommandError(JoinMessages(refusals, "; nothing was done"));
     }
     Run run;
     run.lock = &lock;
@@ -131,11 +131,30 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
     return CarryOut(session, options, console, run);
 }
 
+constexpr const char* kNeeds = R"(What an upgrade needs:
+  Backup     --backup DIR dumps each database before it is first changed, and
+             'twupdate restore' brings it back. Nothing can be rolled back.
+  Services   Some steps call component services of the platform. Pass
+             --service-command, --services-log or --no-services.
+  Files      Some steps copy files of the sites. --install-folder names the
+             folder inside the installation; without files: --no-site-files.
+  Locks      Only one run at a time; --lock-wait SECONDS waits for another one.
+             --ddl-timeout SECONDS limits the wait for a table in use.
+  Stopping   Ctrl-C stops before the next statement, with exit status 5.
+             A second Ctrl-C stops at once.
+  Resuming   Repeat the command. If it names an interrupted step, run
+             'twupdate repair' first, or repeat the command with --repair.
+
+For example:
+  twupdate upgrade --backup /var/backups/twupdate --services-log services.jsonl
+)";
+
 }  // namespace
 
 void AddUpgrade(CLI::App& app, Invocation& invocation) {
     auto* command =
-        app.add_subcommand("upgrade", "Bring the central database and every site up to date");
+        app.add_subcommand("upgrade", "Upgrade the central database and every older site");
+    command->footer(kNeeds);
     const auto leftovers = AddRepairFlag(*command);
     command->callback([&invocation, leftovers] {
         invocation.run = [leftovers](const GlobalOptions& options, Console& console) {

@@ -37,17 +37,17 @@ double StartingVersion(Installation& installation, const SiteArguments& argument
         throw CommandError(fmt::format("tw_tarnwick.site has no site {}", arguments.siteId));
     }
     if (site->hardDeleted || site->inTransaction) {
-        throw CommandError(fmt::format("site {} is {}; it is not to be upgraded", arguments.siteId,
+        throw CommandError(fmt::format("site {} is {}, so it cannot be upgraded", arguments.siteId,
                                        SiteStateText(site->State())));
     }
     if (arguments.from) {
         return *arguments.from;
     }
     if (!site->version) {
-        throw CommandError(fmt::format(
-            "the version of site {} in tw_tarnwick.site is {}; say with --from which version its "
-            "layout has (0 runs every step)",
-            arguments.siteId, site->noVersion));
+        throw CommandError(
+            fmt::format("the version of site {} in tw_tarnwick.site is {}\nhint: name the version "
+                        "of its layout with --from (0 runs every step)",
+                        arguments.siteId, site->noVersion));
     }
     return *site->version;
 }
@@ -77,7 +77,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
     site.siteId = arguments.siteId;
     site.version = version;
     if (!installation.WithoutDatabase({site}).empty()) {
-        throw CommandError(WithoutDatabaseText({site}) + "; nothing was done");
+        throw CommandError(JoinMessages({WithoutDatabaseText({site})}, "; nothing was done"));
     }
     RequireSiteFiles(options);
     const RunPart part = SitePart(arguments.siteId, version);
@@ -108,7 +108,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
 }  // namespace
 
 void AddUpgradeSite(CLI::App& app, Invocation& invocation) {
-    auto* command = app.add_subcommand("upgrade-site", "Bring one site up to date");
+    auto* command = app.add_subcommand("upgrade-site", "Upgrade one site");
     const auto arguments = std::make_shared<SiteArguments>();
     arguments->leftovers = AddRepairFlag(*command);
     command->add_option("ID", arguments->siteId, "The site's id")

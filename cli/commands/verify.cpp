@@ -169,10 +169,10 @@ int Verify(const GlobalOptions& options, Console& console, std::optional<std::in
 }  // namespace
 
 void AddVerify(CLI::App& app, Invocation& invocation) {
-    auto* command = app.add_subcommand(
-        "verify", "Compare the upgraded databases with the layout that they should have");
+    auto* command =
+        app.add_subcommand("verify", "Compare the upgraded databases with the expected layout");
     const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    AddSiteOption(*command, *siteId, "Look at one site alone");
+    AddSiteOption(*command, *siteId, "Examine only this site");
     command->callback([&invocation, siteId] {
         invocation.run = [siteId](const GlobalOptions& options, Console& console) {
             return Verify(options, console, *siteId);

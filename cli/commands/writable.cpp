@@ -79,8 +79,8 @@ void RequireDifferent(const std::map<std::string, fs::path>& files) {
         }
         const auto [other, isNew] = optionOf.emplace(*identity, option);
         if (!isNew) {
-            throw CommandError(fmt::format("{} and {} name the same file {}; name another",
-                                           other->second, option, file.string()),
+            throw CommandError(fmt::format("{} and {} name the same file: {}", other->second,
+                                           option, file.string()),
                                kWrongUse);
         }
     }

@@ -6,6 +6,7 @@
 
 #include "cli/server/queries.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
 
 namespace twupdate::cli {
 namespace {
@@ -32,7 +33,7 @@ void FindMarksLeftOver(const ProgressMarks& marks, const std::string& database, 
         std::find(marked.begin(), marked.end(), database) != marked.end()) {
         Leftover left;
         left.table = ProgressMarks::kTable;
-        left.seen = "the marks of an upgrade that has ended are left over";
+        left.seen = "the progress marks of a finished upgrade are left over";
         left.consequence = "nothing reads them";
         left.statements = {fmt::format("DROP TABLE {}.{};", database, ProgressMarks::kTable)};
         findings.push_back({database, std::nullopt, std::move(left)});
@@ -169,19 +170,18 @@ std::string InterruptionText(const Session& session, const ProgressMarks& marks,
     const std::string others =
         findings.size() == 1 ? "" : fmt::format(" (and {} more)", findings.size() - 1);
     return fmt::format(
-        "{} was interrupted: {}{}; {}", first.step->name, first.Text(), others,
+        "{} was interrupted: {}{}\nhint: {}", first.step->name, first.Text(), others,
         first.CanBeApplied()
-            ? fmt::format("run {} first, or give this command --repair",
+            ? fmt::format("run {} first, or repeat this command with --repair",
                           RepairCommand(first.database))
-            : "repair cannot tell what is right: compare by hand, as the manual's page on "
-              "recovery says, then give the same command again");
+            : "compare by hand, as the manual's page on recovery says, then repeat the command");
 }
 
 void RefuseInterrupted(const Session& session, const ProgressMarks& marks,
                        const std::vector<SteppedDatabase>& databases, Leftovers leftovers) {
     const std::string text = InterruptionText(session, marks, databases, leftovers);
     if (!text.empty()) {
-        throw CommandError(text + "; nothing was done");
+        throw CommandError(JoinMessages({text}, "; nothing was done"));
     }
 }
 

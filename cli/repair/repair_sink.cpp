@@ -31,7 +31,7 @@ void RepairSink::Repair(const std::function<std::vector<RepairFinding>()>& find)
         if (finding.CanBeApplied()) {
             console_.Say("repaired: " + finding.Text());
         } else {
-            console_.Warn("to be compared by hand: " + finding.Text());
+            console_.Warn("compare by hand: " + finding.Text());
         }
     });
 }

@@ -88,8 +88,8 @@ void RequireCentralDatabase(const Session& session, const GlobalOptions& options
     Walk walk(session, options);
     if (const std::string reason = walk.Try(site).outdated; !reason.empty()) {
         throw CommandError(
-            fmt::format("{}: the command upgrade does so, and then upgrades the older sites, this "
-                        "one too; nothing was done",
+            fmt::format("{}; nothing was done\nhint: run upgrade: it upgrades the central database, "
+                        "then the older sites, including this one",
                         reason));
     }
 }
@@ -103,9 +103,9 @@ void RequireServices(const Session& session, const GlobalOptions& options,
     if (std::any_of(parts.begin(), parts.end(),
                     [&](const RunPart& part) { return walk.Try(part).callsServices; })) {
         throw CommandError(
-            "the run calls component services of the platform: name a program that carries them "
-            "out (--service-command) or a file that records them (--services-log), or go on "
-            "without them (--no-services); nothing was done",
+            "the steps of this run call component services of the platform; nothing was "
+            "done\nhint: carry the calls out (--service-command), record them (--services-log) or "
+            "drop them (--no-services)",
             kWrongUse);
     }
 }

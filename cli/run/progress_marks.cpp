@@ -126,10 +126,10 @@ void ProgressMarks::RequireWritable(const std::string& database, Ladder first, L
             fmt::format("PREPARE {} FROM '{}';", kTable, CreateStatement(database)));
     } catch (const HostError& error) {
         if (IsDenied(error)) {
-            throw CommandError(fmt::format(
-                "the user may not create the table {}.{}, by which a run that is interrupted can "
-                "be resumed: {}; grant CREATE on {}; nothing was done",
-                database, kTable, error.what(), database));
+            throw CommandError(
+                fmt::format("cannot create the table {}.{}, which is needed to resume an "
+                            "interrupted run: {}; nothing was done\nhint: grant CREATE on {}",
+                            database, kTable, error.what(), database));
         }
         if (error.Code() != 0 && error.Code() < 2000) {
             return;  // the step that needs the database tells what is wrong with it

@@ -33,10 +33,9 @@ std::string Holder(host::Connection& connection) {
                     "FROM information_schema.processlist WHERE id = {};",
                     id));
     if (!process->Next()) {
-        return run + fmt::format(
-                         "connection {} (its user and host are shown to users with the right "
-                         "PROCESS)",
-                         id);
+        return run +
+               fmt::format("connection {} (its account is shown only with the privilege PROCESS)",
+                           id);
     }
     return run + fmt::format("{}@{} since {} (connection {})", process->Get(0).ToText(),
                              process->Get(1).ToText(), process->Get(2).ToText(), id);
@@ -82,16 +81,15 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options, const std
     console.ClearProgress();
     if (got.IsNull()) {
         throw CommandError(
-            "the server refuses the run lock; when no other run can be in progress, go on with "
+            "the server refuses the run lock\nhint: if no other run can be in progress, use "
             "--no-lock",
             kLocked);
     }
     if (!got.ToBool()) {
-        throw CommandError(
-            fmt::format("another run is in progress on this server: {}; wait for its end "
-                        "(--lock-wait SECONDS)",
-                        Holder(*connection_)),
-            kLocked);
+        throw CommandError(fmt::format("another run is in progress on this server: {}\nhint: wait "
+                                       "for it to finish (--lock-wait SECONDS)",
+                                       Holder(*connection_)),
+                           kLocked);
     }
     // The time of the last statement on this connection tells since when the lock is held.
     ShowNote(*connection_, NoteOf(command));
@@ -104,7 +102,7 @@ Value RunLock::Take(unsigned waitSeconds) const {
         return rows->Next() ? rows->Get(0) : Value();
     } catch (const HostError& error) {
         throw CommandError("the server refuses the run lock: " + DescribeError(error) +
-                               "; when no other run can be in progress, go on with --no-lock",
+                               "\nhint: if no other run can be in progress, use --no-lock",
                            kLocked);
     }
 }
@@ -117,7 +115,7 @@ void RunLock::RequireHeld(host::Connection& connection) const {
         fmt::format("SELECT IS_USED_LOCK('{}') <=> {};", kName, connection_->ThreadId()));
     if (!rows->Next() || !rows->Get(0).ToBool()) {
         throw std::runtime_error(
-            fmt::format("the run has lost its lock, since the server has ended connection {}, and "
+            fmt::format("the run has lost its lock, because the server ended connection {}; "
                         "another run may have begun",
                         connection_->ThreadId()));
     }

@@ -27,8 +27,9 @@ class RunLog final : public RunSink {
         log_.set_error_handler([this, &console, file](const std::string& /*text*/) {
             const int error = errno;
             log_.set_level(spdlog::level::off);
-            console.Warn(fmt::format("cannot write {} any further: {}; the run goes on without it",
-                                     file.string(), std::strerror(error)));
+            console.Warn(
+                fmt::format("cannot continue to write {}: {}; the run continues without it",
+                            file.string(), std::strerror(error)));
         });
     }
 

@@ -17,9 +17,9 @@ void Tell(const char* text) {
 
 void Request(int /*signal*/) {
     stopRequested = 1;
-    Tell("\ntwupdate: stopping after the ");
+    Tell("\ntwupdate: stopping after the current current ");
     Tell(unitInHand);
-    Tell(" in hand; once more stops at once\n");
+    Tell("; repeat to stop at once\n");
 }
 
 void Handle(int signal, void (*handler)(int)) {

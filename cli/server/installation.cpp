@@ -87,18 +87,20 @@ double Installation::VersionFrom(const std::string& table) {
     }
     rows->Close();
     if (versions.empty()) {
-        throw CommandError(table + " has no row, so the version is not known");
+        throw CommandError(table +
+                           " has no row, so the version is unknown\nhint: insert a row with the "
+                           "version of the stored layout (0 runs every step)");
     }
     if (versions.size() > 1) {
         throw CommandError(
-            fmt::format("{} has {} rows, so the version is not known: leave the one that has the "
-                        "version of the stored layout",
+            fmt::format("{} has {} rows, so the version is unknown\nhint: delete all but the one "
+                        "with the version of the stored layout",
                         table, versions.size()));
     }
     if (const std::string none = NoVersion(versions.front()); !none.empty()) {
         throw CommandError(
-            fmt::format("{}.version is {}, so the version is not known: set it to the version of "
-                        "the stored layout (0 runs every step)",
+            fmt::format("{}.version is {}, so the version is unknown\nhint: set it to the version "
+                        "of the stored layout (0 runs every step)",
                         table, none));
     }
     return versions.front().ToDouble();
@@ -120,12 +122,13 @@ double Installation::Version() {
         }
         if (!HasDatabase("tw_tarnwick")) {
             throw CommandError(
-                "there is no central database tw_tarnwick on this server; create-core makes one");
+                "there is no central database tw_tarnwick on this server\nhint: check the "
+                "connection options; on a new server, create-core creates it");
         }
         throw CommandError(
-            "the central database tw_tarnwick has no table installation: it is not complete, as "
-            "after an interrupted create-core; drop it and run create-core again, or bring it "
-            "back from a backup");
+            "the central database tw_tarnwick is incomplete: it has no table installation\nhint: "
+            "after an interrupted create-core, drop it and run create-core again; otherwise "
+            "restore it from a backup");
     }
 }
 
@@ -137,7 +140,7 @@ double Installation::ImportedVersion(std::int32_t siteId) {
             throw;
         }
         throw CommandError(fmt::format(
-            "tw_{} has no table tw_installation: it carries no copy of the central tables",
+            "tw_{} has no table tw_installation, so it holds no copy of the central tables",
             siteId));
     }
 }
@@ -214,14 +217,15 @@ std::vector<std::string> Refusals(Installation& installation, const std::vector<
     for (const SiteRow& site : sites) {
         if (site.State() == SiteState::kNoVersion) {
             refusals.push_back(
-                fmt::format("the version of site {} in tw_tarnwick.site is {}; set it to the "
+                fmt::format("the version of site {} in tw_tarnwick.site is {}\nhint: set it to the "
                             "version of its layout (0 runs every step)",
                             site.siteId, site.noVersion));
         } else if (site.State() == SiteState::kOld &&
                    site.siteId > std::numeric_limits<std::int32_t>::max()) {
-            refusals.push_back(fmt::format(
-                "tw_tarnwick.site has a site {}, but a siteid lies between 1 and 2147483647",
-                site.siteId));
+            refusals.push_back(
+                fmt::format("tw_tarnwick.site has a row with siteid {}, which is not between 1 and "
+                            "2147483647\nhint: correct or delete the row",
+                            site.siteId));
         } else {
             walked.push_back(site);
         }
@@ -238,8 +242,8 @@ std::string WithoutDatabaseText(const std::vector<SiteRow>& sites) {
         names.push_back(fmt::format("tw_{}", site.siteId));
     }
     return fmt::format(
-        "{} no database that the user sees ({}); bring it back from a backup, or mark the site "
-        "hard-deleted in tw_tarnwick.site",
+        "{} no database that this account can see ({})\nhint: restore it from a backup, grant "
+        "privileges on it, or mark the site hard-deleted in tw_tarnwick.site",
         Count(sites.size(), "site has", "sites have"), fmt::join(names, ", "));
 }
 

@@ -47,8 +47,7 @@ std::vector<std::string> MarkedForRestore(Utility& utility) {
 void RefuseUnfinishedRestore(Utility& utility) {
     if (const auto names = MarkedForRestore(utility); !names.empty()) {
         throw CommandError(
-            fmt::format("an unfinished restore has {} in hand; give the same "
-                        "restore again",
+            fmt::format("a restore of {} is unfinished\nhint: repeat the same restore",
                         fmt::join(names, ", ")));
     }
 }

@@ -24,9 +24,7 @@ void RefusePasswords(CLI::App& app) {
     app.add_option("-p,--password",
                    [](const CLI::results_t&) -> bool {
                        throw CLI::ValidationError(
-                           "a password is not taken from the command line, where every user of "
-                           "the machine can read it; use --password-file, the variable MYSQL_PWD "
-                           "or an option file (--defaults-file)");
+                           "passwords are not accepted on the command line, because every user of the machine can read it\nhint: use --password-file, the variable MYSQL_PWD or an option file (--defaults-file)");
                    })
         ->expected(0, 1)
         ->group("");
@@ -49,7 +47,7 @@ std::string PasswordFrom(const std::filesystem::path& file) {
 
 void AddServerOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--defaults-file", options.defaultsFile,
-                   "Read the groups [client] and [twupdate] of this option file alone")
+                   "Read only this option file (groups [client] and [twupdate])")
         ->type_name("FILE")
         ->check(CLI::ExistingFile)
         ->group(kServerGroup);
@@ -66,21 +64,21 @@ void AddServerOptions(CLI::App& app, GlobalOptions& options) {
         ->transform(Decimal())
         ->check(CLI::Range(1, 65535))
         ->group(kServerGroup);
-    app.add_option("--user,-u", options.user, "User name on the server")
+    app.add_option("--user,-u", options.user, "Account name on the server")
         ->type_name("NAME")
         ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_option("--password-file", options.passwordFile,
-                   "File whose first line is the password (also: the variable MYSQL_PWD)")
+                   "File whose first line is the password (or use the variable MYSQL_PWD)")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
-    app.add_option("--ssl-ca", options.sslCa, "File of the certificate authority; turns TLS on")
+    app.add_option("--ssl-ca", options.sslCa, "File of certificate authorities; enables TLS")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kServerGroup);
     app.add_flag("--ssl-verify-server-cert", options.sslVerifyServerCert,
-                 "Check the server's certificate and host name; turns TLS on")
+                 "Verify the server's certificate and host name; enables TLS")
         ->group(kServerGroup);
     app.add_option("--charset", options.charset, "Character set of the connection")
         ->type_name("NAME")
@@ -94,7 +92,7 @@ void AddServerOptions(CLI::App& app, GlobalOptions& options) {
     RefusePasswords(app);
     auto* datadir =
         app.add_option("--datadir", options.datadir,
-                       "Start a private server on this folder for the time of the command")
+                       "Run a private server on this folder for the duration of the command; not with the connection options")
             ->type_name("DIR")
             ->check(FaultOfEmptyValue)
             ->group(kServerGroup);

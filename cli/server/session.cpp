@@ -32,7 +32,7 @@ std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder, 
         throw CommandError(
             options.initialise
                 ? error.what()
-                : fmt::format("{}; create-core makes a new server there", error.what()),
+                : fmt::format("{}\nhint: create-core initialises a new server there", error.what()),
             kWrongUse);
     }
 }
@@ -133,24 +133,22 @@ fs::path InstallFolderWithData(const GlobalOptions& options) {
     std::error_code error;
     const fs::file_type type = fs::status(folder / "resources", error).type();
     if (type == fs::file_type::none) {
-        throw CommandError(fmt::format("cannot look into {}: {}", folder.string(), error.message()),
+        throw CommandError(fmt::format("cannot access {}: {}", folder.string(), error.message()),
                            kWrongUse);
     }
     if (type != fs::file_type::directory) {
-        throw CommandError(
-            fmt::format(
-                "{} has no folder resources with the reference data; --install-folder names "
-                "the folder in which resources lies",
-                folder.string()),
-            kWrongUse);
+        throw CommandError(fmt::format("{} has no folder resources with the reference data\nhint: "
+                                       "--install-folder names the folder that contains resources",
+                                       folder.string()),
+                           kWrongUse);
     }
     std::error_code ignored;  // a folder that cannot be listed has files that may be read
     for (const auto& entry : fs::directory_iterator(folder / "resources", ignored)) {
         if (entry.path().filename().string().ends_with("Data.txt") &&
             !entry.is_regular_file(ignored)) {
             throw CommandError(
-                fmt::format("{} is no file; bring the data file back from the package, or remove "
-                            "what stands in its place; nothing was done",
+                fmt::format("{} is not a file; nothing was done\nhint: restore the data file from "
+                            "the package, or remove what has its name",
                             entry.path().string()),
                 kWrongUse);
         }
@@ -172,16 +170,16 @@ void RequireSiteFiles(const GlobalOptions& options) {
     }
     if (found.empty() && !options.noSiteFiles) {
         throw CommandError(
-            fmt::format("{} has none of the folders templates, components and wwwroot, so no file "
-                        "of a site can be copied; --install-folder names the component's folder "
-                        "inside the installation; where the sites have no files, go on with "
-                        "--no-site-files; nothing was done",
+            fmt::format("{} has none of the folders templates, components and wwwroot, so no site "
+                        "files can be copied; nothing was done\nhint: name the component's folder "
+                        "inside the installation with --install-folder, or use --no-site-files if "
+                        "the sites have no files here",
                         root.string()),
             kWrongUse);
     }
     if (!found.empty() && options.noSiteFiles) {
-        throw CommandError(fmt::format("{} has the folder {}, so the sites have files there; leave "
-                                       "--no-site-files out; nothing was done",
+        throw CommandError(fmt::format("{} has the folder {}, so the sites have files there; "
+                                       "nothing was done\nhint: omit --no-site-files",
                                        root.string(), found),
                            kWrongUse);
     }

@@ -13,11 +13,11 @@ std::string UnfinishedCore(const Session& session, const std::filesystem::path& 
         return "";
     }
     const bool hasSites = HasRows(*session.GetConnection(), "SELECT 1 FROM tw_tarnwick.site");
-    return fmt::format(
-        "the central database tw_tarnwick is there, but not complete: {}; {}", unfinished->seen,
-        hasSites ? "it has sites, so bring it back from a backup"
-                 : "after a create-core that failed drop it (DROP DATABASE tw_tarnwick) and run "
-                   "create-core again, otherwise bring it back from a backup");
+    return fmt::format("the central database tw_tarnwick is incomplete: {}\nhint: {}",
+                       unfinished->seen,
+                       hasSites ? "it has sites: restore it from a backup"
+                                : "after a failed create-core, drop it (DROP DATABASE tw_tarnwick) "
+                                  "and run create-core again; otherwise restore it from a backup");
 }
 
 }  // namespace twupdate::cli

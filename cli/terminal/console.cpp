@@ -81,13 +81,13 @@ void Console::Result(const nlohmann::ordered_json& result) {
 void Console::Warn(std::string_view line) {
     const std::lock_guard lock(mutex_);
     Clear();
-    PutLine(stderr, std::string("twupdate: warning: ").append(line));
+    PutLine(stderr, MessageLines(std::string("warning: ").append(line)));
 }
 
 void Console::Error(std::string_view line) {
     const std::lock_guard lock(mutex_);
     Clear();
-    PutLine(stderr, std::string("twupdate: ").append(line));
+    PutLine(stderr, MessageLines(line));
 }
 
 void Console::DrawProgress(const std::vector<std::string>& parts) {

@@ -48,6 +48,7 @@ class Console {
     /// Why something that was asked for could not be written, as an error of the system; 0 when all
     /// of it was, or when the reader has had enough.
     int OutputError() const { return outputError_; }
+    /// A message: a line, and perhaps hints; see MessageLines.
     void Warn(std::string_view line);
     void Error(std::string_view line);
 

@@ -75,7 +75,7 @@ void JsonLines::Write(const nlohmann::ordered_json& line) {
         std::fflush(file_.get()) != 0) {
         const int error = errno;
         file_.reset();
-        console_.Warn(fmt::format("cannot write {} any further: {}; the run goes on without it",
+        console_.Warn(fmt::format("cannot continue to write {}: {}; the run continues without it",
                                   path_.string(), std::strerror(error)));
     }
 }

@@ -42,6 +42,17 @@ bool NamesPassword(std::string_view word) {
     return LowerCase(word).find("password") != std::string::npos;
 }
 
+constexpr std::string_view kHint = "\nhint: ";
+
+std::vector<std::string_view> HintsOf(std::string_view message) {
+    std::vector<std::string_view> hints;
+    for (auto at = message.find(kHint); at != std::string_view::npos; at = message.find(kHint)) {
+        message.remove_prefix(at + kHint.size());
+        hints.push_back(message.substr(0, message.find(kHint)));
+    }
+    return hints;
+}
+
 struct Token {
     enum class Kind { kBlank, kWord, kLiteral, kSign };
     Kind kind;
@@ -344,6 +355,33 @@ std::vector<std::string> SplitAtBlanks(std::string_view list) {
     return words;
 }
 
+std::string MessageLines(std::string_view message, std::string_view program) {
+    std::string lines = fmt::format("{}: {}", program, FactOf(message));
+    for (const std::string_view hint : HintsOf(message)) {
+        lines += fmt::format("\n{}: hint: {}", program, hint);
+    }
+    return lines;
+}
+
+std::string FactOf(std::string_view message) {
+    return std::string(message.substr(0, message.find(kHint)));
+}
+
+std::string HintOf(std::string_view message) {
+    return fmt::format("{}", fmt::join(HintsOf(message), "; "));
+}
+
+std::string JoinMessages(const std::vector<std::string>& messages, std::string_view ending) {
+    std::string facts;
+    std::string hints;
+    for (const std::string& message : messages) {
+        const std::string fact = FactOf(message);
+        facts += (facts.empty() ? "" : "; ") + fact;
+        hints += message.substr(fact.size());
+    }
+    return facts + std::string(ending) + hints;
+}
+
 std::string ErrorText(const std::exception& error) {
     const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error);
     if (file == nullptr) {
@@ -364,7 +402,7 @@ std::string FaultOfNumber(std::string& word) {
     const std::size_t sign = word.starts_with('-') || word.starts_with('+') ? 1 : 0;
     const std::string digits = word.substr(sign);
     if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
-        return "'" + word + "' is no whole number in decimal notation";
+        return "'" + word + "' is not a decimal integer";
     }
     const std::size_t first = std::min(digits.find_first_not_of('0'), digits.size() - 1);
     word = (word.starts_with('-') ? "-" : "") + digits.substr(first);
@@ -379,7 +417,7 @@ std::string FaultOfVersion(const std::string& word) {
     const Value version(word);
     return version.IsNumeric() && version.ToDouble() >= 0
                ? ""
-               : "'" + word + "' is no version; a version is a number such as 1.0050";
+               : "'" + word + "' is not a version; a version is a number such as 1.0050";
 }
 
 }  // namespace twupdate::cli

@@ -61,6 +61,16 @@ std::string DescribeError(const HostError& error);
 /// The text of an exception for people; of one of the file system the path and the reason.
 std::string ErrorText(const std::exception& error);
 
+/// A message is one line with the fact, and may go on with lines that begin with "hint: ", which
+/// say what to do. This is it as a program prints it: each line behind the program's name.
+std::string MessageLines(std::string_view message, std::string_view program = "twupdate");
+/// The first line of a message.
+std::string FactOf(std::string_view message);
+/// What its hints say, separated by "; "; empty without any.
+std::string HintOf(std::string_view message);
+/// The facts of several messages and `ending` on one line, then all their hints.
+std::string JoinMessages(const std::vector<std::string>& messages, std::string_view ending);
+
 /// The order in which names of databases are listed: tw_2 comes before tw_10.
 bool ComesBefore(std::string_view name, std::string_view other);
 

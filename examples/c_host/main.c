@@ -465,11 +465,13 @@ int main(int argc, char** argv) {
     callbacks.step_starting = step_starting;
     callbacks.site_ended = site_ended;
 
-    if (twu_host_new(&callbacks, &host, &handle) != TWU_OK || twu_update_new(&update) != TWU_OK) {
-        fprintf(stderr, "c_host: %s\n", twu_error_text(twu_last_error(NULL)));
+    if (twu_host_new(&callbacks, &host, &handle) != TWU_OK || twu_update_new(&update) != TWU_OK ||
+        twu_configure(update, handle) != TWU_OK) {
+        /* As long as there is no update, its pointer is NULL: then it is the thread's last error.
+         */
+        fprintf(stderr, "c_host: %s\n", twu_error_text(twu_last_error(update)));
         return 1;
     }
-    twu_configure(update, handle);
     twu_host_free(handle); /* the update has a reference of its own */
 
     status = upgrade(update, &host, argc > 3 ? atol(argv[3]) : 0);

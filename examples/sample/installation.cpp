@@ -75,8 +75,8 @@ void RefuseAnInstallation(Utility& host) {
         host.GetDatabase()->OpenRecordset("SHOW DATABASES LIKE 'tw\\_tarnwick';", 0, 0);
     if (!rows->IsEOF()) {
         throw std::runtime_error(
-            "the server has an installation already, the database tw_tarnwick; a sample is made on "
-            "a server without one");
+            "the server already has an installation, the database tw_tarnwick; a sample needs a "
+            "server without one");
     }
 }
 

@@ -12,6 +12,7 @@
 
 #include "cli/server/options.h"
 #include "cli/server/server_options.h"
+#include "cli/terminal/help_formatter.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
 #include "sample/installation.h"
@@ -129,6 +130,7 @@ void Print(const Options& options) {
 int Main(int argc, char** argv) {
     CLI::App app("Makes an old installation with believable rows, to try an upgrade on.",
                  "twupdate-sample");
+    app.formatter(std::make_shared<cli::HelpFormatter>());
     Options options;
     AddOptions(app, options);
     try {
@@ -141,7 +143,7 @@ int Main(int argc, char** argv) {
         Print(options);
         return 0;
     } catch (const cli::CommandError& error) {
-        std::fprintf(stderr, "twupdate-sample: %s\n", error.what());
+        std::fprintf(stderr, "%s\n", cli::MessageLines(error.what(), "twupdate-sample").c_str());
         return error.Code();
     } catch (const HostError& error) {
         std::fprintf(stderr, "twupdate-sample: %s\n", error.what());

@@ -14,7 +14,7 @@ struct Interruption {
     LeftoverSearch* search;
 };
 
-constexpr std::string_view kCaches = "a repeat leaves links to caches that are gone";
+constexpr std::string_view kCaches = "a repeat leaves links to caches that no longer exist";
 constexpr std::string_view kConversion = "a repeat stops with error 1060, or ends without a column";
 
 constexpr std::array<Interruption, 10> kInterruptions{{

@@ -160,6 +160,14 @@ static twu_status step_starting(void* context, const twu_step* step, const char*
     return host->steps == host->stop_at_step ? TWU_STOPPED : TWU_OK;
 }
 
+static twu_status file_copied(void* context, const char* source, const char* destination,
+                              twu_error* error) {
+    (void)context;
+    (void)error;
+    CHECK(strlen(source) > 0 && strlen(destination) > 0);
+    return TWU_OK;
+}
+
 static void released(void* context) {
     struct host* host = context;
     host->is_released = 1;
@@ -206,6 +214,7 @@ int main(void) {
     callbacks.command_execute = command_execute;
     callbacks.command_close = command_close;
     callbacks.step_starting = step_starting;
+    callbacks.file_copied = file_copied;
     callbacks.released = released;
     CHECK(twu_host_new(&callbacks, &host, &handle) == TWU_OK);
     CHECK(twu_update_new(&update) == TWU_OK);
@@ -245,6 +254,7 @@ int main(void) {
     CHECK(host.is_released);
     twu_update_free(update);
 
+    CHECK(strncmp(twu_version(), "1.", 2) == 0);
     CHECK(twu_ladder_size(TWU_SERVER) >= 18);
     CHECK(strcmp(twu_ladder_name(TWU_SERVER), "server") == 0);
     CHECK(strcmp(twu_ladder_step(TWU_SERVER, 0)->name, "ServerStep_1_0002") == 0);

@@ -602,6 +602,7 @@ TEST(AnObserver, NeedsNoCallbackOfItsOwn) {
     table.site_walk_starting = nullptr;
     table.site_starting = nullptr;
     table.site_ended = nullptr;
+    table.file_copied = nullptr;
     table.released = nullptr;
     const Configured configured(fake, table);
     EXPECT_EQ(twu_update_site(configured.update, 7, 1.0263, nullptr), TWU_OK);
@@ -833,6 +834,7 @@ TEST(TwuLadders, CanBeLookedAt) {
     EXPECT_EQ(twu_ladder_size(TWU_SERVER), LadderSteps(Ladder::kServer).size());
     EXPECT_EQ(twu_ladder_size(TWU_SERVER_DATA), LadderSteps(Ladder::kServerData).size());
     EXPECT_EQ(twu_current_version(), kCurrentVersion);
+    EXPECT_STREQ(twu_version(), TWUPDATE_VERSION);
     EXPECT_STREQ(twu_ladder_name(TWU_SITE_SCHEMA), "site schema");
     EXPECT_STREQ(twu_ladder_name(TWU_SITE_CONTENT), "site content");
     EXPECT_STREQ(twu_ladder_name(TWU_SERVER), "server");

@@ -225,6 +225,11 @@ twu_host_callbacks FakeHost::Callbacks() {
     table.site_ended = [](void* context, int32_t site, twu_error* error) {
         return Host(context).Record("site_ended " + std::to_string(site), error);
     };
+    table.file_copied = [](void* context, const char* source, const char* destination,
+                           twu_error* error) {
+        return Host(context).Record(std::string("file_copied ") + source + " " + destination,
+                                    error);
+    };
     table.released = [](void* context) { ++Host(context).released; };
     return table;
 }

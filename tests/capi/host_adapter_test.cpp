@@ -108,6 +108,16 @@ TEST_F(HostAdapter, KeepsTheHostWhileAResultIsOpen) {
     EXPECT_EQ(fake.released, 1);
 }
 
+TEST_F(HostAdapter, TellsOfACopiedFileAndIsStoppedByIt) {
+    utility->GetObserver()->FileCopied("/root/templates/a.css", "/root/wwwroot/sites/7/a.css");
+    EXPECT_THAT(fake.log, ElementsAre("file_copied /root/templates/a.css "
+                                      "/root/wwwroot/sites/7/a.css"));
+    UtilityWithout(&twu_host_callbacks::file_copied)->GetObserver()->FileCopied("a", "b");
+    EXPECT_THAT(fake.Lines({"file_copied"}), testing::SizeIs(1));
+    fake.failures["file_copied"] = {TWU_HOST_ERROR, 0, nullptr, "no more files", {}, false};
+    EXPECT_THROW(utility->GetObserver()->FileCopied("a", "b"), HostError);
+}
+
 TEST_F(HostAdapter, PassesStatementsWithANul) {
     const std::string sql("INSERT '\0';", 11);
     std::int64_t rows = 0;

@@ -75,8 +75,8 @@ TEST_F(Backup, PutsBackEverythingAsItWas) {
     EXPECT_NE(StateOf("tw_1"), one);
     const Outcome restored = Run(RestoreAll(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
-    EXPECT_THAT(restored.out, HasSubstr("tw_2: put back (2 of 4)\n"));
-    EXPECT_THAT(restored.out, HasSubstr("4 databases put back."));
+    EXPECT_THAT(restored.out, HasSubstr("tw_2: restored (2 of 4)\n"));
+    EXPECT_THAT(restored.out, HasSubstr("4 databases restored."));
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(InstallationVersion(), "1");
@@ -118,9 +118,10 @@ TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
     };
     const Outcome upgraded = run({"--backup", backup_.string(), "upgrade"});
     ASSERT_EQ(upgraded.status, 0) << upgraded.err;
-    EXPECT_THAT(upgraded.err,
-                HasSubstr("twupdate: warning: procedures and functions of others are not in the "
-                          "backup: the user may not read them (SELECT on mysql.proc)\n"));
+    EXPECT_THAT(
+        upgraded.err,
+        HasSubstr("twupdate: warning: procedures and functions of other accounts are not in the "
+                  "backup\ntwupdate: hint: grant SELECT on mysql.proc, and use another folder\n"));
     Execute("GRANT SELECT ON mysql.proc TO 'night'@'localhost';");
     EXPECT_EQ(
         run({"--backup", backup_.string(), "--quiet", "upgrade-site", "1", "--from", "1.0264"})
@@ -144,8 +145,8 @@ TEST_F(Backup, ARightThatIsMissingIsToldBeforeAnythingIsDropped) {
         const Outcome outcome = RunProgram({"--socket", socket, "--user", "half", "restore",
                                             LastRun(backup_).string(), "--apply"});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.err,
-                  "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
+        EXPECT_EQ(outcome.err, "twupdate: tw_1: the account lacks the privilege " + right +
+                                   "; nothing was restored\n");
         EXPECT_EQ(StateOf("tw_1"), one);
         Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
@@ -170,8 +171,8 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
         Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
         const Outcome outcome = AsHalf(RestoreSite1(backup_));
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.err,
-                  "twupdate: tw_1: the user lacks the right " + right + "; nothing was put back\n");
+        EXPECT_EQ(outcome.err, "twupdate: tw_1: the account lacks the privilege " + right +
+                                   "; nothing was restored\n");
         EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.extra;"), "1");
         EXPECT_EQ(SiteVersion(1), kCurrentStored);
         Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
@@ -202,8 +203,8 @@ TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
         const Outcome outcome = AsHalf(RestoreSite1(backup));
         EXPECT_EQ(outcome.status, 1) << object;
         EXPECT_EQ(outcome.err,
-                  "twupdate: tw_1: the user lacks the right SET USER for what belongs to "
-                  "`so and ``so`@`%`; nothing was put back\n");
+                  "twupdate: tw_1: the account lacks the privilege SET USER for what belongs to "
+                  "`so and ``so`@`%`; nothing was restored\n");
         EXPECT_EQ(SiteVersion(1), kCurrentStored);
         Execute("DROP " + object.substr(0, object.find(' ')) + " tw_1.o;");
         Execute("GRANT SET USER ON *.* TO 'half'@'localhost';");
@@ -226,8 +227,8 @@ TEST_F(Backup, AllRightsOnEveryDatabaseAreNotThoseOnTheServer) {
     const Outcome outcome = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
-              "twupdate: tw_1: the user lacks the right SET USER for what belongs to `so`@`%`; "
-              "nothing was put back\n");
+              "twupdate: tw_1: the account lacks the privilege SET USER for what belongs to "
+              "`so`@`%`; nothing was restored\n");
     EXPECT_EQ(StateOf("tw_1"), one);
     Execute("GRANT ALL PRIVILEGES ON *.* TO 'half'@'localhost';");
     EXPECT_EQ(AsHalf(RestoreSite1(backup_)).status, 0);
@@ -247,9 +248,9 @@ TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
     const Outcome outcome = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
-              "twupdate: tw_1: the user lacks the right SUPER, which triggers and functions need "
-              "where the server has a binary log and log_bin_trust_function_creators is off; "
-              "nothing was put back\n");
+              "twupdate: tw_1: the account lacks the privilege SUPER, which triggers and functions "
+              "need if the server has a binary log and log_bin_trust_function_creators is off; "
+              "nothing was restored\n");
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
     const GlobalSetting trust("log_bin_trust_function_creators", "ON");
     const Outcome restored = AsHalf(RestoreSite1(backup_));
@@ -282,9 +283,10 @@ TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
                      {"repair", "--apply"}}) {
                 const Outcome outcome = Run(command);
                 EXPECT_EQ(outcome.status, 1) << command.front() << " after " << script;
-                EXPECT_THAT(outcome.err,
-                            AllOf(HasSubstr("an unfinished restore has tw_1"),
-                                  HasSubstr(" in hand; give the same restore again\n")));
+                EXPECT_THAT(
+                    outcome.err,
+                    AllOf(HasSubstr("a restore of tw_1"),
+                          HasSubstr(" is unfinished\ntwupdate: hint: repeat the same restore\n")));
             }
             const Outcome checked = Run({"check"});
             EXPECT_EQ(checked.status, 3) << script;
@@ -328,9 +330,9 @@ TEST_F(Backup, OfSitesWithoutTheCentralDatabaseBringsTheirVersionsBackToo) {
     const std::string one = StateOf("tw_1");
     const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, "twupdate: the note on the version of site 1 is missing, " +
+    EXPECT_EQ(outcome.err, "twupdate: the file with the version of site 1 is missing, " +
                                (LastRun(backup_) / "tw_1.json").string() +
-                               "; nothing was put back\n");
+                               "; nothing was restored\n");
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
     EXPECT_EQ(StateOf("tw_1"), one);
 }
@@ -407,7 +409,7 @@ TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsD
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "twupdate: cannot write " + file +
                                ", which keeps the versions of the sites that are not in the "
-                               "backup: Is a directory; nothing was put back\n");
+                               "backup: Is a directory; nothing was restored\n");
     EXPECT_EQ(StateOf("tw_1"), one);
     fs::remove(file + ".part");
     Execute("CREATE TABLE tw_1.unfinished_restore(a INT);");
@@ -416,7 +418,7 @@ TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsD
     EXPECT_EQ(unreadable.status, 1);
     EXPECT_EQ(unreadable.err, "twupdate: " + file +
                                   ", which keeps the versions of the sites that are not in the "
-                                  "backup, cannot be read; nothing was put back\n");
+                                  "backup, cannot be read; nothing was restored\n");
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
@@ -429,8 +431,8 @@ TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
     Execute("REVOKE UPDATE ON `tw\\_%`.* FROM 'half'@'localhost';");
     const std::string one = StateOf("tw_1");
     const std::string refusal =
-        "twupdate: tw_tarnwick: the user lacks the right UPDATE, which sets the versions of "
-        "sites; nothing was put back\n";
+        "twupdate: tw_tarnwick: the account lacks the privilege UPDATE, which sets the versions of "
+        "sites; nothing was restored\n";
     const Outcome site = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(site.status, 1);
     EXPECT_EQ(site.err, refusal);
@@ -460,7 +462,7 @@ TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
     const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "twupdate: " + (LastRun(backup_) / "tw_2.sql.gz").string() +
-                               " is no dump of tw_2; nothing was put back\n");
+                               " is not a dump of tw_2; nothing was restored\n");
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
@@ -471,10 +473,10 @@ TEST_F(Backup, ADatabaseThatIsNotPutBackToItsEndIsNamed) {
     std::vector<std::string> arguments = With(RestoreSite1(backup_));
     const Outcome outcome = RunProgram(arguments, {{"PATH", PathWith("mariadb", "exit 7")}});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err,
-                HasSubstr("twupdate: cannot put back tw_1: mariadb ended with status 7; the "
-                          "database is not whole now: fix the cause and give the same command "
-                          "again\n"));
+    EXPECT_THAT(
+        outcome.err,
+        HasSubstr("twupdate: cannot restore tw_1: mariadb ended with status 7; the database is "
+                  "incomplete\ntwupdate: hint: fix the cause and repeat the command\n"));
 }
 
 TEST_F(Backup, AResumedRunKeepsTheFirstBackup) {
@@ -590,18 +592,16 @@ TEST_F(Backup, ARestoreShowsWhatItWouldReplaceAndDoesNothingUntilToldSo) {
     const std::string central = StateOf("tw_tarnwick");
     const Outcome shown = Run({"restore", folder});
     EXPECT_EQ(shown.status, 3) << shown.err;
-    EXPECT_THAT(
-        shown.out,
-        testing::ContainsRegex(
-            "Database +Now +In the dump +Dumped +Written to since the run ended\n"
-            "tw_1 +" +
-            kCurrentShown +
-            " +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago  1 table \\(setting\\), the "
-            "last 20[-0-9]+T[:0-9]+Z\n"
-            "tw_tarnwick +1.0000 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago *\n"
-            "A restore loses what was written since the dump. The server knows of writing since "
-            "its last start, 20[-0-9]+T[:0-9]+Z.\n"
-            "Nothing was put back; the same command with --apply puts back 2 databases.\n"));
+    EXPECT_THAT(shown.out,
+                testing::ContainsRegex(
+                    "Database +Now +In the dump +Dumped +Written to since the run ended\n"
+                    "tw_1 +" +
+                    kCurrentShown +
+                    " +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago  1 table \\(setting\\), the last "
+                    "20[-0-9]+T[:0-9]+Z\ntw_tarnwick +1.0000 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ "
+                    "s ago *\nA restore loses what was written since the dump. The server knows of "
+                    "writing since its last start, 20[-0-9]+T[:0-9]+Z.\nNothing was restored; "
+                    "--apply restores 2 databases.\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
     EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);  // nothing was marked
@@ -622,9 +622,10 @@ TEST_F(Backup, TheFolderOfOneRunIsNamedToARestore) {
     const auto runs = RunsIn(backup_);
     const Outcome outcome = Run({"restore", backup_.string(), "--apply"});
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, "twupdate: " + backup_.string() +
-                               " holds the backups of 2 runs; name the folder of one: " +
-                               runs[0].string() + ", " + runs[1].string() + "\n");
+    EXPECT_EQ(outcome.err,
+              "twupdate: " + backup_.string() +
+                  " holds the backups of 2 runs\ntwupdate: hint: name the folder of one of them: " +
+                  runs[0].string() + ", " + runs[1].string() + "\n");
 }
 
 TEST_F(Backup, ARestoreThatIsStoppedFinishesTheDatabaseInHandAndSaysWhatToDo) {
@@ -645,10 +646,10 @@ TEST_F(Backup, ARestoreThatIsStoppedFinishesTheDatabaseInHandAndSaysWhatToDo) {
     const Outcome stopped = restore.Wait();
     EXPECT_EQ(stopped.status, 5);
     EXPECT_EQ(stopped.err,
-              "\ntwupdate: stopping after the database in hand; once more stops at once\n"
-              "twupdate: stopped as requested: put back are tw_1, and not yet tw_2, tw_logs, "
-              "tw_tarnwick; give the same command again, which puts all of them back\n");
-    EXPECT_THAT(Run({"upgrade"}).err, HasSubstr("give the same restore again"));
+              "\ntwupdate: stopping after the current database; repeat to stop at once\ntwupdate: "
+              "stopped as requested; restored: tw_1; not yet restored: tw_2, tw_logs, "
+              "tw_tarnwick\ntwupdate: hint: repeat the command; it restores all of them\n");
+    EXPECT_THAT(Run({"upgrade"}).err, HasSubstr("repeat the same restore"));
     const Outcome again = Run(RestoreAll(backup_));
     EXPECT_EQ(again.status, 0) << again.err;
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
@@ -666,7 +667,7 @@ TEST_F(Backup, ARestoreThatIsStoppedBeforeItsFirstDatabasePutsNothingBack) {
     restore.Signal(SIGTERM);
     const Outcome stopped = restore.Wait();
     EXPECT_EQ(stopped.status, 5);
-    EXPECT_THAT(stopped.err, HasSubstr("twupdate: stopped as requested; nothing was put back\n"));
+    EXPECT_THAT(stopped.err, HasSubstr("twupdate: stopped as requested; nothing was restored\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);  // nothing was marked
 }
@@ -683,10 +684,10 @@ TEST_F(Backup, AVersionThatNoBackupHasIsNotPutBack) {
         WriteFile(note, content.dump());
         const Outcome outcome = Run(RestoreSite1(backup_));
         EXPECT_EQ(outcome.status, 1) << version;
-        EXPECT_THAT(outcome.err, AllOf(HasSubstr("twupdate: " + note.string() + ": "),
-                                       HasSubstr(" is no version of a backup, which lies between "
-                                                 "1.0000 and " +
-                                                 kCurrentShown + "; nothing was put back\n")));
+        EXPECT_THAT(outcome.err,
+                    AllOf(HasSubstr("twupdate: " + note.string() + ": "),
+                          HasSubstr(" is not a version that a backup can have (1.0000 to " +
+                                    kCurrentShown + "); nothing was restored\n")));
         EXPECT_EQ(StateOf("tw_1"), one);
         EXPECT_EQ(SiteVersion(1), kCurrentStored);
     }
@@ -734,7 +735,7 @@ TEST_F(Backup, WithoutAFolderToGoToEndsTheRunBeforeAnyStatement) {
     fs::create_symlink(folder_ / "gone", backup_);
     const Outcome outcome = Run(BackUpSite1(backup_));
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("twupdate: cannot make the backup folder " +
+    EXPECT_THAT(outcome.err, HasSubstr("twupdate: cannot create the backup folder " +
                                        backup_.string() + ": File exists\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(SiteVersion(1), "1");
@@ -750,7 +751,7 @@ TEST_F(Backup, ThatCannotBeWrittenStopsTheRunBeforeTheDatabaseIsTouched) {
         RunProgram(With({"--backup", backup_.string(), "upgrade-site", "1"}), {{"PATH", path}});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr("cannot back up tw_tarnwick into "));
-    EXPECT_THAT(outcome.err, HasSubstr("the database was not touched"));
+    EXPECT_THAT(outcome.err, HasSubstr("the database was not changed"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_FALSE(fs::exists(LastRun(backup_) / "tw_tarnwick.sql.gz"));
     EXPECT_FALSE(fs::exists(LastRun(backup_) / "tw_tarnwick.sql.gz.part"));
@@ -764,7 +765,7 @@ TEST_F(Backup, ThatIsNotWholeStopsTheRunBeforeTheDatabaseIsTouched) {
     const Outcome outcome =
         RunProgram(With({"--backup", backup_.string(), "upgrade-site", "1"}), {{"PATH", path}});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("the dump is not whole"));
+    EXPECT_THAT(outcome.err, HasSubstr("the dump is incomplete"));
     EXPECT_EQ(StateOf("tw_1"), one);
 }
 
@@ -778,7 +779,7 @@ TEST_F(Backup, ADamagedBackupIsNotPutBack) {
     const Outcome outcome = Run(RestoreAll(backup_));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr("twupdate: " + (LastRun(backup_) / "tw_1.sql.gz").string() +
-                                       " is not a whole dump; nothing was put back\n"));
+                                       " is not a complete dump; nothing was restored\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(InstallationVersion(), kCurrentStored);  // nor was the sound one beside it
 }

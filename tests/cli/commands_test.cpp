@@ -50,11 +50,10 @@ TEST_F(Commands, CreateCoreTellsAnUnfinishedCentralDatabaseFromAFinishedOne) {
     const auto refuses = [](const std::string& what) {
         const Outcome outcome = Run({"create-core"});
         EXPECT_EQ(outcome.status, 1) << outcome.out;
-        EXPECT_EQ(outcome.err,
-                  "twupdate: the central database tw_tarnwick is there, but not complete: " + what +
-                      "; after a create-core that failed drop it (DROP DATABASE tw_tarnwick) and "
-                      "run create-core again, otherwise bring it back from a backup; nothing was "
-                      "done\n");
+        EXPECT_EQ(outcome.err, "twupdate: the central database tw_tarnwick is incomplete: " + what +
+                                   "; nothing was done\ntwupdate: hint: after a failed "
+                                   "create-core, drop it (DROP DATABASE tw_tarnwick) and run "
+                                   "create-core again; otherwise restore it from a backup\n");
     };
     Execute("CREATE DATABASE tw_tarnwick;");
     refuses("it has no table installation");
@@ -76,21 +75,22 @@ TEST_F(Commands, AnUnfinishedCentralDatabaseIsToldByStatusAndUpgrade) {
     }
     Execute("DELETE FROM tw_tarnwick.componenttype;");
     const std::string unfinished =
-        "the central database tw_tarnwick is there, but not complete: its table componenttype has "
-        "no rows; ";
+        "the central database tw_tarnwick is incomplete: its table componenttype has no rows";
     const std::string dropIt =
-        "after a create-core that failed drop it (DROP DATABASE tw_tarnwick) and run create-core "
-        "again, otherwise bring it back from a backup";
+        "after a failed create-core, drop it (DROP DATABASE tw_tarnwick) and run create-core "
+        "again; otherwise restore it from a backup";
     for (const char* command : {"status", "upgrade"}) {
         const Outcome outcome = Run({command});
         EXPECT_EQ(outcome.status, 0);
-        EXPECT_EQ(outcome.err, "twupdate: warning: " + unfinished + dropIt + "\n");
+        EXPECT_EQ(outcome.err,
+                  "twupdate: warning: " + unfinished + "\ntwupdate: hint: " + dropIt + "\n");
     }
-    EXPECT_EQ(Run({"--json", "status"}).Json()["unfinished"], unfinished + dropIt);
+    EXPECT_EQ(Run({"--json", "status"}).Json()["unfinished"], unfinished + "\nhint: " + dropIt);
     // What has sites is no leftover, and is not to be dropped.
     MakeSiteRow(5, kCurrentStored);
-    EXPECT_EQ(Run({"status"}).err, "twupdate: warning: " + unfinished +
-                                       "it has sites, so bring it back from a backup\n");
+    EXPECT_EQ(Run({"status"}).err,
+              "twupdate: warning: " + unfinished +
+                  "\ntwupdate: hint: it has sites: restore it from a backup\n");
 }
 
 TEST_F(Commands, CreateCoreDoesNotClaimWhatSomebodyElseHasMadeMeanwhile) {
@@ -293,9 +293,7 @@ TEST_F(Commands, UpgradeSiteUnderAnOldCentralDatabaseNamesTheCommandThatHelps) {
     const Outcome outcome = Run({"upgrade-site", "8"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
-              "twupdate: SiteContentStep_1_0223 of tw_8: tw_tarnwick.accountpayment has no column "
-              "cartorderid; upgrade the central database first: the command upgrade does so, and "
-              "then upgrades the older sites, this one too; nothing was done\n");
+              "twupdate: SiteContentStep_1_0223 of tw_8: tw_tarnwick.accountpayment has no column cartorderid; upgrade the central database first; nothing was done\ntwupdate: hint: run upgrade: it upgrades the central database, then the older sites, including this one\n");
     Execute("DELETE FROM tw_8.commission;");
     EXPECT_EQ(StateOf("tw_8"), untouched);
     Execute("INSERT INTO tw_8.commission(orderid) VALUES(5);");

@@ -153,9 +153,9 @@ TEST_F(During, ARunThatHasLostItsLockStopsBeforeTheNextSite) {
     const Outcome outcome = run.Wait();
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
-                HasSubstr("failed: database tw_8: the run has lost its lock, since the server has "
+                HasSubstr("failed: database tw_8: the run has lost its lock, because the server "
                           "ended connection " +
-                          holder + ", and another run may have begun\n"));
+                          holder + "; another run may have begun\n"));
     EXPECT_EQ(SiteVersion(7), "1.0265");
     EXPECT_EQ(SiteVersion(8), "1");
     EXPECT_EQ(InstallationVersion(), "1");
@@ -248,7 +248,7 @@ TEST_F(During, CtrlCStopsAfterTheStatementInHandAndTheSameCommandResumes) {
                                            "SiteSchemaStep_1_00"));
         EXPECT_EQ(outcome.err.find("stopped as requested"),
                   outcome.err.rfind("stopped as requested"));
-        EXPECT_THAT(outcome.err, HasSubstr("Run the same command again: it resumes"));
+        EXPECT_THAT(outcome.err, HasSubstr("Repeat the command; it resumes"));
         EXPECT_EQ(SiteVersion(7), "1");
         reader->Execute("START TRANSACTION;");
         reader->Query("SELECT COUNT(*) FROM tw_7.setting;");

@@ -54,8 +54,8 @@ TEST_F(Failures, NoCentralDatabaseSaysHowToMakeOne) {
     for (const char* command : {"status", "upgrade"}) {
         const Outcome outcome = Run({command});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.err, HasSubstr("there is no central database tw_tarnwick on this "
-                                           "server; create-core makes one"));
+        EXPECT_THAT(outcome.err,
+                    HasSubstr("there is no central database tw_tarnwick on this server"));
     }
 }
 
@@ -77,8 +77,9 @@ TEST_F(Failures, ASiteWithoutAVersionIsNamedBeforeAnythingIsDone) {
     Execute("UPDATE tw_tarnwick.site SET version = NULL;");
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("twupdate: the version of site 5 in tw_tarnwick.site is "
-                                       "NULL; set it to the version of its layout"));
+    EXPECT_THAT(outcome.err,
+                HasSubstr("twupdate: the version of site 5 in tw_tarnwick.site is NULL\ntwupdate: "
+                          "hint: set it to the version of its layout"));
     EXPECT_EQ(InstallationVersion(), "1.0262");
     const Outcome one = Run({"upgrade-site", "5"});
     EXPECT_EQ(one.status, 1);
@@ -92,8 +93,8 @@ TEST_F(Failures, ASiteIdThatIsTooLargeIsNamedBeforeAnythingIsDone) {
     Execute("UPDATE tw_tarnwick.site SET siteid = 5000000000;");
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("twupdate: tw_tarnwick.site has a site 5000000000, but a "
-                                       "siteid lies between 1 and 2147483647"));
+    EXPECT_THAT(outcome.err, HasSubstr("twupdate: tw_tarnwick.site has a row with siteid "
+                                       "5000000000, which is not between 1 and 2147483647"));
     EXPECT_EQ(InstallationVersion(), "1.0262");
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1;");
     EXPECT_EQ(Run({"upgrade"}).status, 0);
@@ -138,9 +139,8 @@ TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
                               "\\(HY000\\): .*\n"));
     EXPECT_THAT(
         outcome.err,
-        HasSubstr("Upgraded to the end: 1 database (tw_3). The ladders of tw_tarnwick have "
-                  "ended; its version is recorded after the last site. Run the same command "
-                  "again: it resumes where it stopped.\n"));
+        HasSubstr("Completed: 1 database (tw_3). The ladders of tw_tarnwick are done; its version "
+                  "is recorded after the last site. Repeat the command; it resumes.\n"));
     EXPECT_EQ(SiteVersion(3), kCurrentStored);
     EXPECT_EQ(SiteVersion(8), "1.0262");
     EXPECT_EQ(SiteVersion(9), "1.0262");
@@ -167,9 +167,9 @@ TEST_F(Failures, SitesWithoutTheirDatabasesAreNamedBeforeAnythingIsDone) {
     const Outcome outcome = Run({"--trace", trace.string(), "upgrade"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
-              "twupdate: 2 sites have no database that the user sees (tw_8, tw_10); bring it back "
-              "from a backup, or mark the site hard-deleted in tw_tarnwick.site; nothing was "
-              "done\n");
+              "twupdate: 2 sites have no database that this account can see (tw_8, tw_10); nothing "
+              "was done\ntwupdate: hint: restore it from a backup, grant privileges on it, or mark "
+              "the site hard-deleted in tw_tarnwick.site\n");
     EXPECT_FALSE(fs::exists(trace));
     EXPECT_EQ(InstallationVersion(), "1.0262");
     EXPECT_EQ(SiteVersion(3), "1.0262");
@@ -178,7 +178,7 @@ TEST_F(Failures, SitesWithoutTheirDatabasesAreNamedBeforeAnythingIsDone) {
         const Outcome one = Run(command);
         EXPECT_EQ(one.status, 1);
         EXPECT_THAT(one.err,
-                    HasSubstr("twupdate: 1 site has no database that the user sees (tw_8)"));
+                    HasSubstr("twupdate: 1 site has no database that this account can see (tw_8)"));
     }
     const Outcome copies = Run({"import-master-data", "8", "--from", "1.0262"});
     EXPECT_EQ(copies.status, 1);
@@ -197,11 +197,12 @@ TEST_F(Failures, AVersionThatIsNoNumberIsNamedBeforeAnythingIsDone) {
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
-              "twupdate: the version of site 6 in tw_tarnwick.site is 'old'; set it to the version "
-              "of its layout (0 runs every step); nothing was done\n");
+              "twupdate: the version of site 6 in tw_tarnwick.site is 'old'; nothing was "
+              "done\ntwupdate: hint: set it to the version of its layout (0 runs every step)\n");
     EXPECT_EQ(InstallationVersion(), "1.0262");
     EXPECT_THAT(Run({"upgrade-site", "6"}).err,
-                HasSubstr("the version of site 6 in tw_tarnwick.site is 'old'; say with --from"));
+                HasSubstr("the version of site 6 in tw_tarnwick.site is 'old'\ntwupdate: hint: "
+                          "name the version of its layout with --from"));
     EXPECT_THAT(Run({"status"}).out, ContainsRegex("   6  Site 6  'old'    no version"));
     EXPECT_THAT(Run({"check"}).out, HasSubstr("the version of site 6 is 'old'"));
 
@@ -212,9 +213,10 @@ TEST_F(Failures, AVersionThatIsNoNumberIsNamedBeforeAnythingIsDone) {
     Execute("ALTER TABLE tw_tarnwick.installation MODIFY version VARCHAR(20) NULL;");
     Execute("UPDATE tw_tarnwick.installation SET version = 'new';");
     for (const char* command : {"status", "upgrade"}) {
-        EXPECT_THAT(Run({command}).err,
-                    HasSubstr("twupdate: tw_tarnwick.installation.version is 'new', so the version "
-                              "is not known"));
+        EXPECT_THAT(
+            Run({command}).err,
+            HasSubstr(
+                "twupdate: tw_tarnwick.installation.version is 'new', so the version is unknown"));
     }
 }
 
@@ -224,9 +226,10 @@ TEST_F(Failures, TwoRowsForOneVersionAreToldBeforeAnythingIsDone) {
     for (const char* command : {"status", "upgrade", "check", "plan"}) {
         const Outcome outcome = Run({command});
         EXPECT_EQ(outcome.status, 1) << command;
-        EXPECT_EQ(outcome.err,
-                  "twupdate: tw_tarnwick.installation has 2 rows, so the version is not known: "
-                  "leave the one that has the version of the stored layout\n");
+        EXPECT_EQ(
+            outcome.err,
+            "twupdate: tw_tarnwick.installation has 2 rows, so the version is unknown\ntwupdate: "
+            "hint: delete all but the one with the version of the stored layout\n");
     }
     EXPECT_EQ(Cell("SELECT GROUP_CONCAT(version ORDER BY version) FROM tw_tarnwick.installation;"),
               "1.01,1.0262");
@@ -381,13 +384,11 @@ TEST_F(Failures, TwoOutputsDoNotShareAFile) {
     const Outcome outcome =
         RunProgram({"--socket", "/nowhere", "--trace", file, "--events", same, "upgrade"});
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err,
-              "twupdate: --events and --trace name the same file " + file + "; name another\n");
+    EXPECT_EQ(outcome.err, "twupdate: --events and --trace name the same file: " + file + "\n");
     const Outcome folder =
         RunProgram({"--socket", "/nowhere", "--backup", file, "--log", same, "upgrade"});
     EXPECT_EQ(folder.status, 2);
-    EXPECT_EQ(folder.err,
-              "twupdate: --backup and --log name the same file " + same + "; name another\n");
+    EXPECT_EQ(folder.err, "twupdate: --backup and --log name the same file: " + same + "\n");
     fs::create_symlink("one", folder_ / "link");
     fs::create_symlink(folder_ / "link", folder_ / "longer");
     for (const bool isThere : {false, true}) {
@@ -405,14 +406,14 @@ TEST_F(Failures, TwoOutputsDoNotShareAFile) {
             const Outcome linked =
                 RunProgram({"--socket", "/nowhere", "--events", file, "--log", other, "upgrade"});
             EXPECT_EQ(linked.status, 2) << name;
-            EXPECT_EQ(linked.err, "twupdate: --events and --log name the same file " + other +
-                                      "; name another\n");
+            EXPECT_EQ(linked.err,
+                      "twupdate: --events and --log name the same file: " + other + "\n");
         }
     }
     const Outcome options = RunProgram({"--defaults-file", file, "--log", same, "upgrade"});
     EXPECT_EQ(options.status, 2);
-    EXPECT_EQ(options.err, "twupdate: --defaults-file and --log name the same file " + same +
-                               "; name another\n");
+    EXPECT_EQ(options.err,
+              "twupdate: --defaults-file and --log name the same file: " + same + "\n");
     const Outcome devices = RunProgram(
         {"--socket", "/nowhere", "--trace", "/dev/null", "--events", "/dev/null", "upgrade"});
     EXPECT_EQ(devices.status, 1);  // comes as far as the server
@@ -453,10 +454,10 @@ TEST_F(Failures, AnUpgradeWithoutTheFilesOfTheSitesIsAskedFor) {
             EXPECT_EQ(outcome.status, 2);
             EXPECT_EQ(outcome.err,
                       "twupdate: " + root.string() +
-                          " has none of the folders templates, components and wwwroot, so no file "
-                          "of a site can be copied; --install-folder names the component's folder "
-                          "inside the installation; where the sites have no files, go on with "
-                          "--no-site-files; nothing was done\n");
+                          " has none of the folders templates, components and wwwroot, so no site "
+                          "files can be copied; nothing was done\ntwupdate: hint: name the "
+                          "component's folder inside the installation with --install-folder, or "
+                          "use --no-site-files if the sites have no files here\n");
         }
     }
     EXPECT_EQ(InstallationVersion(), "1");
@@ -465,8 +466,8 @@ TEST_F(Failures, AnUpgradeWithoutTheFilesOfTheSitesIsAskedFor) {
     const Outcome contrary = run(install.string(), {"--no-site-files", "upgrade-site", "7"});
     EXPECT_EQ(contrary.status, 2);
     EXPECT_EQ(contrary.err, "twupdate: " + root.string() +
-                                " has the folder wwwroot, so the sites have files there; leave "
-                                "--no-site-files out; nothing was done\n");
+                                " has the folder wwwroot, so the sites have files there; nothing "
+                                "was done\ntwupdate: hint: omit --no-site-files\n");
     EXPECT_EQ(run(install.string(), {"upgrade-site", "7"}).status, 0);
     Execute("UPDATE tw_tarnwick.site SET version = 1.0264;");
     fs::remove(root / "wwwroot");
@@ -486,8 +487,8 @@ TEST_F(Failures, WhatStandsInThePlaceOfADataFileIsToldBeforeAnythingIsDone) {
             EXPECT_EQ(outcome.status, 2) << command;
             EXPECT_EQ(outcome.err,
                       "twupdate: " + file.string() +
-                          " is no file; bring the data file back from the package, or remove what "
-                          "stands in its place; nothing was done\n");
+                          " is not a file; nothing was done\ntwupdate: hint: restore the data file "
+                          "from the package, or remove what has its name\n");
         }
     };
     fs::remove(file);
@@ -507,8 +508,8 @@ TEST_F(Failures, ARecordThatCannotBeWrittenAnyFurtherIsAWarningOnce) {
         const Outcome outcome = Run({option, "/dev/full", "upgrade"});
         EXPECT_EQ(outcome.status, 0) << option;
         EXPECT_EQ(outcome.err,
-                  "twupdate: warning: cannot write /dev/full any further: No space left on device; "
-                  "the run goes on without it\n")
+                  "twupdate: warning: cannot continue to write /dev/full: No space left on device; "
+                  "the run continues without it\n")
             << option;
         EXPECT_EQ(InstallationVersion(), kCurrentStored);
     }
@@ -531,9 +532,10 @@ TEST_F(Failures, AnInstallFolderWithoutDataIsWrongUse) {
         arguments.insert(arguments.end(), command.begin(), command.end());
         const Outcome outcome = Run(arguments);
         EXPECT_EQ(outcome.status, 2) << command.front();
-        EXPECT_EQ(outcome.err, "twupdate: " + folder +
-                                   " has no folder resources with the reference data; "
-                                   "--install-folder names the folder in which resources lies\n");
+        EXPECT_EQ(outcome.err,
+                  "twupdate: " + folder +
+                      " has no folder resources with the reference data\ntwupdate: hint: "
+                      "--install-folder names the folder that contains resources\n");
     }
     EXPECT_EQ(InstallationVersion(), "1.0262");
     EXPECT_NE(Cell("SELECT COUNT(*) FROM tw_tarnwick.component;"), "0");

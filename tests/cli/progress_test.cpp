@@ -162,7 +162,7 @@ TEST_F(ProgressOfARun, OfARestoreCountsTheDatabases) {
     const Outcome outcome = RunOnTerminal(With({"restore", folder.string(), "--apply"}), 80);
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_THAT(DrawnLines(outcome.out),
-                AllOf(Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  putting back tw_7")),
+                AllOf(Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  restoring tw_7")),
                       Contains(HasSubstr("reading the dump of tw_7"))));
 }
 

@@ -153,9 +153,10 @@ TEST_F(Rehearse, SaysWhyAnUpgradeWouldNotBegin) {
     Execute("ALTER TABLE tw_tarnwick.site MODIFY version VARCHAR(20) NULL;");
     Execute("UPDATE tw_tarnwick.site SET version = 'old' WHERE siteid = 2;");
     const std::vector<std::string> reasons{
-        "the version of site 2 in tw_tarnwick.site is 'old'; set it to the version of its layout "
-        "(0 runs every step)",
-        "1 site has no database that the user sees (tw_3); bring it back from a backup, or mark "
+        "the version of site 2 in tw_tarnwick.site is 'old'\nhint: set it to the version of its "
+        "layout (0 runs every step)",
+        "1 site has no database that this account can see (tw_3)\nhint: restore it from a backup, "
+        "grant privileges on it, or mark "
         "the "
         "site hard-deleted in tw_tarnwick.site"};
     const Outcome outcome = Run({"rehearse", "--workdir", (folder_ / "r").string()});

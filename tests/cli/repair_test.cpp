@@ -99,12 +99,13 @@ TEST_F(Repair, MendsWhatEachCutLeavesSoThatTheResumedRunEndsLikeAnUndisturbedOne
          "tw_7.layoutzone: the column starthidedelay is missing, and its values are in "
          "double_temp; "},
         {"layoutzone ADD COLUMN startshowdelay", 1,
-         "tw_7.layoutzone: of the four timings the table lacks startfadein, starthidedelay, "
-         "startfadeout; "},
+         "tw_7.layoutzone: missing timing columns: startfadein, starthidedelay, startfadeout; "},
         {"layoutzone ADD COLUMN starthidedelay", 1,
-         "tw_7.layoutzone: of the four timings the table lacks startfadeout; "},
-        {"INSERT INTO tw_7.chargegroup(", 2, "tw_7.chargegroup: 2 groups of a conversion"},
-        {"UPDATE tw_7.charge SET chargeoptionid", 3, "tw_7.chargegroup: 3 groups of a conversion"},
+         "tw_7.layoutzone: missing timing columns: startfadeout; "},
+        {"INSERT INTO tw_7.chargegroup(", 2,
+         "tw_7.chargegroup: 2 groups of an unfinished conversion"},
+        {"UPDATE tw_7.charge SET chargeoptionid", 3,
+         "tw_7.chargegroup: 3 groups of an unfinished conversion"},
     };
     for (const Cut& cut : cuts) {
         Execute("DROP DATABASE IF EXISTS tw_7;");
@@ -159,8 +160,10 @@ TEST_F(Repair, RemovesChargesThatWereConvertedTwice) {
     CutUpgrade("UPDATE tw_7.charge SET chargeoptionid", 2);
     ASSERT_EQ(Run({"upgrade-site", "7"}).status, 0);  // converts all three again
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.chargegroup;"), "5");
-    EXPECT_THAT(Run({"repair"}).out, HasSubstr("tw_7.chargegroup: 2 groups that no charge names, "
-                                               "beside others of the same name"));
+    EXPECT_THAT(
+        Run({"repair"}).out,
+        HasSubstr(
+            "tw_7.chargegroup: 2 groups that no charge refers to, beside others of the same name"));
     EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.chargegroup;"), "3");
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.charge c INNER JOIN tw_7.chargeoption o ON "

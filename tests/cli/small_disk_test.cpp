@@ -133,7 +133,7 @@ TEST_F(SmallDisk, StopsABackupBeforeTheDatabaseIsTouched) {
     const Outcome failed = Run({"--backup", backup.string(), "upgrade-site", "8"});
     EXPECT_EQ(failed.status, 1);
     EXPECT_THAT(failed.err, AllOf(HasSubstr("cannot back up tw_8 into "),
-                                  HasSubstr(" (the disk is full); the database was not touched")));
+                                  HasSubstr(" (the disk is full); the database was not changed")));
     EXPECT_EQ(SiteVersion(8), "1");
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.tables WHERE table_schema = 'tw_8' AND "
                    "table_name = 'chargegroup';"),

@@ -158,9 +158,9 @@ TEST_F(TraceFile, WhatBecomesOfServicesIsAskedBeforeTheyAreCalled) {
         const Outcome asked = run(command);
         EXPECT_EQ(asked.status, 2);
         EXPECT_EQ(asked.err,
-                  "twupdate: the run calls component services of the platform: name a program that "
-                  "carries them out (--service-command) or a file that records them "
-                  "(--services-log), or go on without them (--no-services); nothing was done\n");
+                  "twupdate: the steps of this run call component services of the platform; "
+                  "nothing was done\ntwupdate: hint: carry the calls out (--service-command), "
+                  "record them (--services-log) or drop them (--no-services)\n");
     }
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
     EXPECT_EQ(StateOf("tw_7"), seven);

@@ -41,8 +41,8 @@ TEST(Usage, TakesSiteIdsFrom1ToTheLargest32BitInteger) {
 TEST(Usage, TakesNoVersionBelow0) {
     ExpectWrongUse({"upgrade-site", "7", "--from", "-1"}, "--from");
     ExpectWrongUse({"upgrade-site", "7", "--from", "old"}, "--from");
-    ExpectWrongUse({"upgrade-site", "7", "--from", "1,5"}, "'1,5' is no version");
-    ExpectWrongUse({"import-master-data", "7", "--from", "inf"}, "'inf' is no version");
+    ExpectWrongUse({"upgrade-site", "7", "--from", "1,5"}, "'1,5' is not a version");
+    ExpectWrongUse({"import-master-data", "7", "--from", "inf"}, "'inf' is not a version");
 }
 
 TEST(Usage, TakesNoEmptyValues) {
@@ -68,16 +68,16 @@ TEST(Usage, TakesDecimalNumbers) {
     for (const std::string number : {"0x10", "0b1", "1e1", "1.0", "1'0", " 1", "ten"}) {
         for (auto arguments : before) {
             arguments.insert(arguments.end(), {number, "status"});
-            ExpectWrongUse(arguments, "'" + number + "' is no whole number in decimal notation");
+            ExpectWrongUse(arguments, "'" + number + "' is not a decimal integer");
         }
         for (const std::string command : {"plan", "verify", "check", "repair"}) {
             ExpectWrongUse({command, "--site", number},
-                           "'" + number + "' is no whole number in decimal notation");
+                           "'" + number + "' is not a decimal integer");
         }
-        ExpectWrongUse({"upgrade-site", number}, "is no whole number in decimal notation");
-        ExpectWrongUse({"import-master-data", number}, "is no whole number in decimal notation");
+        ExpectWrongUse({"upgrade-site", number}, "is not a decimal integer");
+        ExpectWrongUse({"import-master-data", number}, "is not a decimal integer");
         ExpectWrongUse({"rehearse", "--workdir", "/tmp", "--sample", number},
-                       "is no whole number in decimal notation");
+                       "is not a decimal integer");
     }
     // 010 is ten: in octal 0200000 would be the port 65536, and 089 no number at all.
     ExpectWrongUse({"--port", "0200000", "status"}, "Value 200000 not in range 1 to 65535");
@@ -149,8 +149,9 @@ TEST(Usage, StartsNoServerOnAFolderWithoutData) {
         arguments.insert(arguments.end(), command.begin(), command.end());
         const Outcome outcome = RunProgram(arguments);
         EXPECT_EQ(outcome.status, 2) << command.front();
-        EXPECT_EQ(outcome.err, "twupdate: there is no server's data in the folder " + data +
-                                   "; create-core makes a new server there\n");
+        EXPECT_EQ(outcome.err,
+                  "twupdate: there is no server data in the folder " + data +
+                      "\ntwupdate: hint: create-core initialises a new server there\n");
         EXPECT_EQ(outcome.out, "");
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "trail"));
@@ -167,7 +168,7 @@ TEST(Usage, StartsAServerOfItsOwnWhereCreateCoreHasMadeOne) {
     EXPECT_THAT(status.out, HasSubstr("version " + kCurrentShown + " of " + kCurrentShown));
     WriteFile(folder / "others" / "letter.txt", "Dear reader");
     ExpectWrongUse({"--datadir", (folder / "others").string(), "create-core"},
-                   "is not empty and holds no server's data");
+                   "is not empty and holds no server data");
 }
 
 TEST(Usage, PrintsItsVersion) {
@@ -188,7 +189,7 @@ TEST(Usage, ListsItsCommands) {
 }
 
 TEST(Usage, TellsOfEachCommandThatTheProgramsOptionsMayStandBehindIt) {
-    const std::string hint = "\nThe options of twupdate --help may stand here, too.\n";
+    const std::string hint = "\nThe options listed by 'twupdate --help' are accepted here too.\n";
     for (const char* command : {"status", "upgrade", "upgrade-site", "restore", "rehearse"}) {
         EXPECT_THAT(RunProgram({command, "--help"}).out, HasSubstr(hint)) << command;
     }
@@ -212,7 +213,8 @@ TEST(Usage, NamesTheLineThatMakesAFileNoFileOfOptions) {
                                "ELF\0\1\2",
                                7)),
               unusable + "line 1 stands before any group such as [client]\n");
-    EXPECT_EQ(said("[client]\nuser=root\nthis is garbage\n"), unusable + "line 3 is no option\n");
+    EXPECT_EQ(said("[client]\nuser=root\nthis is garbage\n"),
+              unusable + "line 3 is not an option\n");
     EXPECT_EQ(said("[client\nuser=root\n"), unusable + "line 1 has a group without its bracket\n");
     for (const char* good : {"", "# nothing\n", "[mysqld]\nsql mode is x\n",
                              "[client]\n\n; a remark\nuser = root\nssl\n!include /nowhere\n"}) {

@@ -33,6 +33,8 @@ for file in bin/twupdate share/twupdate/resources/countryData.txt include/twupda
             share/doc/libtwupdate1/copyright share/doc/libtwupdate1/changelog.gz; do
     [[ -s $root/usr/$file ]] || fail "no /usr/$file"
 done
+"$source/docs/check-links" "$root/usr/share/doc/twupdate" || fail "dead links in the installed manual"
+[[ -e $root/usr/share/doc/twupdate/docs/operating/before.md ]] || fail "no manual"
 ladders=$root/usr/include/twupdate/ladders.def
 current=$(sed -n 's/^#define TWU_CURRENT_VERSION //p' "$ladders")
 "$root/usr/bin/twupdate" --version | grep -q "version $current" || fail "twupdate --version"

@@ -266,7 +266,7 @@ TEST(PrivateServer, FolderThatCannotBeMadeOrWrittenIsNamed) {
 TEST(PrivateServer, FolderWithOtherFilesIsRefusedAndLeftAlone) {
     const TemporaryFolder folder;
     folder.Write("letter.txt", "Dear reader");
-    EXPECT_THAT(ErrorOfStarting(folder.Path()), HasSubstr("holds no server's data"));
+    EXPECT_THAT(ErrorOfStarting(folder.Path()), HasSubstr("holds no server data"));
     EXPECT_EQ(folder.Read("letter.txt"), "Dear reader");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.Path()), {}), 1) << "no lock is left";
 }
@@ -286,7 +286,7 @@ TEST(PrivateServer, FolderWithoutDataIsLeftAsItIsWhenNoneIsToBeMade) {
     for (const fs::path& data : {missing, empty, folder / "file", folder / "others", cut}) {
         EXPECT_THROW(PrivateServer(data, old), host::NoServerDataError) << data;
         EXPECT_EQ(ErrorOfStarting(data, old),
-                  "there is no server's data in the folder " + data.string());
+                  "there is no server data in the folder " + data.string());
     }
     EXPECT_FALSE(fs::exists(missing));
     EXPECT_TRUE(fs::is_empty(empty));
@@ -311,7 +311,7 @@ TEST(PrivateServer, OthersFilesSurviveTheRepeatedInitialisation) {
     folder.Write("twupdate.initialising", "");
     folder.Write("ibdata1", "half");
     folder.Write("letter.txt", "Dear reader");
-    EXPECT_THAT(ErrorOfStarting(folder.Path()), HasSubstr("holds no server's data"));
+    EXPECT_THAT(ErrorOfStarting(folder.Path()), HasSubstr("holds no server data"));
     EXPECT_EQ(folder.Read("letter.txt"), "Dear reader");
 }
 

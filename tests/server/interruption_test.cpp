@@ -330,7 +330,7 @@ TEST_F(Interruption, LinksOfCachesThatAreGoneAreDeleted) {
     EXPECT_THAT(Left("SiteContentStep_1_0066", from66), IsEmpty());
     EXPECT_THAT(Left("SiteContentStep_1_0082", site_), IsEmpty());
     EXPECT_EQ(PutRight("SiteContentStep_1_0066", site_).seen,
-              "1 link leads to a cache that is gone");
+              "1 link leads to a cache that no longer exists");
     EXPECT_THAT(Rows("SELECT cacheid FROM tw_7.featurecache ORDER BY cacheid"),
                 ElementsAre("2", "3"));
     interrupt("SiteContentStep_1_0082");

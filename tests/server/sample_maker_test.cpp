@@ -244,8 +244,8 @@ TEST_F(SampleProgram, FailsWhereAnInstallationIsAlready) {
     ASSERT_EQ(0, Run(Server() + "--sites 0"));
     EXPECT_EQ(1, Run(Server() + "--sites 0"));
     EXPECT_EQ(Output(),
-              "twupdate-sample: the server has an installation already, the database tw_tarnwick; "
-              "a sample is made on a server without one\n");
+              "twupdate-sample: the server already has an installation, the database tw_tarnwick; "
+              "a sample needs a server without one\n");
 }
 
 TEST_F(SampleProgram, SaysWhatIsWrongWithItsOptions) {

@@ -53,7 +53,7 @@ std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::str
         return {};
     }
     Leftover leftover{.table = "chargegroup",
-                      .seen = Concat(GroupsText(groups), " of a conversion that did not end"),
+                      .seen = Concat(GroupsText(groups), " of an unfinished conversion"),
                       .consequence = "a repeat converts every charge again",
                       .statements = {}};
     if (const std::int64_t others = RowsOfOthers(inspection, db); others > 0) {
@@ -111,8 +111,8 @@ std::vector<Leftover> ConvertedTwice(const Inspection& inspection, const std::st
     };
     return {{.table = "chargegroup",
              .seen = Concat(GroupsText(static_cast<std::int64_t>(ids.size())),
-                            " that no charge names, beside ", ids.size() == 1 ? "one" : "others",
-                            " of the same name"),
+                            " that no charge refers to, beside ",
+                            ids.size() == 1 ? "one" : "others", " of the same name"),
              .consequence = "every charge was converted again, and the shop shows it twice",
              .statements = {remove("chargegrouptochargegroup", "groupid"),
                             remove("chargegrouptochargegroup", "applytogroupid"),
@@ -135,7 +135,7 @@ std::vector<Leftover> LinksWithoutCache(Utility& host, const std::string& db, bo
     }
     return {{.table = "featurecache",
              .seen = Concat(std::to_string(links), links == 1 ? " link leads" : " links lead",
-                            " to a cache that is gone"),
+                            " to a cache that no longer exists"),
              .consequence = "a new cache may get such a number and belong to the wrong pages",
              .statements = {Sql("DELETE FROM ", db,
                                 ".featurecache WHERE cacheid NOT IN (SELECT cacheid FROM ", db,

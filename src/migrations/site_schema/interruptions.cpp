@@ -72,7 +72,7 @@ std::vector<Leftover> LeftBySiteSchemaStep_1_0018(Utility& host, const SteppedDa
     if (leftover.statements.empty()) {
         return {};
     }
-    leftover.seen = Concat("of the four timings the table lacks ", leftover.seen);
+    leftover.seen = Concat("missing timing columns: ", leftover.seen);
     return {std::move(leftover)};
 }
 
