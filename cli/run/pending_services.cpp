@@ -87,10 +87,10 @@ void RequireCentralDatabase(const Session& session, const GlobalOptions& options
                             const RunPart& site) {
     Walk walk(session, options);
     if (const std::string reason = walk.Try(site).outdated; !reason.empty()) {
-        throw CommandError(
-            fmt::format("{}; nothing was done\nhint: run upgrade: it upgrades the central database, "
-                        "then the older sites, including this one",
-                        reason));
+        throw CommandError(fmt::format(
+            "{}; nothing was done\nhint: run upgrade: it upgrades the central database, "
+            "then the older sites, including this one",
+            reason));
     }
 }
 

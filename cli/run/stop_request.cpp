@@ -17,7 +17,7 @@ void Tell(const char* text) {
 
 void Request(int /*signal*/) {
     stopRequested = 1;
-    Tell("\ntwupdate: stopping after the current current ");
+    Tell("\ntwupdate: stopping after the current ");
     Tell(unitInHand);
     Tell("; repeat to stop at once\n");
 }

@@ -24,7 +24,9 @@ void RefusePasswords(CLI::App& app) {
     app.add_option("-p,--password",
                    [](const CLI::results_t&) -> bool {
                        throw CLI::ValidationError(
-                           "passwords are not accepted on the command line, because every user of the machine can read it\nhint: use --password-file, the variable MYSQL_PWD or an option file (--defaults-file)");
+                           "passwords are not accepted on the command line, because every user of "
+                           "the machine can read it\nhint: use --password-file, the variable "
+                           "MYSQL_PWD or an option file (--defaults-file)");
                    })
         ->expected(0, 1)
         ->group("");
@@ -90,12 +92,12 @@ void AddServerOptions(CLI::App& app, GlobalOptions& options) {
         ->type_name("MODES")
         ->group(kServerGroup);
     RefusePasswords(app);
-    auto* datadir =
-        app.add_option("--datadir", options.datadir,
-                       "Run a private server on this folder for the duration of the command; not with the connection options")
-            ->type_name("DIR")
-            ->check(FaultOfEmptyValue)
-            ->group(kServerGroup);
+    auto* datadir = app.add_option("--datadir", options.datadir,
+                                   "Run a private server on this folder for the duration of the "
+                                   "command; not with the connection options")
+                        ->type_name("DIR")
+                        ->check(FaultOfEmptyValue)
+                        ->group(kServerGroup);
     for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
                               "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {
         datadir->excludes(app.get_option(other));

@@ -12,9 +12,9 @@
 
 #include "cli/server/options.h"
 #include "cli/server/server_options.h"
-#include "cli/terminal/help_formatter.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/help_formatter.h"
 #include "sample/installation.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/mariadb_utility.h"

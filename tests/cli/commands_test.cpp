@@ -292,8 +292,11 @@ TEST_F(Commands, UpgradeSiteUnderAnOldCentralDatabaseNamesTheCommandThatHelps) {
     Execute("INSERT INTO tw_8.commission(orderid) VALUES(5);");
     const Outcome outcome = Run({"upgrade-site", "8"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err,
-              "twupdate: SiteContentStep_1_0223 of tw_8: tw_tarnwick.accountpayment has no column cartorderid; upgrade the central database first; nothing was done\ntwupdate: hint: run upgrade: it upgrades the central database, then the older sites, including this one\n");
+    EXPECT_EQ(
+        outcome.err,
+        "twupdate: SiteContentStep_1_0223 of tw_8: tw_tarnwick.accountpayment has no column "
+        "cartorderid; upgrade the central database first; nothing was done\ntwupdate: hint: run "
+        "upgrade: it upgrades the central database, then the older sites, including this one\n");
     Execute("DELETE FROM tw_8.commission;");
     EXPECT_EQ(StateOf("tw_8"), untouched);
     Execute("INSERT INTO tw_8.commission(orderid) VALUES(5);");
