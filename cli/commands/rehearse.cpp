@@ -274,7 +274,10 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
         const auto host = copy.ForComponent(watch, watch);
         update.Configure(host);
         watch->SetBeforeSites([&] { UpgradeResumed(update, *host, *marks, resumed); });
-        watch->Start({"rehearse", version, chosen});
+        RunStart start{"rehearse", version, chosen};
+        start.server = copy.ServerText();
+        start.account = copy.Account();
+        watch->Start(start);
         try {
             update.UpdateServer(version);
             watch->End();

@@ -72,8 +72,10 @@ std::shared_ptr<host::Connection> Session::Connect() const {
 std::string Session::ServerText() const {
     const auto rows = connection_->Query("SELECT @@hostname, @@port;");
     rows->Next();
-    return fmt::format("{} on {}, port {}", ServerVersion::Of(*connection_).Name(),
-                       TextOrEmpty(rows->Get(0)), TextOrEmpty(rows->Get(1)));
+    const std::string port = TextOrEmpty(rows->Get(1));
+    return fmt::format("{} on {}{}", ServerVersion::Of(*connection_).Name(),
+                       TextOrEmpty(rows->Get(0)),
+                       port == "0" ? "" : ", port " + port);  // a server without a network
 }
 
 std::string Session::Account() const {

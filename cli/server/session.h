@@ -50,7 +50,7 @@ class Session {
     /// Opens one more connection like the session's own.
     /// @throws CommandError
     std::shared_ptr<host::Connection> Connect() const;
-    /// "10.11.19-MariaDB on db1, port 3306".
+    /// "10.11.19-MariaDB on db1, port 3306"; without the port where it takes no network.
     std::string ServerText() const;
     /// The account as the server knows it, e.g. "root@localhost".
     std::string Account() const;

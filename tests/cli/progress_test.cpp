@@ -10,6 +10,8 @@
 #include <thread>
 
 #include "cli/installation_fixture.h"
+#include "cli/old_server.h"
+#include "cli/run/run_lock.h"
 #include "cli/server/blockers.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
@@ -308,6 +310,42 @@ TEST_F(LockWait, IsToldToAUserWhoMayNotSeeWhoseItIs) {
     const auto found = WhileItWaits("ALTER TABLE tw_tarnwick.site ADD COLUMN x INT;", *holder);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->brief, "a connection that only users with the right PROCESS are shown");
+}
+
+// --- a server with one lock a session -----------------------------------------------------------
+
+TEST_F(ProgressOfARun, OnAnOldServerTheLockIsKeptAndWhoHasItIsNamed) {
+    if (!OldServer::IsThere()) {
+        GTEST_SKIP() << "there is no old server; ./dev test fetches it where npm can";
+    }
+    const OldServer server;
+    // A lock that a session gets lets go of the one before.
+    const auto options = CliServer::Get().ConnectOptions();
+    cli::GlobalOptions global;
+    global.socket = options.socket->string();
+    global.user = *options.user;
+    cli::Console console(false, true);
+    cli::Session session(global);
+    const cli::RunLock lock(session, global, "upgrade", console);
+    lock.RequireHeld(*session.GetConnection());
+    EXPECT_EQ(RunProgram({"--socket", global.socket, "--user", global.user, "upgrade"}).status, 4);
+
+    Execute("CREATE DATABASE tw_7;");
+    Execute("CREATE TABLE tw_7.setting(a INT) ENGINE = InnoDB;");
+    const auto holder = host::Connection::Open(options);
+    holder->Execute("START TRANSACTION;");
+    holder->Query("SELECT * FROM tw_7.setting;");
+    cli::LockWaitFinder finder(session);
+    auto waiting = std::async(std::launch::async, [&] {
+        session.GetConnection()->Execute("ALTER TABLE tw_7.setting ADD COLUMN b INT;");
+    });
+    EXPECT_TRUE(WaitUntil(SomebodyWaits));
+    const auto found = finder.Find("tw_7");
+    holder->Execute("COMMIT;");
+    waiting.get();
+    ASSERT_TRUE(found);
+    EXPECT_THAT(found->brief,
+                HasSubstr("connection " + std::to_string(holder->ThreadId()) + " of root@"));
 }
 
 }  // namespace
