@@ -13,7 +13,7 @@ namespace twupdate::cli {
 namespace {
 
 constexpr const char* kHiddenHolder =
-    "a connection that only users with the right PROCESS are shown";
+    "a connection that only users with the privilege PROCESS are shown";
 
 struct LockHolder {
     std::string brief;

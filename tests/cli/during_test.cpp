@@ -104,7 +104,7 @@ TEST_F(During, TheLockNamesTheCommandTheProcessAndTheMachine) {
                 HasSubstr("Waiting for the end of another run: " + name + "root@localhost"));
     const auto socket = CliServer::Get().Server().Socket().string();
     EXPECT_THAT(RunProgram({"--socket", socket, "--user", "blind", "upgrade"}).err,
-                HasSubstr(name + "connection " + LockHolder() + " (its user"));
+                HasSubstr(name + "connection " + LockHolder() + " (its account"));
     reader->Execute("COMMIT;");
     EXPECT_EQ(run.Wait().status, 0);
 }
@@ -201,7 +201,7 @@ TEST_F(During, AUserWhoMayNotSeeTheOthersIsToldWhichRightIsMissing) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
                 HasSubstr("twupdate: a lock may be held by a connection that only users with the "
-                          "right PROCESS are shown\n"));
+                          "privilege PROCESS are shown\n"));
 }
 
 TEST_F(During, TheServersPluginTellsExactlyWhoHoldsTheLock) {

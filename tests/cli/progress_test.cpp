@@ -309,7 +309,7 @@ TEST_F(LockWait, IsToldToAUserWhoMayNotSeeWhoseItIs) {
     holder->Query("SELECT COUNT(*) FROM tw_tarnwick.site;");
     const auto found = WhileItWaits("ALTER TABLE tw_tarnwick.site ADD COLUMN x INT;", *holder);
     ASSERT_TRUE(found);
-    EXPECT_EQ(found->brief, "a connection that only users with the right PROCESS are shown");
+    EXPECT_EQ(found->brief, "a connection that only users with the privilege PROCESS are shown");
 }
 
 // --- a server with one lock a session -----------------------------------------------------------
