@@ -127,7 +127,7 @@ TEST_F(Commands, CreateCoreAfterOneThatFailedSaysWhatToDo) {
     EXPECT_EQ(Run(create).status, 1);
     const Outcome again = Run(create);
     EXPECT_EQ(again.status, 1);
-    EXPECT_THAT(again.err, HasSubstr("not complete: its table componenttype has no rows"));
+    EXPECT_THAT(again.err, HasSubstr("incomplete: its table componenttype has no rows"));
     Execute("DROP DATABASE tw_tarnwick;");
     fs::copy_file(fs::path(TWUPDATE_SOURCE_FOLDER) / "resources" / "currencyData.txt",
                   install / "resources" / "currencyData.txt", fs::copy_options::overwrite_existing);

@@ -77,14 +77,15 @@ TEST_F(Failures, ASiteWithoutAVersionIsNamedBeforeAnythingIsDone) {
     Execute("UPDATE tw_tarnwick.site SET version = NULL;");
     const Outcome outcome = Run({"upgrade"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err,
-                HasSubstr("twupdate: the version of site 5 in tw_tarnwick.site is NULL\ntwupdate: "
-                          "hint: set it to the version of its layout"));
+    EXPECT_THAT(
+        outcome.err,
+        HasSubstr("twupdate: the version of site 5 in tw_tarnwick.site is NULL; nothing was "
+                  "done\ntwupdate: hint: set it to the version of its layout"));
     EXPECT_EQ(InstallationVersion(), "1.0262");
     const Outcome one = Run({"upgrade-site", "5"});
     EXPECT_EQ(one.status, 1);
-    EXPECT_THAT(one.err, HasSubstr("the version of site 5 in tw_tarnwick.site is NULL; say with "
-                                   "--from"));
+    EXPECT_THAT(one.err, HasSubstr("the version of site 5 in tw_tarnwick.site is NULL\ntwupdate: "
+                                   "hint: name the version of its layout with --from"));
 }
 
 TEST_F(Failures, ASiteIdThatIsTooLargeIsNamedBeforeAnythingIsDone) {
