@@ -146,7 +146,15 @@ class DryHost::Walk : public twupdate::Observer, public std::enable_shared_from_
     }
 
     bool IsPatient() { return sinceNew_++ < options_.patience; }
-    std::int32_t NextId() { return ++lastId_; }
+    std::int32_t NextId() {
+        const auto insert = std::find_if(record.rbegin(), record.rend(), [](const auto& statement) {
+            return statement.kind == StatementKind::kInsert;
+        });
+        if (insert != record.rend()) {
+            insert->idIsRead = true;
+        }
+        return ++lastId_;
+    }
     const Catalogue& Layout() const { return layout_; }
     const LadderStep* CurrentStep() const { return step_; }
     /// The real list of components; null without a server.

@@ -118,8 +118,9 @@ class NameReader {
 
     void ReadTables() {
         for (std::size_t i = 0; i < Count(); ++i) {
-            if (tokens_[i].Is("FROM") || tokens_[i].Is("JOIN") || tokens_[i].Is("INTO") ||
-                tokens_[i].Is("TABLE") || (tokens_[i].Is("UPDATE") && i == 0)) {
+            if (tokens_[i].Is("FROM") || tokens_[i].Is("JOIN") || tokens_[i].Is("STRAIGHT_JOIN") ||
+                tokens_[i].Is("INTO") || tokens_[i].Is("TABLE") ||
+                (tokens_[i].Is("UPDATE") && i == 0)) {
                 ReadTableList(i + 1);
             } else if (tokens_[i].Is("AS") || tokens_[i].Is(")")) {
                 // The name of a computed column or of a derived table, or the type of a CAST.

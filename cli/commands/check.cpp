@@ -1,18 +1,34 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "cli/check/check_finding.h"
+#include "cli/check/files.h"
+#include "cli/check/finding.h"
+#include "cli/check/privileges.h"
+#include "cli/check/refusals.h"
+#include "cli/check/rewrites.h"
+#include "cli/check/rows.h"
+#include "cli/check/server.h"
+#include "cli/check/table_sizes.h"
+#include "cli/check/walk.h"
+#include "cli/check/writes.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/site_option.h"
+#include "cli/repair/repair_finding.h"
+#include "cli/run/run_lock.h"
+#include "cli/server/data_files.h"
+#include "cli/server/installation.h"
+#include "cli/server/queries.h"
 #include "cli/server/restore_mark.h"
 #include "cli/server/root_site.h"
 #include "cli/server/session.h"
+#include "cli/terminal/counted_progress.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -31,41 +47,23 @@ struct Checked {
     std::vector<std::string> notes;  ///< what could not be looked at
 };
 
-/// What the central ladders write to.
-std::vector<PendingDatabase> CentralPending(const Session& session, double version) {
-    using Kind = PendingDatabase::Kind;
-    std::vector<PendingDatabase> pending{{"tw_tarnwick", Kind::kCentral, version},
-                                         {"tw_logs", Kind::kLogs, version}};
-    if (const auto root = RootSite(*session.Own()); root && IsBelow(version, 1.0252)) {
-        pending.push_back({fmt::format("tw_{}", *root), Kind::kRootSite, version});
-    }
-    return pending;
-}
-
 /// Says what an upgrade would refuse of a site.
 /// @param alone  as upgrade-site takes it
-/// @return whether the upgrade would come to the site, which is pending then
-bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pending,
-             std::vector<CheckFinding>& findings) {
-    using Kind = PendingDatabase::Kind;
-    const std::string database = fmt::format("tw_{}", site.siteId);
+/// @return whether the upgrade would come to the site
+bool IsPending(const SiteRow& site, bool alone, std::vector<CheckFinding>& findings) {
     switch (site.State()) {
         case SiteState::kOld:
-            if (site.siteId > std::numeric_limits<std::int32_t>::max()) {
-                findings.push_back(
-                    {"tw_tarnwick", "site", "",
-                     fmt::format("there is a site {}, but a siteid lies between 1 and 2147483647",
-                                 site.siteId),
-                     "correct its row"});
-                break;
+            if (site.siteId <= std::numeric_limits<std::int32_t>::max()) {
+                return true;
             }
-            pending.push_back({database, Kind::kSite, *site.version});
-            if (alone) {
-                pending.push_back({"tw_tarnwick", Kind::kRecord, 0});
-            }
-            return true;
+            findings.push_back(
+                {"tw_tarnwick", "site", "",
+                 fmt::format("there is a site {}, but a siteid lies between 1 and 2147483647",
+                             site.siteId),
+                 "correct its row"});
+            break;
         case SiteState::kNewer:
-            findings.push_back(NewerFinding(database, *site.version));
+            findings.push_back(NewerFinding(fmt::format("tw_{}", site.siteId), *site.version));
             break;
         case SiteState::kNoVersion:
             findings.push_back(
@@ -89,88 +87,201 @@ bool AddSite(const SiteRow& site, bool alone, std::vector<PendingDatabase>& pend
     return false;
 }
 
-/// The databases that a restore has in hand; an upgrade does not begin.
-std::vector<CheckFinding> UnfinishedRestores(const Session& session) {
-    std::vector<CheckFinding> findings;
+/// What keeps an upgrade from beginning: another run, and databases that a restore has in hand.
+void CheckStart(const Session& session, std::vector<CheckFinding>& findings) {
     for (const std::string& database : MarkedForRestore(*session.Own())) {
         findings.push_back(
             {database, "", "", "a restore of it is unfinished", "give the same restore again"});
     }
-    return findings;
+    const auto used =
+        session.GetConnection()->Query(fmt::format("SELECT IS_USED_LOCK('{}');", RunLock::kName));
+    if (used->Next() && !used->Get(0).IsNull()) {
+        findings.push_back(
+            {"", "", "",
+             fmt::format("another run is in progress (connection {})", used->Get(0).ToText()),
+             "wait for its end"});
+    }
 }
 
-Checked CheckAll(const Session& session, const GlobalOptions& options,
-                 std::optional<std::int32_t> siteId) {
-    Checked checked;
-    auto& findings = checked.findings;
-    findings = UnfinishedRestores(session);
-    if (!findings.empty()) {
-        return checked;  // nothing can be said of half a database
+bool HasInterimColumn(const host::Catalogue& stored, const std::string& database) {
+    const auto found = stored.Databases().find(database);
+    return found != stored.Databases().end() &&
+           std::any_of(found->second.tables.begin(), found->second.tables.end(),
+                       [](const auto& table) { return table.second->Find(kInterimColumn); });
+}
+
+/// What interrupted runs have left in the databases that an upgrade comes to and a repeat makes
+/// worse. It is looked for where marks or a column tell of an interruption.
+std::vector<RepairFinding> FindInterruptions(const Session& session, const WalkScope& scope,
+                                             const host::Catalogue& stored) {
+    const ProgressMarks marks(session.GetConnection());
+    std::vector<RepairFinding> found;
+    const auto add = [&](const std::string& database, const auto& find) {
+        const auto interrupted = marks.Interrupted(database);
+        if (interrupted.empty() && !HasInterimColumn(stored, database)) {
+            return;
+        }
+        for (RepairFinding& finding : find()) {
+            const auto* table = stored.Find(database, finding.left.table);
+            const bool isMarked =
+                std::any_of(interrupted.begin(), interrupted.end(), [&](const LadderStep& step) {
+                    return finding.step && finding.step->name == step.name;
+                });
+            if (isMarked || (table != nullptr && table->Find(kInterimColumn) != nullptr)) {
+                found.push_back(std::move(finding));
+            }
+        }
+    };
+    if (scope.centralVersion) {
+        add("tw_tarnwick",
+            [&] { return FindCentralRepairs(session, marks, *scope.centralVersion); });
     }
+    for (const PendingSite& site : scope.sites) {
+        SiteRow row;
+        row.siteId = site.siteId;
+        row.version = site.version;
+        add(site.Database(), [&] { return FindSiteRepairs(session, marks, row); });
+    }
+    return found;
+}
+
+/// In the place of what a repeat of the interrupted step would meet.
+void TellOfInterruptions(const std::vector<RepairFinding>& interruptions,
+                         std::vector<CheckFinding>& findings) {
+    std::erase_if(findings, [&](const CheckFinding& finding) {
+        return std::any_of(interruptions.begin(), interruptions.end(), [&](const auto& other) {
+            return other.database == finding.database && other.left.table == finding.table &&
+                   other.step && other.step->name == finding.step;
+        });
+    });
+    for (const RepairFinding& found : interruptions) {
+        findings.push_back(
+            {found.database, found.left.table, "", found.left.seen + "; " + found.left.consequence,
+             found.CanBeApplied() ? "run " + RepairCommand(found.database)
+                                  : "compare by hand, as the manual's page on recovery says",
+             true});
+    }
+}
+
+/// An upgrade refuses to begin with them.
+void TellOfDataFiles(const std::filesystem::path& installFolder,
+                     std::vector<CheckFinding>& findings) {
+    if (const std::string fault = FaultOfDataFiles(installFolder); !fault.empty()) {
+        findings.push_back({"", "", "", fault, "put the file back from the package"});
+    }
+}
+
+/// What an upgrade comes to. What it refuses of the versions is told.
+WalkScope ScopeOf(const Session& session, const GlobalOptions& options,
+                  std::optional<std::int32_t> siteId, std::vector<CheckFinding>& findings) {
     Installation installation(session.Own());
     const double version = installation.Version();
-    std::vector<PendingDatabase> pending;
-    const bool central = !siteId && IsBelow(version, kCurrentVersion);
-    CheckScope scope{InstallFolder(options), options.localHostName, version, central,
-                     ReadStoredTables(*session.GetConnection(), "tw_tarnwick")};
+    WalkScope scope{InstallFolder(options), options.localHostName, std::nullopt, {}, {}};
     if (version > kCurrentVersion) {
         findings.push_back(NewerFinding("tw_tarnwick", version));
     }
-    if (central) {
-        InstallFolderWithData(options);  // wrong use, as for an upgrade
-        pending = CentralPending(session, version);
+    if (!siteId && IsBelow(version, kCurrentVersion)) {
+        InstallFolderWithData(options);  // a usage error, as for an upgrade
+        scope.centralVersion = version;
+        scope.otherDatabases.emplace_back("tw_logs");
+        if (const auto root = RootSite(*session.Own())) {
+            scope.otherDatabases.push_back(fmt::format("tw_{}", *root));
+        }
     }
-    std::vector<SiteRow> sites;
     bool isThere = false;
     for (const SiteRow& site : installation.Sites()) {
-        if (siteId ? site.siteId != *siteId : !central) {
+        if (siteId ? site.siteId != *siteId : !scope.centralVersion) {
             continue;
         }
         isThere = true;
-        if (AddSite(site, siteId.has_value(), pending, findings)) {
-            sites.push_back(site);
+        if (IsPending(site, siteId.has_value(), findings)) {
+            scope.sites.push_back({static_cast<std::int32_t>(site.siteId), *site.version});
         }
     }
     if (siteId && !isThere) {
         throw CommandError(fmt::format("tw_tarnwick.site has no site {}", *siteId));
     }
-    scope.unreadable = CheckRights(*session.GetConnection(), pending, findings);
-    std::erase_if(sites, [&](const SiteRow& site) {
-        return scope.unreadable.contains(fmt::format("tw_{}", site.siteId));
+    return scope;
+}
+
+/// Leaves out what the user may not read; without the central database nothing can be said.
+void LeaveOutUnreadable(host::Connection& connection, WalkScope& scope,
+                        std::vector<CheckFinding>& findings) {
+    std::vector<std::string> databases{"tw_tarnwick"};
+    databases.insert(databases.end(), scope.otherDatabases.begin(), scope.otherDatabases.end());
+    for (const PendingSite& site : scope.sites) {
+        databases.push_back(site.Database());
+    }
+    const auto unreadable = UnreadableDatabases(connection, databases, findings);
+    const bool all = unreadable.contains("tw_tarnwick");
+    std::erase_if(scope.sites, [&](const PendingSite& site) {
+        return all || unreadable.contains(site.Database());
     });
-    std::erase_if(pending, [&](const PendingDatabase& database) {
-        return scope.unreadable.contains(database.name);
+    const bool central =
+        std::none_of(scope.otherDatabases.begin(), scope.otherDatabases.end(),
+                     [&](const std::string& database) { return unreadable.contains(database); });
+    if (all || !central) {
+        scope.centralVersion.reset();
+    }
+}
+
+/// What each walk's statements would meet.
+void CheckWalks(const ServerState& server, const host::Catalogue& stored,
+                const std::vector<Walk>& walks, Console& console,
+                std::vector<CheckFinding>& findings) {
+    std::size_t databases = 0;
+    for (const Walk& walk : walks) {
+        databases += walk.databases.size();
+    }
+    CountedProgress progress(console, "database", databases);
+    for (const Walk& walk : walks) {
+        CheckRefusals(server, stored, walk, findings);
+        CheckWrites(server, stored, walk, findings);
+        CheckNextIds(server, walk, findings);
+        CheckTableSizes(server, walk, findings);
+        CheckRows(server, stored, walk, progress, findings);
+    }
+}
+
+Checked CheckAll(const Session& session, const GlobalOptions& options, Console& console,
+                 std::optional<std::int32_t> siteId) {
+    Checked checked;
+    auto& findings = checked.findings;
+    host::Connection& connection = *session.GetConnection();
+    CheckStart(session, findings);
+    if (!findings.empty() && !findings.front().database.empty()) {
+        return checked;  // nothing can be said of half a database
+    }
+    WalkScope scope = ScopeOf(session, options, siteId, findings);
+    LeaveOutUnreadable(connection, scope, findings);
+    if (scope.centralVersion) {
+        TellOfDataFiles(scope.installFolder, findings);
+    }
+    const host::Catalogue stored = ReadLayouts(session, scope);
+    std::erase_if(scope.sites, [&](const PendingSite& site) {
+        const bool missing = !stored.HasDatabase(site.Database());
+        if (missing) {
+            findings.push_back({site.Database(), "", "", "the database is missing",
+                                "bring it back from a backup, or mark the site as hard-deleted"});
+        }
+        return missing;
     });
-    std::vector<std::string> changes;
-    if (scope.unreadable.contains("tw_tarnwick")) {
-        sites.clear();  // without it nothing can be said of them
-    } else if (central) {
-        CheckCentral(session, scope, findings, changes);
-        CheckDataFiles(session, scope.installFolder, scope.central, findings);
-    }
-    if (!sites.empty()) {
-        scope.components = KnownComponents(*session.GetConnection(), scope);
-    }
-    for (const SiteRow& site : sites) {
-        CheckSite(session, scope, site, findings, changes);
-    }
-    CheckServer(session, pending, findings);
-    CheckRowSizes(*session.GetConnection(), pending, findings);
-    CheckSpace(session, pending, findings, checked.notes);
-    NoteTriggers(*session.GetConnection(), pending, checked.notes);
-    if (!changes.empty()) {
-        auto& notes = checked.notes;
-        notes.push_back(fmt::format(
-            "somebody has changed tables of the platform, and check cannot tell all that comes of "
-            "it: {}; rehearse does",
-            FirstFew(std::move(changes))));
-    }
+    const auto walks = WalkLadders(session, scope, stored, console);
+    const ServerState server = ServerState::Of(connection);
+    CheckWalks(server, stored, walks, console, findings);
+    TellOfInterruptions(FindInterruptions(session, scope, stored), findings);
+    CheckPrivileges(connection, walks, siteId && !scope.sites.empty(), findings);
+    CheckServer(server, walks, findings);
+    CheckSpace(connection, walks, findings, checked.notes);
+    CheckFiles(scope.installFolder, scope.sites, findings);
+    NoteUploads(scope.installFolder, walks, checked.notes);
+    NoteAdditions(server, walks, checked.notes);
     return checked;
 }
 
 int Check(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
     Session session(options);
-    const auto [findings, notes] = CheckAll(session, options, siteId);
+    const auto [findings, notes] = CheckAll(session, options, console, siteId);
     auto list = nlohmann::ordered_json::array();
     for (const CheckFinding& finding : findings) {
         console.Print(finding.Text());
@@ -178,7 +289,7 @@ int Check(const GlobalOptions& options, Console& console, std::optional<std::int
                         {"table", finding.table},
                         {"step", finding.step},
                         {"problem", finding.problem},
-                        {"cure", finding.cure}});
+                        {"fix", finding.fix}});
     }
     for (const std::string& note : notes) {
         console.Say("note: " + note);

@@ -18,8 +18,11 @@
 namespace twupdate::cli {
 namespace {
 
-int ImportMasterData(const GlobalOptions& options, Console& console, std::int32_t siteId,
+int ImportMasterData(GlobalOptions options, Console& console, std::int32_t siteId,
                      std::optional<double> from, Leftovers leftovers) {
+    if (!FindInstallFolder(options)) {
+        options.installFolder = ".";  // the copies of the central tables need no file of it
+    }
     Session session(options);
     const RunLock lock(session, options, fmt::format("import-master-data {}", siteId), console);
     Installation installation(session.Own());

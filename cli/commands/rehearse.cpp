@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -10,6 +11,7 @@
 #include "cli/backup/copy_database.h"
 #include "cli/backup/dump.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/rehearsed_files.h"
 #include "cli/commands/resume.h"
 #include "cli/commands/site_option.h"
 #include "cli/repair/repair_finding.h"
@@ -182,6 +184,36 @@ void MakeComponentFolder(const GlobalOptions& options, const fs::path& folder) {
     fs::create_directories(folder);
     fs::copy(InstallFolderWithData(options) / "resources", folder / "resources",
              fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+}
+
+/// The files of the sites that are rehearsed.
+void CopyFiles(const GlobalOptions& options, const fs::path& workdir,
+               const std::vector<SiteRow>& chosen) {
+    std::vector<std::int64_t> sites;
+    for (const SiteRow& site : chosen) {
+        sites.push_back(site.siteId);
+    }
+    const fs::path component = InstallFolderWithData(options).lexically_normal();
+    CopyFilesOfSites((component.has_filename() ? component : component.parent_path()).parent_path(),
+                     workdir, sites);
+}
+
+/// Gives the copy the settings under which the source refuses a change of a table. What one of the
+/// two servers does not have is passed over.
+void TakeSettings(host::Connection& source, host::Connection& copy) {
+    constexpr std::array kSettings{
+        std::pair("SELECT IF(@@GLOBAL.innodb_force_primary_key, 'ON', 'OFF');",
+                  "SET GLOBAL innodb_force_primary_key = '{}';"),
+        std::pair("SELECT @@SESSION.alter_algorithm;", "SET SESSION alter_algorithm = '{}';")};
+    for (const auto& [query, setting] : kSettings) {
+        try {
+            if (const auto value = FirstCell(source, query)) {
+                copy.Execute(fmt::format(fmt::runtime(setting), *value));
+            }
+        } catch (const HostError&) {
+            continue;
+        }
+    }
 }
 
 /// Sites that are not rehearsed are marked in the copy as if they were gone.
@@ -447,6 +479,10 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
             rehearsal.notes);
     FinishCopies(*source.GetConnection(), *copy.GetConnection(), settings, databases);
+    TakeSettings(*source.GetConnection(), *copy.GetConnection());
+    if (!arguments.schemaOnly) {
+        CopyFiles(options, arguments.workdir, chosen);
+    }
     LeaveOut(*copy.GetConnection(), all, chosen);
     LockWaitFinder lockWaits(copy);
     const auto times = std::make_shared<StepTimes>();

@@ -130,15 +130,6 @@ void PrintInterrupted(const ProgressMarks& marks, Console& console) {
     }
 }
 
-/// Empty where no folder is known: status needs none.
-std::filesystem::path KnownInstallFolder(const GlobalOptions& options) {
-    try {
-        return InstallFolder(options);
-    } catch (const CommandError&) {
-        return {};
-    }
-}
-
 int Status(const GlobalOptions& options, Console& console, bool exitCode) {
     Session session(options);
     Installation installation(session.Own());
@@ -150,7 +141,7 @@ int Status(const GlobalOptions& options, Console& console, bool exitCode) {
                     VersionText(kCurrentVersion),
                     Count(PendingSteps(Ladder::kServer, version).size(), "server step"),
                     Count(PendingSteps(Ladder::kServerData, version).size(), "server data step")));
-    const std::string unfinished = UnfinishedCore(session, KnownInstallFolder(options));
+    const std::string unfinished = UnfinishedCore(session, FindInstallFolder(options).value_or(""));
     if (!unfinished.empty()) {
         console.Warn(unfinished);
     }

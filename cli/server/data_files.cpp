@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <string>
 
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
@@ -12,7 +11,7 @@
 
 namespace twupdate::cli {
 
-void RequireSoundDataFiles(const std::filesystem::path& installFolder) {
+std::string FaultOfDataFiles(const std::filesystem::path& installFolder) {
     // A creation imports all of them. Without a connection nothing can be sent.
     const auto host = std::make_shared<host::DryHost>(
         nullptr, host::Catalogue(), host::DryHostOptions{.resources = installFolder / "resources"});
@@ -26,7 +25,14 @@ void RequireSoundDataFiles(const std::filesystem::path& installFolder) {
         if (const auto at = text.find(folder); at != std::string::npos) {
             text.replace(at, folder.size(), installFolder.string());
         }
-        throw CommandError(text + "; nothing was done");
+        return text;
+    }
+    return {};
+}
+
+void RequireSoundDataFiles(const std::filesystem::path& installFolder) {
+    if (const std::string fault = FaultOfDataFiles(installFolder); !fault.empty()) {
+        throw CommandError(fault + "; nothing was done");
     }
 }
 

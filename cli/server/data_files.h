@@ -1,13 +1,18 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace twupdate::cli {
 
-/// Reads every data file as the import will, before the first statement of a run: the import
-/// empties a table before it looks at the file.
+/// Reads every data file as the import will.
 /// @param installFolder  the folder in which `resources` lies
-/// @throws CommandError when the import could not read one
+/// @returns why the import could not read one; empty when it can read all
+std::string FaultOfDataFiles(const std::filesystem::path& installFolder);
+
+/// The same before the first statement of a run: the import empties a table before it looks at the
+/// file.
+/// @throws CommandError with the fault
 void RequireSoundDataFiles(const std::filesystem::path& installFolder);
 
 }  // namespace twupdate::cli

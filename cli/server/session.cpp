@@ -109,7 +109,7 @@ ServiceCounts Session::Services() const {
     return counts;
 }
 
-std::filesystem::path InstallFolder(const GlobalOptions& options) {
+std::optional<fs::path> FindInstallFolder(const GlobalOptions& options) {
     if (!options.installFolder.empty()) {
         return fs::absolute(options.installFolder);
     }
@@ -123,6 +123,13 @@ std::filesystem::path InstallFolder(const GlobalOptions& options) {
         if (fs::exists(folder / "resources" / "componentData.txt", ignored)) {
             return folder.lexically_normal();
         }
+    }
+    return std::nullopt;
+}
+
+fs::path InstallFolder(const GlobalOptions& options) {
+    if (auto folder = FindInstallFolder(options)) {
+        return *std::move(folder);
     }
     throw CommandError(
         "no folder resources with the reference data beside the program; name the component's "

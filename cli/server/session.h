@@ -71,6 +71,9 @@ class Session {
 /// @throws CommandError when there is none
 std::filesystem::path InstallFolder(const GlobalOptions& options);
 
+/// The same; nothing when there is none.
+std::optional<std::filesystem::path> FindInstallFolder(const GlobalOptions& options);
+
 /// The same, for commands that import the reference data: without it they would leave tables empty.
 /// @throws CommandError when the folder that is named has no `resources`
 std::filesystem::path InstallFolderWithData(const GlobalOptions& options);

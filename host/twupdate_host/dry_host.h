@@ -29,6 +29,7 @@ struct DryStatement {
     std::optional<Refusal> refusal = {};    ///< what the server would answer
     Catalogue::TablePointer before = {};    ///< the target; null: it is not there
     Catalogue::TablePointer after = {};
+    bool idIsRead = false;    ///< of an INSERT: the component has asked for the row's number
     std::uint64_t times = 1;  ///< how often it was sent, each time with other literals
 };
 

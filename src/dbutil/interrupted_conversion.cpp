@@ -9,7 +9,6 @@
 namespace twupdate {
 namespace {
 
-constexpr std::string_view kTemporary = "double_temp";
 constexpr const char* kStopsWith1060 = "a repeat stops with error 1060";
 constexpr const char* kNothingReadsThem = "nothing reads them";
 
@@ -27,7 +26,7 @@ class Conversion {
           columns_(inspection_.Columns(converted.table)) {}
 
     Leftover Find() const {
-        const std::string type = columns_[*Place(kTemporary)].type;
+        const std::string type = columns_[*Place(kInterimColumn)].type;
         if (type != "double") {
             return ForAPerson(Concat("the column double_temp has the type ", type,
                                      ", which no conversion gives it"),
@@ -45,7 +44,7 @@ class Conversion {
                     .consequence = "a repeat ends without the column, or adds an empty one",
                     .statements = {Rename(*column)}};
         }
-        return *place < *Place(kTemporary) ? BesideItsColumn(*column) : Recreated(*column);
+        return *place < *Place(kInterimColumn) ? BesideItsColumn(*column) : Recreated(*column);
     }
 
   private:
@@ -153,7 +152,7 @@ class Conversion {
                 .seen = Concat("the column double_temp is left over, and ", column,
                                " holds all its values"),
                 .consequence = kStopsWith1060,
-                .statements = {Drop(kTemporary)}};
+                .statements = {Drop(kInterimColumn)}};
     }
 
     Leftover ForAPerson(std::string seen, const char* consequence) const {
@@ -171,7 +170,7 @@ class Conversion {
 std::vector<Leftover> FindInterruptedConversions(Utility& host, const std::string& database,
                                                  const std::vector<ConvertedTable>& tables) {
     std::vector<Leftover> leftovers;
-    const auto left = Inspection(host, database).TablesWith(kTemporary);
+    const auto left = Inspection(host, database).TablesWith(kInterimColumn);
     for (const ConvertedTable& converted : tables) {
         if (std::find(left.begin(), left.end(), converted.table) != left.end()) {
             leftovers.push_back(Conversion(host, database, converted).Find());
@@ -183,7 +182,7 @@ std::vector<Leftover> FindInterruptedConversions(Utility& host, const std::strin
 std::vector<Leftover> FindStrangeConversions(Utility& host, const std::string& database,
                                              const std::vector<std::string>& known) {
     std::vector<Leftover> leftovers;
-    for (const std::string& table : Inspection(host, database).TablesWith(kTemporary)) {
+    for (const std::string& table : Inspection(host, database).TablesWith(kInterimColumn)) {
         if (std::find(known.begin(), known.end(), table) == known.end()) {
             leftovers.push_back({.table = table,
                                  .seen = Concat("the table has a column double_temp, and no step "

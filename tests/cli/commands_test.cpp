@@ -355,6 +355,23 @@ TEST_F(Commands, ImportMasterDataUpgradesTheCopiesInASite) {
     EXPECT_EQ(InstallationVersion(), "1");
 }
 
+TEST_F(Commands, ImportMasterDataNeedsNoInstallFolder) {
+    MakeCentralDatabase();
+    MakeSite(7, "1.0000");
+    for (const std::string& statement : sample::Layouts().ImportedMasterData(7)) {
+        Execute(statement);
+    }
+    const TemporaryFolder alone;  // no resources lie there, nor in a folder above it
+    std::filesystem::copy_file(BuiltProgram(), alone.Path() / "twupdate");
+    std::vector<std::string> words = Connect();
+    words.insert(words.end(), {"import-master-data", "7"});
+    const Outcome outcome = RunProgram(words, {}, RunAs::kSelf, alone.Path() / "twupdate");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.columns WHERE table_schema = 'tw_7' "
+                   "AND table_name = 'tw_installation' AND column_name = 'mailserverusername';"),
+              "1");
+}
+
 TEST_F(Commands, ImportMasterDataSaysThatThereAreNoCopies) {
     MakeCentralDatabase();
     MakeSite(7, "1.0000");

@@ -217,6 +217,13 @@ TEST(StatementNames, OfAnInsertOutOfATable) {
 }
 
 TEST(StatementNames, OfChangesThroughAnAlias) {
+    const auto straight = NamesIn(
+        "SELECT p.id FROM tw_7.a x STRAIGHT_JOIN tw_7.b p ON p.id = x.id STRAIGHT_JOIN "
+        "(SELECT DISTINCT id FROM tw_7.c WHERE id > 0) y ON y.id = x.id;");
+    EXPECT_EQ(straight.tables.size(), 3U);
+    EXPECT_EQ(std::count_if(straight.uses.begin(), straight.uses.end(),
+                            [](const auto& use) { return !use.table && use.column != "id"; }),
+              0);
     const auto update = NamesIn(
         "UPDATE tw_7.a x INNER JOIN tw_7.b y ON x.id = y.id SET x.n = tw_7.b.n, m = "
         "DATE_ADD(NOW(), INTERVAL 1 DAY);");

@@ -15,6 +15,10 @@
 /// right. These functions read, and write nothing.
 namespace twupdate {
 
+/// The column in which a conversion keeps the values of another between its statements. One that a
+/// table has before a run is left over.
+inline constexpr std::string_view kInterimColumn = "double_temp";
+
 /// What is known about a step of one database besides what its tables show.
 enum class StepHistory : std::uint8_t {
     kUnknown,      ///< nothing: only what cannot be explained otherwise counts

@@ -7,6 +7,7 @@
 #include "dbutil/site_files.h"
 #include "dbutil/sql.h"
 #include "twupdate/update.h"
+#include "twupdate/uploads.h"
 
 namespace twupdate {
 namespace {
@@ -99,7 +100,7 @@ void Update::SiteSchemaStep_1_0251(std::int32_t siteId) {
             secureFiles = BoolField(*formRow, "securefiles");
         }
         formRow->Close();
-        AddColumnIfMissing(db, form, field + "_filesize", "DOUBLE DEFAULT -1 NOT NULL");
+        AddColumnIfMissing(db, form, Concat(field, kFileSizeSuffix), "DOUBLE DEFAULT -1 NOT NULL");
         AddColumnIfMissing(db, form, field + "_filetype", "VARCHAR(20) DEFAULT '' NOT NULL");
         MeasureUploadedFiles(siteId, form, field, secureFiles);
     }
@@ -133,8 +134,8 @@ void Update::MeasureUploadedFiles(std::int32_t siteId, const std::string& form,
             command->AddParameter(*size);
             command->AddParameter(GetFileExtension(path));
             command->AddParameter(Int32Field(*records, "replyid"));
-            command->SetText(Sql("UPDATE ", db, ".", form, " SET ", field, "_filesize = ?, ", field,
-                                 "_filetype = ? WHERE replyid = ?;"));
+            command->SetText(Sql("UPDATE ", db, ".", form, " SET ", field, kFileSizeSuffix,
+                                 " = ?, ", field, "_filetype = ? WHERE replyid = ?;"));
             std::int64_t rowsAffected = 0;
             command->ExecuteCommand(Host().GetDatabase(), rowsAffected);
             command->CloseCommand();
