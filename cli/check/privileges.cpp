@@ -111,7 +111,7 @@ void Tell(const std::string& database, const Missing& missing, const std::string
     }
     const std::string list = fmt::format("{}", fmt::join(sorted, ", "));
     findings.push_back({database, missing.table, missing.step,
-                        "the user lacks the privilege " + list,
+                        "the account lacks the privilege " + list,
                         fmt::format("GRANT {} ON `{}`.* TO {}", list, database, account)});
 }
 

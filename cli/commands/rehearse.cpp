@@ -284,7 +284,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
     }
     if (!withoutTriggers.empty()) {
         notes.push_back(
-            fmt::format("triggers are not copied: the user lacks the right TRIGGER on {}",
+            fmt::format("triggers are not copied: the account lacks the privilege TRIGGER on {}",
                         fmt::join(withoutTriggers, ", ")));
     }
 }

@@ -56,7 +56,7 @@ class CheckRights : public InstallationTest {
         EXPECT_EQ(found.status, 3) << found.err;
         EXPECT_THAT(
             found.out,
-            ContainsRegex("^" + database + R"((\.\S+)?: the user lacks the privilege )" + rights +
+            ContainsRegex("^" + database + R"((\.\S+)?: the account lacks the privilege )" + rights +
                           "(, so \\w+ fails)?; GRANT " + rights + " ON `" + database +
                           R"(`\.\* TO 'half'@'localhost')" + "\n1 finding\\.\n$"));
         return found;
@@ -97,7 +97,7 @@ class RightsOfTheLastVersions : public CheckRights {
             << check.out << check.err << upgrade.out << upgrade.err;
         if (upgrade.status == 1) {
             EXPECT_THAT(check.out,
-                        ContainsRegex("^tw_8[.].*: the user lacks the privilege " + right + ","));
+                        ContainsRegex("^tw_8[.].*: the account lacks the privilege " + right + ","));
             EXPECT_THAT(upgrade.err, HasSubstr(right + " command denied to user"));
             ExpectFailedAtTheNamedPlace(check, upgrade);
         }

@@ -95,7 +95,7 @@ TEST_F(CheckServer, LooksForThreadsWhereTheUserMayRead) {
     Execute("GRANT INSERT, UPDATE, DELETE, CREATE, DROP, ALTER ON tw_9.* TO 'half'@'localhost';");
     const GlobalSetting mode("sql_mode", "'ONLY_FULL_GROUP_BY'");
     EXPECT_EQ(RunAsHalf("check").out,
-              "tw_9: the user lacks the privilege SELECT; "
+              "tw_9: the account lacks the privilege SELECT; "
               "GRANT SELECT ON `tw_9`.* TO "
               "'half'@'localhost'\n"
               "tw_8.forum: server error 1055 (42000): 'tw_8.f.elementid' isn't in GROUP BY, so "
@@ -303,7 +303,7 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
                 EXPECT_THAT(
                     found.out,
                     ContainsRegex("^" + database +
-                                  R"((\.[a-z_0-9]+)?: the user lacks the privilege )" + right +
+                                  R"((\.[a-z_0-9]+)?: the account lacks the privilege )" + right +
                                   R"((, so \w+ fails)?; GRANT )" + right + " ON `" + database +
                                   "`\\.\\* TO 'half'@'localhost'\n1 finding\\.\n$"));
                 ExpectFailedAtTheNamedPlace(found, failed);
@@ -337,7 +337,7 @@ TEST_F(CheckServer, OneSiteAloneNeedsTheCentralDatabaseForItsVersion) {
         return RunProgram(command);
     };
     EXPECT_THAT(run({"check", "--site", "8"}).out,
-                HasSubstr("tw_tarnwick.site: the user lacks the privilege UPDATE; "));
+                HasSubstr("tw_tarnwick.site: the account lacks the privilege UPDATE; "));
     EXPECT_THAT(run({"upgrade-site", "8"}).err,
                 ContainsRegex("UPDATE tw_tarnwick.site SET version.*server error 1142"));
     Execute("GRANT UPDATE ON tw_tarnwick.* TO 'half'@'localhost';");
@@ -367,7 +367,7 @@ TEST_F(CheckServer, KnowsThatASpecialGrantHidesAGeneralOne) {
     EXPECT_EQ(RunAsHalf("check").status, 0);
     Execute("GRANT SELECT, INSERT, UPDATE, DELETE, CREATE ON tw_8.* TO 'half'@'localhost';");
     EXPECT_THAT(RunAsHalf("check").out,
-                HasSubstr("tw_8.layoutzone: the user lacks the privilege DROP, ALTER, so "
+                HasSubstr("tw_8.layoutzone: the account lacks the privilege DROP, ALTER, so "
                           "SiteSchemaStep_1_0005 fails; GRANT DROP, ALTER ON "));
     EXPECT_THAT(RunAsHalf("upgrade").err,
                 ContainsRegex("database tw_8.*ALTER TABLE.*server error 1142"));

@@ -93,7 +93,7 @@ TEST_F(Check, FindsMissingRights) {
     const auto socket = CliServer::Get().Server().Socket().string();
     const Outcome found = RunProgram({"--socket", socket, "--user", "half", "check"});
     EXPECT_EQ(found.status, 3) << found.err;
-    EXPECT_THAT(found.out, HasSubstr("tw_8.layoutzone: the user lacks the privilege ALTER, so "
+    EXPECT_THAT(found.out, HasSubstr("tw_8.layoutzone: the account lacks the privilege ALTER, so "
                                      "SiteSchemaStep_1_0005 fails; GRANT ALTER ON "
                                      "`tw_8`.* TO 'half'@'localhost'\n1 finding."));
     const Outcome failed = RunProgram(
