@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <regex>
 
 #include "cli/server/server_errors.h"
+#include "host/sql_tokens.h"
 
 namespace twupdate::cli {
 namespace {
@@ -17,12 +17,24 @@ std::string FirstName(const std::string& text) {
     return std::regex_search(text, found, name) ? found[1].str() : std::string();
 }
 
-/// The table that lacks the column, or else the first of the statement.
+/// The table that lacks the column: the one of which the statement says that it has it, or else the
+/// first that it reads.
 host::TableName TableWithout(const std::string& column, const DryStatement& statement,
                              const host::Catalogue& stored) {
+    const auto lacks = [&](const host::TableName& name) {
+        const bool isTarget = name == statement.target && statement.before;
+        const auto* table =
+            isTarget ? statement.before.get() : stored.Find(name.database, name.table);
+        return table != nullptr && table->Find(column) == nullptr;
+    };
+    for (const auto& use : host::NamesIn(statement.sql).uses) {
+        if (use.table && host::EqualNames(use.column, column) && lacks(*use.table)) {
+            return *use.table;
+        }
+    }
+    const bool reads = statement.kind == StatementKind::kInsert && statement.tables.size() > 1;
     for (const host::TableName& name : statement.tables) {
-        const auto* table = stored.Find(name.database, name.table);
-        if (table != nullptr && table->Find(column) == nullptr) {
+        if (lacks(name) && !(reads && name == statement.target)) {
             return name;
         }
     }
@@ -107,10 +119,7 @@ void CheckRefusals(const ServerState& server, const host::Catalogue& stored, con
     const Walk::Failure& failure = *walk.failure;  // mostly for a row of that database
     const bool isDenied = failure.code == kDatabaseDenied || failure.code == kTableDenied ||
                           failure.code == kColumnDenied;
-    const bool isKnown = std::any_of(findings.begin(), findings.end(), [&](const auto& finding) {
-        return finding.problem == failure.text;  // of the data files
-    });
-    if (!isDenied && !isKnown) {  // which CheckPrivileges tells of
+    if (!isDenied) {  // which CheckPrivileges tells of
         AddOnce({failure.table.database, failure.table.table, failure.step, failure.text,
                  failure.code == kNotGrouped ? server.RunWithout({"ONLY_FULL_GROUP_BY", "ANSI"})
                                              : "correct what the message names"},

@@ -163,14 +163,6 @@ void TellOfInterruptions(const std::vector<RepairFinding>& interruptions,
     }
 }
 
-/// An upgrade refuses to begin with them.
-void TellOfDataFiles(const std::filesystem::path& installFolder,
-                     std::vector<CheckFinding>& findings) {
-    if (const std::string fault = FaultOfDataFiles(installFolder); !fault.empty()) {
-        findings.push_back({"", "", "", fault, "put the file back from the package"});
-    }
-}
-
 /// What an upgrade comes to. What it refuses of the versions is told.
 WalkScope ScopeOf(const Session& session, const GlobalOptions& options,
                   std::optional<std::int32_t> siteId, std::vector<CheckFinding>& findings) {
@@ -254,8 +246,11 @@ Checked CheckAll(const Session& session, const GlobalOptions& options, Console& 
     }
     WalkScope scope = ScopeOf(session, options, siteId, findings);
     LeaveOutUnreadable(connection, scope, findings);
-    if (scope.centralVersion) {
-        TellOfDataFiles(scope.installFolder, findings);
+    const std::string fault =
+        scope.centralVersion ? FaultOfDataFiles(scope.installFolder) : std::string();
+    if (!fault.empty()) {  // with which an upgrade refuses to begin, and the ladders do not go
+        findings.push_back({"", "", "", fault, "put the file back from the package"});
+        return checked;
     }
     const host::Catalogue stored = ReadLayouts(session, scope);
     std::erase_if(scope.sites, [&](const PendingSite& site) {

@@ -295,12 +295,12 @@ TEST_F(CheckFileRights, FindsDataFilesThatMayNotBeRead) {
     {
         const Rights folder(Update() / "resources", 0444);
         ExpectFailure(
-            "update/resources cannot be read; give the permission to read it",
+            "update/resources/[A-Za-z]+Data.txt: Permission denied; put the file back",
             "^twupdate: .*/resources/[A-Za-z]+Data\\.txt: Permission denied; nothing was done");
     }
     {
         const Rights file(Update() / "resources/componentData.txt", 0);
-        ExpectFailure("update/resources/componentData.txt cannot be read; ",
+        ExpectFailure("update/resources/componentData.txt; put the file back from the package",
                       "^twupdate: cannot open .*componentData\\.txt; nothing was done");
     }
     ExpectSuccess();
@@ -311,7 +311,7 @@ TEST_F(CheckFileRights, TellsOfAComponentsFolderThatMayNotBeLookedInto) {
     for (const char* command : {"check", "upgrade"}) {
         const Outcome outcome = RunAsNobody({command});
         EXPECT_EQ(outcome.status, 2) << outcome.out;
-        EXPECT_THAT(outcome.err, AllOf(HasSubstr("cannot look into " + Update().string()),
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("cannot access " + Update().string()),
                                        HasSubstr("Permission denied")));
     }
 }

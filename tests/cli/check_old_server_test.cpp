@@ -249,20 +249,5 @@ TEST_F(CheckOldServer, FindsThatTheUserMayNotWrite) {
     EXPECT_EQ(runAsHalf({"--no-services", "upgrade-site", "1"}).status, 0);
 }
 
-// Its next text is one character shorter.
-TEST_F(CheckOldServer, LooksAtColoursThatBecomeLongerThanTheirColumn) {
-    MakeSiteAt(1.0248, {});
-    Execute(
-        "INSERT INTO tw_1.attribute(attributeid, tagid, name, value) VALUES(9001, 1, 'color', "
-        "CONCAT(REPEAT('x', 251), ' red')), (9002, 1, 'color', CONCAT(REPEAT('x', 250), ' "
-        "red'));");
-    Finds(kStrict, {"check", "--site", "1"},
-          "tw_1.attribute: value becomes longer than the 255 characters of attribute.value in 1 "
-          "row (attributeid 9001), so SiteContentStep_1_0254 fails; shorten it\n1 finding.\n");
-    Fails(kStrict, {"upgrade-site", "1"}, "step SiteContentStep_1_0254: .*server error 1406 ");
-    Execute("DELETE FROM tw_1.attribute WHERE attributeid = 9001;");
-    Goes(kStrict, {{"check", "--site", "1"}, {"upgrade-site", "1"}});
-}
-
 }  // namespace
 }  // namespace twupdate::test

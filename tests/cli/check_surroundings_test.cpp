@@ -107,7 +107,7 @@ TEST_F(CheckSurroundings, NeedsTheInstallFolderAsAnUpgradeDoes) {
         const Outcome outcome = run({command});
         EXPECT_EQ(outcome.status, 2) << command;
         EXPECT_THAT(outcome.err, HasSubstr(empty + " has no folder resources with the reference "
-                                                   "data; --install-folder names"));
+                                                   "data\ntwupdate: hint: --install-folder names"));
     }
     // One site takes its components from the table, and no files where there are none.
     fs::remove_all(folder_ / "wwwroot");
@@ -150,7 +150,7 @@ TEST_F(CheckSurroundings, FindsAComponentThatNobodyKnows) {
     WriteFile(data, without);
     ExecuteAll({"DELETE FROM tw_tarnwick.component WHERE componentid = 2400"});
     ExpectFailure(
-        "neither tw_tarnwick.component nor the data file has component 2400, so "
+        "componentData.txt has component 2400, so "
         "SiteContentStep_1_0007 fails; correct what the message names",
         "step SiteContentStep_1_0007: .*has component 2400");
     WriteFile(data, whole);

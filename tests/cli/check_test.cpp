@@ -61,8 +61,7 @@ TEST_F(Check, FindsAMissingSiteDatabase) {
     MakeSiteRow(8, "1.0000");
     Expect({}, "tw_8: the database is missing; ");
     const std::string refusal =
-        R"(1 site has no database that the user sees \(tw_8\); bring it back from a backup, or )"
-        R"(mark the site hard-deleted in tw_tarnwick\.site; nothing was done)";
+        R"(1 site has no database that this account can see \(tw_8\); nothing was done)";
     UpgradeFails({}, refusal);
     // The database of the root site is needed earlier.
     Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 1;");
@@ -227,7 +226,7 @@ TEST_F(Check, FindsASiteIdThatIsNone) {
     EXPECT_THAT(Run({"check"}).out,
                 HasSubstr("tw_tarnwick.site: there is a site 3000000000, but a siteid lies between "
                           "1 and"));
-    UpgradeFails({}, "a site 3000000000, but a siteid lies between 1 and 2147483647");
+    UpgradeFails({}, "siteid 3000000000, which is not between 1 and 2147483647");
 }
 
 TEST_F(Check, FindsASiteThatIsNotToBeUpgradedOnlyWhereItIsNamed) {
@@ -237,6 +236,7 @@ TEST_F(Check, FindsASiteThatIsNotToBeUpgradedOnlyWhereItIsNamed) {
     Execute("ALTER TABLE tw_tarnwick.site ADD COLUMN transaction BOOL DEFAULT 0 NOT NULL;");
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 4;");
     Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 5;");
+    Execute("UPDATE tw_tarnwick.site SET parentsiteid = 9;");  // neither is the root site
     EXPECT_EQ(Run({"check"}).out, "Nothing found that would make an upgrade fail.\n");
     for (const auto& [id, state] : {std::pair("4", "hard-deleted"), {"5", "in transaction"}}) {
         const Outcome outcome = Run({"check", "--site", id});
@@ -253,7 +253,7 @@ TEST_F(Check, FindsARestoreThatHasNotComeToItsEnd) {
     MakeSite(4);
     Execute("CREATE TABLE tw_4.unfinished_restore(since DATETIME NOT NULL);");
     Expect({}, "tw_4: a restore of it is unfinished; give the same restore again");
-    UpgradeFails({}, "an unfinished restore has tw_4 in hand");
+    UpgradeFails({}, "a restore of tw_4 is unfinished");
 }
 
 TEST_F(Check, LooksAtOneSiteAloneAndPrintsJson) {
