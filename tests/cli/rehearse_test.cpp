@@ -47,9 +47,10 @@ TEST_F(Rehearse, UpgradesACopyAndOnlyReadsTheSource) {
     EXPECT_EQ(result["failures"][0]["database"], "tw_2");
     EXPECT_EQ(result["failures"][0]["step"], "SiteSchemaStep_1_0005");
     EXPECT_EQ(result["differences"].size(), 0U);
-    EXPECT_EQ(result["notes"][0],
-              "triggers are not copied: the account lacks the privilege TRIGGER on tw_tarnwick, tw_logs, "
-              "tw_1, tw_2, tw_3");
+    EXPECT_EQ(
+        result["notes"][0],
+        "triggers are not copied: the account lacks the privilege TRIGGER on tw_tarnwick, tw_logs, "
+        "tw_1, tw_2, tw_3");
 }
 
 TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsWhenToldSo) {
