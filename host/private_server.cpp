@@ -110,7 +110,7 @@ std::string Complaint(const fs::path& log, std::uintmax_t from) {
     return error + "; its log is " + log.string();
 }
 
-/// Is there as long as an initialisation has not come to its end.
+/// Is there as long as an initialisation is unfinished.
 constexpr const char* kInitialising = "twupdate.initialising";
 
 fs::path LockFile(const fs::path& folder) {

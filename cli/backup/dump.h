@@ -36,7 +36,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
 DumpContents CheckDump(const std::filesystem::path& file, const std::string& database);
 
 /// Puts a dumped database back in place of the one of that name.
-/// @param first  a statement to run before the first of the database that is made anew
+/// @param first  a statement to run before the first of the database that is recreated
 /// @throws CommandError
 void LoadDump(const ClientOptionFile& client, const std::filesystem::path& file,
               const std::string& database, const std::string& first);

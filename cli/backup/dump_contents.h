@@ -12,7 +12,7 @@ class DumpContents {
   public:
     void Add(std::string_view bytes);
 
-    /// Whether it has come to the end.
+    /// Whether it is complete.
     bool IsWhole() const { return tail_.find(kEndMark) != std::string::npos; }
     /// Whether it is of that database.
     bool IsOf(const std::string& database) const { return databases_.contains(database); }
@@ -23,7 +23,7 @@ class DumpContents {
     const std::set<std::string>& Definers() const { return definers_; }
 
   private:
-    // What mariadb-dump writes when it has come to the end, and only then.
+    // What mariadb-dump writes at the end of a complete dump, and only then.
     static constexpr std::string_view kEndMark = "-- Dump completed";
 
     void TakeLine();

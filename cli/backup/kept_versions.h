@@ -15,7 +15,7 @@ using SiteVersions = std::map<std::int64_t, double>;
 /// @throws CommandError
 void KeepVersions(const std::filesystem::path& folder, const SiteVersions& versions);
 
-/// What a restore from that folder has kept; nothing when it has come to its end.
+/// What a restore from that folder has kept; nothing when it has finished.
 /// @throws CommandError when the file cannot be read
 std::optional<SiteVersions> KeptVersions(const std::filesystem::path& folder);
 

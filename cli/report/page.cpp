@@ -147,7 +147,7 @@ std::string Outcome(const RunRecord& run) {
     switch (run.end) {
         case RunEnd::kFinished:
             return "<p class=\"outcome good\" id=\"outcome\"><strong>✓ Finished.</strong> The run "
-                   "came to its end.</p>\n";
+                   "ended without errors.</p>\n";
         case RunEnd::kFailed:
             return fmt::format(
                 "<p class=\"outcome bad\" id=\"outcome\"><strong>✗ Failed</strong> in {}: {}</p>\n",
@@ -213,13 +213,13 @@ std::string FiguresOfAll(std::span<const RunRecord> runs) {
            Figure("statements", "Statements", Grouped(statements));
 }
 
-/// Failures that no later run made good, but for one of the last run, of which the outcome tells.
+/// Failures that no later run resolved, but for one of the last run, of which the outcome tells.
 std::uint64_t OpenFailures(std::span<const RunRecord> runs) {
     std::uint64_t open = 0;
     for (const FailureGroup& group : FailureGroups(runs)) {
         open += static_cast<std::uint64_t>(std::count_if(
             group.occurrences.begin(), group.occurrences.end(), [&](const auto& occurrence) {
-                return !occurrence.mended && occurrence.run != &runs.back();
+                return !occurrence.resolved && occurrence.run != &runs.back();
             }));
     }
     return open;
@@ -248,7 +248,7 @@ std::string Summary(std::span<const RunRecord> runs) {
     if (const auto open = OpenFailures(runs); open > 0) {
         html += fmt::format(
             "<p class=\"outcome bad\" id=\"open-failures\"><strong>✗ {}</strong> of earlier runs "
-            "{} not made good by a later one; see <a href=\"#failures\">Failures</a>.</p>\n",
+            "{} not resolved by a later one; see <a href=\"#failures\">Failures</a>.</p>\n",
             Count(open, "failure"), open == 1 ? "was" : "were");
     }
     html += "<dl class=\"figures\">\n" + (one ? FiguresOfOne(runs[0]) : FiguresOfAll(runs)) +
@@ -281,11 +281,11 @@ std::string FailureText(const FailureGroup& group) {
                         Count(group.occurrences.size(), "time"));
     const std::size_t shown = std::min(group.occurrences.size(), kMostNames);
     for (std::size_t i = group.occurrences.size() - shown; i < group.occurrences.size(); ++i) {
-        const auto& [run, mended] = group.occurrences[i];
+        const auto& [run, resolved] = group.occurrences[i];
         html += fmt::format("<li>{}, {} UTC: {}</li>\n", NameHtml(run->failure->database),
                             TimeHtml(run->failure->time),
-                            mended ? "<span class=\"good-word\">✓ made good by a later run</span>"
-                                   : "<span class=\"bad-word\">✗ still open</span>");
+                            resolved ? "<span class=\"good-word\">✓ resolved by a later run</span>"
+                                     : "<span class=\"bad-word\">✗ still open</span>");
     }
     return html + "</ul>\n" + AndMore(group.occurrences.size(), shown, "earlier failure");
 }

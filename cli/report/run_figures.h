@@ -42,7 +42,7 @@ struct FailureGroup {
     struct Occurrence {
         const RunRecord* run;
         /// A later run has brought the database to its end.
-        bool mended;
+        bool resolved;
     };
     const FailureRecord& Latest() const { return *occurrences.back().run->failure; }
     std::vector<Occurrence> occurrences;  ///< in the order of the runs

@@ -117,7 +117,7 @@ TEST_F(CheckRowSize, FindsTheFormsOfWhichAFieldIsChanged) {
                                    "fails; ALTER TABLE tw_1.form_77 ROW_FORMAT=DYNAMIC\n"));
     Fails("SiteSchemaStep_1_0035");
     makeForm("memo", "VARCHAR(100) DEFAULT '' NOT NULL");
-    Goes();  // made anew, and then DYNAMIC
+    Goes();  // recreated, and then DYNAMIC
     makeForm("memo", "VARCHAR(100) DEFAULT '' NOT NULL");
     Execute("ALTER TABLE tw_1.customerorder ROW_FORMAT=DYNAMIC;");
     const GlobalSetting setting("innodb_default_row_format", "compact");

@@ -353,11 +353,11 @@ TEST(RunFigures, PutFailuresTogetherByStepAndErrorAndSayWhatIsOpen) {
     ASSERT_EQ(groups.size(), 2U);
     EXPECT_EQ(groups[0].Latest().code, 1146U);
     ASSERT_EQ(groups[0].occurrences.size(), 2U);
-    EXPECT_TRUE(groups[0].occurrences[0].mended);  // tw_7, by the third run
-    EXPECT_FALSE(groups[0].occurrences[1].mended);
+    EXPECT_TRUE(groups[0].occurrences[0].resolved);  // tw_7, by the third run
+    EXPECT_FALSE(groups[0].occurrences[1].resolved);
     EXPECT_EQ(groups[0].Latest().error, "8");
     EXPECT_EQ(groups[1].Latest().code, 1060U);
-    EXPECT_TRUE(groups[1].occurrences[0].mended);
+    EXPECT_TRUE(groups[1].occurrences[0].resolved);
 }
 
 TEST(RunFigures, KeepFailuresWithoutAServerErrorApartByTheirText) {
@@ -370,7 +370,7 @@ TEST(RunFigures, KeepFailuresWithoutAServerErrorApartByTheirText) {
                            RunStarted(20, 0, "create-core") + Line(21, "run-finished"));
     const auto groups = cli::FailureGroups(runs);
     ASSERT_EQ(groups.size(), 2U);
-    EXPECT_TRUE(groups[0].occurrences[0].mended);  // the whole command was run again
+    EXPECT_TRUE(groups[0].occurrences[0].resolved);  // the whole command was run again
 }
 
 TEST(RunFigures, CountTheCallsOfServices) {
@@ -540,13 +540,13 @@ TEST(ReportPage, NamesFailuresOfEarlierRunsThatAreStillOpen) {
     const std::string open =
         cli::ReportPage(Runs(RunStarted(0, 1) + SiteFails(1, 7, 1146, "x") + RunStarted(10, 1) +
                              Site(11, 8, 1) + Line(12, "run-finished")));
-    EXPECT_THAT(open, HasSubstr("<strong>✗ 1 failure</strong> of earlier runs was not made good"));
-    const std::string mended =
+    EXPECT_THAT(open, HasSubstr("<strong>✗ 1 failure</strong> of earlier runs was not resolved"));
+    const std::string resolved =
         cli::ReportPage(Runs(RunStarted(0, 1) + SiteFails(1, 7, 1146, "x") + RunStarted(10, 1) +
                              Site(11, 7, 1) + Line(12, "run-finished")));
-    EXPECT_THAT(mended, AllOf(Not(HasSubstr("of earlier runs")),
-                              HasSubstr("tw_7, 2026-11-21 22:00:02 UTC: <span "
-                                        "class=\"good-word\">✓ made good by a later run")));
+    EXPECT_THAT(resolved, AllOf(Not(HasSubstr("of earlier runs")),
+                                HasSubstr("tw_7, 2026-11-21 22:00:02 UTC: <span "
+                                          "class=\"good-word\">✓ resolved by a later run")));
 }
 
 TEST(ReportPage, LetsNoTextOfTheEventsBecomeMarkup) {

@@ -274,7 +274,7 @@ class ReportPage(unittest.TestCase):
                           "SiteSchemaStep_1_0232: server error 1146 (42S02)"])
         self.assertIn("tw_3.security", browser.text("#failures code"))
         for text in browser.texts("#failures ul.databases li"):
-            self.assertRegex(text, r"^tw_[13], .* UTC: ✓ made good by a later run$")
+            self.assertRegex(text, r"^tw_[13], .* UTC: ✓ resolved by a later run$")
         self.assertEqual(len(browser.texts("#failed-calls li")), 1)
         self.assertRegex(browser.text("#failed-calls li"), "^RefreshSiteComponent 2600 in tw_1, ")
         carried_out = first["services"]["carried_out"] + 1  # the one that failed

@@ -223,7 +223,7 @@ TEST_F(EndToEnd, ASecondUpgradeChangesNothing) {
 TEST_F(EndToEnd, ASecondRunOfEveryStepChangesNothingOnASiteWithoutChargesAndFeeds) {
     Groups groups = sample::AllGroups();
     groups.erase(Group::kCharges);  // converted again by every run, as they are meant to be
-    groups.erase(Group::kFeeds);    // their parameters are made anew by every run
+    groups.erase(Group::kFeeds);    // their parameters are recreated by every run
     Make({Site(1, groups)}, 60);
     UpgradeInstallation();
     const State first = StateOfAll();

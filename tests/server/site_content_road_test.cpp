@@ -52,7 +52,7 @@ TEST_F(SiteContentRoad, TheWholeRoadEndsAsExpected) {
     EXPECT_TRUE(SameRows(after, RowsOf("tw_7")));
 }
 
-// The charges are converted again; the parameters of lookup feeds are made anew from fields that
+// The charges are converted again; the parameters of lookup feeds are recreated from fields that
 // now know their page. Nothing else changes.
 TEST_F(SiteContentRoad, ASecondRunOfAllStepsChangesOnlyWhatTheStepsThemselvesMakeAgain) {
     UpgradeInstallation();

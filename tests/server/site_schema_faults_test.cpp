@@ -169,7 +169,7 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
                 return;
             }
         }
-        std::printf("    from %.4f: %zu statements, %d cuts, %d of them mended by hand\n",
+        std::printf("    from %.4f: %zu statements, %d cuts, %d of them resolved by hand\n",
                     run.version, statements.size(), cuts, byHand);
     }
 
@@ -366,7 +366,7 @@ TEST_F(SiteSchemaFaults, AServerKilledAtAnyMomentComesBackAndTheRepeatEndsTheSam
         EXPECT_TRUE(SameRows(end.rows, now.rows)) << "seed " << seed << " round " << round;
         DropSite(7);
     }
-    std::printf("    %d kills (seed %u), %d of them within the run, %d mended by hand\n", rounds,
+    std::printf("    %d kills (seed %u), %d of them within the run, %d resolved by hand\n", rounds,
                 seed, cut, byHand);
     EXPECT_GT(cut, 0) << "no kill fell into the run";
 }

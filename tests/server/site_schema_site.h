@@ -31,7 +31,7 @@ class SiteSchemaOnServer : public ServerTest {
     static Schema Expected(const std::string& file);
     static std::string ExpectedFile(const std::string& name);
 
-    /// The rows of a site without the ids of its feed parameters, which are made anew, with new
+    /// The rows of a site without the ids of its feed parameters, which are recreated, with new
     /// ids, by every run.
     RowSnapshot RowsWithoutParameterIds(std::int32_t siteId);
 

@@ -50,7 +50,7 @@ class ServerTest : public testing::Test {
 
     /// The program's server.
     static host::PrivateServer& Server();
-    /// The test's connection and host; made anew by Reconnect().
+    /// The test's connection and host; recreated by Reconnect().
     const std::shared_ptr<host::MariaDbUtility>& Host() const { return host_; }
     /// Opens a new connection, e.g. after Server().Kill() and Server().Start().
     /// @param sqlMode  empty: the server's default, which is strict
