@@ -608,7 +608,8 @@ TEST(ReportPage, SaysWhatIsLeftOutOfLongLists) {
     EXPECT_EQ(times("<svg class=\"timeline\""), 12U);
     EXPECT_EQ(times("<h3>SiteSchemaStep_1_0264: server error "), 30U);
     // None but the last, which the outcome tells, is passed over.
-    EXPECT_THAT(page, HasSubstr("<strong>✗ 119 failures</strong> of earlier runs were not made"));
+    EXPECT_THAT(page,
+                HasSubstr("<strong>✗ 119 failures</strong> of earlier runs were not resolved"));
 }
 
 // --- the command ---------------------------------------------------------------------------------
