@@ -395,7 +395,7 @@ nlohmann::ordered_json JsonOf(const RehearsalResult& rehearsal, bool clean) {
     auto& done = result["upgraded"] = nlohmann::ordered_json::array();
     for (const DatabaseDone& database : rehearsal.done) {
         done.push_back({{"database", database.database},
-                        {"from", database.from},
+                        {"from", VersionText(database.from)},
                         {"steps", database.steps},
                         {"statements", database.statements},
                         {"seconds", std::chrono::duration<double>(database.duration).count()}});

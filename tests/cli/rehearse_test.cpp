@@ -95,6 +95,7 @@ TEST_F(Rehearse, EndsWithTotalsAndWhatTheWholeUpgradeWouldTake) {
         steps += done["steps"].get<std::int64_t>();
         statements += done["statements"].get<std::int64_t>();
     }
+    EXPECT_EQ(all["upgraded"][0]["from"], "1.0000");
     EXPECT_EQ(all["totals"]["databases"], 4);
     EXPECT_EQ(all["totals"]["steps"], steps);
     EXPECT_EQ(all["totals"]["statements"], statements);
