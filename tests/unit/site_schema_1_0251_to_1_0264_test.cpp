@@ -150,6 +150,21 @@ TEST_F(UploadedFiles, AFieldWithoutItsFormTableIsSkipped) {
     EXPECT_THAT(ChangesOf("SiteSchemaStep_1_0251"), IsEmpty());
 }
 
+TEST_F(UploadedFiles, TheFieldsBehindASkippedOneAreCompleted) {
+    Tables().AddTable("tw_7", "form_40(replyid INT, field_5 VARCHAR(255))");
+    const auto secondHost = std::make_shared<RecordingHost>();
+    secondHost->catalogue = Tables();
+    secondHost->installFolder = host->installFolder;
+    secondHost->Answer(
+        "SELECT featureid, formfieldid FROM tw_7.formfield WHERE type IN('file', 'image');",
+        {{"featureid", "formfieldid"}, {{39, 4}, {40, 4}, {40, 5}}});  // no table, no column, both
+    update.Configure(secondHost);
+    Run("SiteSchemaStep_1_0251");
+    EXPECT_THAT(secondHost->Lines("execute"),
+                ElementsAre(HasSubstr("form_40 ADD COLUMN field_5_filesize"),
+                            HasSubstr("form_40 ADD COLUMN field_5_filetype")));
+}
+
 TEST_F(UploadedFiles, FilesOfAnOpenFormLieInTheWebFolderOfTheSite) {
     folder.Write("root/wwwroot/sites/7/files/a.pdf", "twelve bytes");
     folder.Write("root/sites_secure/7/files/a.pdf", "another length");
