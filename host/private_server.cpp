@@ -141,22 +141,19 @@ std::string TemporaryTables(const fs::path& folder) {
 }
 
 std::vector<std::string> StorageOptions(const PrivateServerOptions& options) {
-    std::vector<std::string> words;
-    if (options.fast) {
-        words = {"--innodb-flush-log-at-trx-commit=2",
-                 "--innodb-flush-method=nosync",
-                 "--innodb-doublewrite=0",
-                 "--innodb-log-file-size=32M",
-                 "--innodb-buffer-pool-size=64M",
-                 "--aria-pagecache-buffer-size=8M",
-                 "--key-buffer-size=1M",
-                 "--sync-frm=0"};
+    if (!options.fast) {
+        return {};
     }
-    if (!options.redoLogFolder.empty()) {
-        words.push_back("--innodb-log-group-home-dir=" +
-                        fs::absolute(options.redoLogFolder).string());
-    }
-    return words;
+    // The doublewrite buffer stays on: a killed server may leave a page half written. The redo log
+    // is not mapped into memory: in /dev/shm a killed server may leave it torn.
+    return {"--innodb-flush-log-at-trx-commit=2",
+            "--innodb-flush-method=nosync",
+            "--innodb-log-file-size=32M",
+            "--innodb-buffer-pool-size=64M",
+            "--aria-pagecache-buffer-size=8M",
+            "--key-buffer-size=1M",
+            "--sync-frm=0",
+            "--loose-skip-innodb-log-file-mmap"};
 }
 
 }  // namespace
@@ -297,16 +294,6 @@ void PrivateServer::InitialiseIfEmpty() {
                                       " is not empty and holds no server data");
         }
         return;
-    }
-    if (const fs::path& redo = options_.redoLogFolder; !redo.empty()) {
-        std::error_code error;
-        fs::create_directories(redo, error);
-        if (error) {
-            Refuse("the folder " + redo.string() + " cannot be made: " + error.message());
-        }
-        if (cutOff) {
-            fs::remove(redo / "ib_logfile0");
-        }
     }
     const std::string program = FindProgram("mariadb-install-db", "mariadb-server-core");
     std::ofstream(marker).flush();

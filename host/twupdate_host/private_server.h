@@ -35,10 +35,6 @@ struct PrivateServerOptions {
     bool fast = false;
     /// Further options for mariadbd, e.g. "--max-allowed-packet=1G". They come last and win.
     std::vector<std::string> serverOptions = {};
-    /// Where InnoDB's redo log lies; made if it is missing. Empty: with the data. For data in
-    /// /dev/shm that has to outlive a kill: there the server takes its log for persistent memory
-    /// and maps it, and a killed server may leave it torn. Whoever names the folder removes it.
-    std::filesystem::path redoLogFolder = {};
     std::chrono::seconds startTimeout{60};
     std::chrono::seconds stopTimeout{120};
     /// False: a folder that is missing or empty, or whose initialisation was cut off, is refused.

@@ -105,41 +105,6 @@ TEST(PrivateServer, KeepsWhatWasCommittedWhenItIsKilled) {
     EXPECT_EQ(Cell(server, "SELECT COUNT(*) FROM tw_9.thing"), "2");
 }
 
-TEST(PrivateServer, KeepsItsRedoLogInTheFolderThatIsNamedForIt) {
-    const TemporaryFolder folder;
-    PrivateServerOptions options = kFast;
-    options.redoLogFolder = folder / "redo/log";
-    PrivateServer server(folder / "data", options);
-    EXPECT_TRUE(fs::exists(folder / "redo/log/ib_logfile0"));
-    EXPECT_FALSE(fs::exists(folder / "data/ib_logfile0"));
-    Connection::Open(server.ConnectOptions())->Execute("CREATE DATABASE tw_9");
-    server.Kill();
-    server.Start();
-    EXPECT_EQ(Cell(server, "SHOW DATABASES LIKE 'tw_9'"), "tw_9");
-}
-
-TEST(PrivateServer, BeginsAnInitialisationAgainWhoseRedoLogLiesElsewhere) {
-    const TemporaryFolder folder;
-    fs::create_directories(folder / "data");
-    fs::create_directories(folder / "redo");
-    std::ofstream(folder / "data/twupdate.initialising").flush();
-    std::ofstream(folder / "data/ibdata1") << "half";
-    std::ofstream(folder / "redo/ib_logfile0") << "half";
-    PrivateServerOptions options = kFast;
-    options.redoLogFolder = folder / "redo";
-    const PrivateServer server(folder / "data", options);
-    EXPECT_EQ(Cell(server, "SELECT 1"), "1");
-}
-
-TEST(PrivateServer, SaysThatItsRedoLogHasNoPlace) {
-    const TemporaryFolder folder;
-    std::ofstream(folder / "file").flush();
-    PrivateServerOptions options = kFast;
-    options.redoLogFolder = folder / "file/redo";
-    EXPECT_EQ(ErrorOfStarting(folder / "data", options),
-              "the folder " + (folder / "file/redo").string() + " cannot be made: Not a directory");
-}
-
 TEST(PrivateServer, NoticesThatItsServerDied) {
     const TemporaryFolder folder;
     PrivateServer server(folder / "data", kFast);
@@ -173,6 +138,9 @@ TEST(PrivateServer, IsDurableUnlessToldToBeFast) {
     const PrivateServer fast(folder / "data", kFast);
     // Given to the system at every commit: what was committed outlives a killed server.
     EXPECT_EQ(Cell(fast, "SELECT @@innodb_flush_log_at_trx_commit"), "2");
+    // So do pages that were half written, and the redo log in /dev/shm.
+    EXPECT_EQ(Cell(fast, "SELECT @@innodb_doublewrite"), "1");
+    EXPECT_EQ(Cell(fast, "SELECT @@innodb_log_file_mmap"), "0");
 }
 
 TEST(PrivateServer, TakesFurtherOptionsLast) {

@@ -34,9 +34,6 @@ class ServerEnvironment : public testing::Environment {
         if (!server_) {
             host::PrivateServerOptions options;
             options.fast = true;
-            // a killed server may leave a page half written, or a log that it had mapped
-            options.serverOptions = {"--innodb-doublewrite=1"};
-            options.redoLogFolder = redo_;
             server_ = std::make_unique<host::PrivateServer>(Folder() / "data", options);
         }
         return *server_;
@@ -52,15 +49,12 @@ class ServerEnvironment : public testing::Environment {
         server_.reset();
         if (!folder_.empty()) {
             fs::remove_all(folder_);
-            fs::remove_all(redo_);
         }
     }
 
   private:
     std::unique_ptr<host::PrivateServer> server_;
     fs::path folder_;
-    const fs::path redo_ =
-        fs::temp_directory_path() / ("twupdate-test-" + std::to_string(getpid()) + "-redo");
 };
 
 /// Known to googletest, which owns it, before main() runs the tests.
