@@ -72,6 +72,26 @@ class GlobalSetting {
 /// A test against the server: begins without any database of an installation.
 class InstallationTest : public testing::Test {
   protected:
+    /// One more connection to the server, as an application has it.
+    static std::shared_ptr<host::Connection> Application() {
+        CliServer::Get().Root();
+        return host::Connection::Open(CliServer::Get().Server().ConnectOptions());
+    }
+
+    /// An application that has read the settings of a site and not ended its transaction: the
+    /// first ALTER TABLE of that table waits for it.
+    static std::shared_ptr<host::Connection> ReaderOfSite(std::int32_t site = 7) {
+        auto reader = Application();
+        reader->Execute("START TRANSACTION;");
+        reader->Query("SELECT COUNT(*) FROM tw_" + std::to_string(site) + ".setting;");
+        return reader;
+    }
+
+    static bool SomebodyWaits(const std::string& state = "table metadata lock") {
+        return Cell("SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%" +
+                    state + "%';") != "0";
+    }
+
     InstallationTest();
     ~InstallationTest() override;
 

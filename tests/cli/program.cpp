@@ -192,7 +192,7 @@ std::vector<nlohmann::json> JsonLinesOf(const fs::path& file) {
 }
 
 bool WaitUntil(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;

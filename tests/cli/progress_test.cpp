@@ -32,26 +32,6 @@ using testing::Not;
 
 class ProgressOfARun : public InstallationTest {
   protected:
-    static std::shared_ptr<host::Connection> Application() {
-        CliServer::Get().Root();
-        return host::Connection::Open(CliServer::Get().Server().ConnectOptions());
-    }
-
-    /// An application that has read the settings of site 7 and not ended its transaction: the
-    /// first ALTER TABLE of that table waits for it.
-    static std::shared_ptr<host::Connection> ReaderOfSite7() {
-        auto reader = Application();
-        reader->Execute("START TRANSACTION;");
-        reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
-        return reader;
-    }
-
-    static bool SomebodyWaits() {
-        return Cell(
-                   "SELECT COUNT(*) FROM information_schema.processlist WHERE state = "
-                   "'Waiting for table metadata lock';") != "0";
-    }
-
     /// Each line that was drawn over the one before.
     static std::vector<std::string> DrawnLines(const std::string& output) {
         const std::string mark = "\r\x1b[K";
@@ -100,11 +80,11 @@ TEST_F(ProgressOfARun, FitsTheTerminal) {
 TEST_F(ProgressOfARun, MovesWhileAStatementWaitsAndNamesWhoKeepsItWaiting) {
     MakeCentralDatabase();
     MakeSite(7);
-    const auto reader = ReaderOfSite7();
+    const auto reader = ReaderOfSite();
     auto run = std::async(std::launch::async, [] {
         return RunOnTerminal(With({"upgrade-site", "7"}), 80);
     });
-    EXPECT_TRUE(WaitUntil(SomebodyWaits));
+    EXPECT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(9500));
     reader->Execute("COMMIT;");
     const Outcome outcome = run.get();
@@ -140,9 +120,9 @@ TEST_F(ProgressOfARun, GoesInPlainLinesToATerminalThatIsDumb) {
 TEST_F(ProgressOfARun, WarnsOnceWhereNoLineCanBeDrawn) {
     MakeCentralDatabase();
     MakeSite(7);
-    const auto reader = ReaderOfSite7();
+    const auto reader = ReaderOfSite();
     Program run(With({"--quiet", "upgrade-site", "7"}));
-    EXPECT_TRUE(WaitUntil(SomebodyWaits));
+    EXPECT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(11500));  // asked twice
     reader->Execute("COMMIT;");
     const Outcome outcome = run.Wait();
@@ -339,7 +319,7 @@ TEST_F(ProgressOfARun, OnAnOldServerTheLockIsKeptAndWhoHasItIsNamed) {
     auto waiting = std::async(std::launch::async, [&] {
         session.GetConnection()->Execute("ALTER TABLE tw_7.setting ADD COLUMN b INT;");
     });
-    EXPECT_TRUE(WaitUntil(SomebodyWaits));
+    EXPECT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     const auto found = finder.Find("tw_7");
     holder->Execute("COMMIT;");
     waiting.get();
