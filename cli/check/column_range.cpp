@@ -1,5 +1,6 @@
 #include "cli/check/column_range.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <map>
@@ -57,6 +58,15 @@ std::optional<int> WholeDigits(const host::Catalogue::Column& column) {
     const auto [digits, decimals] = Numbers(column.type);
     return BaseType(column) == "decimal" ? std::optional(static_cast<int>(digits - decimals))
                                          : std::nullopt;
+}
+
+bool HasKey(const host::Catalogue::Table& table) {
+    return std::any_of(table.indexes.begin(), table.indexes.end(), [&](const auto& index) {
+        return index.unique && std::all_of(index.parts.begin(), index.parts.end(), [&](auto& part) {
+                   const auto* column = table.Find(part.column);
+                   return column != nullptr && !column->nullable;
+               });
+    });
 }
 
 }  // namespace twupdate::cli

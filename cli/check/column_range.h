@@ -25,4 +25,7 @@ std::uint64_t BytesOfCharacter(const std::string& charset);
 /// "varchar" of "varchar(20)".
 std::string BaseType(const host::Catalogue::Column& column);
 
+/// Whether InnoDB keeps the rows by a key of the table: a unique one without NULL.
+bool HasKey(const host::Catalogue::Table& table);
+
 }  // namespace twupdate::cli

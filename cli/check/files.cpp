@@ -199,11 +199,6 @@ void CheckSite(const fs::path& root, const PendingSite& site, const std::vector<
 
 }  // namespace
 
-fs::path InstallationRoot(const fs::path& installFolder) {
-    fs::path folder = fs::absolute(installFolder).lexically_normal();
-    return (folder.has_filename() ? folder : folder.parent_path()).parent_path();
-}
-
 void CheckFiles(const fs::path& installFolder, const std::vector<PendingSite>& sites,
                 std::vector<CheckFinding>& findings) {
     const fs::path root = InstallationRoot(installFolder);

@@ -8,9 +8,6 @@
 
 namespace twupdate::cli {
 
-/// The folder that holds `templates`, `components`, `wwwroot` and `sites_secure`.
-std::filesystem::path InstallationRoot(const std::filesystem::path& installFolder);
-
 /// The files of the installation as the user that runs the program meets them: templates that it
 /// cannot read or that lead elsewhere, and what it cannot look into, write or replace in the
 /// folders of the sites. A folder that is not there is no finding: nothing is copied from it.

@@ -6,6 +6,7 @@
 #include <optional>
 #include <sstream>
 
+#include "cli/check/column_range.h"
 #include "cli/check/rewrites.h"
 #include "cli/server/grants.h"
 #include "cli/server/queries.h"
@@ -39,16 +40,6 @@ bool WritesRows(const DryStatement& statement) {
 bool ChangesTable(const DryStatement& statement) {
     return statement.after && (statement.kind == StatementKind::kCreateTable ||
                                statement.kind == StatementKind::kAlterTable);
-}
-
-/// Whether the rows are kept by a key of the table.
-bool HasKey(const host::Catalogue::Table& table) {
-    return std::any_of(table.indexes.begin(), table.indexes.end(), [&](const auto& index) {
-        return index.unique && std::all_of(index.parts.begin(), index.parts.end(), [&](auto& part) {
-                   const auto* column = table.Find(part.column);
-                   return column != nullptr && !column->nullable;
-               });
-    });
 }
 
 /// Whether the statement gives a LONGTEXT column a default.

@@ -88,18 +88,10 @@ Number ServerRowSize(const Table& table) {
     return size;
 }
 
-bool IsRowKey(const Table& table, const host::Catalogue::Index& index) {
-    return index.unique && std::all_of(index.parts.begin(), index.parts.end(), [&](auto& part) {
-               const Column* column = table.Find(part.column);
-               return column != nullptr && !column->nullable;
-           });
-}
-
 /// The longest row, as InnoDB counts it.
 Number RowSize(const Table& table, const std::string& format) {
     const bool redundant = format == "REDUNDANT";
-    const bool hasKey = std::any_of(table.indexes.begin(), table.indexes.end(),
-                                    [&](const auto& index) { return IsRowKey(table, index); });
+    const bool hasKey = HasKey(table);
     Number size = hasKey ? 13 : 19;
     for (const Column& column : table.columns) {
         const Field field = FieldOf(column);

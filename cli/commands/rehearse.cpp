@@ -193,9 +193,7 @@ void CopyFiles(const GlobalOptions& options, const fs::path& workdir,
     for (const SiteRow& site : chosen) {
         sites.push_back(site.siteId);
     }
-    const fs::path component = InstallFolderWithData(options).lexically_normal();
-    CopyFilesOfSites((component.has_filename() ? component : component.parent_path()).parent_path(),
-                     workdir, sites);
+    CopyFilesOfSites(InstallationRoot(InstallFolderWithData(options)), workdir, sites);
 }
 
 /// Gives the copy the settings under which the source refuses a change of a table. What one of the

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "cli/terminal/text.h"
+#include "twupdate/interruption.h"
 
 namespace twupdate::cli {
 namespace {
@@ -37,9 +38,9 @@ class BeyondLayoutSearch {
 
   private:
     void FindLeftover(const std::string& name, const Catalogue::Table& table) {
-        if (table.Find(kTemporary) != nullptr) {
+        if (table.Find(kInterimColumn) != nullptr) {
             result_.findings.push_back(
-                Finding(name, kTemporary,
+                Finding(name, std::string(kInterimColumn),
                         "column double_temp is left over from an interrupted conversion; twupdate "
                         "repair tells what it holds"));
         }
@@ -49,7 +50,7 @@ class BeyondLayoutSearch {
                      const Layout::Table& expected) {
         std::vector<std::string> own;
         for (const auto& column : table.columns) {
-            if (expected.items.contains(column.name) || column.name == kTemporary) {
+            if (expected.items.contains(column.name) || column.name == kInterimColumn) {
                 continue;
             }
             if (column.NeedsValue()) {
@@ -132,8 +133,6 @@ class BeyondLayoutSearch {
                 "",
                 std::move(problem)};
     }
-
-    static constexpr const char* kTemporary = "double_temp";
 
     const std::string& database_;
     const Layout& expected_;

@@ -165,11 +165,13 @@ fs::path InstallFolderWithData(const GlobalOptions& options) {
     return folder;
 }
 
+fs::path InstallationRoot(const fs::path& installFolder) {
+    fs::path folder = fs::absolute(installFolder).lexically_normal();
+    return (folder.has_filename() ? folder : folder.parent_path()).parent_path();
+}
+
 void RequireSiteFiles(const GlobalOptions& options) {
-    fs::path root = InstallFolder(options).lexically_normal().parent_path();
-    if (!InstallFolder(options).has_filename()) {
-        root = root.parent_path();  // it ended in a separator
-    }
+    const fs::path root = InstallationRoot(InstallFolder(options));
     std::string found;
     for (const char* folder : {"templates", "components", "wwwroot"}) {
         std::error_code error;  // what may not be looked at is not missing

@@ -78,6 +78,9 @@ std::optional<std::filesystem::path> FindInstallFolder(const GlobalOptions& opti
 /// @throws CommandError when the folder that is named has no `resources`
 std::filesystem::path InstallFolderWithData(const GlobalOptions& options);
 
+/// The folder that holds `templates`, `components`, `wwwroot` and `sites_secure`.
+std::filesystem::path InstallationRoot(const std::filesystem::path& installFolder);
+
 /// Refuses an upgrade of sites where the folder above the install folder holds nothing of an
 /// installation, unless --no-site-files says so: the component passes over folders that are not
 /// there, and what was not copied cannot be made up for.
