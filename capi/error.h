@@ -32,7 +32,7 @@ class InvalidArgument : public std::runtime_error {
 /// the texts, they stay empty.
 void WriteCurrentException(twu_error& error) noexcept;
 
-/// Throws what a failed callback told.
+/// Throws the error that a failed callback reported.
 /// @param statement  the statement, or the service with its arguments, that the call was about
 [[noreturn]] void ThrowFailure(twu_status status, const twu_error& error,
                                const std::string& statement);

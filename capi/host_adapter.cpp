@@ -86,7 +86,7 @@ class CFields final : public Fields {
         auto found = fields_.find(column);
         if (found == fields_.end()) {
             // Reading it is the only way to learn whether the result has this column, and that
-            // must be told here: where a text is read, an error in Field::Value counts as "".
+            // must be reported here: where a text is read, an error in Field::Value counts as "".
             (void)result_.Read(std::string(column));
             found = fields_.try_emplace(std::string(column), result_, column).first;
         }

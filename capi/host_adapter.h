@@ -27,7 +27,8 @@ class Callbacks {
 
     /// Calls a callback that may fail, with the context before and the error after the arguments.
     /// @param about  the statement, or the service with its arguments
-    /// @throws HostError, Stopped or bad_alloc as the callback told; HostError when it is missing
+    /// @throws HostError, Stopped or bad_alloc as the callback reported; HostError when it is
+    /// missing
     template <typename... Parameters, typename... Arguments>
     void Call(const std::string& about, twu_status (*callback)(void*, Parameters...),
               Arguments... arguments) const {

@@ -14,7 +14,7 @@ namespace twupdate::cli {
 namespace {
 
 int Main(int argc, char** argv) {
-    // A program that reads no more is told by its status, and must not end a run half-way.
+    // A reader that has closed the pipe shows in the exit status, and must not end a run half-way.
     std::signal(SIGPIPE, SIG_IGN);
     Invocation invocation;
     int status = kDone;
@@ -25,11 +25,11 @@ int Main(int argc, char** argv) {
     const auto fail = [&console](const std::exception& error, ExitCode code) {
         const std::string text = ErrorText(error);
         console.Error(text);
-        nlohmann::ordered_json told{{"text", FactOf(text)}};
+        nlohmann::ordered_json report{{"text", FactOf(text)}};
         if (const std::string hint = HintOf(text); !hint.empty()) {
-            told["hint"] = hint;
+            report["hint"] = hint;
         }
-        console.Result({{"result", "failed"}, {"error", told}});
+        console.Result({{"result", "failed"}, {"error", report}});
         return code;
     };
     try {

@@ -40,7 +40,7 @@ std::string TextOrEmpty(const Value& value) {
 }
 
 /// The components of the data file that the next upgrade of the central database imports. Lines
-/// that are none are passed over; the import itself reports them.
+/// that are none are skipped; the import itself reports them.
 Components ShippedComponents(const std::filesystem::path& dataFile) {
     Components components;
     std::ifstream lines(dataFile, std::ios::binary);

@@ -92,11 +92,11 @@ class DryHost::Walk : public twupdate::Observer, public std::enable_shared_from_
     }
     void StepStarting(const LadderStep& step, const std::string& /*database*/) override {
         step_ = &step;
-        StartAnew();
+        ForgetShapes();
     }
     void StepEnded(const LadderStep& /*step*/, const std::string& /*database*/) override {
         step_ = nullptr;
-        StartAnew();
+        ForgetShapes();
     }
     void SiteWalkStarting() override { reads_.reset(); }  // whoever runs the walk names the sites
 
@@ -183,7 +183,7 @@ class DryHost::Walk : public twupdate::Observer, public std::enable_shared_from_
         std::unique_ptr<Rows> rows_;
     };
 
-    void StartAnew() {
+    void ForgetShapes() {
         shapes_.clear();
         sinceNew_ = 0;
     }

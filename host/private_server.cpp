@@ -130,11 +130,11 @@ bool IsServerFile(const std::string& name) {
 }
 
 std::vector<std::string> UserOption() {
-    // A server refuses to run as root unless it is told to.
+    // A server refuses to run as root without an option for it.
     return geteuid() == 0 ? std::vector<std::string>{"--user=root"} : std::vector<std::string>{};
 }
 
-/// Temporary tables stay in the server's own folder. A server that starts deletes what lies in its
+/// Temporary tables stay in the server's own folder. A server that starts deletes what is in its
 /// folder for them; in a shared one those are the tables of another server at work.
 std::string TemporaryTables(const fs::path& folder) {
     return "--tmpdir=" + folder.string();
@@ -276,13 +276,13 @@ void PrivateServer::RefuseForeignServer() const {
 void PrivateServer::InitialiseIfEmpty() {
     const fs::path marker = folder_ / kInitialising;
     bool empty = true;
-    const bool cutOff = fs::exists(marker);
+    const bool interrupted = fs::exists(marker);
     for (const auto& entry : fs::directory_iterator(folder_)) {
         const std::string name = entry.path().filename().string();
         if (IsOwnFile(name)) {
             continue;
         }
-        if (cutOff && IsServerFile(name)) {
+        if (interrupted && IsServerFile(name)) {
             fs::remove_all(entry.path());
         } else {
             empty = false;

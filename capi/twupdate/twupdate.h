@@ -12,13 +12,13 @@
  * Rules that hold everywhere
  *
  * - **Status.** A function that can fail returns a `twu_status`, TWU_OK (0) on success. What went
- *   wrong is then told by `twu_last_error`. No C++ exception leaves a function.
+ *   wrong is then reported by `twu_last_error`. No C++ exception leaves a function.
  * - **Texts** are bytes in the character set of the host's connection, with an explicit length,
  *   and may hold any byte, NUL included. A text that the component hands out is also followed by
  *   a NUL. Names (columns, databases, steps, components) never hold one.
  * - **Ownership.** Whoever makes a thing frees it: handles of this interface with their `_free`
  *   function; results and commands of the host in its callbacks `result_close` and
- *   `command_close`. A text or value handed to a callback is valid during that call. A text or
+ *   `command_close`. A text or value passed to a callback is valid during that call. A text or
  *   value that a callback hands out must be valid until the next callback of the same host is
  *   called, and is copied before that.
  * - **Threads.** Every operation runs to its end on the caller's thread, and calls the callbacks on
@@ -233,7 +233,7 @@ typedef struct twu_component {
  * The host's operations. Set every byte to 0 first, then `size`, then the callbacks: callbacks that
  * later versions add are then missing and get their defaults.
  *
- * Every callback gets the `context` that was handed to `twu_host_new`. One that can fail returns
+ * Every callback gets the `context` that was passed to `twu_host_new`. One that can fail returns
  * TWU_OK or, after it has filled the error, TWU_HOST_ERROR; TWU_STOPPED ends the run with that
  * status, TWU_NO_MEMORY likewise; any other status counts as TWU_HOST_ERROR. A failure ends the
  * run where it stands.
@@ -330,7 +330,7 @@ typedef struct twu_host_callbacks {
     /* The installation. */
 
     /**
-     * The folder in which the component is installed: `resources` lies in it, and its parent is the
+     * The folder in which the component is installed: which contains `resources`; its parent is the
      * installation root (`templates`, `wwwroot`, `sites_secure`, `components`). The default is the
      * folder of the library, or of the program that it is linked into.
      */
@@ -341,9 +341,9 @@ typedef struct twu_host_callbacks {
      */
     twu_status (*local_host_name)(void* context, twu_text* name, twu_error* error);
 
-    /* The observer: is told how a run goes on. TWU_STOPPED from any of these ends the run there.
-     * What fails is told by none: the step or site that started and did not end is the one that
-     * failed. */
+    /* The observer: follows the progress of a run. TWU_STOPPED from any of these ends the run
+     * there. Failures are not reported: the step or site that started and did not end is the one
+     * that failed. */
 
     /** A ladder is about to be walked for a database at `version`, which may be NaN. */
     twu_status (*ladder_starting)(void* context, twu_ladder ladder, const char* database,
@@ -351,7 +351,7 @@ typedef struct twu_host_callbacks {
     /** The ladder has been walked. */
     twu_status (*ladder_ended)(void* context, twu_ladder ladder, const char* database,
                                twu_error* error);
-    /** A step is about to run. Told of the steps that run, not of those passed over. */
+    /** A step is about to run. Called for the steps that run, not for those skipped. */
     twu_status (*step_starting)(void* context, const twu_step* step, const char* database,
                                 twu_error* error);
     /** The step has run. */
@@ -381,7 +381,7 @@ typedef struct twu_host twu_host;
 /**
  * Makes a host.
  * @param callbacks  is copied
- * @param context    is handed to every callback
+ * @param context    is passed to every callback
  * @param host       receives the host, NULL on failure
  * @return TWU_INVALID_ARGUMENT when a required callback is missing, `callbacks->size` is too small,
  *         or a callback is set that this version of the library does not know;
@@ -475,7 +475,7 @@ typedef struct twu_cart_settings {
 
 /**
  * Reads one setting of a cart.
- * @param cart   what was handed to `twu_create_cart_field_sequence`
+ * @param cart   what was passed to `twu_create_cart_field_sequence`
  * @param name   the setting's name
  * @param value  is NULL (TWU_NULL), which stands for a setting that is not stored, and may be set
  * @param error  to be filled on failure, as by the host's callbacks
@@ -488,7 +488,7 @@ typedef twu_status (*twu_get_setting)(void* cart, const char* name, twu_value* v
  * "0,1,2,3,4,5,6,7,8,9,10" with all settings true and "6" with none.
  * @param update       the update; needs no host
  * @param get_setting  reads the cart's settings
- * @param cart         is handed to `get_setting`
+ * @param cart         is passed to `get_setting`
  * @param settings     the names to ask for
  * @param sequence     receives the text, which lives until the next function is called with the
  * update

@@ -199,7 +199,7 @@ std::vector<std::string> DumpedDatabases(const fs::path& folder) {
     }
     if (error) {
         throw CommandError(fmt::format("cannot access {}: {}", folder.string(), error.message()),
-                           kWrongUse);
+                           kUsageError);
     }
     std::sort(databases.begin(), databases.end(), ComesBefore);
     return databases;

@@ -33,7 +33,7 @@ struct BackupNote {
 class Backup final : public RunSink {
   public:
     /// Makes the folders, or finds the one that is resumed.
-    /// @param progress  is told of each dump
+    /// @param progress  is notified of each dump
     /// @throws CommandError
     Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
            std::shared_ptr<Progress> progress, Console& console);

@@ -17,7 +17,7 @@ struct BackupRun {
     enum class State : std::uint8_t {
         kUnfinished,  ///< it has not ended: the run that resumes it keeps its dumps
         kFinished,
-        kRestored,  ///< something was put back since, so that no run resumes it
+        kRestored,  ///< a database was restored since, so that no run resumes it
     };
     std::filesystem::path folder;
     std::string command;
@@ -42,8 +42,8 @@ std::vector<BackupRun> BackupRuns(const std::filesystem::path& parent);
 BackupRun MakeBackupRun(const std::filesystem::path& parent, const RunStart& start,
                         Utility& utility);
 
-/// Something of `folder` is put back: neither its run nor another unfinished one beside it, of the
-/// same server, is resumed after that.
+/// A database from `folder` is restored: neither its run nor another unfinished one beside it, of
+/// the same server, is resumed after that.
 /// @throws CommandError
 void MarkRestored(const std::filesystem::path& folder);
 

@@ -89,7 +89,7 @@ ClientOptionFile::ClientOptionFile(const Session& session, const GlobalOptions& 
         content = "!include " + fs::absolute(options.defaultsFile).string() + "\n";
     }
     content += OptionLines(session.ConnectOptions());
-    // A file that others may write is passed over by the clients.
+    // A file that others may write is skipped by the clients.
     if (file_.Get() < 0 || fchmod(file_.Get(), S_IRUSR | S_IWUSR) != 0 ||
         !WriteAll(file_.Get(), content)) {
         throw CommandError(std::string("cannot pass the credentials to the client: ") +
@@ -116,7 +116,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         ChildProcess gzip({"gzip", "-c"}, packed.out.Get(), target.Get());
         ChildProcess dump(
             {"mariadb-dump", client.Argument(), "--single-transaction", "--quick", "--routines",
-             "--skip-add-locks",  // so that putting back takes no right LOCK TABLES
+             "--skip-add-locks",  // so that a restore does not need LOCK TABLES
              "--triggers", "--events", "--hex-blob", "--default-character-set=utf8mb4",
              "--add-drop-database", "--databases", database},
             -1, dumped.in.Get());
@@ -131,7 +131,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
         });
         dumped.out.Close();
         packed.in.Close();
-        gzip.Wait();  // the full disk is told by the one who writes
+        gzip.Wait();  // the writer reports a full disk
         dump.Wait();
         if (!written || !contents.IsWhole()) {
             throw CommandError("the dump is incomplete");

@@ -29,7 +29,7 @@ class DumpContents {
     void TakeLine();
 
     std::string tail_;  ///< the last bytes
-    std::string line_;  ///< the beginning of the line in hand
+    std::string line_;  ///< the beginning of the current line
     bool inBody_ = false;
     std::set<std::string> databases_;
     std::set<std::string> kinds_;

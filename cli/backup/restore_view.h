@@ -13,7 +13,7 @@
 
 namespace twupdate::cli {
 
-/// A database before it is put back.
+/// A database before it is restored.
 struct DatabaseToRestore {
     std::string name;
     std::string versionNow;          ///< in words where there is none, e.g. "not there"

@@ -103,7 +103,8 @@ void CheckReplaced(const fs::path& path, bool folderIsWanted, std::vector<CheckF
     } else if (!folderIsWanted && !isLink && type != fs::file_type::regular) {
         Tell(path, "is no file that can be replaced", "move it out of the way", findings);
     } else if (!isLink && MayNot(path, folderIsWanted ? W_OK | X_OK : W_OK) &&
-               (folderIsWanted || errno != EACCES)) {  // a file's owner may give himself the right
+               (folderIsWanted ||
+                errno != EACCES)) {  // a file's owner may give himself the permission
         Tell(path, "cannot be written", "give the permission to write it", findings);
     } else if (!folderIsWanted && !isLink && IsOthers(path)) {
         Tell(path, "belongs to another user", "give it to the user that runs twupdate", findings);

@@ -124,7 +124,7 @@ std::set<std::string> UnreadableDatabases(host::Connection& connection,
     const auto grants = Grants::Of(connection);
     for (const std::string& database : databases) {
         if (grants && !grants->NamesTables(database) &&
-            !TrueRights(connection, *grants, database).Has("SELECT", "") &&
+            !EffectivePrivileges(connection, *grants, database).Has("SELECT", "") &&
             unreadable.insert(database).second) {
             Tell(database, {{"SELECT"}, "", ""}, AccountOf(connection), findings);
         }
@@ -138,16 +138,16 @@ void CheckPrivileges(host::Connection& connection, const std::vector<Walk>& walk
     if (!grants) {
         return;
     }
-    std::map<std::string, std::optional<TrueRights>> known;
+    std::map<std::string, std::optional<EffectivePrivileges>> known;
     std::vector<std::pair<std::string, Missing>> missing;  // by database, as they come
     const auto ask = [&](std::string_view privilege, const std::string& database,
                          const std::string& table, const std::string& step) {
-        auto rights = known.find(database);
-        if (rights == known.end()) {
-            rights = known.emplace(database, std::nullopt).first;
-            rights->second.emplace(connection, *grants, rights->first);
+        auto effective = known.find(database);
+        if (effective == known.end()) {
+            effective = known.emplace(database, std::nullopt).first;
+            effective->second.emplace(connection, *grants, effective->first);
         }
-        if (rights->second->Has(privilege, table)) {
+        if (effective->second->Has(privilege, table)) {
             return;
         }
         auto found = std::find_if(missing.begin(), missing.end(),

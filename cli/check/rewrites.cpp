@@ -100,7 +100,7 @@ struct TableSize {
     std::uint64_t bytes = 0;
 };
 
-/// The largest of the tables that the walks write anew.
+/// The largest of the tables that the walks rewrite.
 TableSize LargestRewrittenTable(host::Connection& connection, const std::vector<Walk>& walks) {
     const ServerVersion version = ServerVersion::Of(connection);
     TableSize largest;

@@ -20,7 +20,7 @@ enum class Rewrite : std::uint8_t {
 /// Of an ALTER TABLE, from what stands before and after it.
 Rewrite RewriteOf(const DryStatement& statement, const ServerVersion& version);
 
-/// The free space where the server keeps its data, against the largest table that is written anew.
+/// The free space where the server keeps its data, against the largest table that is rewritten.
 /// @param notes  receives a line when the space cannot be seen from here
 void CheckSpace(host::Connection& connection, const std::vector<Walk>& walks,
                 std::vector<CheckFinding>& findings, std::vector<std::string>& notes);

@@ -21,7 +21,7 @@ using Table = host::Catalogue::Table;
 struct Condition {
     host::TableName table;  ///< whose rows they are
     std::string sql;
-    std::string problem;  ///< what is told of the rows for which it holds
+    std::string problem;  ///< what is reported for the rows for which it holds
     std::string fix;
 };
 
@@ -41,7 +41,7 @@ struct Copy {
     const Column* from = nullptr;  ///< null: the value is no column as it stands
     const Column& to;
     std::string target;     ///< "table.column"
-    bool converts = false;  ///< by an ALTER TABLE, which cuts no blanks off
+    bool converts = false;  ///< by an ALTER TABLE, which does not truncate blanks
 };
 
 std::string LongerThan(const Copy& copy, std::uint64_t length) {
@@ -50,7 +50,7 @@ std::string LongerThan(const Copy& copy, std::uint64_t length) {
     if (copy.converts) {
         return plain;
     }
-    // White space at the end is cut off without an error.
+    // White space at the end is truncated without an error.
     return fmt::format(
         "{} AND {}(RTRIM(REPLACE(REPLACE(REPLACE({}, '\\r', ' '), '\\n', ' '), '\\t', ' '))) > {}",
         plain, measure, copy.value, length);
@@ -253,7 +253,7 @@ class Questions {
                 source = {name, found};
             }
         }
-        source.column = count == 1 ? source.column : nullptr;  // of which of two cannot be told
+        source.column = count == 1 ? source.column : nullptr;  // ambiguous when there are two
         return source;
     }
 
@@ -289,7 +289,7 @@ class Questions {
                 changed_.insert(table + "." + column);
             }
         } else if (statement.kind == StatementKind::kDelete) {
-            changed_.insert(table + ".");  // which rows are left cannot be told here
+            changed_.insert(table + ".");  // which rows are left is not known here
         } else if (statement.kind == StatementKind::kAlterTable && statement.before &&
                    statement.after) {
             for (const Column& column : statement.before->columns) {

@@ -223,7 +223,7 @@ class TableSizes {
                                  statement.target.table)};
     }
 
-    /// A table that is written anew gets the server's format of now, unless it names its own.
+    /// A table that is rewritten gets the server's format of now, unless it names its own.
     std::string FormatOf(const DryStatement& statement, bool rebuilds) {
         const std::string stored =
             UpperCase(statement.before ? statement.before->rowFormat : statement.after->rowFormat);

@@ -40,12 +40,12 @@ std::optional<std::string> Literal(const std::string& expression) {
     return (negative ? "-" : "") + token.Unescaped();
 }
 
-/// White space at the end of a text is cut off without an error.
+/// White space at the end of a text is truncated without an error.
 std::size_t LengthThatCounts(const std::string& text) {
     return DisplayWidth(text.substr(0, text.find_last_not_of(" \t\n\v\f\r") + 1));
 }
 
-/// Nothing where it fits, or where that cannot be told.
+/// Nothing where it fits, or where that is not known.
 std::optional<std::string> Misfit(const std::string& value, const Column& column) {
     if (const auto length = TextLength(column)) {
         if (LengthThatCounts(value) <= *length) {

@@ -150,7 +150,7 @@ std::string AddSinks(RunWatch& watch, const Session& session, const GlobalOption
         folder = backup->Folder().string();
         watch.AddSink(backup);
     }
-    if (run.leftovers == Leftovers::kRepair) {  // what is put right is in the backup as it was
+    if (run.leftovers == Leftovers::kRepair) {  // so that the backup has what a repair changes
         watch.AddSink(std::make_shared<RepairSink>(session, run.marks, console));
     }
     if (run.marks) {

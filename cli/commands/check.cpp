@@ -163,7 +163,7 @@ void TellOfInterruptions(const std::vector<RepairFinding>& interruptions,
     }
 }
 
-/// What an upgrade comes to. What it refuses of the versions is told.
+/// What an upgrade comes to. Versions that it refuses are reported.
 WalkScope ScopeOf(const Session& session, const GlobalOptions& options,
                   std::optional<std::int32_t> siteId, std::vector<CheckFinding>& findings) {
     Installation installation(session.Own());

@@ -163,11 +163,11 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
             std::cerr << "twupdate: cannot write the standard output\n";
         }
     } catch (const CLI::ParseError& error) {
-        // A word that is no command is told as a missing command otherwise.
+        // A word that is no command would be reported as a missing command otherwise.
         const bool noCommand = app.get_subcommands().empty() && app.remaining_size() > 0;
         std::cerr << MessageLines(noCommand ? "unknown: " + app.remaining().front() : error.what())
                   << "\nTry 'twupdate --help' or 'twupdate COMMAND --help'.\n";
-        status = kWrongUse;
+        status = kUsageError;
     }
     return false;
 }

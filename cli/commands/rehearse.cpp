@@ -127,12 +127,12 @@ void RequireEmpty(const fs::path& workdir) {
     if (fs::exists(workdir / "server", ignored)) {
         throw CommandError(
             fmt::format("{} holds a rehearsal already; name another folder", workdir.string()),
-            kWrongUse);
+            kUsageError);
     }
     if (fs::exists(workdir, ignored) && !fs::is_empty(workdir, ignored)) {
         throw CommandError(
             fmt::format("{} is not empty; name another folder for the rehearsal", workdir.string()),
-            kWrongUse);
+            kUsageError);
     }
 }
 
@@ -197,7 +197,7 @@ void CopyFiles(const GlobalOptions& options, const fs::path& workdir,
 }
 
 /// Gives the copy the settings under which the source refuses a change of a table. What one of the
-/// two servers does not have is passed over.
+/// two servers does not have is skipped.
 void TakeSettings(host::Connection& source, host::Connection& copy) {
     constexpr std::array kSettings{
         std::pair("SELECT IF(@@GLOBAL.innodb_force_primary_key, 'ON', 'OFF');",
@@ -229,7 +229,8 @@ void LeaveOut(host::Connection& copy, const std::vector<SiteRow>& all,
     }
 }
 
-/// Triggers and routines run with the rights of the account that defined them, which must be there.
+/// Triggers and routines run with the privileges of the account that defined them, which must be
+/// there.
 void MakeDefiners(host::Connection& source, host::Connection& copy, const std::string& database) {
     const auto definers = source.Query(
         fmt::format("SELECT QUOTE(LEFT(definer, CHAR_LENGTH(definer) - CHAR_LENGTH(host) - 1)), "
@@ -273,7 +274,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
             connection, fmt::format("SELECT table_name FROM information_schema.tables WHERE "
                                     "table_schema = '{}' AND table_type = 'VIEW';",
                                     database));
-        if (!HasRight(connection, database, "TRIGGER")) {
+        if (!HasPrivilege(connection, database, "TRIGGER")) {
             withoutTriggers.push_back(database);
         }
         MakeDefiners(connection, *copy.GetConnection(), database);
@@ -287,7 +288,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
     }
 }
 
-/// Upgrades the copy. A site that fails is noted and left out, and the run goes on without it.
+/// Upgrades the copy. A site that fails is noted and left out, and the run continues without it.
 void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
              const std::vector<std::shared_ptr<RunSink>>& sinks, RehearsalResult& rehearsal,
              Console& console) {
@@ -450,7 +451,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     if (error) {
         throw CommandError(fmt::format("cannot make the folder {}: {}", arguments.workdir.string(),
                                        error.message()),
-                           kWrongUse);
+                           kUsageError);
     }
     const GlobalOptions copyOptions =
         OptionsForTheCopy(options, arguments.workdir, *source.GetConnection());

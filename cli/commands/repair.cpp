@@ -81,7 +81,7 @@ int Repair(const GlobalOptions& options, Console& console, const RepairArguments
     // What a run in progress has in hand looks like what an interrupted one has left.
     const RunLock lock(session, options, "repair", console);
     ProgressMarks marks(session.GetConnection());
-    const auto findings = PutRight(
+    const auto findings = FindAndRepair(
         session, marks, arguments.apply,
         [&] { return FindAll(session, options, marks, arguments.siteId); },
         [&](const RepairFinding& finding) { Print(finding, console); });

@@ -32,13 +32,14 @@ void CheckPage(const Arguments& arguments) {
     const fs::file_status status = fs::status(arguments.page, ignored);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         throw CommandError(
-            fmt::format("{} is no file that can be replaced", arguments.page.string()), kWrongUse);
+            fmt::format("{} is no file that can be replaced", arguments.page.string()),
+            kUsageError);
     }
     for (const fs::path& events : arguments.events) {
         if (fs::equivalent(arguments.page, events, ignored)) {
             throw CommandError(
                 fmt::format("{} holds the events; name another file for the page", events.string()),
-                kWrongUse);
+                kUsageError);
         }
     }
 }

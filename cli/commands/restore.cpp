@@ -34,20 +34,22 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
 
 constexpr const char* kCentral = "tw_tarnwick";
 
-/// A database is dropped before it is made again, so a right that is missing must show before.
-void RequireRight(bool granted, const std::string& database, const std::string& right,
-                  const std::string& purpose = "") {
+/// A database is dropped before it is made again, so a privilege that is missing must be found
+/// before.
+void RequirePrivilege(bool granted, const std::string& database, const std::string& privilege,
+                      const std::string& purpose = "") {
     if (!granted) {
         throw CommandError(
             fmt::format("{}: the account lacks the privilege {}{}; nothing was restored", database,
-                        right, purpose));
+                        privilege, purpose));
     }
 }
 
-void RequireTableRights(host::Connection& connection, const std::vector<std::string>& databases) {
+void RequireTablePrivileges(host::Connection& connection,
+                            const std::vector<std::string>& databases) {
     for (const std::string& database : databases) {
-        for (const char* right : {"DROP", "CREATE", "ALTER", "INSERT"}) {
-            RequireRight(HasRight(connection, database, right), database, right);
+        for (const char* privilege : {"DROP", "CREATE", "ALTER", "INSERT"}) {
+            RequirePrivilege(HasPrivilege(connection, database, privilege), database, privilege);
         }
     }
 }
@@ -69,10 +71,10 @@ bool DistrustsFunctions(host::Connection& connection) {
            "1";
 }
 
-/// What the dump holds beside its tables takes rights of its own.
-void RequireRightsFor(const DumpContents& contents, host::Connection& connection,
-                      const std::string& database) {
-    constexpr std::array<std::pair<const char*, const char*>, 9> kRights{
+/// What the dump holds beside its tables takes privileges of its own.
+void RequirePrivilegesFor(const DumpContents& contents, host::Connection& connection,
+                          const std::string& database) {
+    constexpr std::array<std::pair<const char*, const char*>, 9> kPrivileges{
         {{"VIEW", "CREATE VIEW"},
          {"TRIGGER", "TRIGGER"},
          {"EVENT", "EVENT"},
@@ -82,20 +84,20 @@ void RequireRightsFor(const DumpContents& contents, host::Connection& connection
          {"FUNCTION", "ALTER ROUTINE"},
          {"PACKAGE", "CREATE ROUTINE"},
          {"PACKAGE", "ALTER ROUTINE"}}};
-    for (const auto& [kind, right] : kRights) {
-        RequireRight(!contents.Holds(kind) || HasRight(connection, database, right), database,
-                     right);
+    for (const auto& [kind, privilege] : kPrivileges) {
+        RequirePrivilege(!contents.Holds(kind) || HasPrivilege(connection, database, privilege),
+                         database, privilege);
     }
     for (const std::string& definer : contents.Definers()) {
-        RequireRight(IsOwn(connection, definer) || HasGlobalRight(connection, "SET USER") ||
-                         HasGlobalRight(connection, "SUPER"),
-                     database, "SET USER", " for what belongs to " + definer);
+        RequirePrivilege(IsOwn(connection, definer) || HasGlobalPrivilege(connection, "SET USER") ||
+                             HasGlobalPrivilege(connection, "SUPER"),
+                         database, "SET USER", " for what belongs to " + definer);
     }
     if (contents.Holds("TRIGGER") || contents.Holds("FUNCTION")) {
-        RequireRight(!DistrustsFunctions(connection) || HasGlobalRight(connection, "SUPER"),
-                     database, "SUPER",
-                     ", which triggers and functions need if the server has a binary log and "
-                     "log_bin_trust_function_creators is off");
+        RequirePrivilege(!DistrustsFunctions(connection) || HasGlobalPrivilege(connection, "SUPER"),
+                         database, "SUPER",
+                         ", which triggers and functions need if the server has a binary log and "
+                         "log_bin_trust_function_creators is off");
     }
 }
 
@@ -115,7 +117,7 @@ SiteVersions VersionsToRecord(const fs::path& folder, const std::vector<std::str
     return versions;
 }
 
-/// Asked of the server itself: a right on the table or its column suffices.
+/// Asked of the server itself: a privilege on the table or its column suffices.
 bool MayRecord(host::Connection& connection) {
     try {
         connection.Execute("UPDATE tw_tarnwick.site SET version = 0 WHERE FALSE;");
@@ -186,7 +188,8 @@ void RecordOthers(const Session& session, const std::vector<std::string>& databa
     }
 }
 
-void PutBack(const ClientOptionFile& client, const fs::path& folder, const std::string& database) {
+void RestoreDatabase(const ClientOptionFile& client, const fs::path& folder,
+                     const std::string& database) {
     try {
         LoadDump(client, DumpFile(folder, database), database, RestoreMarkStatement(database));
     } catch (const CommandError& error) {
@@ -203,7 +206,7 @@ struct RestoreArguments {
     bool apply = false;
 };
 
-/// The databases to put back.
+/// The databases to restore.
 std::vector<std::string> ChosenDatabases(const RestoreArguments& arguments) {
     auto databases = DumpedDatabases(arguments.folder);
     if (arguments.siteId) {
@@ -222,7 +225,7 @@ std::vector<std::string> ChosenDatabases(const RestoreArguments& arguments) {
             fmt::format("{} holds the backups of {}\nhint: name the folder of one of them: {}",
                         arguments.folder.string(), Count(runs.size(), "run"),
                         fmt::join(names, ", ")),
-            kWrongUse);
+            kUsageError);
     }
     throw CommandError(
         fmt::format("{} holds no backup{}", arguments.folder.string(),
@@ -231,8 +234,8 @@ std::vector<std::string> ChosenDatabases(const RestoreArguments& arguments) {
 
 /// What the restore writes into tw_tarnwick.site beside the databases themselves.
 struct VersionsToSet {
-    SiteVersions dumped;  ///< of the sites that are put back without the central database
-    SiteVersions others;  ///< of the sites that are not put back with it
+    SiteVersions dumped;  ///< of the sites that are restored without the central database
+    SiteVersions others;  ///< of the sites that are not restored with it
 };
 
 VersionsToSet FindVersions(const Session& session, const fs::path& folder,
@@ -250,13 +253,13 @@ VersionsToSet FindVersions(const Session& session, const fs::path& folder,
 void RequireAll(host::Connection& connection, const fs::path& folder,
                 const std::vector<std::string>& databases, const VersionsToSet& versions,
                 Console& console) {
-    RequireTableRights(connection, databases);
-    RequireRight((versions.dumped.empty() && versions.others.empty()) || MayRecord(connection),
-                 kCentral, "UPDATE", ", which sets the versions of sites");
+    RequireTablePrivileges(connection, databases);
+    RequirePrivilege((versions.dumped.empty() && versions.others.empty()) || MayRecord(connection),
+                     kCentral, "UPDATE", ", which sets the versions of sites");
     CountedProgress progress(console, "database", databases.size());
     for (const std::string& database : databases) {
         progress.Next("reading the dump of " + database);
-        RequireRightsFor(CheckDump(DumpFile(folder, database), database), connection, database);
+        RequirePrivilegesFor(CheckDump(DumpFile(folder, database), database), connection, database);
     }
 }
 
@@ -282,7 +285,7 @@ int Stopped(const std::vector<std::string>& databases, std::size_t done, const R
     return kStopped;
 }
 
-/// A folder that nobody may write into can still be put back.
+/// A folder that nobody may write into can still be restored.
 void NoteRestore(const fs::path& folder, Console& console) {
     try {
         MarkRestored(folder);
@@ -317,7 +320,7 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
             return Stopped(databases, i, view, console);
         }
         progress.Next("restoring " + databases[i]);
-        PutBack(client, folder, databases[i]);
+        RestoreDatabase(client, folder, databases[i]);
         console.Say(fmt::format("{}: restored ({})", databases[i], progress.Place()));
     }
     if (Contains(databases, kCentral)) {

@@ -72,7 +72,7 @@ void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, dou
 }
 
 int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers) {
-    InstallFolderWithData(options);  // wrong use is told before anything is done
+    InstallFolderWithData(options);  // a usage error is reported before anything is done
     Session session(options);
     const RunLock lock(session, options, "upgrade", console);
     Installation installation(session.Own());

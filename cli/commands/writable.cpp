@@ -81,7 +81,7 @@ void RequireDifferent(const std::map<std::string, fs::path>& files) {
         if (!isNew) {
             throw CommandError(fmt::format("{} and {} name the same file: {}", other->second,
                                            option, file.string()),
-                               kWrongUse);
+                               kUsageError);
         }
     }
 }
@@ -98,14 +98,14 @@ void RequireWritable(const GlobalOptions& options) {
         if (const int error = FileError(file); error != 0) {
             throw CommandError(fmt::format("cannot write {}, the file of {}: {}", file.string(),
                                            option, std::strerror(error)),
-                               kWrongUse);
+                               kUsageError);
         }
     }
     if (!options.backup.empty()) {
         if (const int error = FolderError(fs::absolute(options.backup)); error != 0) {
             throw CommandError(fmt::format("cannot write into {}, the folder of --backup: {}",
                                            options.backup.string(), std::strerror(error)),
-                               kWrongUse);
+                               kUsageError);
         }
         files.emplace("--backup", options.backup);
     }

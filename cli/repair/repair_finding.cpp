@@ -65,7 +65,7 @@ bool Concerns(const LadderStep& step, const SteppedDatabase& database) {
     return isCentralStep == isCentral;
 }
 
-/// Puts it right, and lets its step begin again.
+/// Repairs it, and lets its step begin again.
 void Apply(const Session& session, ProgressMarks& marks, const RepairFinding& finding) {
     for (const std::string& statement : finding.left.statements) {
         session.GetConnection()->Execute(statement);
@@ -114,9 +114,9 @@ std::string RepairCommand(const std::string& database) {
                : fmt::format("twupdate repair --site {} --apply", database.substr(3));
 }
 
-std::vector<RepairFinding> PutRight(const Session& session, ProgressMarks& marks, bool apply,
-                                    const std::function<std::vector<RepairFinding>()>& find,
-                                    const std::function<void(const RepairFinding&)>& tell) {
+std::vector<RepairFinding> FindAndRepair(const Session& session, ProgressMarks& marks, bool apply,
+                                         const std::function<std::vector<RepairFinding>()>& find,
+                                         const std::function<void(const RepairFinding&)>& tell) {
     std::vector<RepairFinding> all;
     for (bool again = true; again;) {
         again = false;

@@ -13,7 +13,7 @@
 
 namespace twupdate::cli {
 
-/// Something that an interrupted run has left and that a repeat does not put right.
+/// Something that an interrupted run has left and that a repeat does not fix.
 struct RepairFinding {
     std::string database;
     std::optional<LadderStep> step;  ///< nothing: it is of no step
@@ -37,29 +37,29 @@ std::vector<RepairFinding> FindSiteRepairs(const Session& session, const Progres
 std::vector<RepairFinding> FindCopyRepairs(const Session& session, const ProgressMarks& marks,
                                            const std::string& database, double version);
 
-/// The command that puts right what is found in a database, e.g. "twupdate repair --site 7
+/// The command that repairs what is found in a database, e.g. "twupdate repair --site 7
 /// --apply".
 std::string RepairCommand(const std::string& database);
 
-/// Tells of each finding, and puts it right where that is asked for and possible, until nothing
+/// Reports each finding, and repairs it where that is requested and possible, until nothing
 /// more turns up: where two steps were interrupted in one table the second is seen after the first.
 /// @param find  looks at the databases
 /// @returns everything that was found
-std::vector<RepairFinding> PutRight(const Session& session, ProgressMarks& marks, bool apply,
-                                    const std::function<std::vector<RepairFinding>()>& find,
-                                    const std::function<void(const RepairFinding&)>& tell);
+std::vector<RepairFinding> FindAndRepair(const Session& session, ProgressMarks& marks, bool apply,
+                                         const std::function<std::vector<RepairFinding>()>& find,
+                                         const std::function<void(const RepairFinding&)>& tell);
 
 /// What a run does about what interrupted steps have left.
 enum class Leftovers : std::uint8_t {
     kRefuse,  ///< it does not begin
-    kRepair,  ///< it puts right what can be, database by database
+    kRepair,  ///< it repairs what can be, database by database
 };
 
 /// The databases of an upgrade of the installation: the central one and those of these sites.
 std::vector<SteppedDatabase> SteppedDatabases(double version, const std::vector<SiteRow>& sites);
 
 /// Why a run must not begin, since it would repeat an interrupted step where that does harm, and
-/// the command that puts it right; empty when it may begin.
+/// the command that repairs it; empty when it may begin.
 /// @param databases  that the run will upgrade
 std::string InterruptionText(const Session& session, const ProgressMarks& marks,
                              const std::vector<SteppedDatabase>& databases, Leftovers leftovers);

@@ -27,7 +27,7 @@ void RepairSink::SiteStarting(const Position& where, double version) {
 }
 
 void RepairSink::Repair(const std::function<std::vector<RepairFinding>()>& find) {
-    PutRight(session_, *marks_, true, find, [this](const RepairFinding& finding) {
+    FindAndRepair(session_, *marks_, true, find, [this](const RepairFinding& finding) {
         if (finding.CanBeApplied()) {
             console_.Say("repaired: " + finding.Text());
         } else {

@@ -9,7 +9,7 @@
 
 namespace twupdate::cli {
 
-/// Puts right what interrupted steps have left in each database, before a run changes it.
+/// Repairs what interrupted steps have left in each database, before a run changes it.
 class RepairSink final : public RunSink {
   public:
     RepairSink(const Session& session, std::shared_ptr<ProgressMarks> marks, Console& console);

@@ -11,7 +11,7 @@ namespace twupdate::cli {
 /// characters become blanks, bytes that are not UTF-8 become U+FFFD.
 std::string Html(std::string_view text);
 
-/// The name of a database, a step or a service; one that is far too long for a name is cut.
+/// The name of a database, a step or a service; one that is far too long for a name is shortened.
 std::string NameHtml(std::string_view name);
 
 /// What a step does, in words; empty for one that this program does not know.

@@ -161,7 +161,7 @@ std::string Outcome(const RunRecord& run) {
             return fmt::format(
                 "<p class=\"outcome\" id=\"outcome\"><strong>… Did not end:</strong> {}{}. The "
                 "program was killed, or is still running.</p>\n",
-                LastSeen(run), run.cutLine ? "; the event after it is cut" : "");
+                LastSeen(run), run.truncatedLine ? "; the event after it is truncated" : "");
     }
     return "";
 }
@@ -318,7 +318,8 @@ constexpr std::string_view kLegend =
     "width=\"20\" height=\"10\"/></svg>outlined: a step of its own</li>\n"
     "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><rect class=\"span\" width=\"22\" "
     "height=\"12\"/></svg>grey: parts too short to draw</li>\n"
-    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><line class=\"cut\" x1=\"11\" "
+    "<li><svg width=\"22\" height=\"12\" aria-hidden=\"true\"><line class=\"interrupted\" "
+    "x1=\"11\" "
     "x2=\"11\" y1=\"0\" y2=\"12\"/></svg>upright bar: it did not end</li>\n"
     "</ul>\n";
 

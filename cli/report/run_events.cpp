@@ -170,7 +170,7 @@ class RunBuilder {
         }
     }
 
-    /// The run in hand, if any, has no more events.
+    /// The current run, if any, has no more events.
     void EndOfEvents() {
         if (!inRun_) {
             return;
@@ -317,7 +317,7 @@ class RunBuilder {
         runs_.back().statements = std::max(runs_.back().statements, statements);
     }
 
-    /// The database in hand has no more events.
+    /// The current database has no more events.
     void LeaveDatabase() {
         DatabaseRecord& database = Database();
         const EventTime end = runs_.back().lastEvent;
@@ -412,7 +412,7 @@ const DatabaseRecord* RunRecord::InHand() const {
 std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
     const auto cannotRead = [&] {
         return CommandError(fmt::format("cannot read {}: {}", file.string(), std::strerror(errno)),
-                            kWrongUse);
+                            kUsageError);
     };
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
@@ -421,22 +421,23 @@ std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
     std::vector<RunRecord> runs;
     RunBuilder builder(runs);
     std::uint64_t number = 0;
-    std::uint64_t cutLine = 0;  // the number of one that is no JSON, while it may be a cut one
+    std::uint64_t truncatedLine =
+        0;  // the number of one that is no JSON, while it may be a truncated one
     const auto refuse = [&file](std::uint64_t line, const char* why) {
         throw CommandError(fmt::format("{}, line {}: {}", file.string(), line, why));
     };
     for (std::string line; std::getline(stream, line);) {
         ++number;
         const json value = Parse(line);
-        if (cutLine != 0 && !BeginsRun(value)) {
-            refuse(cutLine, kNoObject);
+        if (truncatedLine != 0 && !BeginsRun(value)) {
+            refuse(truncatedLine, kNoObject);
         }
-        cutLine = 0;
+        truncatedLine = 0;
         // What a killed run leaves, or one that still writes; the next run begins a new line.
-        const bool mayBeCut = stream.eof() || line.starts_with('{');
-        if (value.is_discarded() && mayBeCut && !runs.empty()) {
-            runs.back().cutLine = true;
-            cutLine = stream.eof() ? 0 : number;
+        const bool mayBeTruncated = stream.eof() || line.starts_with('{');
+        if (value.is_discarded() && mayBeTruncated && !runs.empty()) {
+            runs.back().truncatedLine = true;
+            truncatedLine = stream.eof() ? 0 : number;
             continue;
         }
         try {
@@ -448,8 +449,8 @@ std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
     if (stream.bad()) {
         throw cannotRead();
     }
-    if (cutLine != 0) {
-        refuse(cutLine, kNoObject);
+    if (truncatedLine != 0) {
+        refuse(truncatedLine, kNoObject);
     }
     builder.EndOfEvents();
     if (runs.empty()) {

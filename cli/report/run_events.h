@@ -59,7 +59,7 @@ struct ServiceRecord {
 
 /// Where and why a run ended before its time.
 struct FailureRecord {
-    std::string database;  ///< the one in hand, or where the run stood
+    std::string database;  ///< the current one, or where the run stood
     std::string ladder;    ///< empty between ladders
     std::string step;      ///< empty between steps
     std::string statement;
@@ -97,7 +97,7 @@ struct RunRecord {
     EventTime lastEvent;
     EventDuration duration{0};  ///< of one that did not finish: to its last event
     RunEnd end = RunEnd::kNone;
-    bool cutLine = false;  ///< the file ends in the middle of an event
+    bool truncatedLine = false;  ///< the file ends in the middle of an event
     std::uint64_t statements = 0;
     std::vector<DatabaseRecord> databases;  ///< in the order in which they were begun
     std::vector<ServiceRecord> services;

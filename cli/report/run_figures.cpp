@@ -47,8 +47,7 @@ DatabaseTotal::Outcome OutcomeOf(const DatabaseRecord& database, const RunRecord
                                          : Outcome::kNotEnded;
 }
 
-bool IsMended(const FailureRecord& failure, const RunRecord& run,
-              std::span<const RunRecord> later) {
+bool IsFixed(const FailureRecord& failure, const RunRecord& run, std::span<const RunRecord> later) {
     return std::any_of(later.begin(), later.end(), [&](const RunRecord& next) {
         // What failed outside of a database's ladders has no end of its own.
         const bool wholeRun = run.InHand() == nullptr;
@@ -116,7 +115,7 @@ std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs) {
         // The server's texts name tables and values, so its code says what is alike.
         const auto key = std::tuple(failure.step, failure.code,
                                     failure.code == 0 ? failure.error : std::string());
-        groups[key].occurrences.push_back({&run, IsMended(failure, run, runs.subspan(i + 1))});
+        groups[key].occurrences.push_back({&run, IsFixed(failure, run, runs.subspan(i + 1))});
     }
     auto sorted = Values(groups);
     SortFromLargest(sorted, [](const FailureGroup& group) { return group.occurrences.size(); });

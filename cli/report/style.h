@@ -4,7 +4,7 @@
 
 namespace twupdate::cli {
 
-/// The style sheet of the report. Nothing is told by colour alone: outcomes have words and signs,
+/// The style sheet of the report. Nothing is shown by colour alone: outcomes have words and signs,
 /// the bars of the timeline stripes and outlines.
 constexpr std::string_view kReportStyle = R"css(
 :root {
@@ -87,7 +87,7 @@ svg .data { fill: var(--data); }
 svg .stripe { fill: var(--stripe); }
 svg .step { fill: none; stroke: var(--ink); stroke-width: 1; }
 svg .grid { stroke: var(--line); }
-svg .cut { stroke: var(--bad); stroke-width: 4; }
+svg .interrupted { stroke: var(--bad); stroke-width: 4; }
 @media print {
   :root {
     color-scheme: light;

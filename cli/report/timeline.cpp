@@ -99,7 +99,8 @@ class Figure {
         }
         if (!last.ended) {
             body_ += fmt::format(
-                "<line class=\"cut\" x1=\"{0:.2f}%\" x2=\"{0:.2f}%\" y1=\"{1}\" y2=\"{2}\"/>\n",
+                "<line class=\"interrupted\" x1=\"{0:.2f}%\" x2=\"{0:.2f}%\" y1=\"{1}\" "
+                "y2=\"{2}\"/>\n",
                 std::min(end, 1.0) * 100, y_ - 3, y_ + kBarHeight + 3);
         }
         y_ += kBarHeight;

@@ -40,7 +40,7 @@ class Events final : public RunSink {
 
     JsonLines lines_;
     std::string command_;
-    std::string slowest_;  ///< the statement of the step in hand that took longest
+    std::string slowest_;  ///< the statement of the current step that took longest
     std::chrono::nanoseconds slowestTime_{0};
     std::uint64_t sites_ = 0;
 };

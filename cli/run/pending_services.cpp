@@ -106,7 +106,7 @@ void RequireServices(const Session& session, const GlobalOptions& options,
             "the steps of this run call component services of the platform; nothing was "
             "done\nhint: carry the calls out (--service-command), record them (--services-log) or "
             "drop them (--no-services)",
-            kWrongUse);
+            kUsageError);
     }
 }
 

@@ -20,7 +20,7 @@ namespace twupdate::cli {
 /// it asks every five seconds whether it waits for a lock, and tells whose.
 class Progress final : public RunSink {
   public:
-    /// Tells whether the statement in hand, in that database, waits for a lock. It is called from
+    /// Tells whether the current statement, in that database, waits for a lock. It is called from
     /// a thread of its own, and must not use the connection of the run nor throw.
     using FindWait = std::function<std::optional<LockWait>(const std::string& database)>;
 
@@ -64,9 +64,9 @@ class Progress final : public RunSink {
     Clock::time_point drawn_;
     Clock::time_point asked_;
     bool inCall_ = false;
-    std::uint64_t call_ = 0;        ///< the number of the call in hand
-    std::uint64_t warnedCall_ = 0;  ///< the last one of which a warning told that it waits
-    std::optional<LockWait> wait_;  ///< of the call in hand
+    std::uint64_t call_ = 0;        ///< the number of the current call
+    std::uint64_t warnedCall_ = 0;  ///< the last one for which a warning was printed
+    std::optional<LockWait> wait_;  ///< of the current call
 
     std::optional<Ticker> ticker_;  ///< from the start of the run to its end
 };

@@ -44,7 +44,7 @@ class ProgressMarks final : public RunSink {
     /// @throws CommandError
     void RequireWritable(const std::string& database, Ladder first, Ladder second, double version);
 
-    /// The step has been put right, and begins again.
+    /// The step has been repaired, and begins again.
     void Forget(const std::string& database, const LadderStep& step);
 
     /// The version that these two ladders lead to is recorded.

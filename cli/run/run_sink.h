@@ -85,7 +85,7 @@ struct RunFailure {
 /// (42S21): Duplicate column name"; on one line. Of a stop the place alone.
 std::string FailureLine(const RunFailure& failure);
 
-/// Is told how a run goes on; the position is the one before an end and after a start.
+/// Is notified of the progress of a run; the position is the one before an end and after a start.
 class RunSink {
   public:
     virtual ~RunSink() = default;

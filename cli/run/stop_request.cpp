@@ -25,7 +25,7 @@ void Request(int /*signal*/) {
 void Handle(int signal, void (*handler)(int)) {
     struct sigaction action {};
     action.sa_handler = handler;
-    // The statement in hand goes on; the second signal finds the system's own action.
+    // The current statement goes on; the second signal finds the system's own action.
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     sigaction(signal, &action, nullptr);

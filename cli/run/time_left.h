@@ -35,7 +35,7 @@ class TimeLeft {
     std::map<double, std::uint64_t> toCome_;  ///< sites by version
     std::map<Key, Measured> measured_;
     Measured all_;
-    std::vector<Key> pending_;  ///< steps of the site in hand that have not run yet
+    std::vector<Key> pending_;  ///< steps of the current site that have not run yet
 };
 
 }  // namespace twupdate::cli

@@ -141,7 +141,7 @@ std::vector<std::string> LockHolders(const Session& session, const std::string& 
         return error.Code() == kNeedsGlobalPrivilege ? std::vector<std::string>{kHiddenHolder}
                                                      : std::vector<std::string>{};
     } catch (const std::exception&) {
-        return {};  // what is told about the failure must not hide it
+        return {};  // the diagnosis of a failure must not hide it
     }
 }
 

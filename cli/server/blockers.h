@@ -28,7 +28,7 @@ class LockWaitFinder {
     /// @param session  its own connection is the one that is looked after; it must outlive this
     explicit LockWaitFinder(const Session& session);
 
-    /// Nothing while the statement in hand waits for no lock, and when the user may not see that.
+    /// Nothing while the current statement waits for no lock, and when the user may not see that.
     /// May be called from any one thread. Never throws.
     /// @param database  in which the statement works
     std::optional<LockWait> Find(const std::string& database);

@@ -66,8 +66,8 @@ Grant::Grantee GranteeOf(const std::string& name) {
 
 }  // namespace
 
-bool Grant::Gives(std::string_view right) const {
-    return rights.contains("ALL PRIVILEGES") || rights.contains(std::string(right));
+bool Grant::Gives(std::string_view privilege) const {
+    return privileges.contains("ALL PRIVILEGES") || privileges.contains(std::string(privilege));
 }
 
 Grants::Grants(std::vector<Grant> grants) : grants_(std::move(grants)) {
@@ -93,7 +93,8 @@ std::optional<Grants> Grants::Of(host::Connection& connection) {
         const std::string text = rows->Get(0).ToText();
         std::smatch parts;
         if (std::regex_search(text, parts, form)) {
-            // A right on columns, "UPDATE (`a`, `b`)", is none: a step adds columns to most tables.
+            // A privilege on columns, "UPDATE (`a`, `b`)", is none: a step adds columns to most
+            // tables.
             grants.push_back({Words(parts[1]), parts[3].matched ? "*" : parts[2].str(),
                               parts[4].matched ? parts[4].str() : "*", GranteeOf(parts[5])});
         }
@@ -101,26 +102,28 @@ std::optional<Grants> Grants::Of(host::Connection& connection) {
     return Grants(std::move(grants));
 }
 
-bool Grants::Globally(std::string_view right) const {
-    return std::any_of(grants_.begin(), grants_.end(),
-                       [&](const Grant& grant) { return grant.IsGlobal() && grant.Gives(right); });
+bool Grants::Globally(std::string_view privilege) const {
+    return std::any_of(grants_.begin(), grants_.end(), [&](const Grant& grant) {
+        return grant.IsGlobal() && grant.Gives(privilege);
+    });
 }
 
-bool Grants::OnDatabase(const std::string& database, std::string_view right) const {
+bool Grants::OnDatabase(const std::string& database, std::string_view privilege) const {
     std::map<Grant::Grantee, std::string> taken;
-    return Globally(right) || std::any_of(grants_.begin(), grants_.end(), [&](const Grant& grant) {
+    return Globally(privilege) ||
+           std::any_of(grants_.begin(), grants_.end(), [&](const Grant& grant) {
                if (grant.IsGlobal() || grant.table != "*" || !Matches(grant.pattern, database)) {
                    return false;
                }
                const auto& pattern = taken.emplace(grant.grantee, grant.pattern).first->second;
-               return pattern == grant.pattern && grant.Gives(right);
+               return pattern == grant.pattern && grant.Gives(privilege);
            });
 }
 
 bool Grants::OnTable(const std::string& database, const std::string& table,
-                     std::string_view right) const {
+                     std::string_view privilege) const {
     return std::any_of(grants_.begin(), grants_.end(), [&](const Grant& grant) {
-        return grant.pattern == database && grant.table == table && grant.Gives(right);
+        return grant.pattern == database && grant.table == table && grant.Gives(privilege);
     });
 }
 
@@ -130,8 +133,8 @@ bool Grants::NamesTables(const std::string& database) const {
     });
 }
 
-TrueRights::TrueRights(host::Connection& connection, const Grants& grants,
-                       const std::string& database)
+EffectivePrivileges::EffectivePrivileges(host::Connection& connection, const Grants& grants,
+                                         const std::string& database)
     : grants_(grants), database_(database) {
     if (grants.NamesTables(database)) {
         return;
@@ -145,32 +148,34 @@ TrueRights::TrueRights(host::Connection& connection, const Grants& grants,
     }
 }
 
-bool TrueRights::Has(std::string_view right, const std::string& table) const {
+bool EffectivePrivileges::Has(std::string_view privilege, const std::string& table) const {
     if (shown_.empty() || AreGranted()) {
-        return grants_.OnDatabase(database_, right) || grants_.OnTable(database_, table, right);
+        return grants_.OnDatabase(database_, privilege) ||
+               grants_.OnTable(database_, table, privilege);
     }
     // The rest cannot be seen.
-    return std::find(kShown.begin(), kShown.end(), right) == kShown.end() || Shows(right);
+    return std::find(kShown.begin(), kShown.end(), privilege) == kShown.end() || Shows(privilege);
 }
 
-bool TrueRights::Shows(std::string_view right) const {
-    return shown_.find("," + LowerCase(right) + ",") != std::string::npos;
+bool EffectivePrivileges::Shows(std::string_view privilege) const {
+    return shown_.find("," + LowerCase(privilege) + ",") != std::string::npos;
 }
 
-bool TrueRights::AreGranted() const {
-    return std::all_of(kShown.begin(), kShown.end(), [&](std::string_view right) {
-        return Shows(right) == grants_.OnDatabase(database_, right);
+bool EffectivePrivileges::AreGranted() const {
+    return std::all_of(kShown.begin(), kShown.end(), [&](std::string_view privilege) {
+        return Shows(privilege) == grants_.OnDatabase(database_, privilege);
     });
 }
 
-bool HasRight(host::Connection& connection, const std::string& database, std::string_view right) {
+bool HasPrivilege(host::Connection& connection, const std::string& database,
+                  std::string_view privilege) {
     const auto grants = Grants::Of(connection);
-    return !grants || grants->OnDatabase(database, right);
+    return !grants || grants->OnDatabase(database, privilege);
 }
 
-bool HasGlobalRight(host::Connection& connection, std::string_view right) {
+bool HasGlobalPrivilege(host::Connection& connection, std::string_view privilege) {
     const auto grants = Grants::Of(connection);
-    return !grants || grants->Globally(right);
+    return !grants || grants->Globally(privilege);
 }
 
 bool MayReadRoutines(host::Connection& connection) {

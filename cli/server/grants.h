@@ -14,13 +14,13 @@ namespace twupdate::cli {
 
 /// What one line of SHOW GRANTS gives.
 struct Grant {
-    std::set<std::string> rights;
+    std::set<std::string> privileges;
     std::string pattern;  ///< of database names, with the wildcards of LIKE; "*" for all
     std::string table;    ///< "*" for all; then the pattern is a name
     /// The user, PUBLIC, or the role that is switched on, with those that were granted to it.
     enum class Grantee : std::uint8_t { kUser, kPublic, kRole } grantee = Grantee::kUser;
 
-    bool Gives(std::string_view right) const;
+    bool Gives(std::string_view privilege) const;
     bool IsGlobal() const { return pattern == "*"; }
 };
 
@@ -32,14 +32,14 @@ class Grants {
     /// Of the connection's user; nothing when the server runs without grants.
     static std::optional<Grants> Of(host::Connection& connection);
 
-    bool Globally(std::string_view right) const;
+    bool Globally(std::string_view privilege) const;
 
     /// Of several patterns of one grantee that fit a database the server takes the most special
     /// one alone.
-    bool OnDatabase(const std::string& database, std::string_view right) const;
+    bool OnDatabase(const std::string& database, std::string_view privilege) const;
 
     bool OnTable(const std::string& database, const std::string& table,
-                 std::string_view right) const;
+                 std::string_view privilege) const;
 
     /// Whether anything is granted on a single table of the database.
     bool NamesTables(const std::string& database) const;
@@ -48,19 +48,20 @@ class Grants {
     std::vector<Grant> grants_;
 };
 
-/// The rights in a database as the server itself tells of three of them. What is granted to
+/// The privileges in a database as the server itself tells of three of them. What is granted to
 /// another account, to everybody or to the same name at another host, counts as well, or hides
 /// what is granted to the user; SHOW GRANTS does not list it.
-class TrueRights {
+class EffectivePrivileges {
   public:
-    TrueRights(host::Connection& connection, const Grants& grants, const std::string& database);
+    EffectivePrivileges(host::Connection& connection, const Grants& grants,
+                        const std::string& database);
 
-    bool Has(std::string_view right, const std::string& table) const;
+    bool Has(std::string_view privilege, const std::string& table) const;
 
   private:
     static constexpr std::array<std::string_view, 3> kShown{"SELECT", "INSERT", "UPDATE"};
 
-    bool Shows(std::string_view right) const;
+    bool Shows(std::string_view privilege) const;
     bool AreGranted() const;
 
     const Grants& grants_;
@@ -68,12 +69,13 @@ class TrueRights {
     std::string shown_;  ///< ",select,insert,"; empty when nothing tells
 };
 
-/// Whether the user has a right in a database, by the same grants.
-bool HasRight(host::Connection& connection, const std::string& database, std::string_view right);
+/// Whether the user has a privilege in a database, by the same grants.
+bool HasPrivilege(host::Connection& connection, const std::string& database,
+                  std::string_view privilege);
 
-/// Whether the user has a right that cannot be given for a single database; ALL PRIVILEGES on any
-/// database does not hold it.
-bool HasGlobalRight(host::Connection& connection, std::string_view right);
+/// Whether the user has a privilege that cannot be given for a single database; ALL PRIVILEGES on
+/// any database does not hold it.
+bool HasGlobalPrivilege(host::Connection& connection, std::string_view privilege);
 
 /// Whether the user may read the procedures and functions of others.
 bool MayReadRoutines(host::Connection& connection);

@@ -107,7 +107,7 @@ double Installation::VersionFrom(const std::string& table) {
 }
 
 bool Installation::HasDatabase(const std::string& name) {
-    // A table of a database that is not there is told like any table that is not there.
+    // A table of a database that is not there is reported like any missing table.
     const auto databases = Databases();
     return std::find(databases.begin(), databases.end(), name) != databases.end();
 }

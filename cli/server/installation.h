@@ -74,7 +74,7 @@ class Installation {
 };
 
 /// What an upgrade of the installation refuses before its first statement, a line for each reason.
-/// Such a site would be passed over in silence, or stop the run at every repeat.
+/// Such a site would be silently skipped, or stop the run at every repeat.
 std::vector<std::string> Refusals(Installation& installation, const std::vector<SiteRow>& sites);
 
 /// That these sites have no database, by name, and what to do.

@@ -43,7 +43,7 @@ struct Layout {
     ///         chargeid INT AUTO_INCREMENT NOT NULL
     ///         password VARCHAR(20) DEFAULT '' NOT NULL <- SiteSchemaStep_1_0007
     std::string Text() const;
-    /// Reads the text form; blank lines and lines that begin with '#' are passed over.
+    /// Reads the text form; blank lines and lines that begin with '#' are skipped.
     static Layout Parse(std::string_view text);
 };
 

@@ -29,7 +29,7 @@ struct GlobalOptions {
     unsigned lockWaitSeconds = 0;
     std::optional<unsigned> ddlTimeoutSeconds;
 
-    // What the component is told.
+    // For the component.
     std::filesystem::path installFolder;
     std::string localHostName = "localhost";
 
@@ -39,7 +39,7 @@ struct GlobalOptions {
     bool noServices = false;   ///< they are counted, and that is all
     bool noSiteFiles = false;  ///< no installation is around the install folder
 
-    // What is told to people and tools.
+    // For people and tools.
     std::filesystem::path trace;
     std::filesystem::path events;
     std::filesystem::path log;

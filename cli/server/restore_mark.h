@@ -9,7 +9,7 @@
 namespace twupdate::cli {
 
 /// Makes the table by which a database is known as one that a restore has in hand. It is there from
-/// before the database is dropped until everything is put back, so that no upgrade takes the half
+/// before the database is dropped until everything is restored, so that no upgrade takes the half
 /// of a database for a whole one, or an old layout for the new one that is recorded.
 std::string RestoreMarkStatement(const std::string& database);
 

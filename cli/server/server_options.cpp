@@ -41,7 +41,7 @@ std::string PasswordFrom(const std::filesystem::path& file) {
     try {
         return host::ReadPasswordFile(file);
     } catch (const std::runtime_error& error) {
-        throw CommandError(error.what(), kWrongUse);
+        throw CommandError(error.what(), kUsageError);
     }
 }
 

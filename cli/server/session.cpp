@@ -33,7 +33,7 @@ std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder, 
             options.initialise
                 ? error.what()
                 : fmt::format("{}\nhint: create-core initialises a new server there", error.what()),
-            kWrongUse);
+            kUsageError);
     }
 }
 
@@ -134,7 +134,7 @@ fs::path InstallFolder(const GlobalOptions& options) {
     throw CommandError(
         "no folder resources with the reference data beside the program; name the component's "
         "folder with --install-folder",
-        kWrongUse);
+        kUsageError);
 }
 
 fs::path InstallFolderWithData(const GlobalOptions& options) {
@@ -143,13 +143,13 @@ fs::path InstallFolderWithData(const GlobalOptions& options) {
     const fs::file_type type = fs::status(folder / "resources", error).type();
     if (type == fs::file_type::none) {
         throw CommandError(fmt::format("cannot access {}: {}", folder.string(), error.message()),
-                           kWrongUse);
+                           kUsageError);
     }
     if (type != fs::file_type::directory) {
         throw CommandError(fmt::format("{} has no folder resources with the reference data\nhint: "
                                        "--install-folder names the folder that contains resources",
                                        folder.string()),
-                           kWrongUse);
+                           kUsageError);
     }
     std::error_code ignored;  // a folder that cannot be listed has files that may be read
     for (const auto& entry : fs::directory_iterator(folder / "resources", ignored)) {
@@ -159,7 +159,7 @@ fs::path InstallFolderWithData(const GlobalOptions& options) {
                 fmt::format("{} is not a file; nothing was done\nhint: restore the data file from "
                             "the package, or remove what has its name",
                             entry.path().string()),
-                kWrongUse);
+                kUsageError);
         }
     }
     return folder;
@@ -186,13 +186,13 @@ void RequireSiteFiles(const GlobalOptions& options) {
                         "inside the installation with --install-folder, or use --no-site-files if "
                         "the sites have no files here",
                         root.string()),
-            kWrongUse);
+            kUsageError);
     }
     if (!found.empty() && options.noSiteFiles) {
         throw CommandError(fmt::format("{} has the folder {}, so the sites have files there; "
                                        "nothing was done\nhint: omit --no-site-files",
                                        root.string(), found),
-                           kWrongUse);
+                           kUsageError);
     }
 }
 

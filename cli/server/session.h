@@ -40,7 +40,7 @@ class Session {
     /// For the program's own queries. Nobody watches them.
     std::shared_ptr<Utility> Own() const { return own_; }
 
-    /// For the component: the observer is told of its run, the listener of every call.
+    /// For the component: the observer hears of its run, the listener of every call.
     std::shared_ptr<Utility> ForComponent(std::shared_ptr<Observer> observer,
                                           std::shared_ptr<host::StatementListener> listener);
 
@@ -82,7 +82,7 @@ std::filesystem::path InstallFolderWithData(const GlobalOptions& options);
 std::filesystem::path InstallationRoot(const std::filesystem::path& installFolder);
 
 /// Refuses an upgrade of sites where the folder above the install folder holds nothing of an
-/// installation, unless --no-site-files says so: the component passes over folders that are not
+/// installation, unless --no-site-files says so: the component skips folders that are not
 /// there, and what was not copied cannot be made up for.
 /// @throws CommandError (exit 2), also when --no-site-files is given where there is one
 void RequireSiteFiles(const GlobalOptions& options);

@@ -13,7 +13,7 @@ namespace twupdate::cli {
 enum ExitCode : int {
     kDone = 0,
     kFailed = 1,
-    kWrongUse = 2,
+    kUsageError = 2,
     kFindings = 3,  ///< a check has found something
     kLocked = 4,    ///< another run is in progress, or the server refuses the run lock
     kStopped = 5,   ///< stopped between two statements as requested; the same command resumes
@@ -65,7 +65,7 @@ class Console {
 
     bool json_;
     bool quiet_;
-    Terminal terminal_;  ///< none where nothing is told of how things go
+    Terminal terminal_;  ///< none where no progress is shown
     std::mutex mutex_;   ///< guards the two streams and what follows
     bool drawn_ = false;
     int outputError_ = 0;

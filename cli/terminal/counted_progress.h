@@ -29,7 +29,7 @@ class CountedProgress {
 
     /// The next of them is begun.
     void Next(std::string label);
-    /// "3 of 60", of the one in hand.
+    /// "3 of 60", of the current one.
     std::string Place() const;
 
   private:
@@ -41,7 +41,7 @@ class CountedProgress {
     const std::size_t total_;
     const Clock::time_point started_ = Clock::now();
     mutable std::mutex mutex_;  ///< guards what follows
-    std::size_t number_ = 0;    ///< of the one in hand, from 1
+    std::size_t number_ = 0;    ///< of the current one, from 1
     std::string label_;
     Clock::time_point drawn_;
     std::optional<Ticker> ticker_;

@@ -18,7 +18,7 @@ bool IsContinuationByte(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
-/// The text cut to so many columns.
+/// The text shortened to so many columns.
 std::string_view Fitting(std::string_view text, std::size_t columns) {
     std::size_t i = 0;
     std::size_t width = 0;

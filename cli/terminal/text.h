@@ -13,8 +13,8 @@
 namespace twupdate::cli {
 
 /// A statement as it is shown to people: on one line, and one that is longer than `longest`
-/// bytes cut to its beginning and its end with the total length between them. Characters are not
-/// torn apart (UTF-8).
+/// bytes shortened to its beginning and its end with the total length between them. Characters are
+/// not torn apart (UTF-8).
 std::string ShortStatement(std::string_view sql, std::size_t longest = 400);
 
 /// The statement with every literal that is stored in, or compared with, a password column
@@ -46,7 +46,7 @@ std::string FirstFew(std::vector<std::string> names);
 std::size_t DisplayWidth(std::string_view text);
 
 /// What fits into so many columns of parts that come in order of their weight, two blanks between
-/// them: a part for which there is no room is left out, the first one is cut to what there is.
+/// them: a part for which there is no room is left out, the first one is truncated.
 std::string FittingParts(const std::vector<std::string>& parts, std::size_t columns);
 
 /// Bytes that are not UTF-8 replaced by U+FFFD, control characters by a blank.

@@ -3,7 +3,7 @@
  *     c_host OPTION-FILE INSTALL-FOLDER [SITE]
  *
  * OPTION-FILE is a MySQL option file with a [client] group (socket or host, user, password);
- * INSTALL-FOLDER holds the component's `resources` and lies in the installation's root folder.
+ * INSTALL-FOLDER holds the component's `resources` and is in the installation's root folder.
  *
  * The component asks this program for everything, through the callbacks below. main(), at the end,
  * is the use of the component. */
@@ -478,7 +478,7 @@ int main(int argc, char** argv) {
     error = twu_last_error(update);
     if (status == TWU_OK) {
         printf("done\n");
-    } else if (twu_error_status(error) != TWU_OK) { /* otherwise it has been told already */
+    } else if (twu_error_status(error) != TWU_OK) { /* otherwise it has been reported already */
         tell(error);
     }
 

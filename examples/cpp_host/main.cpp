@@ -4,7 +4,7 @@
 //     cpp_host OPTION-FILE INSTALL-FOLDER [SITE]
 //
 // OPTION-FILE is a MySQL option file with a [client] group (socket or host, user, password);
-// INSTALL-FOLDER holds the component's `resources` and lies in the installation's root folder.
+// INSTALL-FOLDER holds the component's `resources` and is in the installation's root folder.
 //
 // Everything that the component asks of its host is in my_host.h. This file is the use of it.
 

@@ -33,6 +33,6 @@ int main(int argc, char** argv) try {
     const std::string version = twupdate::Value(twupdate::kCurrentVersion).ToText();
     connection->Execute("UPDATE tw_tarnwick.site SET version = " + version + where);
 } catch (const std::exception& error) {
-    std::cerr << "embed: " << error.what() << '\n';  // once it is mended, run it again
+    std::cerr << "embed: " << error.what() << '\n';  // once it is fixed, run it again
     return 1;
 }

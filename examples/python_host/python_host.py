@@ -4,7 +4,7 @@
     python_host.py OPTION-FILE INSTALL-FOLDER [SITE]
 
 OPTION-FILE is a MySQL option file with a [client] group (socket or host, user, password);
-INSTALL-FOLDER holds the component's `resources` and lies in the installation's root folder.
+INSTALL-FOLDER holds the component's `resources` and is in the installation's root folder.
 
 Nothing but Python's own library is needed: ctypes reaches both the component (libtwupdate, through
 twupdate.h) and the server (MariaDB's client library). The component asks this program for
@@ -337,7 +337,7 @@ class Host:
 
 
 def guarded(method, can_fail):
-    """The callback for a method. No exception may leave it: a failure is told to the component."""
+    """The callback for a method. No exception leaves it; the component gets the error."""
     def call(_context, *arguments):
         if not can_fail:
             return method(*arguments)

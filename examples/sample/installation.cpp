@@ -20,7 +20,7 @@ SitePlan KindOfSite(std::int32_t kind) {
         case 0:  // every feature, never upgraded
             plan.groups = AllGroups();
             break;
-        case 1:  // its last upgrade was cut between the two ladders
+        case 1:  // its last upgrade was interrupted between the two ladders
             plan.groups = {Group::kForms, Group::kTemplates, Group::kShop, Group::kCharges,
                            Group::kAffiliates};
             plan.age = {1.0054, 1.0050};

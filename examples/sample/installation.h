@@ -41,7 +41,7 @@ struct InstallationOptions {
     std::filesystem::path rowFolder = DefaultRowFolder();
     /// The reference data that is copied into `root / "update" / "resources"`.
     std::filesystem::path resourceFolder = DefaultResourceFolder();
-    /// Is told of each site before it is made, with its number from 1 and how many there are.
+    /// Is called for each site before it is made, with its number from 1 and how many there are.
     std::function<void(std::size_t number, std::size_t sites)> siteStarting = {};
 
     /// Where the rows with fixed ids stand and where the reference data; found like the layouts.
@@ -58,8 +58,8 @@ std::vector<SitePlan> PlanSites(std::int32_t count);
 /// and the files. What it makes depends on nothing but the options.
 ///
 /// A site in transaction needs the column `site.transaction`, which the central database at 1.0000
-/// does not have yet. Where a site is planned so, the column is there: an upgrade that was cut
-/// short left it behind.
+/// does not have yet. Where a site is planned so, the column is there: an upgrade that was
+/// interrupted short left it behind.
 /// @param host  a host on a server without databases of the platform; its install folder should
 ///              be `options.root / "update"`, so that older sites get their files
 /// @throws HostError when a database exists already

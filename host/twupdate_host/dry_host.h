@@ -44,7 +44,7 @@ struct DryHostOptions {
     /// A statement that the server would refuse fails with a HostError, as it does there. Otherwise
     /// the walk goes on as if the cause had been removed.
     bool refuses = false;
-    /// How many rows and repeated reads of a step may pass by without a statement that the step
+    /// How many rows and repeated reads of a step may be read without a statement that the step
     /// has not sent before; then its loops find no more rows.
     std::size_t patience = 40;
 };

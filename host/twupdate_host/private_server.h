@@ -29,7 +29,7 @@ class NoServerDataError : public PrivateServerError {
 };
 
 struct PrivateServerOptions {
-    /// False: what is committed survives a power cut, as on any server. True: nothing is forced
+    /// False: what is committed survives a power failure, as on any server. True: nothing is forced
     /// to disk and little memory is taken, for tests and trials; the data survives the server's
     /// death, but not the machine's.
     bool fast = false;
@@ -37,11 +37,12 @@ struct PrivateServerOptions {
     std::vector<std::string> serverOptions = {};
     std::chrono::seconds startTimeout{60};
     std::chrono::seconds stopTimeout{120};
-    /// False: a folder that is missing or empty, or whose initialisation was cut off, is refused.
+    /// False: a folder that is missing or empty, or whose initialisation was interrupted, is
+    /// refused.
     bool initialise = true;
 };
 
-/// A MariaDB server of one's own: its data lies in one folder, it listens on a Unix socket in
+/// A MariaDB server of one's own: its data is in one folder, it listens on a Unix socket in
 /// that folder and on no network, and it reads no option file. It needs the programs mariadbd and
 /// mariadb-install-db (Debian: mariadb-server-core, mariadb-client) and runs as whoever starts it.
 ///
@@ -50,8 +51,8 @@ struct PrivateServerOptions {
 /// with the thread that started it, even if that is killed.
 class PrivateServer {
   public:
-    /// Initialises the folder when it is missing or empty (an initialisation that was cut off is
-    /// begun again), unless the options forbid it; starts the server and waits until it answers.
+    /// Initialises the folder when it is missing or empty (an initialisation that was interrupted
+    /// is begun again), unless the options forbid it; starts the server and waits until it answers.
     /// @throws NoServerDataError when the folder holds something else than a server's data, or
     ///         nothing where it is not to be initialised
     /// @throws PrivateServerError when another server runs in the folder, when the path is too

@@ -171,7 +171,7 @@ constexpr TableLayout kOtherTables[] = {
      "siteid INT DEFAULT NULL, "
      "crunchtime DATETIME DEFAULT NULL, "
      "INDEX siteidindex(siteid)"},
-    // A new site is started unless told otherwise: sitestarted alone defaults to true.
+    // A new site is started by default: sitestarted alone defaults to true.
     {"site",
      "rootsiteid BIGINT AUTO_INCREMENT NOT NULL, "
      "siteid BIGINT DEFAULT 0 NOT NULL, "

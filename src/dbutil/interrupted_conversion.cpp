@@ -88,7 +88,8 @@ class Conversion {
         return Superfluous(column);
     }
 
-    /// The column comes after double_temp, so it was added anew when its values were there already.
+    /// The column comes after double_temp, so it was added again when its values were there
+    /// already.
     Leftover Recreated(const std::string& column) const {
         const std::string isDefault = columns_[*Place(column)].hasDefault
                                           ? Sql(column, " <=> DEFAULT(", column, ")")

@@ -14,7 +14,7 @@ struct ConvertedTable {
 };
 
 /// Looks for what an interrupted ConvertFloatToDouble has left: a column double_temp. Which column
-/// it belongs to is told by the order of the conversions and by the place of the columns in the
+/// it belongs to follows from the order of the conversions and by the place of the columns in the
 /// table; what is to be dropped has been compared with what stays.
 std::vector<Leftover> FindInterruptedConversions(Utility& host, const std::string& database,
                                                  const std::vector<ConvertedTable>& tables);

@@ -9,7 +9,7 @@ namespace twupdate {
 /// the folder in which the component is installed. Links are not followed on the way up.
 std::filesystem::path InstallationRoot(const std::filesystem::path& installFolder);
 
-/// True when `path` is `folder` itself or lies in it at any depth. Compares name by name, without
+/// True when `path` is `folder` itself or inside it at any depth. Compares name by name, without
 /// a look at the disk: both must be free of links and of "..".
 bool LiesWithin(const std::filesystem::path& folder, const std::filesystem::path& path);
 

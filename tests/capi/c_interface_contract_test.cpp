@@ -15,7 +15,7 @@ struct Context {
     std::shared_ptr<host::MariaDbUtility> host;
     std::vector<std::string> services;
     bool servicesFail = false;
-    // What the last callback handed out.
+    // What the last callback returned.
     capi_test::Cell value;
     std::string text;
     std::string folder;

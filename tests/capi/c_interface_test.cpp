@@ -448,7 +448,7 @@ TEST(TwuCreateCartFieldSequence, TakesTheLengthOfATextAsItIs) {
     twu_update_free(update);
 }
 
-TEST(TwuCreateCartFieldSequence, TellsWhatTheCallbackTold) {
+TEST(TwuCreateCartFieldSequence, ReportsTheErrorOfTheCallback) {
     twu_update* update = nullptr;
     ASSERT_EQ(twu_update_new(&update), TWU_OK);
     Cart cart;
@@ -558,7 +558,7 @@ TEST(AFailedCallback, WithAnyOtherStatusIsAHostError) {
     }
 }
 
-TEST(AFailedCallback, WithoutMemoryIsToldAsThat) {
+TEST(AFailedCallback, WithoutMemoryIsReportedAsSuch) {
     FakeHost fake;
     fake.failures["execute"] = {TWU_NO_MEMORY, 0, nullptr, nullptr, {}, true};
     const Configured configured(fake);
@@ -669,7 +669,7 @@ TEST(AFailure, ToReadANumberIsAConversionError) {
     EXPECT_EQ(fake.Unbalanced(), 0);
 }
 
-TEST(AFailure, ForWantOfAHostIsToldAsThat) {
+TEST(AFailure, ForWantOfAHostIsReportedAsSuch) {
     twu_update* update = nullptr;
     ASSERT_EQ(twu_update_new(&update), TWU_OK);
     int32_t result = 5;
@@ -680,7 +680,7 @@ TEST(AFailure, ForWantOfAHostIsToldAsThat) {
     twu_update_free(update);
 }
 
-TEST(AFailure, ForWantOfACentralUpgradeIsToldAsThat) {
+TEST(AFailure, ForWantOfACentralUpgradeIsReportedAsSuch) {
     FakeHost fake;  // a site with a commission, and tw_tarnwick.accountpayment without columns
     fake.answers["SHOW TABLES FROM tw_7 LIKE 'commission';"] = {{{"Tables_in_tw_7", "commission"}}};
     fake.answerOthers = [](const std::string& sql) {
@@ -715,7 +715,7 @@ class DataFiles : public testing::Test {
 
 // Version 1.0262 imports the reference data once, at 1.0263.
 
-TEST_F(DataFiles, WithoutTheirFieldsAreToldAsThat) {
+TEST_F(DataFiles, WithoutTheirFieldsAreReportedAsSuch) {
     std::ofstream(Resources() / "componentData.txt") << "1000\tShop\n";
     const Configured configured(fake);
     EXPECT_EQ(twu_update_server(configured.update, 1.0262, nullptr), TWU_DATA_FILE_ERROR);
@@ -749,7 +749,7 @@ TEST_F(DataFiles, AreReadFromTheFolderThatTheHostNames) {
                             "componentid) VALUES(3,1000);"));
 }
 
-TEST_F(DataFiles, AreNotLookedForWhenTheFolderCannotBeTold) {
+TEST_F(DataFiles, AreNotLookedForWhenTheFolderIsUnknown) {
     fake.failures["install_folder"] = {TWU_HOST_ERROR, 0, nullptr, "not installed", {}, false};
     const Configured configured(fake);
     EXPECT_EQ(twu_update_server(configured.update, 1.0262, nullptr), TWU_HOST_ERROR);

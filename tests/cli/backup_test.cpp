@@ -61,7 +61,7 @@ class Backup : public InstallationTest {
     }
 };
 
-TEST_F(Backup, PutsBackEverythingAsItWas) {
+TEST_F(Backup, RestoresEverythingAsItWas) {
     MakeCentralDatabase();
     MakeSite(1, "1.0000", {sample::Group::kForum});
     MakeSite(2);
@@ -101,7 +101,7 @@ TEST_F(Backup, OneSiteComesBackAloneWithItsVersion) {
     EXPECT_EQ(Run({"restore", LastRun(backup_).string(), "--site", "3"}).status, 1);
 }
 
-TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
+TEST_F(Backup, AnAccountWithThePrivilegesOfThePageMakesAndRestoresIt) {
     MakeCentralDatabase();
     MakeSite(1);
     const std::string one = StateOf("tw_1");
@@ -132,7 +132,7 @@ TEST_F(Backup, AUserWithTheRightsOfThePageMakesItAndPutsItBack) {
     EXPECT_EQ(StateOf("tw_1"), one);
 }
 
-TEST_F(Backup, ARightThatIsMissingIsToldBeforeAnythingIsDropped) {
+TEST_F(Backup, AMissingPrivilegeIsReportedBeforeAnythingIsDropped) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
@@ -140,19 +140,19 @@ TEST_F(Backup, ARightThatIsMissingIsToldBeforeAnythingIsDropped) {
     Execute("CREATE OR REPLACE USER 'half'@'localhost';");
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
-    for (const std::string right : {"DROP", "CREATE", "ALTER", "INSERT"}) {
-        Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
+    for (const std::string privilege : {"DROP", "CREATE", "ALTER", "INSERT"}) {
+        Execute("REVOKE " + privilege + " ON `tw\\_%`.* FROM 'half'@'localhost';");
         const Outcome outcome = RunProgram({"--socket", socket, "--user", "half", "restore",
                                             LastRun(backup_).string(), "--apply"});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.err, "twupdate: tw_1: the account lacks the privilege " + right +
+        EXPECT_EQ(outcome.err, "twupdate: tw_1: the account lacks the privilege " + privilege +
                                    "; nothing was restored\n");
         EXPECT_EQ(StateOf("tw_1"), one);
-        Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
+        Execute("GRANT " + privilege + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
 }
 
-TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
+TEST_F(Backup, APrivilegeForWhatIsNoTableIsCheckedBeforeToo) {
     MakeCentralDatabase();
     MakeSite(1);
     Execute("CREATE OR REPLACE USER 'half'@'localhost';");
@@ -166,16 +166,16 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'half'@'localhost';");
     Execute("INSERT INTO tw_1.extra VALUES(5);");
-    for (const std::string right :
+    for (const std::string privilege :
          {"CREATE VIEW", "TRIGGER", "EVENT", "CREATE ROUTINE", "ALTER ROUTINE"}) {
-        Execute("REVOKE " + right + " ON `tw\\_%`.* FROM 'half'@'localhost';");
+        Execute("REVOKE " + privilege + " ON `tw\\_%`.* FROM 'half'@'localhost';");
         const Outcome outcome = AsHalf(RestoreSite1(backup_));
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.err, "twupdate: tw_1: the account lacks the privilege " + right +
+        EXPECT_EQ(outcome.err, "twupdate: tw_1: the account lacks the privilege " + privilege +
                                    "; nothing was restored\n");
         EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_1.extra;"), "1");
         EXPECT_EQ(SiteVersion(1), kCurrentStored);
-        Execute("GRANT " + right + " ON `tw\\_%`.* TO 'half'@'localhost';");
+        Execute("GRANT " + privilege + " ON `tw\\_%`.* TO 'half'@'localhost';");
     }
     const Outcome restored = AsHalf(RestoreSite1(backup_));
     EXPECT_EQ(restored.status, 0) << restored.err;
@@ -183,7 +183,7 @@ TEST_F(Backup, ARightForWhatIsNoTableIsLookedAtBeforeToo) {
     EXPECT_EQ(Cell("SELECT tw_1.f();"), "1");
 }
 
-TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
+TEST_F(Backup, WhatBelongsToAnotherAccountNeedsThePrivilegeToSetIt) {
     MakeCentralDatabase();
     MakeSite(1);
     Execute("CREATE OR REPLACE USER 'half'@'localhost';");
@@ -215,8 +215,8 @@ TEST_F(Backup, WhatBelongsToAnotherAccountNeedsTheRightToSaySo) {
     }
 }
 
-// `%` stands for every database, and holds no right that is the whole server's.
-TEST_F(Backup, AllRightsOnEveryDatabaseAreNotThoseOnTheServer) {
+// `%` stands for every database, and holds no privilege that is the whole server's.
+TEST_F(Backup, AllPrivilegesOnEveryDatabaseAreNotThoseOnTheServer) {
     MakeCentralDatabase();
     MakeSite(1);
     Execute("CREATE DEFINER = 'so'@'%' PROCEDURE tw_1.o() SELECT 1;");
@@ -234,7 +234,7 @@ TEST_F(Backup, AllRightsOnEveryDatabaseAreNotThoseOnTheServer) {
     EXPECT_EQ(AsHalf(RestoreSite1(backup_)).status, 0);
 }
 
-TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
+TEST_F(Backup, ABinaryLogNeedsMorePrivilegesForTriggers) {
     const ServerOptions log({"--log-bin"});
     MakeCentralDatabase();
     MakeSite(1);
@@ -257,7 +257,7 @@ TEST_F(Backup, ABinaryLogNeedsMoreRightsForTriggers) {
     EXPECT_EQ(restored.status, 0) << restored.err;
 }
 
-TEST_F(Backup, ARestoreThatIsCutKeepsUpgradesAwayUntilItIsRepeated) {
+TEST_F(Backup, AnInterruptedRestoreKeepsUpgradesAwayUntilItIsRepeated) {
     MakeCentralDatabase();
     MakeSite(1);
     MakeSite(2);
@@ -353,7 +353,7 @@ TEST_F(Backup, OfTheCentralDatabaseLeavesTheVersionsOfOtherSitesAlone) {
     EXPECT_EQ(SiteVersion(2), kCurrentStored);
 }
 
-TEST_F(Backup, OfTheCentralDatabaseKeepsTheVersionsOfOtherSitesWhereverItIsCut) {
+TEST_F(Backup, OfTheCentralDatabaseKeepsTheVersionsOfOtherSitesWhereverItIsInterrupted) {
     MakeCentralDatabase();
     MakeSite(1);
     MakeSite(2);
@@ -361,28 +361,28 @@ TEST_F(Backup, OfTheCentralDatabaseKeepsTheVersionsOfOtherSitesWhereverItIsCut) 
     const std::string dump = (folder_ / "dump").string();
     const std::string central = "cat >" + dump + "; grep -q '^USE .tw_tarnwick' " + dump +
                                 " || exec /usr/bin/mariadb \"$@\" <" + dump + "; ";
-    for (const std::string& cut : std::vector<std::string>{
+    for (const std::string& failure : std::vector<std::string>{
              "kill -9 $PPID",
              "sed '/^CREATE DATABASE/,$d' " + dump + " | /usr/bin/mariadb \"$@\"; kill -9 $PPID",
              "sed '/^USE/,$d' " + dump + " | /usr/bin/mariadb \"$@\"; kill -9 $PPID",
              "head -c 20000 " + dump + " | /usr/bin/mariadb \"$@\"; exit 1",
              "/usr/bin/mariadb \"$@\" <" + dump + "; kill -9 $PPID"}) {
         Execute("UPDATE tw_tarnwick.site SET version = 1.0150 WHERE siteid = 2;");
-        for (int time = 0; time < 2; ++time) {  // the repeat may be cut, too
+        for (int time = 0; time < 2; ++time) {  // the repeat may be interrupted, too
             EXPECT_NE(RunProgram(With(RestoreAll(backup_)),
-                                 {{"PATH", PathWith("mariadb", central + cut)}})
+                                 {{"PATH", PathWith("mariadb", central + failure)}})
                           .status,
                       0);
         }
         const Outcome again = Run(RestoreAll(backup_));
         EXPECT_EQ(again.status, 0) << again.err;
-        EXPECT_EQ(SiteVersion(1), "1") << cut;
-        EXPECT_EQ(SiteVersion(2), "1.015") << cut;
+        EXPECT_EQ(SiteVersion(1), "1") << failure;
+        EXPECT_EQ(SiteVersion(2), "1.015") << failure;
         EXPECT_FALSE(fs::exists(LastRun(backup_) / "kept_versions.json"));
     }
 }
 
-TEST_F(Backup, VersionsThatACutRestoreHasKeptAreOldOnceItWasPutRightByHand) {
+TEST_F(Backup, VersionsKeptByAnInterruptedRestoreAreIgnoredAfterAManualRepair) {
     MakeCentralDatabase();
     MakeSite(1);
     MakeSite(2);
@@ -422,7 +422,7 @@ TEST_F(Backup, KeptVersionsThatCannotBeWrittenOrReadEndARestoreBeforeAnythingIsD
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
-TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
+TEST_F(Backup, ThePrivilegeToSetVersionsIsCheckedBeforeToo) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
@@ -437,10 +437,10 @@ TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
     EXPECT_EQ(site.status, 1);
     EXPECT_EQ(site.err, refusal);
     EXPECT_EQ(StateOf("tw_1"), one);
-    for (const std::string right : {"UPDATE", "UPDATE(version)"}) {
-        Execute("GRANT SELECT, " + right + " ON tw_tarnwick.site TO 'half'@'localhost';");
-        EXPECT_EQ(AsHalf(RestoreSite1(backup_)).status, 0) << right;
-        Execute("REVOKE SELECT, " + right + " ON tw_tarnwick.site FROM 'half'@'localhost';");
+    for (const std::string privilege : {"UPDATE", "UPDATE(version)"}) {
+        Execute("GRANT SELECT, " + privilege + " ON tw_tarnwick.site TO 'half'@'localhost';");
+        EXPECT_EQ(AsHalf(RestoreSite1(backup_)).status, 0) << privilege;
+        Execute("REVOKE SELECT, " + privilege + " ON tw_tarnwick.site FROM 'half'@'localhost';");
     }
     // The versions of all sites come back with the central database; there is none to set.
     const Outcome whole = AsHalf(RestoreAll(backup_));
@@ -453,7 +453,7 @@ TEST_F(Backup, TheRightToSetVersionsIsLookedAtBeforeToo) {
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
 }
 
-TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
+TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotRestored) {
     MakeCentralDatabase();
     MakeSite(1);
     MakeSite(2);
@@ -466,7 +466,7 @@ TEST_F(Backup, OfAnotherDatabaseUnderAWrongNameIsNotPutBack) {
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
 }
 
-TEST_F(Backup, ADatabaseThatIsNotPutBackToItsEndIsNamed) {
+TEST_F(Backup, ADatabaseThatIsNotFullyRestoredIsNamed) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);
@@ -544,7 +544,7 @@ TEST_F(Backup, OfAnUnfinishedRunIsKeptByTheSameCommandAlone) {
     EXPECT_EQ(RunsIn(backup_).size(), 5U);
 }
 
-TEST_F(Backup, OldOnesAreRemovedWhenARunHasEndedIfToldSo) {
+TEST_F(Backup, OldOnesAreRemovedOnRequestWhenARunHasEnded) {
     MakeCentralDatabase();
     MakeSite(1);
     MakeSiteThatFails(2);
@@ -576,7 +576,7 @@ TEST_F(Backup, OldOnesAreRemovedWhenARunHasEndedIfToldSo) {
     EXPECT_EQ(Run({"--backup", backup_.string(), "--keep", "0", "upgrade-site", "1"}).status, 2);
 }
 
-TEST_F(Backup, ARestoreShowsWhatItWouldReplaceAndDoesNothingUntilToldSo) {
+TEST_F(Backup, ARestoreWithoutApplyOnlyShowsWhatItWouldReplace) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
@@ -655,7 +655,7 @@ TEST_F(Backup, ARestoreThatIsStoppedFinishesTheDatabaseInHandAndSaysWhatToDo) {
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
 }
 
-TEST_F(Backup, ARestoreThatIsStoppedBeforeItsFirstDatabasePutsNothingBack) {
+TEST_F(Backup, ARestoreThatIsStoppedBeforeItsFirstDatabaseRestoresNothing) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
@@ -672,7 +672,7 @@ TEST_F(Backup, ARestoreThatIsStoppedBeforeItsFirstDatabasePutsNothingBack) {
     EXPECT_EQ(Run({"upgrade-site", "1"}).status, 0);  // nothing was marked
 }
 
-TEST_F(Backup, AVersionThatNoBackupHasIsNotPutBack) {
+TEST_F(Backup, AVersionThatNoBackupHasIsNotRestored) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run(BackUpSite1(backup_)).status, 0);
@@ -769,7 +769,7 @@ TEST_F(Backup, ThatIsNotWholeStopsTheRunBeforeTheDatabaseIsTouched) {
     EXPECT_EQ(StateOf("tw_1"), one);
 }
 
-TEST_F(Backup, ADamagedBackupIsNotPutBack) {
+TEST_F(Backup, ADamagedBackupIsNotRestored) {
     MakeCentralDatabase();
     MakeSite(1);
     ASSERT_EQ(Run({"--backup", backup_.string(), "upgrade"}).status, 0);

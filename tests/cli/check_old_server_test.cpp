@@ -121,7 +121,7 @@ TEST_F(CheckOldServer, FindsTheStepOfASiteThatGivesADefault) {
     Goes(kStrict, {{"check", "--site", "1"}, {"upgrade-site", "1"}, {"verify"}});
 }
 
-TEST_F(CheckOldServer, PassesOverDefaultsThatASiteHasNoTableFor) {
+TEST_F(CheckOldServer, SkipsDefaultsThatASiteHasNoTableFor) {
     MakeSiteAt(1.0228, {});  // no formfield
     Finds(kStrict, {"check", "--site", "1"},
           "tw_1.regularexpression: the server is MySQL 5.6.24, on which a LONGTEXT column takes no "

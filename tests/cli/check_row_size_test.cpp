@@ -51,14 +51,14 @@ TEST_F(CheckRowSize, FindsATableWhoseFormatTakesNoLongRows) {
     }
 }
 
-TEST_F(CheckRowSize, PassesOverItWhereInnoDbIsNotStrict) {
+TEST_F(CheckRowSize, SkipsItWhereInnoDbIsNotStrict) {
     const GlobalSetting setting("innodb_default_row_format", "compact");
     const GlobalSetting strict("innodb_strict_mode", "OFF");
     MakeSiteAt(1.0);
     Goes();
 }
 
-// 1.0047 makes the table anew, in the format that the server then gives it.
+// 1.0047 recreates the table, in the format that the server then gives it.
 TEST_F(CheckRowSize, KnowsWhichFormatATableWillHave) {
     const auto makeCompact = [this](double version) {
         const GlobalSetting setting("innodb_default_row_format", "compact");

@@ -53,7 +53,7 @@ class CheckServer : public InstallationTest {
             {"--socket", socket, "--user", "half", "--no-site-files", "--no-services", command});
     }
 
-    /// A refused UPDATE cuts a conversion where a repeat cannot go on.
+    /// A refused UPDATE interrupts a conversion where a repeat cannot go on.
     static void DropLeftOver(const std::string& table) {
         Execute("ALTER TABLE " + table + " DROP COLUMN IF EXISTS double_temp;");
     }
@@ -75,7 +75,7 @@ TEST_F(CheckServer, FindsAnSqlModeThatRefusesTheCountOfThreads) {
     EXPECT_EQ(Run({"--sql-mode", "STRICT_ALL_TABLES", "upgrade"}).status, 0);
 }
 
-TEST_F(CheckServer, PassesOverThatModeWhereNoThreadsAreCounted) {
+TEST_F(CheckServer, SkipsThatModeWhereNoThreadsAreCounted) {
     MakeInstallation({sample::Group::kForum});
     const GlobalSetting mode("sql_mode", "'ONLY_FULL_GROUP_BY'");
     Goes();
@@ -240,7 +240,7 @@ TEST_F(CheckServer, FindsAServerThatWritesNoTable) {
 }
 
 // From 1.0261 on a site without features gets two tables and a few columns.
-TEST_F(CheckServer, PassesOverSettingsThatNoPendingStepMinds) {
+TEST_F(CheckServer, SkipsSettingsThatNoPendingStepMinds) {
     ASSERT_EQ(Run({"create-core"}).status, 0);
     MakeUpgradedSite(8, "1.0261");
     const GlobalSetting algorithm("alter_algorithm", "INSTANT");
@@ -268,23 +268,23 @@ TEST(ServerVersion, KnowsWhichServersGiveLongTextsADefault) {
     }
 }
 
-// --- rights ------------------------------------------------------------------------------------
+// --- privileges --------------------------------------------------------------------------------
 
-// One right at a time, in the order in which an upgrade first needs each.
-TEST_F(CheckServer, FindsEachRightThatIsMissing) {
+// One privilege at a time, in the order in which an upgrade first needs each.
+TEST_F(CheckServer, FindsEachMissingPrivilege) {
     MakeCentralDatabase();
     MakeSite(1);  // the root site: the central ladder gives it a domain
     MakeSite(8, "1.0000", sample::AllGroups());
     Execute("UPDATE tw_tarnwick.site SET parentsiteid = 1 WHERE siteid = 8;");
     MakeUserHalf();
-    const std::vector<std::pair<std::string, std::vector<std::string>>> rights{
+    const std::vector<std::pair<std::string, std::vector<std::string>>> privileges{
         {"tw_tarnwick", {"SELECT", "ALTER", "CREATE", "UPDATE", "DELETE", "INSERT"}},
         {"tw_logs", {"SELECT", "ALTER"}},
         {"tw_1", {"SELECT", "INSERT", "ALTER", "CREATE", "UPDATE"}},
         {"tw_8", {"SELECT", "ALTER", "CREATE", "DROP", "UPDATE", "INSERT", "DELETE"}}};
-    for (const auto& [database, list] : rights) {
-        for (const std::string& right : list) {
-            Execute("GRANT " + right + " ON `" + database + "`.* TO 'half'@'localhost';");
+    for (const auto& [database, list] : privileges) {
+        for (const std::string& privilege : list) {
+            Execute("GRANT " + privilege + " ON `" + database + "`.* TO 'half'@'localhost';");
         }
     }
     // A step may need it, whatever the rows are; with these rows none does.
@@ -293,9 +293,9 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
         Execute(std::string("GRANT CREATE, DROP, SELECT, INSERT, UPDATE, DELETE ON ") + database +
                 ".twupdate_progress TO 'half'@'localhost';");
     }
-    for (const auto& [database, list] : rights) {
-        for (const std::string& right : list) {
-            const std::string one = right + " ON `" + database + "`.*";
+    for (const auto& [database, list] : privileges) {
+        for (const std::string& privilege : list) {
+            const std::string one = privilege + " ON `" + database + "`.*";
             Execute("REVOKE " + one + " FROM 'half'@'localhost';");
             const Outcome found = RunAsHalf("check");
             const Outcome failed = RunAsHalf("upgrade");
@@ -303,13 +303,13 @@ TEST_F(CheckServer, FindsEachRightThatIsMissing) {
                 EXPECT_THAT(
                     found.out,
                     ContainsRegex("^" + database +
-                                  R"((\.[a-z_0-9]+)?: the account lacks the privilege )" + right +
-                                  R"((, so \w+ fails)?; GRANT )" + right + " ON `" + database +
-                                  "`\\.\\* TO 'half'@'localhost'\n1 finding\\.\n$"));
+                                  R"((\.[a-z_0-9]+)?: the account lacks the privilege )" +
+                                  privilege + R"((, so \w+ fails)?; GRANT )" + privilege + " ON `" +
+                                  database + "`\\.\\* TO 'half'@'localhost'\n1 finding\\.\n$"));
                 ExpectFailedAtTheNamedPlace(found, failed);
             }
             EXPECT_EQ(failed.status, 1) << one;
-            EXPECT_THAT(failed.err, ContainsRegex("server error 1142 .*" + right +
+            EXPECT_THAT(failed.err, ContainsRegex("server error 1142 .*" + privilege +
                                                   " command denied .*" + database))
                 << one;
             Execute("GRANT " + one + " TO 'half'@'localhost';");
@@ -345,7 +345,7 @@ TEST_F(CheckServer, OneSiteAloneNeedsTheCentralDatabaseForItsVersion) {
     EXPECT_EQ(run({"upgrade-site", "8"}).status, 0);
 }
 
-TEST_F(CheckServer, CountsTheRightsOfARoleThatIsSwitchedOn) {
+TEST_F(CheckServer, CountsThePrivilegesOfAnEnabledRole) {
     MakeInstallation();
     MakeUserHalf();
     Execute("CREATE OR REPLACE ROLE upgrader;");
@@ -373,7 +373,7 @@ TEST_F(CheckServer, KnowsThatASpecialGrantHidesAGeneralOne) {
                 ContainsRegex("database tw_8.*ALTER TABLE.*server error 1142"));
 }
 
-TEST_F(CheckServer, AsksForNoRightsWhereTheServerKnowsNone) {
+TEST_F(CheckServer, AsksForNoPrivilegesWhereTheServerKnowsNone) {
     MakeInstallation();
     const ServerOptions options({"--skip-grant-tables"});
     Goes();

@@ -62,7 +62,7 @@ class CheckMissing : public CheckSound {
         return some;
     }
 
-    /// Makes the central database at 1.0000 and the site anew.
+    /// Makes the central database at 1.0000 and the site again.
     void MakeBoth() {
         for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
             Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
@@ -70,7 +70,7 @@ class CheckMissing : public CheckSound {
         MakeCentralWith({Plan(1)});
     }
 
-    /// Makes the site anew, under a central database that is upgraded.
+    /// Makes the site again, under a central database that is upgraded.
     void MakeOnlyTheSite() {
         if (Cell("SHOW DATABASES LIKE 'tw_1';") == "(no row)") {
             MakeCentralWith({Plan(1)});

@@ -80,7 +80,7 @@ TEST_F(Check, FindsAMissingTable) {
     UpgradeFails({}, "database tw_8, site schema ladder, step SiteSchemaStep_1_0005");
 }
 
-TEST_F(Check, FindsMissingRights) {
+TEST_F(Check, FindsMissingPrivileges) {
     MakeCentralDatabase();
     MakeSite(8);
     Execute("CREATE OR REPLACE USER 'half'@'localhost';");

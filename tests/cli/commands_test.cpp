@@ -68,7 +68,7 @@ TEST_F(Commands, CreateCoreTellsAnUnfinishedCentralDatabaseFromAFinishedOne) {
     refuses("its table installation has no row");
 }
 
-TEST_F(Commands, AnUnfinishedCentralDatabaseIsToldByStatusAndUpgrade) {
+TEST_F(Commands, AnUnfinishedCentralDatabaseIsReportedByStatusAndUpgrade) {
     ASSERT_EQ(Run({"create-core"}).status, 0);
     for (const char* command : {"status", "upgrade"}) {
         EXPECT_EQ(Run({command}).err, "");
@@ -267,7 +267,7 @@ TEST_F(Commands, UpgradeSiteRecordsTheNewVersion) {
     EXPECT_EQ(InstallationVersion(), "1");
 }
 
-TEST_F(Commands, UpgradeSiteRecordsNothingWhenToldSo) {
+TEST_F(Commands, UpgradeSiteRecordsNothingOnRequest) {
     MakeCentralDatabase();
     MakeSite(7, "1.0000");
     const Outcome outcome = Run({"upgrade-site", "7", "--no-record"});
@@ -275,7 +275,7 @@ TEST_F(Commands, UpgradeSiteRecordsNothingWhenToldSo) {
     EXPECT_EQ(SiteVersion(7), "1");
 }
 
-TEST_F(Commands, UpgradeSiteStartsFromTheVersionThatItIsTold) {
+TEST_F(Commands, UpgradeSiteStartsFromTheVersionOfItsOption) {
     MakeCentralDatabase();
     MakeUpgradedSite(7, "1.0000");
     const Outcome outcome = Run({"--json", "upgrade-site", "7", "--from", "1.0262"});

@@ -52,7 +52,7 @@ TEST_F(During, ASecondRunSaysWhoIsThereAndChangesNothing) {
     EXPECT_EQ(Run({"status"}).status, 0);  // reading takes no lock
 }
 
-TEST_F(During, ARunWaitsForTheOtherWhenToldSo) {
+TEST_F(During, ARunWaitsForTheOtherOnRequest) {
     MakeNearlyCurrentInstallation();
     const auto other = Application();
     other->Query("SELECT GET_LOCK('twupdate.run', 0);");
@@ -89,7 +89,7 @@ TEST_F(During, TheLockNamesTheCommandTheProcessAndTheMachine) {
     EXPECT_EQ(run.Wait().status, 0);
 }
 
-TEST_F(During, WithoutTheLockARunGoesOnOnlyWhenToldSo) {
+TEST_F(During, WithoutTheLockARunContinuesOnlyOnRequest) {
     MakeNearlyCurrentInstallation();
     const auto other = Application();
     other->Query("SELECT GET_LOCK('twupdate.run', 0);");
@@ -168,7 +168,7 @@ TEST_F(During, ALockThatDoesNotComeInTimeIsAnErrorThatNamesItsHolder) {
     EXPECT_EQ(Run({"--ddl-timeout", "1", "upgrade-site", "7"}).status, 0);
 }
 
-TEST_F(During, AUserWhoMayNotSeeTheOthersIsToldWhichRightIsMissing) {
+TEST_F(During, AnAccountThatMayNotSeeTheOthersLearnsWhichPrivilegeIsMissing) {
     MakeCentralDatabase();
     MakeSite(7);
     Execute("CREATE OR REPLACE USER 'blind'@'localhost';");
@@ -219,7 +219,7 @@ TEST_F(During, CtrlCStopsAfterTheStatementInHandAndTheSameCommandResumes) {
         ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
         run.Signal(signal);
         usleep(200000);
-        EXPECT_TRUE(run.Running());  // the statement in hand is not given up
+        EXPECT_TRUE(run.Running());  // the current statement is not given up
         reader->Execute("COMMIT;");
         const Outcome outcome = run.Wait();
         EXPECT_EQ(outcome.status, 5) << outcome.err;

@@ -147,7 +147,7 @@ TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
     EXPECT_EQ(SiteVersion(9), "1.0262");
     EXPECT_EQ(InstallationVersion(), "1.0262");
 
-    // Once the cause is fixed the same command goes on with the sites that are left.
+    // Once the cause is fixed the same command continues with the sites that are left.
     Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 8;");
     const Outcome again = Run({"--json", "upgrade"});
     EXPECT_EQ(again.status, 0) << again.err;
@@ -221,7 +221,7 @@ TEST_F(Failures, AVersionThatIsNoNumberIsNamedBeforeAnythingIsDone) {
     }
 }
 
-TEST_F(Failures, TwoRowsForOneVersionAreToldBeforeAnythingIsDone) {
+TEST_F(Failures, TwoRowsForOneVersionAreReportedBeforeAnythingIsDone) {
     MakeNearlyCurrentInstallation();
     Execute("INSERT INTO tw_tarnwick.installation(version) VALUES(1.0100);");
     for (const char* command : {"status", "upgrade", "check", "plan"}) {
@@ -236,7 +236,7 @@ TEST_F(Failures, TwoRowsForOneVersionAreToldBeforeAnythingIsDone) {
               "1.01,1.0262");
 }
 
-TEST_F(Failures, AFailureIsToldInJson) {
+TEST_F(Failures, AFailureIsReportedInJson) {
     MakeNearlyCurrentInstallation();
     MakeSiteThatFails(8);
     const Outcome outcome = Run({"--json", "upgrade"});
@@ -320,7 +320,7 @@ TEST_F(Failures, AReadOnlyFolderForTheTraceStopsBeforeAnyStatement) {
     EXPECT_EQ(InstallationVersion(), "1.0262");
 }
 
-TEST_F(Failures, AFileThatCannotBeWrittenIsToldWhenThereIsNothingToDoToo) {
+TEST_F(Failures, AFileThatCannotBeWrittenIsReportedWhenThereIsNothingToDoToo) {
     MakeCentralDatabase();
     Execute("UPDATE tw_tarnwick.installation SET version = " + kCurrentStored + ";");
     WriteFile(folder_ / "file", "");
@@ -349,7 +349,7 @@ TEST_F(Failures, AFolderIsNoFileToWriteInto) {
     }
 }
 
-TEST_F(Failures, ABackupThatHasNoFolderToGoToIsToldFirst) {
+TEST_F(Failures, ABackupThatHasNoFolderToGoToIsReportedFirst) {
     const std::string file = (folder_ / "file").string();
     WriteFile(file, "");
     std::filesystem::create_directory(folder_ / "closed");
@@ -477,7 +477,7 @@ TEST_F(Failures, AnUpgradeWithoutTheFilesOfTheSitesIsAskedFor) {
     EXPECT_EQ(run(install.string(), {"--no-services", "upgrade"}).status, 0);
 }
 
-TEST_F(Failures, WhatStandsInThePlaceOfADataFileIsToldBeforeAnythingIsDone) {
+TEST_F(Failures, WhatIsNoDataFileIsReportedBeforeAnythingIsDone) {
     MakeNearlyCurrentInstallation();
     const fs::path install = CopyOfTheDataFiles(folder_);
     const fs::path file = install / "resources" / "componentData.txt";
@@ -521,7 +521,7 @@ TEST_F(Failures, ARecordThatCannotBeWrittenAnyFurtherIsAWarningOnce) {
     EXPECT_THAT(failed.err, HasSubstr("failed: database tw_8, site schema ladder"));
 }
 
-TEST_F(Failures, AnInstallFolderWithoutDataIsWrongUse) {
+TEST_F(Failures, AnInstallFolderWithoutDataIsAUsageError) {
     MakeNearlyCurrentInstallation();
     const std::string folder = folder_.Path().string();
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
@@ -556,7 +556,7 @@ TEST_F(Failures, AFolderOfASiteThatCannotBeMadeStopsTheRunAndIsNamed) {
     EXPECT_THAT(outcome.err, HasSubstr("database tw_7, site "));
 }
 
-TEST_F(Failures, AStatementIsCutInTheMessage) {
+TEST_F(Failures, AStatementIsShortenedInTheMessage) {
     const fs::path install = CopyOfTheDataFiles(folder_);
     std::string words;
     for (int i = 0; i < 2000; ++i) {

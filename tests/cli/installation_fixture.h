@@ -28,7 +28,7 @@ class CliServer {
     host::ConnectionOptions ConnectOptions();
     /// Another server is in use; without options it is the private one again.
     void UseInstead(std::optional<host::ConnectionOptions> other);
-    /// Starts the server anew on the same data, with these options of its own.
+    /// Restarts the server on the same data, with these options of its own.
     void RestartWith(const std::vector<std::string>& options);
     /// Lets go of the server and its folder, before the program ends.
     void ShutDown();

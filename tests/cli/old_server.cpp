@@ -72,7 +72,7 @@ OldServer::OldServer(const std::vector<std::string>& options) {
                                    "--innodb-log-file-size=16M",
                                    "--innodb-buffer-pool-size=64M"};
     if (geteuid() == 0) {
-        words.emplace_back("--user=root");  // it refuses to run as root unless it is told to
+        words.emplace_back("--user=root");  // it refuses to run as root without this
     }
     words.insert(words.end(), options.begin(), options.end());
     pid_ = Start(std::move(words), folder_ / "log");

@@ -147,7 +147,7 @@ TEST_F(Plan, PrintsTheStatementsOfOneSiteInJson) {
 }
 
 // Everything that a user needs is the right to read, so nothing can be written.
-TEST_F(Plan, NeedsNoRightButToRead) {
+TEST_F(Plan, NeedsNoPrivilegeButToRead) {
     MakeCentralDatabase();
     MakeSite(3, "1.0094");
     Execute("CREATE USER IF NOT EXISTS 'reader'@'localhost';");

@@ -30,7 +30,7 @@ std::vector<char*> Pointers(std::vector<std::string>& words) {
 constexpr uid_t kNobody = 65534;
 constexpr gid_t kNogroup = 65534;
 
-/// In the child: lets go of root's rights, if it has them.
+/// In the child: drops root's privileges, if it has them.
 void BecomeNobody() {
     if (geteuid() == 0 &&
         (setgroups(0, nullptr) != 0 || setgid(kNogroup) != 0 || setuid(kNobody) != 0)) {

@@ -26,7 +26,7 @@ struct Outcome {
 /// Who runs a program.
 enum class RunAs : std::uint8_t {
     kSelf,
-    kNobody,  ///< the user "nobody" where the tests run as root, whom no file's rights stop
+    kNobody,  ///< the user "nobody" where the tests run as root, whom no file's permissions stop
 };
 
 /// The program that was built.

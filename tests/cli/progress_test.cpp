@@ -225,7 +225,7 @@ class LockWait : public ProgressOfARun {
         EXPECT_FALSE(finder.Find("tw_tarnwick"));
         auto waiting =
             std::async(std::launch::async, [&] { session.GetConnection()->Execute(statement); });
-        // The server keeps what it has told of transactions until nobody has asked for 0.1 s.
+        // The server keeps what it has reported of transactions until nobody has asked for 0.1 s.
         const auto find = [&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
             return finder.Find("tw_tarnwick");
@@ -279,7 +279,7 @@ TEST_F(LockWait, WithSeveralTransactionsTheLongestIsNamed) {
                 HasSubstr("connection " + std::to_string(holder->ThreadId()) + " of"));
 }
 
-TEST_F(LockWait, IsToldToAUserWhoMayNotSeeWhoseItIs) {
+TEST_F(LockWait, IsReportedToAnAccountThatMayNotSeeWhoHoldsIt) {
     MakeCentralDatabase();
     Execute("CREATE OR REPLACE USER 'blind'@'localhost';");
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO 'blind'@'localhost';");

@@ -53,7 +53,7 @@ TEST_F(Rehearse, UpgradesACopyAndOnlyReadsTheSource) {
         "tw_1, tw_2, tw_3");
 }
 
-TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsWhenToldSo) {
+TEST_F(Rehearse, TakesTheChosenSitesAloneAndTheirTablesWithoutRowsOnRequest) {
     MakeCentralDatabase();
     for (const std::int32_t site : {1, 2, 3}) {
         MakeSite(site);
@@ -195,7 +195,7 @@ TEST_F(Rehearse, ASampleHasTheOldestSiteAndTheNewestAmongThem) {
     EXPECT_THAT(rehearsed("9"), testing::SizeIs(6));
 }
 
-// A trigger runs with the rights of an account that the copy does not have by itself.
+// A trigger runs with the privileges of an account that the copy does not have by itself.
 TEST_F(Rehearse, FindsATriggerThatMakesAStepFail) {
     MakeCentralDatabase();
     MakeSite(1);

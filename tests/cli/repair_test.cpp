@@ -14,12 +14,12 @@ using testing::AllOf;
 using testing::HasSubstr;
 
 /// Ends a run after the n-th statement that holds this text.
-class CutAfter : public host::StatementListener {
+class InterruptAfter : public host::StatementListener {
   public:
-    CutAfter(std::string text, int n) : text_(std::move(text)), left_(n) {}
+    InterruptAfter(std::string text, int n) : text_(std::move(text)), left_(n) {}
     void Before(const host::StatementEvent&) override {
         if (left_ == 0) {
-            throw HostError("", 0, "", "cut");
+            throw HostError("", 0, "", "interrupted");
         }
     }
     void After(const host::StatementEvent& event, std::chrono::nanoseconds,
@@ -64,10 +64,10 @@ class Repair : public InstallationTest {
                 "VALUES(3, 8);");
     }
 
-    static void CutUpgrade(const std::string& text, int n) {
+    static void InterruptUpgrade(const std::string& text, int n) {
         host::MariaDbUtilityOptions options;
         options.installFolder = TWUPDATE_SOURCE_FOLDER;
-        options.listener = std::make_shared<CutAfter>(text, n);
+        options.listener = std::make_shared<InterruptAfter>(text, n);
         Update update;
         update.Configure(std::make_shared<host::MariaDbUtility>(
             host::Connection::Open(CliServer::Get().Server().ConnectOptions()), options));
@@ -75,18 +75,18 @@ class Repair : public InstallationTest {
     }
 };
 
-struct Cut {
-    std::string text;  ///< of the statement after which the run is cut
+struct Interruption {
+    std::string text;  ///< of the statement after which the run is interrupted
     int n;             ///< which of the statements with that text
     std::string finding;
 };
 
-TEST_F(Repair, MendsWhatEachCutLeavesSoThatTheResumedRunEndsLikeAnUndisturbedOne) {
+TEST_F(Repair, RepairsWhatEachInterruptionLeavesSoThatTheResumedRunEndsLikeAnUndisturbedOne) {
     MakeWorkingSite(9);
     ASSERT_EQ(Run({"upgrade-site", "9"}).status, 0);
     const std::string undisturbed = StateOf("tw_9");
     const std::string left = "the column double_temp is left over, and ";
-    const std::vector<Cut> cuts{
+    const std::vector<Interruption> places{
         {"accesscodeaccount ADD COLUMN double_temp", 1, "tw_7.accesscodeaccount: " + left},
         {"accesscodeaccount SET double_temp", 1, "tw_7.accesscodeaccount: " + left},
         {"accesscodeaccount DROP COLUMN associatepercentage", 1,
@@ -107,28 +107,28 @@ TEST_F(Repair, MendsWhatEachCutLeavesSoThatTheResumedRunEndsLikeAnUndisturbedOne
         {"UPDATE tw_7.charge SET chargeoptionid", 3,
          "tw_7.chargegroup: 3 groups of an unfinished conversion"},
     };
-    for (const Cut& cut : cuts) {
+    for (const Interruption& place : places) {
         Execute("DROP DATABASE IF EXISTS tw_7;");
         Execute("DELETE FROM tw_tarnwick.site WHERE siteid = 7;");
         MakeWorkingSite(7);
-        CutUpgrade(cut.text, cut.n);
+        InterruptUpgrade(place.text, place.n);
         const Outcome shown = Run({"repair", "--site", "7"});
-        EXPECT_EQ(shown.status, 3) << cut.text << shown.err;
-        EXPECT_THAT(shown.out, HasSubstr(cut.finding));
+        EXPECT_EQ(shown.status, 3) << place.text << shown.err;
+        EXPECT_THAT(shown.out, HasSubstr(place.finding));
         EXPECT_EQ(Run({"repair"}).out, shown.out);  // nothing was changed, nothing else is found
         EXPECT_EQ(Run({"repair", "--site", "7", "--apply"}).status, 0);
-        EXPECT_EQ(Run({"repair"}).status, 0) << cut.text;
-        EXPECT_EQ(Run({"check", "--site", "7"}).status, 0) << cut.text;
+        EXPECT_EQ(Run({"repair"}).status, 0) << place.text;
+        EXPECT_EQ(Run({"check", "--site", "7"}).status, 0) << place.text;
         const Outcome resumed = Run({"upgrade-site", "7"});
-        EXPECT_EQ(resumed.status, 0) << cut.text << resumed.err;
-        EXPECT_EQ(StateOf("tw_7"), undisturbed) << cut.text;
+        EXPECT_EQ(resumed.status, 0) << place.text << resumed.err;
+        EXPECT_EQ(StateOf("tw_7"), undisturbed) << place.text;
     }
 }
 
-// The addresses are made by an earlier step, so they are put in place before the cut.
-TEST_F(Repair, CopiesTheFeedAddressesThatACutRunHasNot) {
+// The addresses are made by an earlier step, so they are put in place before the interruption.
+TEST_F(Repair, CopiesTheFeedAddressesThatAnInterruptedRunHasNot) {
     MakeWorkingSite(7);
-    CutUpgrade("externallookupfeedurl(", 1);
+    InterruptUpgrade("externallookupfeedurl(", 1);
     Execute(
         "INSERT INTO tw_7.featurenamevalue(featureid, type, name, value, sequence) "
         "VALUES(4, 2, 'n', 'http://a.example/', 1);");
@@ -141,7 +141,7 @@ TEST_F(Repair, CopiesTheFeedAddressesThatACutRunHasNot) {
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.externallookupfeedurl;"), "1");
 }
 
-TEST_F(Repair, FindsNothingInAnInstallationThatWasNeverCut) {
+TEST_F(Repair, FindsNothingInAnInstallationThatWasNeverInterrupted) {
     Execute("DROP DATABASE tw_tarnwick;");
     Execute("DROP DATABASE tw_logs;");
     const auto root = std::make_shared<host::MariaDbUtility>(
@@ -157,7 +157,7 @@ TEST_F(Repair, FindsNothingInAnInstallationThatWasNeverCut) {
 
 TEST_F(Repair, RemovesChargesThatWereConvertedTwice) {
     MakeWorkingSite(7);
-    CutUpgrade("UPDATE tw_7.charge SET chargeoptionid", 2);
+    InterruptUpgrade("UPDATE tw_7.charge SET chargeoptionid", 2);
     ASSERT_EQ(Run({"upgrade-site", "7"}).status, 0);  // converts all three again
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.chargegroup;"), "5");
     EXPECT_THAT(
@@ -182,7 +182,7 @@ TEST_F(Repair, LeavesASoundInstallationAlone) {
     EXPECT_EQ(outcome.Json()["result"], "clean");
 }
 
-TEST_F(Repair, MendsTheCentralDatabase) {
+TEST_F(Repair, RepairsTheCentralDatabase) {
     Execute(
         "ALTER TABLE tw_tarnwick.account ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL, "
         "DROP COLUMN associatepercentage;");
@@ -198,10 +198,10 @@ TEST_F(Repair, MendsTheCentralDatabase) {
 TEST_F(Repair, KeepsTheValuesThatARepeatHasLeftBesideAnEmptyColumn) {
     MakeWorkingSite(7);
     Execute("INSERT INTO tw_7.setting(settingid, name) VALUES(901, 'x');");
-    CutUpgrade("setting ADD COLUMN float_value", 1);
+    InterruptUpgrade("setting ADD COLUMN float_value", 1);
     Execute("UPDATE tw_7.setting SET float_value = 2.5 WHERE settingid = 901;");
-    CutUpgrade("setting DROP COLUMN float_value", 1);
-    CutUpgrade("setting ADD COLUMN float_value", 1);
+    InterruptUpgrade("setting DROP COLUMN float_value", 1);
+    InterruptUpgrade("setting ADD COLUMN float_value", 1);
     for (const char* command : {"check", "upgrade-site"}) {
         EXPECT_NE(
             Run(command == std::string("check") ? std::vector<std::string>{"check", "--site", "7"}

@@ -182,10 +182,10 @@ TEST(RunEvents, OfAKilledRunTellWhereItWas) {
         RunStarted(0, 2) + Central() + SiteStarted(11, 7) +
         Line(12, "step-started", Where("tw_7", "site schema", "SiteSchemaStep_1_0264")) +
         Service(17, "UpgradeSiteComponent", 100, false);
-    for (const char* cut : {"", R"({"v":1,"time":"2026-11-21T22:00:1)"}) {
-        const RunRecord run = Runs(killed + cut).at(0);
+    for (const char* rest : {"", R"({"v":1,"time":"2026-11-21T22:00:1)"}) {
+        const RunRecord run = Runs(killed + rest).at(0);
         EXPECT_EQ(run.end, RunEnd::kNone);
-        EXPECT_EQ(run.cutLine, *cut != '\0');
+        EXPECT_EQ(run.truncatedLine, *rest != '\0');
         EXPECT_EQ(run.duration, seconds(17));
         EXPECT_EQ(run.statements, 8U);
         ASSERT_NE(run.InHand(), nullptr);
@@ -201,7 +201,7 @@ TEST(RunEvents, OfALastLineWithoutItsBreakCount) {
     events.pop_back();
     const RunRecord run = Runs(events).at(0);
     EXPECT_EQ(run.end, RunEnd::kFinished);
-    EXPECT_FALSE(run.cutLine);
+    EXPECT_FALSE(run.truncatedLine);
 }
 
 TEST(RunEvents, OfSeveralRunsBehindOneAnotherAreKeptApart) {
@@ -221,12 +221,12 @@ TEST(RunEvents, OfSeveralRunsBehindOneAnotherAreKeptApart) {
     EXPECT_EQ(runs[2].end, RunEnd::kFinished);
 }
 
-TEST(RunEvents, BehindACutLineBelongToTheNextRun) {
+TEST(RunEvents, AfterATruncatedLineBelongToTheNextRun) {
     const auto runs = Runs(RunStarted(0, 2) + Central() + "{\"v\":1,\"ti\n" + WholeRun());
     ASSERT_EQ(runs.size(), 2U);
-    EXPECT_TRUE(runs[0].cutLine);
+    EXPECT_TRUE(runs[0].truncatedLine);
     EXPECT_EQ(runs[0].end, RunEnd::kNone);
-    EXPECT_FALSE(runs[1].cutLine);
+    EXPECT_FALSE(runs[1].truncatedLine);
     EXPECT_EQ(runs[1].end, RunEnd::kFinished);
     EXPECT_EQ(Refused(RunStarted(0, 2) + "{\"v\":1,\"ti\n" + Central()),
               ", line 2: no JSON object");
@@ -242,7 +242,7 @@ TEST(RunEvents, OfAFailureBesideTheLaddersNameTheDatabaseInHand) {
     EXPECT_EQ(run.failure->code, 0U);
 }
 
-TEST(RunEvents, ThatLaterReleasesAddArePassedOver) {
+TEST(RunEvents, ThatLaterReleasesAddAreSkipped) {
     EXPECT_EQ(Runs(RunStarted(0, 0) + Line(1, "moon-rose", R"("ms":"x")") +
                    Line(2, "run-finished", R"("ms":2000,"phase":[1])"))
                   .at(0)
@@ -454,7 +454,7 @@ TEST(ReportPage, SaysHowTheRunEnded) {
                       HasSubstr("tw_7: stopped after 1.0 s"), HasSubstr("<p>None.</p>")));
     EXPECT_THAT(page(RunStarted(0, 1) + SiteStarted(1, 7) + "{\"v"),
                 HasSubstr("<strong>… Did not end:</strong> the last event is of 2026-11-21 "
-                          "22:00:01 UTC, in tw_7; the event after it is cut. The program was "
+                          "22:00:01 UTC, in tw_7; the event after it is truncated. The program was "
                           "killed, or is still running."));
     EXPECT_THAT(page(RunStarted(0, 0, "create-core") + Line(1, "run-finished", R"("ms":1000)")),
                 HasSubstr("no ladder was begun"));
@@ -607,7 +607,7 @@ TEST(ReportPage, SaysWhatIsLeftOutOfLongLists) {
     EXPECT_THAT(page, HasSubstr("5 more earlier failed calls are not shown."));  // of 25
     EXPECT_EQ(times("<svg class=\"timeline\""), 12U);
     EXPECT_EQ(times("<h3>SiteSchemaStep_1_0264: server error "), 30U);
-    // None but the last, which the outcome tells, is passed over.
+    // None but the last, which the outcome tells, is skipped.
     EXPECT_THAT(page,
                 HasSubstr("<strong>✗ 119 failures</strong> of earlier runs were not resolved"));
 }

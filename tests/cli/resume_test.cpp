@@ -304,7 +304,7 @@ TEST_F(Resume, TheCopiesInAnImportedSiteHaveMarksOfTheirOwn) {
 
 // --- the table of marks --------------------------------------------------------------------------
 
-TEST_F(Resume, AUserWhoMayNotCreateTheTableIsToldBeforeTheRun) {
+TEST_F(Resume, AnAccountThatMayNotCreateTheTableLearnsThatBeforeTheRun) {
     MakeShop(7);
     Execute("CREATE OR REPLACE USER 'limited'@'localhost';");
     Execute("GRANT ALL PRIVILEGES ON tw_tarnwick.* TO 'limited'@'localhost';");

@@ -30,8 +30,8 @@ FirstUses UsesOf(const std::filesystem::path& trace) {
     for (const auto& line : JsonLinesOf(trace)) {
         const std::string sql = line.value("sql", "");
         const std::string step = line.value("step", "");
-        const auto use = [&](const std::string& table, const std::string& right) {
-            uses.emplace(std::pair(table, right), step);
+        const auto use = [&](const std::string& table, const std::string& privilege) {
+            uses.emplace(std::pair(table, privilege), step);
         };
         std::smatch parts;
         bool isInsert = false;

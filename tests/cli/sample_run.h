@@ -11,7 +11,7 @@ namespace twupdate::test {
 /// step can write.
 void MakeFirstSampleSite();
 
-/// The step that first uses each right on each table: ("tw_8.tag", "UPDATE") -> its name.
+/// The step that first uses each privilege on each table: ("tw_8.tag", "UPDATE") -> its name.
 using FirstUses = std::map<std::pair<std::string, std::string>, std::string>;
 
 /// @param trace  of a run, as --trace writes it

@@ -102,7 +102,7 @@ TEST_F(SmallDisk, IsFoundBeforeAnUpgradeFailsThereAndNothingIsLost) {
               "25000");
 }
 
-// After 1.0092, which gives it its last index, no step writes the table of orders anew.
+// After 1.0092, which gives it its last index, no step rewrites the table of orders.
 TEST_F(SmallDisk, IsNoFindingWhereTheLargeTableStaysAsItIs) {
     if (RanThere()) {
         return;

@@ -22,7 +22,7 @@ TEST(ShortStatement, PutsLinesBehindOneAnother) {
     EXPECT_EQ(ShortStatement("SELECT 1\r\n  FROM t;"), "SELECT 1 FROM t;");
 }
 
-TEST(ShortStatement, CutsTheMiddleAndTellsTheWholeLength) {
+TEST(ShortStatement, ShortensTheMiddleAndGivesTheWholeLength) {
     const std::string sql = "INSERT " + std::string(1000, 'x') + " END;";
     EXPECT_EQ(ShortStatement(sql, 40),
               "INSERT " + std::string(23, 'x') + " ... [1012 bytes in all] ... " + "xxxxx END;");
@@ -33,8 +33,8 @@ TEST(ShortStatement, TearsNoCharacterApart) {
     for (int i = 0; i < 50; ++i) {
         sql += "\xE2\x82\xAC";  // three bytes each
     }
-    const std::string cut = ShortStatement(sql, 40);
-    EXPECT_EQ(cut, Printable(cut));
+    const std::string shortened = ShortStatement(sql, 40);
+    EXPECT_EQ(shortened, Printable(shortened));
 }
 
 TEST(WithoutPasswords, HidesTheValueOfAPasswordColumnInAnInsert) {

@@ -103,7 +103,7 @@ TEST_F(Tls, AWholeUpgradeWithItsBackupGoesOverIt) {
     EXPECT_EQ(rehearsed.status, 0) << rehearsed.err;
 }
 
-TEST_F(Tls, TheServersPluginTellsItsFreeSpaceToAUserWithTheRight) {
+TEST_F(Tls, TheServersPluginShowsItsFreeSpaceToAnAccountWithThePrivilege) {
     const std::string plugins = PluginFolder();
     if (plugins.empty()) {
         GTEST_SKIP() << "no plugin disks; ./dev test unpacks it";

@@ -13,8 +13,8 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-/// Wrong use: exit 2, a reason on the error output, nothing on the standard output.
-void ExpectWrongUse(const std::vector<std::string>& arguments, const std::string& reason) {
+/// Usage error: exit 2, a reason on the error output, nothing on the standard output.
+void ExpectUsageError(const std::vector<std::string>& arguments, const std::string& reason) {
     const Outcome outcome = RunProgram(arguments);
     EXPECT_EQ(outcome.status, 2) << testing::PrintToString(arguments);
     EXPECT_THAT(outcome.err, HasSubstr(reason)) << testing::PrintToString(arguments);
@@ -22,35 +22,35 @@ void ExpectWrongUse(const std::vector<std::string>& arguments, const std::string
 }
 
 TEST(Usage, NeedsACommand) {
-    ExpectWrongUse({}, "A subcommand is required");
+    ExpectUsageError({}, "A subcommand is required");
 }
 
 TEST(Usage, NamesWhatItDoesNotKnow) {
-    ExpectWrongUse({"upgrdae"}, "upgrdae");
-    ExpectWrongUse({"status", "--colour"}, "--colour");
+    ExpectUsageError({"upgrdae"}, "upgrdae");
+    ExpectUsageError({"status", "--colour"}, "--colour");
 }
 
 TEST(Usage, TakesSiteIdsFrom1ToTheLargest32BitInteger) {
     for (const char* id : {"0", "-3", "seven", "2147483648"}) {
-        ExpectWrongUse({"upgrade-site", id}, id);
-        ExpectWrongUse({"import-master-data", id}, id);
+        ExpectUsageError({"upgrade-site", id}, id);
+        ExpectUsageError({"import-master-data", id}, id);
     }
-    ExpectWrongUse({"upgrade-site"}, "ID is required");
+    ExpectUsageError({"upgrade-site"}, "ID is required");
 }
 
 TEST(Usage, TakesNoVersionBelow0) {
-    ExpectWrongUse({"upgrade-site", "7", "--from", "-1"}, "--from");
-    ExpectWrongUse({"upgrade-site", "7", "--from", "old"}, "--from");
-    ExpectWrongUse({"upgrade-site", "7", "--from", "1,5"}, "'1,5' is not a version");
-    ExpectWrongUse({"import-master-data", "7", "--from", "inf"}, "'inf' is not a version");
+    ExpectUsageError({"upgrade-site", "7", "--from", "-1"}, "--from");
+    ExpectUsageError({"upgrade-site", "7", "--from", "old"}, "--from");
+    ExpectUsageError({"upgrade-site", "7", "--from", "1,5"}, "'1,5' is not a version");
+    ExpectUsageError({"import-master-data", "7", "--from", "inf"}, "'inf' is not a version");
 }
 
 TEST(Usage, TakesNoEmptyValues) {
     for (const char* option :
          {"--trace", "--events", "--log", "--services-log", "--charset", "--backup", "--datadir",
           "--socket", "--user", "--host", "--password-file", "--ssl-ca", "--service-command"}) {
-        ExpectWrongUse({option, "", "status"}, "must not be empty");
-        ExpectWrongUse({std::string(option) + "=", "status"}, "must not be empty");
+        ExpectUsageError({option, "", "status"}, "must not be empty");
+        ExpectUsageError({std::string(option) + "=", "status"}, "must not be empty");
     }
 }
 
@@ -68,26 +68,26 @@ TEST(Usage, TakesDecimalNumbers) {
     for (const std::string number : {"0x10", "0b1", "1e1", "1.0", "1'0", " 1", "ten"}) {
         for (auto arguments : before) {
             arguments.insert(arguments.end(), {number, "status"});
-            ExpectWrongUse(arguments, "'" + number + "' is not a decimal integer");
+            ExpectUsageError(arguments, "'" + number + "' is not a decimal integer");
         }
         for (const std::string command : {"plan", "verify", "check", "repair"}) {
-            ExpectWrongUse({command, "--site", number},
-                           "'" + number + "' is not a decimal integer");
+            ExpectUsageError({command, "--site", number},
+                             "'" + number + "' is not a decimal integer");
         }
-        ExpectWrongUse({"upgrade-site", number}, "is not a decimal integer");
-        ExpectWrongUse({"import-master-data", number}, "is not a decimal integer");
-        ExpectWrongUse({"rehearse", "--workdir", "/tmp", "--sample", number},
-                       "is not a decimal integer");
+        ExpectUsageError({"upgrade-site", number}, "is not a decimal integer");
+        ExpectUsageError({"import-master-data", number}, "is not a decimal integer");
+        ExpectUsageError({"rehearse", "--workdir", "/tmp", "--sample", number},
+                         "is not a decimal integer");
     }
     // 010 is ten: in octal 0200000 would be the port 65536, and 089 no number at all.
-    ExpectWrongUse({"--port", "0200000", "status"}, "Value 200000 not in range 1 to 65535");
+    ExpectUsageError({"--port", "0200000", "status"}, "Value 200000 not in range 1 to 65535");
     EXPECT_THAT(RunProgram({"--host", "127.0.0.1", "--port", "089", "status"}).err,
                 HasSubstr("cannot connect to the server"));
 }
 
 TEST(Usage, TakesALocalHostNameThatTheColumnHolds) {
     for (const std::string& name : {std::string(), std::string("a b"), std::string(101, 'a')}) {
-        ExpectWrongUse({"--local-host-name", name, "status"}, "1 to 100 characters");
+        ExpectUsageError({"--local-host-name", name, "status"}, "1 to 100 characters");
     }
 }
 
@@ -109,23 +109,23 @@ TEST(Usage, RefusesAPasswordFileThatEverybodyMayRead) {
     TemporaryFolder folder;
     WriteFile(folder / "password", "secret\n");
     chmod((folder / "password").c_str(), 0644);
-    ExpectWrongUse({"--password-file", (folder / "password").string(), "status"}, "chmod 600");
+    ExpectUsageError({"--password-file", (folder / "password").string(), "status"}, "chmod 600");
 }
 
 TEST(Usage, NamesAPasswordFileThatCannotBeRead) {
     const TemporaryFolder folder;
-    ExpectWrongUse(
+    ExpectUsageError(
         {"--password-file", folder.Path().string(), "status"},
         "cannot read the password file " + folder.Path().string() + ": Is a directory\n");
-    ExpectWrongUse({"--password-file", "/nowhere/password", "status"}, "/nowhere/password");
+    ExpectUsageError({"--password-file", "/nowhere/password", "status"}, "/nowhere/password");
 }
 
 TEST(Usage, NamesAnInstallFolderThatIsNotThere) {
-    ExpectWrongUse({"--install-folder", "/nowhere", "status"}, "/nowhere");
+    ExpectUsageError({"--install-folder", "/nowhere", "status"}, "/nowhere");
 }
 
 TEST(Usage, TakesEitherAServerOrAPrivateOne) {
-    ExpectWrongUse({"--datadir", "/tmp/x", "--socket", "/tmp/y", "status"}, "--datadir");
+    ExpectUsageError({"--datadir", "/tmp/x", "--socket", "/tmp/y", "status"}, "--datadir");
 }
 
 // A slip of the pen in the folder's name would otherwise make a whole server there.
@@ -167,8 +167,8 @@ TEST(Usage, StartsAServerOfItsOwnWhereCreateCoreHasMadeOne) {
     EXPECT_EQ(status.status, 0) << status.err;
     EXPECT_THAT(status.out, HasSubstr("version " + kCurrentShown + " of " + kCurrentShown));
     WriteFile(folder / "others" / "letter.txt", "Dear reader");
-    ExpectWrongUse({"--datadir", (folder / "others").string(), "create-core"},
-                   "is not empty and holds no server data");
+    ExpectUsageError({"--datadir", (folder / "others").string(), "create-core"},
+                     "is not empty and holds no server data");
 }
 
 TEST(Usage, PrintsItsVersion) {

@@ -202,7 +202,7 @@ TEST_F(Verify, FindsNothingInAnUpgradedInstallationWithWhateverFeatures) {
     EXPECT_EQ(result["findings"], nlohmann::json::array());
     EXPECT_EQ(result["notes"], nlohmann::json::array());
     EXPECT_EQ(result["databases"].size(), 12U);  // with the web logs
-    // What a site without forms lacks is told apart from faults.
+    // What a site without forms lacks is distinguished from faults.
     EXPECT_THAT(result["absent_optional_tables"]["tw_1"].dump(), HasSubstr("\"formfield\""));
     EXPECT_FALSE(result["absent_optional_tables"].contains("tw_2"));
     EXPECT_EQ(Run({"verify"}).out, "12 databases compared: as they should be.\n");
@@ -369,7 +369,7 @@ std::string WithTable(std::string sql, const std::string& table) {
 /// Upgrades an installation, changes one table at a time and verifies it.
 class VerifyChanges : public Verify {
   protected:
-    void ExpectEachChangeIsTold() {
+    void ExpectEachChangeIsReported() {
         MakeCentralDatabase();
         MakeSite(7, "1.0000", sample::AllGroups());
         for (const std::string& statement : sample::Layouts().FormTable(7, 8)) {
@@ -377,7 +377,7 @@ class VerifyChanges : public Verify {
         }
         const Outcome upgraded = Run({"--sql-mode", "", "upgrade"});
         ASSERT_EQ(upgraded.status, 0) << upgraded.err;
-        ExpectTold({}, {});
+        ExpectReported({}, {});
         const bool isNew = cli::ServerVersion::Of(CliServer::Get().Root()).IsMariaDb();
         for (const Change& change : Changes()) {
             if (isNew || !change.newServersAlone) {
@@ -385,7 +385,7 @@ class VerifyChanges : public Verify {
                 Try(change);
             }
         }
-        ExpectTold({}, {});
+        ExpectReported({}, {});
     }
 
   private:
@@ -398,21 +398,21 @@ class VerifyChanges : public Verify {
             Execute(sql);
         }
         const std::vector<std::string> texts{change.text};
-        ExpectTold(change.isNote ? std::vector<std::string>() : texts,
-                   change.isNote ? texts : std::vector<std::string>());
+        ExpectReported(change.isNote ? std::vector<std::string>() : texts,
+                       change.isNote ? texts : std::vector<std::string>());
         const bool isView = change.sql.find("CREATE VIEW") != std::string::npos;
         Execute((isView ? "DROP VIEW " : "DROP TABLE IF EXISTS ") + change.table + ";");
         Execute("RENAME TABLE " + kept + " TO " + change.table + ";");
     }
 
-    static void ExpectTold(const std::vector<std::string>& findings,
-                           const std::vector<std::string>& notes) {
+    static void ExpectReported(const std::vector<std::string>& findings,
+                               const std::vector<std::string>& notes) {
         const Outcome outcome = Run({"verify", "--json"});
         EXPECT_EQ(outcome.status, findings.empty() ? 0 : 3) << outcome.err;
         const auto result = outcome.Json();
-        std::vector<std::string> told;
+        std::vector<std::string> reported;
         for (const auto& finding : result["findings"]) {
-            told.push_back(finding["text"]);
+            reported.push_back(finding["text"]);
         }
         const auto begin = [](const std::vector<std::string>& texts) {
             std::vector<testing::Matcher<std::string>> matchers;
@@ -421,21 +421,21 @@ class VerifyChanges : public Verify {
             }
             return testing::ElementsAreArray(matchers);
         };
-        EXPECT_THAT(told, begin(findings));
+        EXPECT_THAT(reported, begin(findings));
         EXPECT_THAT(result["notes"].get<std::vector<std::string>>(), begin(notes));
     }
 };
 
-TEST_F(VerifyChanges, AreToldAndNothingElse) {
-    ExpectEachChangeIsTold();
+TEST_F(VerifyChanges, AreReportedAndNothingElse) {
+    ExpectEachChangeIsReported();
 }
 
-TEST_F(VerifyChanges, AreToldOnAnOldServer) {
+TEST_F(VerifyChanges, AreReportedOnAnOldServer) {
     if (!OldServer::IsThere()) {
         GTEST_SKIP() << "no old server in build/old-server";
     }
     const OldServer server({"--character-set-server=utf8mb4"});
-    ExpectEachChangeIsTold();
+    ExpectEachChangeIsReported();
 }
 
 /// A statement that spoils one item of a table, in one of several ways; empty when that way does

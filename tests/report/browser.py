@@ -35,7 +35,7 @@ class Browser:
             raise
 
     def _port(self):
-        # A driver that says nothing must not keep the test for ever.
+        # A driver that says nothing must not keep the test forever.
         watchdog = threading.Timer(30, self.driver.kill)
         watchdog.start()
         try:

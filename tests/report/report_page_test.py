@@ -189,13 +189,13 @@ return faults;
 
 # Texts of the figures that stand out of them.
 CUT_TEXTS = """
-const cut = [];
+const clipped = [];
 for (const svg of document.querySelectorAll('svg.timeline'))
     for (const text of svg.querySelectorAll('text')) {
         const box = text.getBBox();
-        if (box.x < -1 || box.x + box.width > svg.clientWidth + 1) cut.push(text.textContent);
+        if (box.x < -1 || box.x + box.width > svg.clientWidth + 1) clipped.push(text.textContent);
     }
-return cut;
+return clipped;
 """
 
 
@@ -262,13 +262,13 @@ class ReportPage(unittest.TestCase):
         self.assertEqual(browser.text("#databases"), "4")  # the central one and sites 1, 2, 3
         self.assertEqual(browser.text("#sites"), "3")
         for figure in ("steps", "statements"):
-            told = first[figure] + second[figure] + third[figure]
-            self.assertEqual(browser.text(f"#{figure}"), f"{told:,}")
+            total = first[figure] + second[figure] + third[figure]
+            self.assertEqual(browser.text(f"#{figure}"), f"{total:,}")
         ends = browser.texts("#runs tbody td:nth-child(3)")
         self.assertEqual(ends, ["✗ failed", "✗ failed", "✓ finished"])
         # Every run is drawn, each with the database that it did not bring to its end.
         self.assertEqual(len(browser.texts("svg.timeline")), 3)
-        self.assertEqual(len(browser.texts("svg.timeline line.cut")), 2)
+        self.assertEqual(len(browser.texts("svg.timeline line.interrupted")), 2)
         self.assertEqual(sorted(browser.texts("#failures h3")),
                          ["SiteContentStep_1_0015: no error of the server",
                           "SiteSchemaStep_1_0232: server error 1146 (42S02)"])
@@ -312,7 +312,7 @@ class ReportPage(unittest.TestCase):
         browser = self.browser
         self.assertRegex(browser.text("#outcome"),
                          "Did not end: .*2026-11-21 22:34:20 UTC, in tw_1001, step "
-                         "SiteSchemaStep_1_0051; the event after it is cut")
+                         "SiteSchemaStep_1_0051; the event after it is truncated")
         self.assertEqual(browser.text("#took"), "34 min 21 s")  # 60 s + 1,000 x 2 s + 0.6 s
         self.assertEqual(browser.text("#databases"), "1,001")
         self.assertEqual(browser.text("#sites"), "1,000 of 1,200")

@@ -1,4 +1,4 @@
-// The server ladders and the site walk, cut at every place and run again.
+// The server ladders and the site walk, interrupted at every place and run again.
 #include <unistd.h>
 
 #include <chrono>
@@ -34,8 +34,8 @@ class CentralFaults : public CentralTest {
         expected_ = State();
     }
 
-    /// Cuts a fresh upgrade at its n-th statement.
-    void CutAt(std::size_t n, When when) {
+    /// Interrupts a fresh upgrade at its n-th statement.
+    void InterruptAt(std::size_t n, When when) {
         DropInstallation();
         LoadOldInstallation();
         const auto faulty = Faulty();
@@ -57,7 +57,8 @@ class CentralFaults : public CentralTest {
         return 1;
     }
 
-    /// True for the places at which a cut loses something, each of which has a test of its own.
+    /// True for the places at which an interruption loses something, each of which has a test of
+    /// its own.
     bool IsNamedException(std::size_t n, When when) const {
         const auto within = [&](std::size_t first, std::size_t last) {
             // From the effect of the first statement to just before that of the last.
@@ -86,11 +87,11 @@ class CentralFaults : public CentralTest {
     std::string expected_;
 };
 
-TEST_F(CentralFaults, ACutAtAnyStatementIsMadeGoodByTheNextRun) {
+TEST_F(CentralFaults, AnInterruptionAtAnyStatementIsHealedByTheNextRun) {
     RunUndisturbed();
     // Every place in the long run, a sample of them otherwise.
     const std::size_t stride = Soak() ? 1 : 23;
-    std::size_t cuts = 0;
+    std::size_t interruptions = 0;
     std::size_t exceptions = 0;
     for (std::size_t place = 0; place < 2 * statements_.size(); place += stride) {
         const std::size_t n = place / 2 + 1;
@@ -99,21 +100,22 @@ TEST_F(CentralFaults, ACutAtAnyStatementIsMadeGoodByTheNextRun) {
             ++exceptions;
             continue;
         }
-        CutAt(n, when);
+        InterruptAt(n, when);
         UpgradeInstallation();
         ASSERT_EQ(State(), expected_)
-            << "cut " << (when == FaultyUtility::kBefore ? "before " : "after ")
+            << "interrupted " << (when == FaultyUtility::kBefore ? "before " : "after ")
             << statements_[n - 1];
-        ++cuts;
+        ++interruptions;
     }
-    std::cout << "[ COUNT    ] " << cuts << " cuts of " << statements_.size()
-              << " statements made good, " << exceptions << " at places with tests of their own\n";
+    std::cout << "[ COUNT    ] " << interruptions << " interruptions of " << statements_.size()
+              << " statements healed by a repeat, " << exceptions
+              << " at places with tests of their own\n";
 }
 
-TEST_F(CentralFaults, ACutAfterTheTemporaryColumnStopsTheNextRunUntilItIsDropped) {
+TEST_F(CentralFaults, AnInterruptionAfterTheTemporaryColumnStopsTheNextRunUntilItIsDropped) {
     RunUndisturbed();
     for (const std::size_t n : {Number(kAddDoubleTemp), Number(kAddDoubleTemp) + 1}) {
-        CutAt(n, FaultyUtility::kAfter);
+        InterruptAt(n, FaultyUtility::kAfter);
         try {
             UpgradeInstallation();
             ADD_FAILURE() << "nothing was thrown";
@@ -126,9 +128,9 @@ TEST_F(CentralFaults, ACutAfterTheTemporaryColumnStopsTheNextRunUntilItIsDropped
     }
 }
 
-TEST_F(CentralFaults, ACutAfterTheFloatColumnIsGoneLeavesItsValuesInTheTemporaryColumn) {
+TEST_F(CentralFaults, AnInterruptionAfterTheFloatColumnIsGoneLeavesItsValuesInTheTemporaryColumn) {
     RunUndisturbed();
-    CutAt(Number(kDropFloat), FaultyUtility::kAfter);
+    InterruptAt(Number(kDropFloat), FaultyUtility::kAfter);
     UpgradeInstallation();
     EXPECT_NE(State(), expected_);
     Sql("ALTER TABLE tw_tarnwick.account CHANGE COLUMN double_temp associatepercentage DOUBLE "
@@ -136,9 +138,9 @@ TEST_F(CentralFaults, ACutAfterTheFloatColumnIsGoneLeavesItsValuesInTheTemporary
     EXPECT_EQ(State(), expected_);
 }
 
-TEST_F(CentralFaults, ACutAmongTheStartMarksLeavesTheOthersUnset) {
+TEST_F(CentralFaults, AnInterruptionAmongTheStartMarksLeavesTheOthersUnset) {
     RunUndisturbed();
-    CutAt(Number(kLastStartMark), FaultyUtility::kBefore);
+    InterruptAt(Number(kLastStartMark), FaultyUtility::kBefore);
     UpgradeInstallation();
     EXPECT_THAT(
         Rows("SELECT siteid FROM tw_tarnwick.site WHERE serverstarted = -1 ORDER BY siteid"),
@@ -147,9 +149,9 @@ TEST_F(CentralFaults, ACutAmongTheStartMarksLeavesTheOthersUnset) {
     EXPECT_EQ(State(), expected_);
 }
 
-TEST_F(CentralFaults, ACutBeforeTheLinkLeavesTheLocalDomainWithoutAGroup) {
+TEST_F(CentralFaults, AnInterruptionBeforeTheLinkLeavesTheLocalDomainWithoutAGroup) {
     RunUndisturbed();
-    CutAt(Number(kInsertSiteDomain), FaultyUtility::kAfter);
+    InterruptAt(Number(kInsertSiteDomain), FaultyUtility::kAfter);
     UpgradeInstallation();
     EXPECT_THAT(Rows("SELECT * FROM tw_1.domaingroup"), IsEmpty());
     Sql("INSERT INTO tw_1.domaingroup(groupid, domainid) VALUES(2, 2);");
@@ -161,7 +163,7 @@ TEST_F(CentralFaults, AServerKilledAtAnyMomentComesBackAndTheNextRunMakesItGood)
     RunUndisturbed();
     const auto whole = std::chrono::steady_clock::now() - begin;
     std::mt19937 random(20260718);
-    std::size_t cut = 0;
+    std::size_t interrupted = 0;
     std::size_t repaired = 0;
     const int trials = Soak() ? 60 : 4;
     for (int trial = 0; trial < trials; ++trial) {
@@ -175,7 +177,7 @@ TEST_F(CentralFaults, AServerKilledAtAnyMomentComesBackAndTheNextRunMakesItGood)
         try {
             UpgradeInstallation();
         } catch (const HostError&) {
-            ++cut;
+            ++interrupted;
         }
         killer.join();
         Server().Start();
@@ -188,7 +190,7 @@ TEST_F(CentralFaults, AServerKilledAtAnyMomentComesBackAndTheNextRunMakesItGood)
             UpgradeInstallation();
             ++repaired;
         }
-        if (State() != expected_) {  // the other named places: made good by hand
+        if (State() != expected_) {  // the other named places: repaired manually
             if (SchemaOf("tw_tarnwick").Text().find("double_temp") != std::string::npos) {
                 Sql("ALTER TABLE tw_tarnwick.account CHANGE COLUMN double_temp "
                     "associatepercentage DOUBLE DEFAULT 0 NOT NULL;");
@@ -199,9 +201,10 @@ TEST_F(CentralFaults, AServerKilledAtAnyMomentComesBackAndTheNextRunMakesItGood)
         }
         ASSERT_EQ(State(), expected_) << "trial " << trial;
     }
-    EXPECT_GT(cut, 0U);
-    std::cout << "[ COUNT    ] " << trials << " kills, " << cut << " of them within the run, "
-              << repaired << " at a place that needs a repair by hand\n";
+    EXPECT_GT(interrupted, 0U);
+    std::cout << "[ COUNT    ] " << trials << " kills, " << interrupted
+              << " of them within the run, " << repaired
+              << " at a place that needs a manual repair\n";
 }
 
 // --- the site walk -----------------------------------------------------------------------------
@@ -226,7 +229,7 @@ class SiteWalk : public CentralTest {
     }
 };
 
-TEST_F(SiteWalk, ACutAtAnyStatementResumesWithTheFirstSiteThatIsNotDone) {
+TEST_F(SiteWalk, AnInterruptionAtAnyStatementResumesWithTheFirstSiteThatIsNotDone) {
     constexpr std::int32_t kSites[] = {11, 12, 20};
     std::size_t statements = 100;
     for (std::size_t place = 0; place < 2 * statements; ++place) {
@@ -280,7 +283,7 @@ TEST_F(SiteWalk, AServerKilledInTheWalkComesBackAndTheNextRunDoesTheRest) {
     constexpr std::int32_t kSites = 120;
     std::mt19937 random(20260719);
     const int trials = Soak() ? 30 : 2;
-    int cut = 0;
+    int interrupted = 0;
     std::int64_t rest = 0;
     auto whole = std::chrono::steady_clock::duration::zero();
     for (int trial = 0; trial <= trials; ++trial) {
@@ -305,7 +308,7 @@ TEST_F(SiteWalk, AServerKilledInTheWalkComesBackAndTheNextRunDoesTheRest) {
         try {
             UpgradeInstallation();
         } catch (const HostError&) {
-            ++cut;
+            ++interrupted;
         }
         killer.join();
         Server().Start();
@@ -324,8 +327,8 @@ TEST_F(SiteWalk, AServerKilledInTheWalkComesBackAndTheNextRunDoesTheRest) {
         EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), kCurrentStored);
         rest += left;
     }
-    std::cout << "[ COUNT    ] " << trials << " kills, " << cut << " of them within the walk, "
-              << rest << " sites left to the next run\n";
+    std::cout << "[ COUNT    ] " << trials << " kills, " << interrupted
+              << " of them within the walk, " << rest << " sites left to the next run\n";
 }
 
 TEST_F(SiteWalk, TakesThirtySitesABatch) {

@@ -263,7 +263,7 @@ TEST_F(CentralUpgrade, TheSamplesInstallationKeepsItsMoneyAndEndsInTheSameLayout
     UpgradeInstallation();
     EXPECT_EQ(amounts(), before);
     EXPECT_EQ(Cell("SELECT version FROM tw_tarnwick.installation"), kCurrentStored);
-    // The sample has an upgrade behind it that was cut after adding `transaction`.
+    // The sample has an upgrade behind it that was interrupted after adding `transaction`.
     auto expected = UpgradedSchema();
     auto actual = SchemaOf("tw_tarnwick");
     for (Schema* schema : {&expected, &actual}) {

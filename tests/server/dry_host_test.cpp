@@ -26,23 +26,23 @@ using testing::StartsWith;
 class AfterEachStep : public twupdate::Observer {
   public:
     using Call = std::function<void(const LadderStep&)>;
-    AfterEachStep(std::shared_ptr<twupdate::Observer> told, Call call)
-        : told_(std::move(told)), call_(std::move(call)) {}
+    AfterEachStep(std::shared_ptr<twupdate::Observer> observer, Call call)
+        : observer_(std::move(observer)), call_(std::move(call)) {}
 
     void LadderStarting(Ladder ladder, const std::string& database, double version) override {
-        told_->LadderStarting(ladder, database, version);
+        observer_->LadderStarting(ladder, database, version);
     }
     void StepStarting(const LadderStep& step, const std::string& database) override {
-        told_->StepStarting(step, database);
+        observer_->StepStarting(step, database);
     }
     void StepEnded(const LadderStep& step, const std::string& database) override {
-        told_->StepEnded(step, database);
+        observer_->StepEnded(step, database);
         call_(step);
     }
-    void SiteWalkStarting() override { told_->SiteWalkStarting(); }
+    void SiteWalkStarting() override { observer_->SiteWalkStarting(); }
 
   private:
-    std::shared_ptr<twupdate::Observer> told_;
+    std::shared_ptr<twupdate::Observer> observer_;
     Call call_;
 };
 

@@ -179,7 +179,7 @@ TEST_F(EndToEnd, SitesOfEveryAgeEndInTheSameSchema) {
     }
 }
 
-TEST_F(EndToEnd, ASiteCutBetweenItsLaddersGetsItsAddressesMerged) {
+TEST_F(EndToEnd, ASiteInterruptedBetweenItsLaddersGetsItsAddressesMerged) {
     sample::MakeInstallation(Host(), Options(2, 0));
     UpgradeInstallation();
     EXPECT_THAT(Rows("SELECT orderid, billingaddress, shippingaddress FROM tw_2.customerorder "
@@ -296,7 +296,7 @@ TEST_F(EndToEnd, ASiteWhoseVersionIsNullIsNotSelected) {
     EXPECT_EQ("NULL", Cell("SELECT version FROM tw_tarnwick.site WHERE siteid = 5"));
 }
 
-// --- cuts
+// --- interruptions
 // ------------------------------------------------------------------------------------------
 
 /// Numbers that the server gives to new rows, and the columns that refer to them.
@@ -353,18 +353,18 @@ RowSnapshot WithoutGaps(RowSnapshot rows) {
     return rows;
 }
 
-/// Whole installations cut at one call and upgraded again.
-class Cuts : public EndToEnd {
+/// Whole installations interrupted at one call and upgraded again.
+class Interruptions : public EndToEnd {
   protected:
     /// The sites hold no charges and no lookup feeds: a repeat converts charges again and makes
-    /// the parameters of feeds anew, so that the end is never that of an undisturbed run.
+    /// the parameters of feeds again, so that the end is never that of an undisturbed run.
     void MakeOld() {
         Groups groups = sample::AllGroups();
         groups.erase(Group::kCharges);
         groups.erase(Group::kFeeds);
         Make({Site(1, groups), Site(2, {})}, 10);
     }
-    void MakeAnew() {
+    void Recreate() {
         DropDatabases();
         MakeOld();
     }
@@ -376,8 +376,9 @@ class Cuts : public EndToEnd {
         }
         return state;
     }
-    /// A kind of cut that is known to leave harm which a repeat does not heal; docs/recovery.md
-    /// says what to do. The pattern finds the statements before which the cut harms.
+    /// A kind of interruption that is known to leave harm which a repeat does not heal;
+    /// docs/recovery.md says what to do. The pattern finds the statements before which it does
+    /// harm.
     struct Harm {
         const char* what;
         std::regex statement;
@@ -411,7 +412,7 @@ class Cuts : public EndToEnd {
             return std::regex_search(beginning, harm.statement);
         });
     }
-    /// Numbers of calls to cut at: all of them, or a few that are spread evenly.
+    /// Numbers of calls to interrupt at: all of them, or a few that are spread evenly.
     static std::vector<std::size_t> Chosen(std::size_t calls, std::size_t few) {
         std::vector<std::size_t> chosen;
         const std::size_t count = Soak() ? calls : std::min(few, calls);
@@ -422,7 +423,7 @@ class Cuts : public EndToEnd {
     }
 };
 
-TEST_F(Cuts, AnUpgradeThatFailsAtAnyCallIsCompletedByTheNextOne) {
+TEST_F(Interruptions, AnUpgradeThatFailsAtAnyCallIsCompletedByTheNextOne) {
     MakeOld();
     const auto undisturbed = Faulty();
     UpgradeInstallation(undisturbed);
@@ -437,8 +438,9 @@ TEST_F(Cuts, AnUpgradeThatFailsAtAnyCallIsCompletedByTheNextOne) {
             ++harmed;
             continue;
         }
-        SCOPED_TRACE("cut before call " + std::to_string(call) + ": " + statement.substr(0, 200));
-        MakeAnew();
+        SCOPED_TRACE("interrupted before call " + std::to_string(call) + ": " +
+                     statement.substr(0, 200));
+        Recreate();
         const auto faulty = Faulty();
         faulty->FailAt(call, FaultyUtility::kBefore);
         EXPECT_THROW(UpgradeInstallation(faulty), InjectedFault);
@@ -447,11 +449,11 @@ TEST_F(Cuts, AnUpgradeThatFailsAtAnyCallIsCompletedByTheNextOne) {
         EXPECT_TRUE(SameState(expected, StateOfAll()));
         ++healed;
     }
-    std::cout << "calls: " << log.size() << ", cuts healed: " << healed
-              << ", passed over as known harm: " << harmed << "\n";
+    std::cout << "calls: " << log.size() << ", interruptions healed: " << healed
+              << ", skipped as known harm: " << harmed << "\n";
 }
 
-TEST_F(Cuts, TheCutsThatAreKnownToHarmDo) {
+TEST_F(Interruptions, InterruptionsThatAreKnownToHarmDo) {
     MakeOld();
     const auto undisturbed = Faulty();
     UpgradeInstallation(undisturbed);
@@ -463,7 +465,7 @@ TEST_F(Cuts, TheCutsThatAreKnownToHarmDo) {
             return std::regex_search(statement.substr(0, 200), harm.statement);
         });
         ASSERT_NE(log.end(), found);
-        MakeAnew();
+        Recreate();
         const auto faulty = Faulty();
         faulty->FailAt(static_cast<std::size_t>(found - log.begin()) + 1, FaultyUtility::kBefore);
         EXPECT_THROW(UpgradeInstallation(faulty), InjectedFault);
@@ -477,7 +479,7 @@ TEST_F(Cuts, TheCutsThatAreKnownToHarmDo) {
     }
 }
 
-TEST_F(Cuts, AServerKilledAtAnyMomentComesBackAndTheNextUpgradeCompletesIt) {
+TEST_F(Interruptions, AServerKilledAtAnyMomentComesBackAndTheNextUpgradeCompletesIt) {
     MakeOld();
     const auto undisturbed = Faulty();
     UpgradeInstallation(undisturbed);
@@ -496,7 +498,7 @@ TEST_F(Cuts, AServerKilledAtAnyMomentComesBackAndTheNextUpgradeCompletesIt) {
             continue;
         }
         SCOPED_TRACE("killed before: " + statement.substr(0, 200));
-        MakeAnew();
+        Recreate();
         const auto faulty = Faulty();
         faulty->At(call, when, [] { Server().Kill(); });
         EXPECT_THROW(UpgradeInstallation(faulty), HostError);
@@ -508,7 +510,7 @@ TEST_F(Cuts, AServerKilledAtAnyMomentComesBackAndTheNextUpgradeCompletesIt) {
     }
 }
 
-TEST_F(Cuts, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompletesIt) {
+TEST_F(Interruptions, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompletesIt) {
     using std::chrono::milliseconds;
     MakeOld();
     const auto undisturbed = Faulty();
@@ -523,7 +525,7 @@ TEST_F(Cuts, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompl
     const int kills = Soak() ? 20 : 2;
     int done = 0;
     for (int attempt = 0; done < kills && attempt < 10 * kills; ++attempt) {
-        MakeAnew();
+        Recreate();
         const auto faulty = Faulty();
         const milliseconds wait(random.Below(static_cast<std::int32_t>(duration.count()) + 1));
         std::thread killer([wait] {
@@ -539,7 +541,7 @@ TEST_F(Cuts, AServerKilledInTheMiddleOfAStatementComesBackAndTheNextUpgradeCompl
         killer.join();
         Server().Start();
         Reconnect();
-        // the last call was cut before, after or in the middle of its work
+        // the last call was interrupted before, after or in the middle of its work
         const std::size_t last = faulty->Calls();
         if (!failed || last >= log.size() || IsKnownHarm(log[last - 1]) || IsKnownHarm(log[last])) {
             continue;

@@ -213,7 +213,7 @@ TEST_F(HostConnection, WhatIsGivenWinsOverTheOptionFile) {
     EXPECT_EQ(Cell(connection, "SELECT @@character_set_client"), "utf8mb4");
 }
 
-TEST_F(HostConnection, OptionFileOfTheHomeFolderIsReadUnlessToldOtherwise) {
+TEST_F(HostConnection, OptionFileOfTheHomeFolderIsReadByDefault) {
     const TemporaryFolder home;
     home.Write(".my.cnf", "[twupdate]\nuser=guest\npassword=secret\n");
     const Environment environment("HOME", home.Path().string());

@@ -127,7 +127,7 @@ TEST(PrivateServer, ListensOnItsSocketAlone) {
     EXPECT_EQ(mode & fs::perms::mask, fs::perms::owner_all) << "others could sign in as root";
 }
 
-TEST(PrivateServer, IsDurableUnlessToldToBeFast) {
+TEST(PrivateServer, IsDurableUnlessSpeedIsAskedFor) {
     const TemporaryFolder folder;
     {
         const PrivateServer durable(folder / "data");
@@ -244,14 +244,14 @@ TEST(PrivateServer, FolderWithoutDataIsLeftAsItIsWhenNoneIsToBeMade) {
     const TemporaryFolder folder;
     const fs::path missing = folder / "missing";
     const fs::path empty = folder / "empty";
-    const fs::path cut = folder / "cut";
+    const fs::path interrupted = folder / "interrupted";
     fs::create_directory(empty);
     folder.Write("file", "");
     folder.Write("others/letter.txt", "Dear reader");
-    folder.Write("cut/twupdate.initialising", "");
-    folder.Write("cut/ibdata1", "half");
-    fs::create_directory(cut / "mysql");
-    for (const fs::path& data : {missing, empty, folder / "file", folder / "others", cut}) {
+    folder.Write("interrupted/twupdate.initialising", "");
+    folder.Write("interrupted/ibdata1", "half");
+    fs::create_directory(interrupted / "mysql");
+    for (const fs::path& data : {missing, empty, folder / "file", folder / "others", interrupted}) {
         EXPECT_THROW(PrivateServer(data, old), host::NoServerDataError) << data;
         EXPECT_EQ(ErrorOfStarting(data, old),
                   "there is no server data in the folder " + data.string());
@@ -259,12 +259,12 @@ TEST(PrivateServer, FolderWithoutDataIsLeftAsItIsWhenNoneIsToBeMade) {
     EXPECT_FALSE(fs::exists(missing));
     EXPECT_TRUE(fs::is_empty(empty));
     EXPECT_EQ(std::distance(fs::directory_iterator(folder / "others"), {}), 1);
-    EXPECT_EQ(folder.Read("cut/ibdata1"), "half");
+    EXPECT_EQ(folder.Read("interrupted/ibdata1"), "half");
     EXPECT_EQ(ErrorOfStarting(empty), "(it started)");
     EXPECT_EQ(ErrorOfStarting(empty, old), "(it started)");
 }
 
-TEST(PrivateServer, InitialisationThatWasCutOffIsBegunAgain) {
+TEST(PrivateServer, InterruptedInitialisationIsBegunAgain) {
     const TemporaryFolder folder;
     folder.Write("twupdate.initialising", "");
     folder.Write("ibdata1", "half");

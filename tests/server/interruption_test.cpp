@@ -34,8 +34,8 @@ class Interruption : public ServerTest {
         return FindLeftovers(*Host(), Step(step), database, history);
     }
 
-    /// The only thing that is left, put right.
-    Leftover PutRight(std::string_view step, const SteppedDatabase& database,
+    /// The only thing that is left, repaired.
+    Leftover Repaired(std::string_view step, const SteppedDatabase& database,
                       StepHistory history = StepHistory::kUnknown) {
         const auto left = Left(step, database, history);
         if (left.size() != 1 || left.front().statements.empty()) {
@@ -49,7 +49,7 @@ class Interruption : public ServerTest {
         return left.front();
     }
 
-    /// Only a person can tell what is right.
+    /// Only a person can decide.
     std::string SeenByAPerson(std::string_view step, const SteppedDatabase& database) {
         const auto left = Left(step, database);
         EXPECT_THAT(left, SizeIs(1));
@@ -91,7 +91,7 @@ TEST_F(Conversion, NothingIsLeftWhereNoneWasInterrupted) {
 
 TEST_F(Conversion, ACopyThatIsNotFilledIsDropped) {
     Sql(kAdd);
-    EXPECT_THAT(PutRight(kStep, site_).statements,
+    EXPECT_THAT(Repaired(kStep, site_).statements,
                 ElementsAre("ALTER TABLE tw_7.setting DROP COLUMN double_temp;"));
     EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
 }
@@ -99,7 +99,7 @@ TEST_F(Conversion, ACopyThatIsNotFilledIsDropped) {
 TEST_F(Conversion, ACopyThatIsFilledIsDropped) {
     Sql(kAdd);
     Sql(kFill);
-    EXPECT_THAT(PutRight(kStep, site_).statements,
+    EXPECT_THAT(Repaired(kStep, site_).statements,
                 ElementsAre("ALTER TABLE tw_7.setting DROP COLUMN double_temp;"));
 }
 
@@ -115,7 +115,7 @@ TEST_F(Conversion, ValuesWithoutTheirColumnGetItsName) {
     Sql(kAdd);
     Sql(kFill);
     Sql(kDrop);
-    EXPECT_THAT(PutRight(kStep, site_).statements,
+    EXPECT_THAT(Repaired(kStep, site_).statements,
                 ElementsAre("ALTER TABLE tw_7.setting CHANGE COLUMN double_temp float_value DOUBLE "
                             "DEFAULT 0 NOT NULL;"));
     EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
@@ -126,7 +126,7 @@ TEST_F(Conversion, AnEmptyColumnThatARepeatAddedGivesWayToTheValues) {
     Sql(kFill);
     Sql(kDrop);
     Sql(kAddAgain);
-    EXPECT_THAT(PutRight(kStep, site_).seen,
+    EXPECT_THAT(Repaired(kStep, site_).seen,
                 HasSubstr("float_value, which was added again since, is empty"));
     EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
 }
@@ -145,7 +145,7 @@ TEST_F(Conversion, ZerosAreNoEmptyCopyWhenTheColumnWasAddedAgain) {
     Sql("CREATE TABLE tw_7.navigation(id INT PRIMARY KEY, double_temp DOUBLE DEFAULT 0 NOT NULL, "
         "xmlmappriority FLOAT DEFAULT 0.5 NOT NULL);");
     Sql("INSERT INTO tw_7.navigation(id) VALUES(1), (2);");
-    PutRight(kStep, site_);
+    Repaired(kStep, site_);
     EXPECT_THAT(Rows("SELECT id, xmlmappriority FROM tw_7.navigation"),
                 ElementsAre("1 | 0", "2 | 0"));
 }
@@ -155,7 +155,7 @@ TEST_F(Conversion, OfSeveralColumnsTheFirstThatIsNoDoubleWasInHand) {
         "startfadeout FLOAT DEFAULT 0 NOT NULL, startshowdelay DOUBLE DEFAULT 0 NOT NULL, "
         "double_temp DOUBLE DEFAULT 0 NOT NULL);");
     Sql("INSERT INTO tw_7.layoutzone VALUES(1, 2, 3, 4, 5);");
-    EXPECT_EQ(PutRight(kStep, site_).seen,
+    EXPECT_EQ(Repaired(kStep, site_).seen,
               "the column startfadein is missing, and its values are in double_temp");
     EXPECT_EQ(Cell("SELECT startfadein FROM tw_7.layoutzone"), "5");
 }
@@ -174,7 +174,7 @@ TEST_F(Conversion, FieldsOfFormsAreFound) {
     Sql("CREATE TABLE tw_7.form_50(replyid INT PRIMARY KEY, field_6 FLOAT DEFAULT 0 NOT NULL, "
         "double_temp DOUBLE DEFAULT 0 NOT NULL);");
     Sql("INSERT INTO tw_7.form_50 VALUES(1, 2, 3);");
-    PutRight(kStep, site_);
+    Repaired(kStep, site_);
     EXPECT_THAT(Rows("SELECT field_5, field_6 FROM tw_7.form_50"), ElementsAre("3 | 2"));
 }
 
@@ -193,7 +193,7 @@ TEST_F(Conversion, ACopyBesideAColumnThatIsConvertedIsDroppedOnlyWhenItHoldsNoth
     Sql("UPDATE tw_7.setting SET double_temp = 7 WHERE id = 2;");
     EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("values that are in no other column"));
     Sql("UPDATE tw_7.setting SET double_temp = float_value;");
-    PutRight(kStep, site_);
+    Repaired(kStep, site_);
 }
 
 TEST_F(Conversion, TheAccountsOfTheInstallationAndOfAnImportedSiteAreFound) {
@@ -208,7 +208,7 @@ TEST_F(Conversion, TheAccountsOfTheInstallationAndOfAnImportedSiteAreFound) {
                 "ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;");
         }
         Sql("INSERT INTO " + account + "(accountid, double_temp) VALUES(1, 12.5);");
-        EXPECT_EQ(PutRight("ServerStep_1_0035", database).table, database.tablePrefix + "account");
+        EXPECT_EQ(Repaired("ServerStep_1_0035", database).table, database.tablePrefix + "account");
         EXPECT_EQ(Cell("SELECT associatepercentage FROM " + account), "12.5");
         if (database.tablePrefix.empty()) {
             Sql("ALTER TABLE " + account +
@@ -237,7 +237,7 @@ class Charges : public Interruption {
 };
 
 TEST_F(Charges, OfAnInterruptedConversionAreTakenBack) {
-    PutRight(kStep, site_, StepHistory::kInterrupted);
+    Repaired(kStep, site_, StepHistory::kInterrupted);
     EXPECT_THAT(Groups(), IsEmpty());
     RunStep(kStep, 7);
     EXPECT_THAT(Groups(), ElementsAre("1 | Post", "2 | Wrap"));
@@ -270,7 +270,7 @@ TEST_F(Charges, ThatSomebodyHasWorkedOnAreKept) {
             << work;
         Sql(undo);
     }
-    PutRight(kStep, site_, StepHistory::kInterrupted);
+    Repaired(kStep, site_, StepHistory::kInterrupted);
 }
 
 TEST_F(Charges, ThatWereConvertedTwiceLoseTheGroupsThatNothingNames) {
@@ -281,7 +281,7 @@ TEST_F(Charges, ThatWereConvertedTwiceLoseTheGroupsThatNothingNames) {
         "1);");
     Sql("INSERT INTO tw_7.chargeoption(groupid, featureid, name, sequence) VALUES(9, 3, 'Post', "
         "1);");
-    PutRight(kStep, {"tw_7", "", kCurrentVersion});
+    Repaired(kStep, {"tw_7", "", kCurrentVersion});
     EXPECT_THAT(Groups(), ElementsAre("3 | Post", "4 | Wrap", "9 | Post"));
 }
 
@@ -304,7 +304,7 @@ TEST_F(Interruption, EmailsThatAreNotConvertedAreConvertedByTheNextRun) {
     EXPECT_THAT(Left(kStep, site_, StepHistory::kNotRunning), IsEmpty());
     EXPECT_THAT(Left(kStep, {"tw_7", "", 1.0043}), IsEmpty());
     EXPECT_THAT(Left(kStep, site_), SizeIs(1));
-    PutRight(kStep, site_, StepHistory::kInterrupted);
+    Repaired(kStep, site_, StepHistory::kInterrupted);
     RunStep(kStep, 7);
     EXPECT_THAT(Rows("SELECT subject, message FROM tw_7.email ORDER BY emailid"),
                 ElementsAre("&lt;a&gt; | done", "b | 1 &gt; 0"));
@@ -329,14 +329,14 @@ TEST_F(Interruption, LinksOfCachesThatAreGoneAreDeleted) {
     EXPECT_THAT(Left("SiteContentStep_1_0066", site_, StepHistory::kNotRunning), IsEmpty());
     EXPECT_THAT(Left("SiteContentStep_1_0066", from66), IsEmpty());
     EXPECT_THAT(Left("SiteContentStep_1_0082", site_), IsEmpty());
-    EXPECT_EQ(PutRight("SiteContentStep_1_0066", site_).seen,
+    EXPECT_EQ(Repaired("SiteContentStep_1_0066", site_).seen,
               "1 link leads to a cache that no longer exists");
     EXPECT_THAT(Rows("SELECT cacheid FROM tw_7.featurecache ORDER BY cacheid"),
                 ElementsAre("2", "3"));
     interrupt("SiteContentStep_1_0082");
     EXPECT_THAT(Left("SiteContentStep_1_0082", from82), IsEmpty());
     EXPECT_THAT(Left("SiteContentStep_1_0082", from66), SizeIs(1));
-    PutRight("SiteContentStep_1_0082", from82, StepHistory::kInterrupted);
+    Repaired("SiteContentStep_1_0082", from82, StepHistory::kInterrupted);
     EXPECT_THAT(Rows("SELECT cacheid FROM tw_7.featurecache ORDER BY cacheid"),
                 ElementsAre("1", "3"));
 }
@@ -353,7 +353,7 @@ TEST_F(Interruption, StartMarksThatAreMissingAreSet) {
     Sql("UPDATE tw_tarnwick.site SET serverstarted = -1 WHERE siteid = 1;");
     EXPECT_THAT(Left(kStep, central_, StepHistory::kNotRunning), IsEmpty());
     EXPECT_THAT(Left(kStep, central_), SizeIs(1));
-    PutRight(kStep, central_, StepHistory::kInterrupted);
+    Repaired(kStep, central_, StepHistory::kInterrupted);
     EXPECT_THAT(Rows("SELECT siteid, serverstarted FROM tw_tarnwick.site ORDER BY siteid"),
                 ElementsAre("1 | -1", "2 | -1", "3 | 0", "4 | 0"));
     // Once a later step has run a site may have been stopped on purpose.
@@ -373,7 +373,7 @@ TEST_F(Interruption, TheLocalDomainOfTheRootSiteIsLinked) {
     EXPECT_THAT(Left(kStep, central_, StepHistory::kInterrupted), IsEmpty());
     Sql("INSERT INTO tw_7.domain(domainid, domainname) VALUES(3, 'localhost');");
     EXPECT_THAT(Left(kStep, central_), IsEmpty());
-    PutRight(kStep, central_, StepHistory::kInterrupted);
+    Repaired(kStep, central_, StepHistory::kInterrupted);
     EXPECT_THAT(Rows("SELECT groupid, domainid, domaingrouptype FROM tw_7.domaingroup"),
                 ElementsAre("5 | 3 | 0"));
 }

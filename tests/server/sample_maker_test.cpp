@@ -198,12 +198,12 @@ TEST_F(SampleProgram, MakesWhatTheLibraryMakes) {
     RemoveFiles();
     auto options = Options(3, 20);
     options.seed = 5;
-    std::vector<std::string> told;
-    options.siteStarting = [&told](std::size_t number, std::size_t sites) {
-        told.push_back(std::to_string(number) + " of " + std::to_string(sites));
+    std::vector<std::string> calls;
+    options.siteStarting = [&calls](std::size_t number, std::size_t sites) {
+        calls.push_back(std::to_string(number) + " of " + std::to_string(sites));
     };
     sample::MakeInstallation(Host(), options);
-    EXPECT_THAT(told, testing::ElementsAre("1 of 3", "2 of 3", "3 of 3"));
+    EXPECT_THAT(calls, testing::ElementsAre("1 of 3", "2 of 3", "3 of 3"));
     EXPECT_TRUE(SameState(byProgram, StateOfAll()));
     EXPECT_EQ(size, Files().size() + 1) << "the output is the only other file";
 }
@@ -224,7 +224,7 @@ TEST_F(SampleProgram, TakesThePasswordFromAFile) {
     Sql("DROP USER 'maker'@'localhost';");
 }
 
-TEST_F(SampleProgram, IsToldOfTheServerAsTheProgramIs) {
+TEST_F(SampleProgram, TakesTheProgramsConnectionOptions) {
     const std::string socket = ServerTest::Server().Socket().string();
     EXPECT_EQ(0, Run("--sites 0 -u root --charset utf8mb4 --sql-mode= -S " + socket)) << Output();
     const std::string server = "--sites 0 --socket " + socket;

@@ -101,7 +101,7 @@ TEST_F(SiteContentCharges, ASecondRunMakesASecondGroupAndOption) {
          "charge 2: chargeoptionid 2 -> 4", "+ chargegrouptochargegroup 4, 3"}));
 }
 
-TEST_F(SiteContentCharges, AfterACutEveryChargeIsConvertedAgain) {
+TEST_F(SiteContentCharges, AfterAnInterruptionEveryChargeIsConvertedAgain) {
     Sql("INSERT INTO tw_7.charge(chargeid, name, sequence) VALUES(1, 'A', 1), (2, 'B', 2);");
     const auto faulty = Faulty();
     RunStep("SiteContentStep_1_0006", 7);
@@ -216,7 +216,7 @@ TEST_F(SiteContentEmails, MoreThanTwoPagesAreConverted) {
                          "DIV 3, '&gt;') AND tolist = ''"));
 }
 
-TEST_F(SiteContentEmails, ACutConversionIsNeverCompleted) {
+TEST_F(SiteContentEmails, AnInterruptedConversionIsNeverCompleted) {
     Sql("INSERT INTO tw_7.email(emailid, message) VALUES(1, '<a>'), (2, '<b>'), (3, '<c>');");
     const auto faulty = Faulty();
     // DESCRIBE, ALTER TABLE, SELECT, UPDATE of the first, UPDATE of the second.
@@ -228,7 +228,7 @@ TEST_F(SiteContentEmails, ACutConversionIsNeverCompleted) {
                 ElementsAre("&lt;a&gt;", "<b>", "<c>"));
 }
 
-TEST_F(SiteContentEmails, ASubjectThatOutgrowsItsColumnIsNotCutOff) {
+TEST_F(SiteContentEmails, ASubjectThatOutgrowsItsColumnIsNotTruncated) {
     Sql("INSERT INTO tw_7.email(emailid, subject) VALUES(1, CONCAT('<', REPEAT('x', 254)));");
     EXPECT_THROW(RunStep("SiteContentStep_1_0043", 7), HostError);
     EXPECT_EQ("255", Cell("SELECT LENGTH(subject) FROM tw_7.email"));
@@ -389,7 +389,7 @@ TEST_F(SiteContentRobots, AVolumeThatFailsEndsTheStep) {
         const FailingVolume volume(Root() / place, EIO);
         try {
             RunStep("SiteContentStep_1_0030", 7);
-            FAIL() << "the file would be left out for ever";
+            FAIL() << "the file would be left out forever";
         } catch (const FileError& error) {
             EXPECT_EQ(error.what(),
                       "cannot look at " + (Root() / place).string() + ": Input/output error");
@@ -403,7 +403,7 @@ TEST_F(SiteContentRobots, AFileThatMayNotBeLookedAtIsNotTakenForMissing) {
     const LockedFolder locked(Root(), Root() / "wwwroot/sites/7");
     try {
         RunStep("SiteContentStep_1_0030", 7);
-        FAIL() << "the file would be left out for ever";
+        FAIL() << "the file would be left out forever";
     } catch (const FileError& error) {
         EXPECT_EQ(error.what(),
                   "cannot look at " + (Root() / kFile).string() + ": Permission denied");

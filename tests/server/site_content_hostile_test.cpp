@@ -58,7 +58,7 @@ std::string HostileText(std::mt19937& random, std::size_t pieces) {
     return text;
 }
 
-/// At most `characters` characters of the text, cut between characters.
+/// At most `characters` characters of the text, truncated between characters.
 std::string FirstCharacters(const std::string& text, std::size_t characters) {
     std::size_t at = 0;
     for (; at < text.size(); ++at) {
@@ -122,7 +122,8 @@ TEST_F(SiteContentHostileText, EveryCopyIsWhatTheRuleSaysByteForByte) {
         Run("ALTER TABLE tw_7.email DROP COLUMN IF EXISTS ishtml;");
         const auto longText = [&] { return HostileText(random, 1 + random() % 200); };
         const auto shortText = [&](std::size_t most) {
-            // Trailing blanks are not told apart by a VARCHAR's own comparison; end with a letter.
+            // Trailing blanks are not distinguished by a VARCHAR's own comparison; end with a
+            // letter.
             return FirstCharacters(HostileText(random, most), most - 1) + "z";
         };
 

@@ -70,7 +70,7 @@ TEST_F(SiteContentRoad, ASecondRunOfAllStepsChangesOnlyWhatTheStepsThemselvesMak
     EXPECT_TRUE(SameRows(centralBefore, RowsOf("tw_tarnwick")));
 }
 
-class SiteContentLadderCut : public SiteContentTest {
+class SiteContentLadderInterrupted : public SiteContentTest {
   protected:
     /// The rows of the whole road on a site whose schema is current, without charges, which a
     /// second run converts again.
@@ -91,10 +91,10 @@ class SiteContentLadderCut : public SiteContentTest {
 };
 
 // What an operator does after a failure: the same upgrade again, from the version that is still
-// recorded. All steps run, also those that ended before the cut. In an ordinary run every 53rd
-// call fails, with TWUPDATE_SOAK=1 each. Left out are the calls of 1.0043, which is never completed
-// after a cut.
-TEST_F(SiteContentLadderCut, TheWholeLadderAgainReachesTheSameEnd) {
+// recorded. All steps run, also those that ended before the interruption. In an ordinary run every
+// 53rd call fails, with TWUPDATE_SOAK=1 each. Left out are the calls of 1.0043, which is never
+// completed after an interruption.
+TEST_F(SiteContentLadderInterrupted, TheWholeLadderAgainReachesTheSameEnd) {
     LoadContentSite();
     RunLadder(Host());  // adds the indexes, so that every later run makes the same calls
     LoadRows();
@@ -106,7 +106,7 @@ TEST_F(SiteContentLadderCut, TheWholeLadderAgainReachesTheSameEnd) {
                                       "ALTER TABLE tw_7.email ADD COLUMN ishtml BOOL DEFAULT 0 "
                                       "NOT NULL;") -
                             calls.begin();
-    std::size_t cuts = 0;
+    std::size_t interruptions = 0;
     const std::size_t stride = Soak() ? 1 : 53;
     for (std::size_t call = 1; call <= calls.size(); call += stride) {
         const auto at = static_cast<std::ptrdiff_t>(call) - 1;
@@ -126,11 +126,11 @@ TEST_F(SiteContentLadderCut, TheWholeLadderAgainReachesTheSameEnd) {
             const InstallationRows actual = AllRows();
             EXPECT_TRUE(SameRows(expected.site, actual.site));
             EXPECT_TRUE(SameRows(expected.central, actual.central));
-            ++cuts;
+            ++interruptions;
         }
     }
-    std::cout << "cuts tried: " << cuts << " at " << calls.size() << " calls\n";
-    EXPECT_GT(cuts, 8u);
+    std::cout << "interruptions tried: " << interruptions << " at " << calls.size() << " calls\n";
+    EXPECT_GT(interruptions, 8u);
 }
 
 }  // namespace

@@ -19,7 +19,8 @@ struct Scenario {
     std::vector<std::string> centralChanges{};  ///< in tw_tarnwick
     std::vector<std::string> schemaChanges{};   ///< in tw_7: "<table> + <line>", "<table> - <line>"
     std::string undo{};  ///< statements that take back what is neither a row nor made by `rows`
-    bool survivesCuts = true;  ///< false: a run after a cut does not reach the same end
+    bool survivesInterruptions =
+        true;  ///< false: a run after an interruption does not reach the same end
 };
 
 /// Every scenario, in the order of the ladder.

@@ -19,7 +19,7 @@ struct InstallationRows {
 };
 
 /// Site 7 with every optional feature, its schema current and its content old; the central
-/// database has what the steps need of it. Cleared between scenarios instead of built anew.
+/// database has what the steps need of it. Cleared between scenarios instead of built again.
 class SiteContentTest : public ServerTest {
   protected:
     /// Loads the site, without rows.

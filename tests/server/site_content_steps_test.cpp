@@ -59,12 +59,12 @@ TEST_F(SiteContentSteps, EachChangesWhatItShouldAndNothingElseAndASecondRunNothi
 
 // Every call of every step fails once, before and after it takes effect; then the step runs again.
 // In an ordinary run every seventh call of all steps takes its turn, with TWUPDATE_SOAK=1 each.
-TEST_F(SiteContentSteps, AfterACutAtAnyCallARunReachesTheSameEnd) {
+TEST_F(SiteContentSteps, AfterAnInterruptionAtAnyCallARunReachesTheSameEnd) {
     LoadContentSite();
     std::size_t calls = 0;
-    std::size_t cuts = 0;
+    std::size_t interruptions = 0;
     for (const Scenario& scenario : Scenarios()) {
-        if (!scenario.survivesCuts) {
+        if (!scenario.survivesInterruptions) {
             continue;
         }
         SCOPED_TRACE(scenario.step + " " + scenario.name);
@@ -88,13 +88,13 @@ TEST_F(SiteContentSteps, AfterACutAtAnyCallARunReachesTheSameEnd) {
                 if (!scenario.schemaChanges.empty()) {
                     EXPECT_TRUE(SameSchema(expectedSchema, SchemaOf("tw_7")));
                 }
-                ++cuts;
+                ++interruptions;
             }
         }
         Sql(scenario.undo);
     }
-    std::cout << "cuts tried: " << cuts << "\n";
-    EXPECT_GT(cuts, 20u);
+    std::cout << "interruptions tried: " << interruptions << "\n";
+    EXPECT_GT(interruptions, 20u);
 }
 
 }  // namespace

@@ -188,7 +188,7 @@ TEST_F(SiteSchemaData, FeedParametersAreTheSameAfterTwoRuns) {
     }
 }
 
-TEST_F(SiteSchemaData, FeedParametersAreEmptyAfterACutAndFullAfterTheNextRun) {
+TEST_F(SiteSchemaData, FeedParametersAreEmptyAfterAnInterruptionAndFullAfterTheNextRun) {
     MakeFullSiteAt_1_0224(7);
     RunRungsUpTo(7, 1.0233);
     const auto rows = RowsWithoutParameterIds(7);

@@ -1,5 +1,5 @@
-// The schema ladder cut at any statement, by a failing statement or by the end of the server, and
-// run again. Wherever a repeat does not heal, a test says so by name and then follows
+// The schema ladder, interrupted at any statement, by a failing statement or by the end of the
+// server, and run again. Wherever a repeat does not heal, a test says so by name and then follows
 // docs/recovery.md.
 #include <algorithm>
 #include <chrono>
@@ -62,14 +62,14 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
     }
 
     /// The tables that hold a conversion's temporary column.
-    std::vector<std::string> CutConversions() {
+    std::vector<std::string> InterruptedConversions() {
         return Rows(
             "SELECT TABLE_NAME FROM information_schema.COLUMNS WHERE TABLE_SCHEMA = 'tw_7' AND "
             "COLUMN_NAME = 'double_temp'");
     }
 
-    /// The column that a cut conversion of the table had dropped already; nothing where it is
-    /// still there.
+    /// The column that an interrupted conversion of the table had dropped already; nothing where it
+    /// is still there.
     std::optional<std::string> DroppedColumn(const std::string& table) {
         static const std::map<std::string, std::vector<std::string>> kConverted = {
             {"setting", {"float_value"}},
@@ -90,7 +90,7 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
     /// @return what had to be done
     std::vector<std::string> Recover() {
         std::vector<std::string> done;
-        for (const std::string& table : CutConversions()) {
+        for (const std::string& table : InterruptedConversions()) {
             if (const auto dropped = DroppedColumn(table)) {
                 Sql("ALTER TABLE tw_7." + table + " CHANGE COLUMN double_temp " + *dropped +
                     " DOUBLE DEFAULT 0 NOT NULL;");
@@ -120,7 +120,7 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
     }
 
     /// True when a run that ends before this statement is one that a repeat does not heal.
-    static bool IsNamedCut(const std::string& next) {
+    static bool IsNamedInterruption(const std::string& next) {
         // Between the ADD and the DROP, and between the DROP and the CHANGE, of a conversion;
         // between the four timings; between the table of feed addresses and their copy.
         return next.find("SET double_temp") != std::string::npos ||
@@ -132,45 +132,47 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
                next.find("INSERT INTO tw_7.externallookupfeedurl") != std::string::npos;
     }
 
-    /// Cuts the run before its n-th statement (from 1), then repeats it.
+    /// Interrupts the run before its n-th statement (from 1), then repeats it.
     /// @return what had to be done by hand in between
-    std::vector<std::string> CutAndRepeat(const Run& run, std::size_t n, FaultyUtility::When when) {
+    std::vector<std::string> InterruptAndRepeat(const Run& run, std::size_t n,
+                                                FaultyUtility::When when) {
         MakeSite(run);
         const auto faulty = Faulty();
         faulty->FailAt(n, when);
         EXPECT_THROW(RunLadder(7, run.version, faulty), InjectedFault);
-        auto byHand = Recover();
+        auto manual = Recover();
         RunLadder(7, run.version);
-        return byHand;
+        return manual;
     }
 
     void Sweep(const Run& run, std::size_t everyNth) {
         std::vector<std::string> statements;
         const State end = Undisturbed(run, statements);
-        int cuts = 0;
-        int byHand = 0;
+        int interruptions = 0;
+        int manual = 0;
         for (std::size_t n = 1; n <= statements.size(); ++n) {
             const std::string& next = statements[n - 1];
             // Without rows of that type there is no feed address to lose.
-            const bool named = IsNamedCut(next) &&
+            const bool named = IsNamedInterruption(next) &&
                                (run.version >= 1.0224 || next.find("INSERT") == std::string::npos);
             if (n % everyNth != 0 && !(named && everyNth < statements.size())) {
                 continue;
             }
-            const auto done = CutAndRepeat(run, n, FaultyUtility::kBefore);
-            EXPECT_EQ(!done.empty(), named) << "cut before " << next;
+            const auto done = InterruptAndRepeat(run, n, FaultyUtility::kBefore);
+            EXPECT_EQ(!done.empty(), named) << "interrupted before " << next;
             const State now = StateNow();
-            EXPECT_TRUE(SameSchema(end.schema, now.schema)) << "cut before " << next;
-            EXPECT_TRUE(SameRows(end.rows, now.rows)) << "cut before " << next;
+            EXPECT_TRUE(SameSchema(end.schema, now.schema)) << "interrupted before " << next;
+            EXPECT_TRUE(SameRows(end.rows, now.rows)) << "interrupted before " << next;
             DropSite(7);
-            ++cuts;
-            byHand += done.empty() ? 0 : 1;
+            ++interruptions;
+            manual += done.empty() ? 0 : 1;
             if (HasFailure()) {
                 return;
             }
         }
-        std::printf("    from %.4f: %zu statements, %d cuts, %d of them resolved by hand\n",
-                    run.version, statements.size(), cuts, byHand);
+        std::printf(
+            "    from %.4f: %zu statements, %d interruptions, %d of them resolved manually\n",
+            run.version, statements.size(), interruptions, manual);
     }
 
     /// The number of the first statement that begins with this text, from 1.
@@ -186,7 +188,7 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
     }
 
     /// Runs the ladder on a full site up to the statement that begins with this text.
-    void CutBefore(const std::string& text, const Run& run) {
+    void InterruptBefore(const std::string& text, const Run& run) {
         std::vector<std::string> statements;
         undisturbed = Undisturbed(run, statements);
         MakeSite(run);
@@ -219,16 +221,18 @@ const std::string kCopy = "UPDATE tw_7.form_50 SET double_temp";
 const std::string kDrop = "ALTER TABLE tw_7.form_50 DROP COLUMN field_5";
 const std::string kRename = "ALTER TABLE tw_7.form_50 CHANGE COLUMN double_temp field_5";
 
-TEST_F(SiteSchemaFaults, AConversionCutBeforeItsCopyStopsTheRepeatUntilDoubleTempIsDropped) {
-    CutBefore(kCopy, {1.0});
+TEST_F(SiteSchemaFaults,
+       AConversionInterruptedBeforeItsCopyStopsTheRepeatUntilDoubleTempIsDropped) {
+    InterruptBefore(kCopy, {1.0});
     EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
     EXPECT_THAT(Recover(), ElementsAre("dropped double_temp of form_50"));
     RunLadder(7);
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, AConversionCutBeforeItsDropStopsTheRepeatUntilDoubleTempIsDropped) {
-    CutBefore(kDrop, {1.0});
+TEST_F(SiteSchemaFaults,
+       AConversionInterruptedBeforeItsDropStopsTheRepeatUntilDoubleTempIsDropped) {
+    InterruptBefore(kDrop, {1.0});
     EXPECT_EQ(Cell("SELECT double_temp FROM tw_7.form_50 WHERE replyid = 1"), "0.1");
     EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
     EXPECT_THAT(Recover(), ElementsAre("dropped double_temp of form_50"));
@@ -236,31 +240,31 @@ TEST_F(SiteSchemaFaults, AConversionCutBeforeItsDropStopsTheRepeatUntilDoubleTem
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, AConversionCutAfterItsDropKeepsTheValueInDoubleTempOnly) {
-    CutBefore(kRename, {1.0});
+TEST_F(SiteSchemaFaults, AConversionInterruptedAfterItsDropKeepsTheValueInDoubleTempOnly) {
+    InterruptBefore(kRename, {1.0});
     EXPECT_FALSE(ColumnIsThere("form_50", "field_5"));
     EXPECT_EQ(Cell("SELECT double_temp FROM tw_7.form_50 WHERE replyid = 1"), "0.1");
     // The repeat ends without an error and without the column.
     EXPECT_EQ(ErrorOfRepeat(1.0), 0U);
     EXPECT_FALSE(ColumnIsThere("form_50", "field_5"));
-    EXPECT_THAT(CutConversions(), ElementsAre("form_50"));
+    EXPECT_THAT(InterruptedConversions(), ElementsAre("form_50"));
     EXPECT_THAT(Recover(), ElementsAre("renamed double_temp to field_5"));
     EXPECT_EQ(Cell("SELECT field_5 FROM tw_7.form_50 WHERE replyid = 1"), "0.1");
     EXPECT_EQ(ErrorOfRepeat(1.0), 0U);
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, AConversionCutAfterItsDropAndMendedBeforeTheRepeatLosesNothing) {
-    CutBefore(kRename, {1.0});
+TEST_F(SiteSchemaFaults, AConversionInterruptedAfterItsDropAndRepairedBeforeTheRepeatLosesNothing) {
+    InterruptBefore(kRename, {1.0});
     EXPECT_THAT(Recover(), ElementsAre("renamed double_temp to field_5"));
     RunLadder(7);
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, ARepeatMakesADroppedSettingColumnAnewAndThenStops) {
-    CutBefore("ALTER TABLE tw_7.setting CHANGE COLUMN double_temp", {1.0});
+TEST_F(SiteSchemaFaults, ARepeatRecreatesADroppedSettingColumnAndThenStops) {
+    InterruptBefore("ALTER TABLE tw_7.setting CHANGE COLUMN double_temp", {1.0});
     EXPECT_FALSE(ColumnIsThere("setting", "float_value"));
-    // 1.0018 finds the column missing and adds it, empty; the conversion then stumbles.
+    // 1.0018 finds the column missing and adds it, empty; the conversion then fails.
     EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
     EXPECT_TRUE(ColumnIsThere("setting", "float_value"));
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.setting WHERE float_value <> 0"), "0");
@@ -270,8 +274,8 @@ TEST_F(SiteSchemaFaults, ARepeatMakesADroppedSettingColumnAnewAndThenStops) {
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, ARepeatMakesADroppedPriorityAnewWithItsDefaultAndThenStops) {
-    CutBefore("ALTER TABLE tw_7.navigation CHANGE COLUMN double_temp", {1.0});
+TEST_F(SiteSchemaFaults, ARepeatRecreatesADroppedPriorityWithItsDefaultAndThenStops) {
+    InterruptBefore("ALTER TABLE tw_7.navigation CHANGE COLUMN double_temp", {1.0});
     EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_7.navigation WHERE xmlmappriority <> 0.5"), "0");
     Sql("ALTER TABLE tw_7.navigation DROP COLUMN xmlmappriority;");
@@ -280,8 +284,8 @@ TEST_F(SiteSchemaFaults, ARepeatMakesADroppedPriorityAnewWithItsDefaultAndThenSt
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, ARepeatMakesTheFirstTimingAnewAndStopsAtTheSecond) {
-    CutBefore("ALTER TABLE tw_7.layoutzone CHANGE COLUMN double_temp startshowdelay", {1.0});
+TEST_F(SiteSchemaFaults, ARepeatRecreatesTheFirstTimingAndStopsAtTheSecond) {
+    InterruptBefore("ALTER TABLE tw_7.layoutzone CHANGE COLUMN double_temp startshowdelay", {1.0});
     EXPECT_EQ(ErrorOfRepeat(1.0), kDuplicateColumn);
     EXPECT_TRUE(ColumnIsThere("layoutzone", "startshowdelay"));
     Sql("ALTER TABLE tw_7.layoutzone DROP COLUMN startshowdelay;");
@@ -290,13 +294,13 @@ TEST_F(SiteSchemaFaults, ARepeatMakesTheFirstTimingAnewAndStopsAtTheSecond) {
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, TimingsCutAfterTheFirstStayIncompleteWithoutAnError) {
-    CutBefore("ALTER TABLE tw_7.layoutzone ADD COLUMN startfadein", {1.0});
+TEST_F(SiteSchemaFaults, TimingsInterruptedAfterTheFirstStayIncompleteWithoutAnError) {
+    InterruptBefore("ALTER TABLE tw_7.layoutzone ADD COLUMN startfadein", {1.0});
     EXPECT_EQ(ErrorOfRepeat(1.0), 0U);
     EXPECT_TRUE(ColumnIsThere("layoutzone", "startshowdelay"));
     for (const char* timing : {"startfadein", "starthidedelay", "startfadeout"}) {
         EXPECT_FALSE(ColumnIsThere("layoutzone", timing)) << timing;
-        // What the notes say for a site that has come to the end.
+        // What the notes say for a site that has finished.
         Sql(std::string("ALTER TABLE tw_7.layoutzone ADD COLUMN ") + timing +
             " DOUBLE DEFAULT 0 NOT NULL;");
     }
@@ -307,25 +311,25 @@ TEST_F(SiteSchemaFaults, TimingsCutAfterTheFirstStayIncompleteWithoutAnError) {
     EXPECT_EQ(columns, wanted);
 }
 
-TEST_F(SiteSchemaFaults, FeedAddressesCutBeforeTheirCopyAreNotCopiedByTheRepeat) {
-    CutBefore("INSERT INTO tw_7.externallookupfeedurl", {1.0224});
+TEST_F(SiteSchemaFaults, FeedAddressesInterruptedBeforeTheirCopyAreNotCopiedByTheRepeat) {
+    InterruptBefore("INSERT INTO tw_7.externallookupfeedurl", {1.0224});
     EXPECT_EQ(ErrorOfRepeat(1.0224), 0U);
     EXPECT_THAT(Rows("SELECT * FROM tw_7.externallookupfeedurl"), IsEmpty());
     EXPECT_THAT(Recover(), ElementsAre("copied the feed addresses"));
     ExpectUndisturbedState();
 }
 
-TEST_F(SiteSchemaFaults, AnyOtherCutHealsByARepeat) {
+TEST_F(SiteSchemaFaults, AnyOtherInterruptionIsHealedByARepeat) {
     Sweep({1.0}, Soak() ? 1 : 97);
     Sweep({1.0224}, Soak() ? 1 : 41);
     Sweep({1.0, true}, Soak() ? 1 : 53);
 }
 
-TEST_F(SiteSchemaFaults, ACutAfterTheLastStatementHealsToo) {
+TEST_F(SiteSchemaFaults, AnInterruptionAfterTheLastStatementHealsToo) {
     const Run run{1.0};
     std::vector<std::string> statements;
     const State end = Undisturbed(run, statements);
-    EXPECT_THAT(CutAndRepeat(run, statements.size(), FaultyUtility::kAfter), IsEmpty());
+    EXPECT_THAT(InterruptAndRepeat(run, statements.size(), FaultyUtility::kAfter), IsEmpty());
     const State now = StateNow();
     EXPECT_TRUE(SameSchema(end.schema, now.schema));
     EXPECT_TRUE(SameRows(end.rows, now.rows));
@@ -340,8 +344,8 @@ TEST_F(SiteSchemaFaults, AServerKilledAtAnyMomentComesBackAndTheRepeatEndsTheSam
     const unsigned seed = Soak() ? std::random_device{}() : 20261;
     std::mt19937 random(seed);
     std::uniform_real_distribution<double> share(0.0, 0.6);
-    int cut = 0;
-    int byHand = 0;
+    int interrupted = 0;
+    int manual = 0;
     const int rounds = Soak() ? 20 : 3;
     for (int round = 0; round < rounds; ++round) {
         MakeSite(run);
@@ -354,21 +358,21 @@ TEST_F(SiteSchemaFaults, AServerKilledAtAnyMomentComesBackAndTheRepeatEndsTheSam
         try {
             RunLadder(7, run.version);
         } catch (const HostError&) {
-            ++cut;
+            ++interrupted;
         }
         killer.join();
         Server().Start();
         Reconnect();
-        byHand += Recover().empty() ? 0 : 1;
+        manual += Recover().empty() ? 0 : 1;
         RunLadder(7, run.version);
         const State now = StateNow();
         EXPECT_TRUE(SameSchema(end.schema, now.schema)) << "seed " << seed << " round " << round;
         EXPECT_TRUE(SameRows(end.rows, now.rows)) << "seed " << seed << " round " << round;
         DropSite(7);
     }
-    std::printf("    %d kills (seed %u), %d of them within the run, %d resolved by hand\n", rounds,
-                seed, cut, byHand);
-    EXPECT_GT(cut, 0) << "no kill fell into the run";
+    std::printf("    %d kills (seed %u), %d of them within the run, %d resolved manually\n", rounds,
+                seed, interrupted, manual);
+    EXPECT_GT(interrupted, 0) << "no kill fell into the run";
 }
 
 }  // namespace

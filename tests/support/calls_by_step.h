@@ -9,7 +9,7 @@
 
 namespace twupdate::test {
 
-/// Cuts the log of a recording host into the calls of each step that runs.
+/// Splits the log of a recording host into the calls of each step that runs.
 class CallsByStep : public Observer {
   public:
     /// @param host  must outlive this

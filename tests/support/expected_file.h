@@ -15,7 +15,7 @@ namespace twupdate::test {
 /// is written there. `./dev refresh` does so.
 bool IsRefreshing();
 
-/// A file of expected lines. Blank lines and lines that begin with '#' are passed over.
+/// A file of expected lines. Blank lines and lines that begin with '#' are skipped.
 class ExpectedLines {
   public:
     /// @param placeholders  what stands for what, e.g. "{name}" for the name of a site

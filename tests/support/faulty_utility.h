@@ -51,7 +51,7 @@ class FaultyUtility : public twupdate::Utility {
     std::shared_ptr<twupdate::Observer> GetObserver() override;
     std::string LocalHostName() override;
 
-    /// Counts a call and makes it; for the objects handed out.
+    /// Counts a call and makes it; for the objects that it returns.
     template <typename Call>
     auto Make(const std::string& text, const Call& call) {
         Count(text);

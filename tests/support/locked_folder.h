@@ -26,7 +26,7 @@ class AsNobody {
     }
     ~AsNobody() {
         if (wasRoot_ && seteuid(0) != 0) {
-            std::abort();  // the tests that follow would work without their rights
+            std::abort();  // the tests that follow would work without their permissions
         }
     }
     AsNobody(const AsNobody&) = delete;
@@ -36,7 +36,8 @@ class AsNobody {
     bool wasRoot_ = geteuid() == 0;
 };
 
-/// Takes every right from a folder, as long as the object lives, and works as nobody meanwhile.
+/// Takes every permission from a folder, as long as the object lives, and works as nobody
+/// meanwhile.
 class LockedFolder {
   public:
     /// @param top  the folder of the test, in which `folder` lies

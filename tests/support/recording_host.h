@@ -35,7 +35,7 @@ class RecordingHost : public Utility {
     std::vector<std::string> log;
 
     /// The rows of a query with exactly this text. Given several times, the answers are used in
-    /// that order and the last one for ever.
+    /// that order and the last one forever.
     void Answer(const std::string& sql, ResultSet result);
     /// The ids that GetLastInsertId hands out, in order; after them 1001, 1002, …
     std::deque<std::int32_t> insertIds;
@@ -70,7 +70,7 @@ class RecordingHost : public Utility {
     std::shared_ptr<twupdate::Observer> GetObserver() override;
     std::string LocalHostName() override;
 
-    /// Writes one call down and fails it if it is its turn. For the objects handed out.
+    /// Writes one call down and fails it if it is its turn. For the objects that it returns.
     void Record(const std::string& line, const std::string& statement);
     /// Records and runs one statement.
     ResultSet Run(const std::string& op, const std::string& sql,

@@ -290,7 +290,7 @@ TEST(DryHosts, FoldStatementsThatDifferInTheirValues) {
     EXPECT_EQ(dry.Record()[2].refusal->code, 1146U);
 }
 
-TEST(DryHosts, RefuseWhereTheyAreTold) {
+TEST(DryHosts, RefuseWhereTheyAreAskedTo) {
     DryHost dry(nullptr, Catalogue(), {.refuses = true});
     try {
         dry.GetDatabase()->OpenRecordset("SELECT a FROM tw_7.t;", 0, 0);

@@ -241,50 +241,50 @@ TEST_F(Drivers, EnumerateSitesReturnsAnOpenRecordset) {
     sites->Close();
 }
 
-/// Writes down what it is told, one word a call.
+/// Records its calls, one word each.
 class ListingObserver : public Observer {
   public:
-    std::vector<std::string> told;
+    std::vector<std::string> heard;
 
     void LadderStarting(Ladder ladder, const std::string& database, double) override {
-        told.push_back("ladder " + std::string(LadderName(ladder)) + " " + database);
+        heard.push_back("ladder " + std::string(LadderName(ladder)) + " " + database);
     }
     void LadderEnded(Ladder ladder, const std::string& database) override {
-        told.push_back("end " + std::string(LadderName(ladder)) + " " + database);
+        heard.push_back("end " + std::string(LadderName(ladder)) + " " + database);
     }
     void StepStarting(const LadderStep& step, const std::string&) override {
-        told.push_back("step " + std::string(step.name));
+        heard.push_back("step " + std::string(step.name));
     }
     void StepEnded(const LadderStep& step, const std::string&) override {
-        told.push_back("end " + std::string(step.name));
+        heard.push_back("end " + std::string(step.name));
     }
-    void SiteWalkStarting() override { told.push_back("walk"); }
+    void SiteWalkStarting() override { heard.push_back("walk"); }
     void SiteStarting(std::int32_t siteId, double) override {
-        told.push_back("site " + std::to_string(siteId));
+        heard.push_back("site " + std::to_string(siteId));
     }
     void SiteEnded(std::int32_t siteId) override {
-        told.push_back("end " + std::to_string(siteId));
+        heard.push_back("end " + std::to_string(siteId));
     }
 };
 
-TEST_F(Drivers, TheObserverIsToldOfLaddersSitesAndTheWalk) {
+TEST_F(Drivers, TheObserverHearsOfLaddersSitesAndTheWalk) {
     const auto observer = std::make_shared<ListingObserver>();
     host->observer = observer;
     host->Answer(SitesAbove(0), Sites(5, 5));
     update.UpdateServer(kNoServerStepsLeft);
-    EXPECT_THAT(observer->told,
+    EXPECT_THAT(observer->heard,
                 ElementsAre("ladder server tw_tarnwick", "end server tw_tarnwick",
                             "ladder server data tw_tarnwick", "end server data tw_tarnwick", "walk",
                             "site 5", "ladder site schema tw_5", "end site schema tw_5",
                             "ladder site content tw_5", "end site content tw_5", "end 5"));
 }
 
-TEST_F(Drivers, TheObserverIsNotToldOfTheEndOfWhatFails) {
+TEST_F(Drivers, TheObserverHearsNoEndOfWhatFails) {
     const auto observer = std::make_shared<ListingObserver>();
     host->observer = observer;
     host->FailAt(1);
     EXPECT_THROW(update.UpdateSite(5, 1.0263), HostError);
-    EXPECT_THAT(observer->told,
+    EXPECT_THAT(observer->heard,
                 ElementsAre("site 5", "ladder site schema tw_5", "step SiteSchemaStep_1_0264"));
 }
 
@@ -317,7 +317,7 @@ class WholeInstallation : public ::testing::Test {
     /// The names of the steps that ran, in order.
     std::vector<std::string> StepsRun() const {
         std::vector<std::string> steps;
-        for (const std::string& line : observer->told) {
+        for (const std::string& line : observer->heard) {
             if (line.starts_with("step ")) {
                 steps.push_back(line.substr(5));
             }
@@ -611,7 +611,7 @@ TEST_F(WholeInstallation, ASiteAt1_0027RunsTheSiteMapStepTwiceAndAt1_0028Once) {
     UpdateTestPeer(update).RunSiteSchemaLadder(kSite, 0);  // the tables of the later steps
     for (const auto& [version, times] :
          {std::pair{1.0027, 2}, {1.0028, 1}, {1.0029, 1}, {1.0030, 0}}) {
-        observer->told.clear();
+        observer->heard.clear();
         UpdateTestPeer(update).RunSiteSchemaLadder(kSite, version);
         const auto steps = StepsRun();
         EXPECT_EQ(std::count(steps.begin(), steps.end(), "SiteSchemaStep_1_0028"), times)
@@ -621,7 +621,7 @@ TEST_F(WholeInstallation, ASiteAt1_0027RunsTheSiteMapStepTwiceAndAt1_0028Once) {
 
 TEST_F(WholeInstallation, ASiteAt1_0051RunsTheEmbedRenameOnceAndNotTheRefresh) {
     UpdateTestPeer(update).RunSiteSchemaLadder(kSite, 0);
-    observer->told.clear();
+    observer->heard.clear();
     UpdateTestPeer(update).RunSiteContentLadder(kSite, 1.0051);
     const auto steps = StepsRun();
     EXPECT_EQ(std::count(steps.begin(), steps.end(), "SiteContentStep_1_0050"), 1);

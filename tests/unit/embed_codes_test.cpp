@@ -30,7 +30,7 @@ TEST(EmbedCodes, SeveralCodesFollowEachOther) {
     EXPECT_EQ((List{"1.2:a@0-15", "3.4:b@15-30"}), Codes("<#Embed.1.2:a#><#Embed.3.4:b#>"));
 }
 
-TEST(EmbedCodes, WhatIsNoCodeIsPassedOver) {
+TEST(EmbedCodes, WhatIsNoCodeIsSkipped) {
     EXPECT_EQ(List{}, Codes(""));
     EXPECT_EQ(List{}, Codes("#Embed.1.2:a#>"));     // no opening bracket
     EXPECT_EQ(List{}, Codes("<#E-Embed.1.2:a#>"));  // another code

@@ -139,8 +139,8 @@ TEST_F(SchemaPrimitives, ConvertFloatToDoubleLeavesOtherTypesAndMissingColumnsAl
 }
 
 TEST_F(SchemaPrimitives, ConvertFloatToDoubleFailsOnALeftOverTemporaryColumn) {
-    host->catalogue.AddTable("tw_7", "cut(a FLOAT, double_temp DOUBLE)");
-    EXPECT_THROW(peer.ConvertFloatToDouble("tw_7", "cut", "a"), HostError);
+    host->catalogue.AddTable("tw_7", "partial(a FLOAT, double_temp DOUBLE)");
+    EXPECT_THROW(peer.ConvertFloatToDouble("tw_7", "partial", "a"), HostError);
     EXPECT_EQ(host->openRecordsets, 0);
 }
 

@@ -341,7 +341,7 @@ TEST_P(CentralDataSteps, Step0026TakesTheDefaultPageFromTheDocument) {
                             "WHERE siteid = 4;"));
 }
 
-TEST_P(CentralDataSteps, Step0026PassesOverWhatHasNoValueAndNumbersThatNoPageHas) {
+TEST_P(CentralDataSteps, Step0026SkipsWhatHasNoValueAndNumbersThatNoPageHas) {
     host->Answer(
         kDefaultDocuments,
         {{"siteid", "defaultfeatureid"},

@@ -179,7 +179,7 @@ TEST_F(SiteSchema_1_0225_to_1_0249, FeedAddressesAreNotCopiedIntoATableThatExist
     EXPECT_THAT(ChangesOf("SiteSchemaStep_1_0225"), Not(Contains(HasSubstr("INSERT"))));
 }
 
-TEST_F(SiteSchema_1_0225_to_1_0249, ALookupFieldWithAKeyKeepsItButGetsItsIndexAnew) {
+TEST_F(SiteSchema_1_0225_to_1_0249, ALookupFieldWithAKeyKeepsItButItsIndexIsRecreated) {
     MakeFullSite();
     UpgradeTo("SiteSchemaStep_1_0229");
     Run("SiteSchemaStep_1_0229");

@@ -173,17 +173,17 @@ class TWUPDATE_EXPORT Feature {
     virtual Value GetSetting(const std::string& name) = 0;
 };
 
-/// Is told how a run goes on. Every operation does nothing unless overridden. What fails is told
-/// by no call: the step or site that started and did not end is the one that failed. An exception
-/// thrown by an observer ends the run there, like a failing host call: that is how a tool stops a
-/// run between two statements of its choice.
+/// Follows the progress of a run. Every operation does nothing unless overridden. Failures are not
+/// reported: the step or site that started and did not end is the one that failed. An exception
+/// thrown by an observer ends the run there, like a failing host call, so a tool can stop a run
+/// between two statements of its choice.
 class TWUPDATE_EXPORT Observer {
   public:
     virtual ~Observer();
     /// A ladder is about to be walked for a database at `version`, which may be NaN.
     virtual void LadderStarting(Ladder ladder, const std::string& database, double version);
     virtual void LadderEnded(Ladder ladder, const std::string& database);
-    /// A step is about to run. Told of the steps that run, not of those passed over.
+    /// A step is about to run. Called for the steps that run, not for those skipped.
     virtual void StepStarting(const LadderStep& step, const std::string& database);
     virtual void StepEnded(const LadderStep& step, const std::string& database);
     /// The server ladders have ended and the walk over the sites is about to begin.
@@ -197,7 +197,7 @@ class TWUPDATE_EXPORT Observer {
                             const std::filesystem::path& destination);
 };
 
-/// The host object that is handed to Update::Configure.
+/// The host object that is passed to Update::Configure.
 class TWUPDATE_EXPORT Utility {
   public:
     virtual ~Utility();
@@ -210,11 +210,11 @@ class TWUPDATE_EXPORT Utility {
 
     // Not part of the platform's interface; each has a default.
 
-    /// The folder in which the component is installed: `resources` lies in it, and its parent is
+    /// The folder in which the component is installed: which contains `resources`; its parent is
     /// the installation root (`templates`, `wwwroot`, `sites_secure`, `components`). The default
     /// is the folder of the file that the component was loaded from.
     virtual std::filesystem::path InstallFolder();
-    /// Who is told how the run goes on; the default is nobody.
+    /// Who is notified of progress; the default is nobody.
     virtual std::shared_ptr<twupdate::Observer> GetObserver();
     /// The host name under which the installation answers on the local machine, registered as a
     /// domain of the root site by ServerDataStep_1_0252. The default is "localhost".

@@ -5,8 +5,8 @@
 namespace twupdate {
 
 // An event that a step adds gets its proper name last, when its parts and e-mails are in place.
-// Until then it carries a name of its own, under which a run after a cut finds it again; without
-// that, the page would keep a half-made event for ever.
+// Until then it carries a name of its own, under which a run after an interruption finds it again;
+// without that, the page would keep a half-made event forever.
 
 std::int32_t Update::EventBeingAdded(const std::string& db, std::int32_t featureId,
                                      const std::string& name) {

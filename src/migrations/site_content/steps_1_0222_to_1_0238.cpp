@@ -243,7 +243,7 @@ void Update::SiteContentStep_1_0237(std::int32_t siteId) {
         if (!url.empty()) {
             MakeUrlCanonical(db, Int32Field(setting, "featureid"), url);
         }
-        // Last, so that a cut loses nothing.
+        // Last, so that an interruption loses nothing.
         Execute(Sql("DELETE FROM ", db,
                     ".setting WHERE settingid = ", Int32Field(setting, "settingid"), ";"));
     });

@@ -47,7 +47,8 @@ struct Update::TextEmbeds {
     using LinkFields = std::map<std::int32_t, LinkField>;  // by form template field
     using EmbedIds = std::map<std::pair<std::int32_t, std::int32_t>, std::int32_t>;
     struct Embeds {
-        EmbedIds stored;   ///< by major and minor number; perhaps half-made by a run that was cut
+        EmbedIds
+            stored;  ///< by major and minor number; perhaps incomplete after an interrupted run
         EmbedIds written;  ///< with their properties
     };
 

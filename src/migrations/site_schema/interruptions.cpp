@@ -50,7 +50,7 @@ std::vector<ConvertedTable> ConvertedTables(Utility& host, const std::string& db
 }  // namespace
 
 // A table in which a conversion was interrupted may lack a timing for that reason: its turn comes
-// when the conversion is put right.
+// when the conversion is repaired.
 std::vector<Leftover> LeftBySiteSchemaStep_1_0018(Utility& host, const SteppedDatabase& database,
                                                   StepHistory /*history*/) {
     const Inspection inspection(host, database.name);

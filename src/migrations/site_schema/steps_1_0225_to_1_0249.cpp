@@ -133,7 +133,7 @@ void Update::SiteSchemaStep_1_0233(std::int32_t siteId) {
                     "PRIMARY KEY(paramid), "
                     "INDEX featureid_idx(featureid) "
                     ");"));
-        // Made anew by every pass from the two places where parameters were kept: name/value rows
+        // Recreated by every pass from the two places where parameters were kept: name/value rows
         // of type 0 hold fixed texts, lookup fields with a parameter name take a field's value.
         Execute(Sql("DELETE FROM ", params, ";"));
         Execute(Sql("INSERT INTO ", params,

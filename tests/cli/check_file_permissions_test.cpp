@@ -1,6 +1,6 @@
-// Files and folders without rights. No right stops root, so the program runs as nobody where the
-// tests run as root. Each test takes a right away, sees the finding, sees the real upgrade fail for
-// it, gives the right back, and sees both succeed.
+// Files and folders without permissions. No permission stops root, so the program runs as nobody
+// where the tests run as root. Each test takes a permission away, sees the finding, sees the real
+// upgrade fail for it, gives the permission back, and sees both succeed.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -17,25 +17,25 @@ using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 
-/// Other rights of a file or folder for the time of a test.
-class Rights {
+/// Other permissions of a file or folder for the time of a test.
+class Permissions {
   public:
-    Rights(fs::path path, mode_t rights) : path_(std::move(path)) {
+    Permissions(fs::path path, mode_t permissions) : path_(std::move(path)) {
         struct stat before {};
         EXPECT_EQ(stat(path_.c_str(), &before), 0) << path_;
         before_ = before.st_mode & 07777;
-        EXPECT_EQ(chmod(path_.c_str(), rights), 0) << path_;
+        EXPECT_EQ(chmod(path_.c_str(), permissions), 0) << path_;
     }
-    ~Rights() { chmod(path_.c_str(), before_); }
-    Rights(const Rights&) = delete;
-    Rights& operator=(const Rights&) = delete;
+    ~Permissions() { chmod(path_.c_str(), before_); }
+    Permissions(const Permissions&) = delete;
+    Permissions& operator=(const Permissions&) = delete;
 
   private:
     fs::path path_;
     mode_t before_ = 0;
 };
 
-class CheckFileRights : public InstallationTest {
+class CheckFilePermissions : public InstallationTest {
   protected:
     void SetUp() override {
         MakeCentralDatabase();
@@ -74,8 +74,8 @@ class CheckFileRights : public InstallationTest {
 
     Outcome RunAsNobody(const std::vector<std::string>& command) const {
         const host::PrivateServer& server = CliServer::Get().Server();
-        const Rights above(server.Folder().parent_path(), 0711);
-        const Rights folder(server.Folder(), 0711);
+        const Permissions above(server.Folder().parent_path(), 0711);
+        const Permissions folder(server.Folder(), 0711);
         auto arguments = With({"--install-folder", Update().string()});
         arguments.insert(arguments.end(), command.begin(), command.end());
         return RunProgram(arguments, {}, RunAs::kNobody);
@@ -102,7 +102,7 @@ class CheckFileRights : public InstallationTest {
         fs::rename(path, locked / "moved");
         fs::create_symlink(locked / "moved", path);
         {
-            const Rights folder(locked, 0);
+            const Permissions folder(locked, 0);
             ExpectFailure(path.lexically_relative(folder_.Path()).string() +
                               " cannot be (looked at|looked into|read); ",
                           "step " + step + ": " + failure + " .*" + path.filename().string() +
@@ -122,37 +122,37 @@ class CheckFileRights : public InstallationTest {
     }
 };
 
-TEST_F(CheckFileRights, FindsTemplatesThatMayNotBeRead) {
+TEST_F(CheckFilePermissions, FindsTemplatesThatMayNotBeRead) {
     {
-        const Rights file(Template() / "gs/a.txt", 0);
+        const Permissions file(Template() / "gs/a.txt", 0);
         ExpectFailure("templates/site/gs/a.txt cannot be read; give the permission to read it",
                       "step SiteSchemaStep_1_0079: cannot copy .*a.txt: Permission denied");
     }
     {
-        const Rights folder(Template() / "gs", 0311);
+        const Permissions folder(Template() / "gs", 0311);
         ExpectFailure(
             "templates/site/gs cannot be read; ",
             "step SiteSchemaStep_1_0079: cannot copy .*templates/site/gs .*Permission denied");
     }
     {
-        const Rights folder(Template() / "gs", 0444);
+        const Permissions folder(Template() / "gs", 0444);
         ExpectFailure("templates/site/gs/a.txt cannot be read; ",
                       "step SiteSchemaStep_1_0079: cannot copy .*a.txt: Permission denied");
     }
     {
-        const Rights folder(folder_ / "templates", 0);
+        const Permissions folder(folder_ / "templates", 0);
         ExpectFailure(
             "templates/site cannot be looked at; correct the link, or give the permission",
             "step SiteSchemaStep_1_0079: cannot look at .*templates/site/gs: Permission denied");
     }
     {
-        const Rights folder(ComponentTemplate(), 0311);
+        const Permissions folder(ComponentTemplate(), 0311);
         ExpectFailure("components/" + ComponentTemplate().parent_path().filename().string() +
                           "/template cannot be read; ",
                       "step SiteContentStep_1_0022: cannot copy .*template.*Permission denied");
     }
     {
-        const Rights folder(folder_ / "components", 0);
+        const Permissions folder(folder_ / "components", 0);
         ExpectFailure(
             "components cannot be read; ",
             "step SiteContentStep_1_0016: cannot look at .*components/.*Permission denied");
@@ -160,7 +160,7 @@ TEST_F(CheckFileRights, FindsTemplatesThatMayNotBeRead) {
     ExpectSuccess();
 }
 
-TEST_F(CheckFileRights, FindsATemplateThatIsACircleOfLinks) {
+TEST_F(CheckFilePermissions, FindsATemplateThatIsACircleOfLinks) {
     const fs::path elsewhere = folder_ / "elsewhere";
     fs::rename(ComponentTemplate(), elsewhere);
     fs::create_directory_symlink("template", ComponentTemplate());
@@ -173,7 +173,7 @@ TEST_F(CheckFileRights, FindsATemplateThatIsACircleOfLinks) {
     ExpectSuccess();
 }
 
-TEST_F(CheckFileRights, FindsLinksIntoALockedFolder) {
+TEST_F(CheckFilePermissions, FindsLinksIntoALockedFolder) {
     WriteSiteFile("gs/old.txt", "old");
     WriteSiteFile("robots.txt", "User-agent: *\n");
     ExpectFailureBehindALink(Template() / "gs", "SiteSchemaStep_1_0079");
@@ -185,9 +185,9 @@ TEST_F(CheckFileRights, FindsLinksIntoALockedFolder) {
     ExpectSuccess();
 }
 
-TEST_F(CheckFileRights, FindsAFolderThatMayNotBeWritten) {
+TEST_F(CheckFilePermissions, FindsAFolderThatMayNotBeWritten) {
     {
-        const Rights folder(Site(), 0555);
+        const Permissions folder(Site(), 0555);
         ExpectFailure(
             "wwwroot/sites/8 cannot be written; give the permission to write it",
             "step SiteSchemaStep_1_0079: cannot create the folder .*gs.*Permission denied");
@@ -195,7 +195,7 @@ TEST_F(CheckFileRights, FindsAFolderThatMayNotBeWritten) {
     fs::create_directories(Site() / "gs");
     GiveToNobody(Site());
     {
-        const Rights folder(Site() / "gs", 0555);
+        const Permissions folder(Site() / "gs", 0555);
         ExpectFailure("wwwroot/sites/8/gs cannot be written; give the permission to write it",
                       "step SiteSchemaStep_1_0079: cannot copy .*gs/a.txt: Permission denied");
         // A link in such a folder cannot be replaced either.
@@ -204,19 +204,19 @@ TEST_F(CheckFileRights, FindsAFolderThatMayNotBeWritten) {
                       "step SiteSchemaStep_1_0079: cannot copy .*gs/a.txt: Permission denied");
     }
     {
-        const Rights folder(Site() / "5", 0555);
+        const Permissions folder(Site() / "5", 0555);
         ExpectFailure("wwwroot/sites/8/5 cannot be written; ",
                       "step SiteContentStep_1_0022: cannot copy .*5/b.txt: Permission denied");
     }
     ExpectSuccess();
 }
 
-TEST_F(CheckFileRights, FindsAFileThatMayNotBeReplaced) {
+TEST_F(CheckFilePermissions, FindsAFileThatMayNotBeReplaced) {
     WriteSiteFile("gs/a.txt", "old");
     if (geteuid() == 0) {
-        // Everybody may write it, but its owner alone may give it the rights of the template.
+        // Everybody may write it, but its owner alone may give it the permissions of the template.
         ASSERT_EQ(chown((Site() / "gs/a.txt").c_str(), 0, 0), 0);
-        const Rights file(Site() / "gs/a.txt", 0666);
+        const Permissions file(Site() / "gs/a.txt", 0666);
         ExpectFailure(
             "wwwroot/sites/8/gs/a.txt belongs to another user; give it to the user that runs "
             "twupdate",
@@ -226,12 +226,13 @@ TEST_F(CheckFileRights, FindsAFileThatMayNotBeReplaced) {
     ExpectSuccess();
 }
 
-// SiteSchemaStep_1_0079 copies them with their rights, and SiteSchemaStep_1_0235 over that copy.
-TEST_F(CheckFileRights, PassesOverTemplatesThatNobodyMayWrite) {
+// SiteSchemaStep_1_0079 copies them with their permissions, and SiteSchemaStep_1_0235 over that
+// copy.
+TEST_F(CheckFilePermissions, SkipsTemplatesThatNobodyMayWrite) {
     WriteSiteFile("gs/a.txt", "old");
     ASSERT_EQ(chmod((Site() / "gs/a.txt").c_str(), 0444), 0);
-    const Rights file(Template() / "gs/a.txt", 0444);
-    const Rights componentFile(ComponentTemplate() / "b.txt", 0444);
+    const Permissions file(Template() / "gs/a.txt", 0444);
+    const Permissions componentFile(ComponentTemplate() / "b.txt", 0444);
     ExpectSuccess();
     struct stat copy {};
     ASSERT_EQ(stat((Site() / "gs/a.txt").c_str(), &copy), 0);
@@ -241,8 +242,8 @@ TEST_F(CheckFileRights, PassesOverTemplatesThatNobodyMayWrite) {
     ExpectSuccess();
 }
 
-TEST_F(CheckFileRights, FindsASiteThatMayNotBeLookedInto) {
-    const Rights folder(Site(), 0);
+TEST_F(CheckFilePermissions, FindsASiteThatMayNotBeLookedInto) {
+    const Permissions folder(Site(), 0);
     ExpectFailure(
         "wwwroot/sites/8 cannot be looked into; give the permission to look into it",
         "step SiteSchemaStep_1_0079: cannot look at .*wwwroot/sites/8/gs: Permission denied");
@@ -253,7 +254,7 @@ TEST_F(CheckFileRights, FindsASiteThatMayNotBeLookedInto) {
                   "step SiteContentStep_1_0030: cannot look at .*8/robots.txt: Permission denied");
 }
 
-TEST_F(CheckFileRights, FindsUploadsThatMayNotBeLookedAt) {
+TEST_F(CheckFilePermissions, FindsUploadsThatMayNotBeLookedAt) {
     Execute("CREATE DATABASE IF NOT EXISTS tw_8;");
     fs::remove_all(folder_ / "templates");
     fs::remove_all(folder_ / "components");
@@ -263,24 +264,24 @@ TEST_F(CheckFileRights, FindsUploadsThatMayNotBeLookedAt) {
     Execute("INSERT INTO tw_9.formfield(formfieldid, featureid, type) VALUES(60, 50, 'file');");
     Execute("CREATE TABLE tw_9.form_50(replyid INT PRIMARY KEY, field_60 VARCHAR(255));");
     fs::create_directories(folder_ / "sites_secure/9");
-    const Rights open(folder_ / "sites_secure/9", 0755);
+    const Permissions open(folder_ / "sites_secure/9", 0755);
     {
-        const Rights folder(folder_ / "sites_secure", 0);
+        const Permissions folder(folder_ / "sites_secure", 0);
         ExpectFailure(
             "sites_secure cannot be looked into; ",
             "step SiteSchemaStep_1_0251: cannot look at .*sites_secure/9: Permission denied");
     }
     ExpectFailureBehindALink(folder_ / "sites_secure/9", "SiteSchemaStep_1_0251");
-    // Without rights of its own, but nobody looks into it.
-    const Rights folder(folder_ / "sites_secure/9", 0);
+    // Without permissions of its own, but nobody looks into it.
+    const Permissions folder(folder_ / "sites_secure/9", 0);
     EXPECT_EQ(RunAsNobody({"check"}).status, 0);
     EXPECT_EQ(RunAsNobody({"upgrade"}).status, 0);
 }
 
-TEST_F(CheckFileRights, FindsRobotsThatMayNotBeRead) {
+TEST_F(CheckFilePermissions, FindsRobotsThatMayNotBeRead) {
     WriteSiteFile("robots.txt", "User-agent: *\n");
     {
-        const Rights file(Site() / "robots.txt", 0);
+        const Permissions file(Site() / "robots.txt", 0);
         const Outcome found = RunAsNobody({"check"});
         EXPECT_EQ(found.out, (Site() / "robots.txt").string() +
                                  " cannot be read; give the permission to read it\n1 finding.\n");
@@ -291,23 +292,23 @@ TEST_F(CheckFileRights, FindsRobotsThatMayNotBeRead) {
     EXPECT_EQ(Cell("SELECT text FROM tw_8.plaintext;"), "User-agent: *\n");
 }
 
-TEST_F(CheckFileRights, FindsDataFilesThatMayNotBeRead) {
+TEST_F(CheckFilePermissions, FindsDataFilesThatMayNotBeRead) {
     {
-        const Rights folder(Update() / "resources", 0444);
+        const Permissions folder(Update() / "resources", 0444);
         ExpectFailure(
             "update/resources/[A-Za-z]+Data.txt: Permission denied; put the file back",
             "^twupdate: .*/resources/[A-Za-z]+Data\\.txt: Permission denied; nothing was done");
     }
     {
-        const Rights file(Update() / "resources/componentData.txt", 0);
+        const Permissions file(Update() / "resources/componentData.txt", 0);
         ExpectFailure("update/resources/componentData.txt; put the file back from the package",
                       "^twupdate: cannot open .*componentData\\.txt; nothing was done");
     }
     ExpectSuccess();
 }
 
-TEST_F(CheckFileRights, TellsOfAComponentsFolderThatMayNotBeLookedInto) {
-    const Rights folder(Update(), 0444);
+TEST_F(CheckFilePermissions, TellsOfAComponentsFolderThatMayNotBeLookedInto) {
+    const Permissions folder(Update(), 0444);
     for (const char* command : {"check", "upgrade"}) {
         const Outcome outcome = RunAsNobody({command});
         EXPECT_EQ(outcome.status, 2) << outcome.out;

@@ -1,4 +1,4 @@
-// The rights of the user, beyond one right of a database that is missing. Each test makes a
+// The privileges of the user, beyond one privilege of a database that is missing. Each test makes a
 // situation, sees what `check` says of it, and sees the real upgrade agree.
 #include <gmock/gmock.h>
 
@@ -15,9 +15,9 @@ namespace {
 using testing::ContainsRegex;
 using testing::HasSubstr;
 
-class CheckRights : public InstallationTest {
+class CheckPrivileges : public InstallationTest {
   protected:
-    CheckRights() { Execute("CREATE OR REPLACE USER 'half'@'localhost';"); }
+    CheckPrivileges() { Execute("CREATE OR REPLACE USER 'half'@'localhost';"); }
 
     /// A plain site at 1.0000 and another one as the root site.
     void MakeInstallation() {
@@ -25,11 +25,11 @@ class CheckRights : public InstallationTest {
         MakeSite(8);
     }
 
-    static void Grant(const std::string& right, const std::string& where) {
-        Execute("GRANT " + right + " ON " + where + " TO 'half'@'localhost';");
+    static void Grant(const std::string& privilege, const std::string& where) {
+        Execute("GRANT " + privilege + " ON " + where + " TO 'half'@'localhost';");
     }
-    static void Revoke(const std::string& right, const std::string& where) {
-        Execute("REVOKE " + right + " ON " + where + " FROM 'half'@'localhost';");
+    static void Revoke(const std::string& privilege, const std::string& where) {
+        Execute("REVOKE " + privilege + " ON " + where + " FROM 'half'@'localhost';");
     }
 
     /// What a run needs for its marks, whatever else it lacks.
@@ -50,22 +50,22 @@ class CheckRights : public InstallationTest {
         return RunProgram(arguments);
     }
 
-    /// @param rights  that are lacking in the database
-    static Outcome ExpectFinding(const std::string& database, const std::string& rights) {
+    /// @param privileges  that are lacking in the database
+    static Outcome ExpectFinding(const std::string& database, const std::string& privileges) {
         Outcome found = RunAsHalf({"check"});
         EXPECT_EQ(found.status, 3) << found.err;
         EXPECT_THAT(
             found.out,
             ContainsRegex("^" + database + R"((\.\S+)?: the account lacks the privilege )" +
-                          rights + "(, so \\w+ fails)?; GRANT " + rights + " ON `" + database +
-                          R"(`\.\* TO 'half'@'localhost')" + "\n1 finding\\.\n$"));
+                          privileges + "(, so \\w+ fails)?; GRANT " + privileges + " ON `" +
+                          database + R"(`\.\* TO 'half'@'localhost')" + "\n1 finding\\.\n$"));
         return found;
     }
 
-    /// @param rights  that are lacking in the database
-    static void ExpectFailure(const std::string& database, const std::string& rights,
+    /// @param privileges  that are lacking in the database
+    static void ExpectFailure(const std::string& database, const std::string& privileges,
                               const std::string& failure) {
-        const Outcome found = ExpectFinding(database, rights);
+        const Outcome found = ExpectFinding(database, privileges);
         const Outcome failed = RunAsHalf({"upgrade"});
         EXPECT_EQ(failed.status, 1) << failed.out;
         EXPECT_THAT(failed.err, ContainsRegex(failure));
@@ -80,25 +80,26 @@ class CheckRights : public InstallationTest {
     }
 };
 
-// --- when a right is needed --------------------------------------------------------------------
+// --- when a privilege is needed
+// --------------------------------------------------------------------
 
-/// One right is taken away at a time, with the site at one of the last versions: `check` finds it
-/// exactly where the upgrade fails.
-class RightsOfTheLastVersions : public CheckRights {
+/// One privilege is taken away at a time, with the site at one of the last versions: `check` finds
+/// it exactly where the upgrade fails.
+class PrivilegesOfTheLastVersions : public CheckPrivileges {
   protected:
-    static void Compare(const std::string& version, const std::string& right) {
+    static void Compare(const std::string& version, const std::string& privilege) {
         Execute("UPDATE tw_tarnwick.site SET version = " + version + " WHERE siteid = 8;");
-        Revoke(right, "tw_8.*");
+        Revoke(privilege, "tw_8.*");
         const Outcome check = RunAsHalf({"check", "--site", "8"});
         const Outcome upgrade = RunAsHalf({"upgrade-site", "8"});
-        Grant(right, "tw_8.*");
+        Grant(privilege, "tw_8.*");
         EXPECT_EQ(check.status == 3, upgrade.status == 1)
-            << right << " at " << version << "\n"
+            << privilege << " at " << version << "\n"
             << check.out << check.err << upgrade.out << upgrade.err;
         if (upgrade.status == 1) {
             EXPECT_THAT(check.out, ContainsRegex("^tw_8[.].*: the account lacks the privilege " +
-                                                 right + ","));
-            EXPECT_THAT(upgrade.err, HasSubstr(right + " command denied to user"));
+                                                 privilege + ","));
+            EXPECT_THAT(upgrade.err, HasSubstr(privilege + " command denied to user"));
             ExpectFailedAtTheNamedPlace(check, upgrade);
         }
     }
@@ -108,20 +109,20 @@ class RightsOfTheLastVersions : public CheckRights {
         Grant("SELECT, INSERT, UPDATE, DELETE, CREATE, DROP, ALTER", "tw_8.*");
         GrantMarks({"tw_tarnwick", "tw_8"});
         for (const char* version : {"1.0255", "1.0256", "1.0257", "1.0258", "1.0259"}) {
-            for (const char* right : {"INSERT", "UPDATE", "DELETE", "CREATE", "DROP"}) {
-                Compare(version, right);
+            for (const char* privilege : {"INSERT", "UPDATE", "DELETE", "CREATE", "DROP"}) {
+                Compare(version, privilege);
             }
         }
     }
 };
 
-TEST_F(RightsOfTheLastVersions, AreThoseThatThePendingStepsOfAPlainSiteNeed) {
+TEST_F(PrivilegesOfTheLastVersions, AreThoseThatThePendingStepsOfAPlainSiteNeed) {
     MakeCentralDatabase();
     MakeUpgradedSite(8, "1.0255");
     CompareAll();
 }
 
-TEST_F(RightsOfTheLastVersions, AreMoreWhereASiteHasForms) {
+TEST_F(PrivilegesOfTheLastVersions, AreMoreWhereASiteHasForms) {
     MakeCentralDatabase();
     MakeSite(8, "1.0000", {sample::Group::kForms});
     Execute("INSERT INTO tw_8.form(formfeatureid) VALUES(50);");
@@ -130,7 +131,7 @@ TEST_F(RightsOfTheLastVersions, AreMoreWhereASiteHasForms) {
     CompareAll();
 }
 
-TEST_F(CheckRights, NoneAreNeededForLogsThatThereAreNot) {
+TEST_F(CheckPrivileges, NoneAreNeededForLogsThatThereAreNot) {
     MakeInstallation();
     Execute("DROP TABLE tw_logs.tw_1;");
     Grant("ALL PRIVILEGES", "tw_tarnwick.*");
@@ -139,10 +140,11 @@ TEST_F(CheckRights, NoneAreNeededForLogsThatThereAreNot) {
     ExpectSuccess();
 }
 
-// --- where a right comes from ------------------------------------------------------------------
+// --- where a privilege comes from
+// ------------------------------------------------------------------
 
-/// The rights on tables that a run has used, from its trace: all but SELECT.
-std::map<std::string, std::set<std::string>> RightsUsed(const std::filesystem::path& trace) {
+/// The privileges on tables that a run has used, from its trace: all but SELECT.
+std::map<std::string, std::set<std::string>> PrivilegesUsed(const std::filesystem::path& trace) {
     std::map<std::string, std::set<std::string>> used;
     for (const auto& [use, step] : UsesOf(trace)) {
         if (use.second != "SELECT") {
@@ -152,11 +154,11 @@ std::map<std::string, std::set<std::string>> RightsUsed(const std::filesystem::p
     return used;
 }
 
-TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
+TEST_F(CheckPrivileges, PrivilegesOnTheTablesThatAreWrittenSuffice) {
     MakeFirstSampleSite();
     const auto trace = folder_ / "trace.jsonl";
     ASSERT_EQ(Run({"--trace", trace.string(), "upgrade"}).status, 0);
-    auto used = RightsUsed(trace);
+    auto used = PrivilegesUsed(trace);
     // Written where a robots.txt, an address or an upload asks for it, which the sample's do not.
     used["tw_1.plaintext"].insert("INSERT");
     used["tw_1.security"].insert("UPDATE");
@@ -173,12 +175,12 @@ TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
     }
     const auto grantUsed = [&used](const std::string& table) {
         std::string list;
-        for (const std::string& right : used[table]) {
-            list += (list.empty() ? "" : ", ") + right;
+        for (const std::string& privilege : used[table]) {
+            list += (list.empty() ? "" : ", ") + privilege;
         }
         Grant(list, table);
     };
-    for (const auto& [table, rights] : used) {
+    for (const auto& [table, privileges] : used) {
         grantUsed(table);
     }
     GrantMarks({"tw_tarnwick", "tw_1"});
@@ -193,18 +195,18 @@ TEST_F(CheckRights, RightsOnTheTablesThatAreWrittenSuffice) {
         {"INSERT", "tw_1.formmappingproperty"},
         {"INSERT", "tw_1.tag"},
         {"UPDATE", "tw_1.feature"}};
-    for (const auto& [right, table] : some) {
+    for (const auto& [privilege, table] : some) {
         const std::string database = table.substr(0, table.find('.'));
-        Revoke(right, table);
-        ExpectFailure(database, right,
-                      right + "[A-Z, ]* command denied to user .* for table .*" +
+        Revoke(privilege, table);
+        ExpectFailure(database, privilege,
+                      privilege + "[A-Z, ]* command denied to user .* for table .*" +
                           table.substr(table.find('.') + 1));
         grantUsed(table);
     }
     ExpectSuccess();
 }
 
-TEST_F(CheckRights, RightsOnColumnsDoNot) {
+TEST_F(CheckPrivileges, PrivilegesOnColumnsDoNot) {
     MakeInstallation();
     Grant("ALL PRIVILEGES", "`tw\\_tarnwick`.*");
     Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
@@ -214,7 +216,7 @@ TEST_F(CheckRights, RightsOnColumnsDoNot) {
     ExpectFailure("tw_8", "UPDATE", "UPDATE command denied to user");
 }
 
-TEST_F(CheckRights, WildcardsFitAsTheServerReadsThem) {
+TEST_F(CheckPrivileges, WildcardsFitAsTheServerReadsThem) {
     MakeInstallation();
     for (const char* pattern : {"`tw_%`.*", "`tw\\_%`.*", "`%`.*", "*.*"}) {
         Execute("CREATE OR REPLACE USER 'half'@'localhost';");
@@ -235,7 +237,7 @@ TEST_F(CheckRights, WildcardsFitAsTheServerReadsThem) {
     ExpectSuccess();
 }
 
-TEST_F(CheckRights, OfARoleAndThoseGrantedToItTheMostSpecialGrantCounts) {
+TEST_F(CheckPrivileges, OfARoleAndThoseGrantedToItTheMostSpecialGrantCounts) {
     MakeInstallation();
     Execute("CREATE OR REPLACE ROLE upgrader;");
     Execute("CREATE OR REPLACE ROLE reader;");
@@ -253,7 +255,7 @@ TEST_F(CheckRights, OfARoleAndThoseGrantedToItTheMostSpecialGrantCounts) {
     Execute("DROP ROLE upgrader, reader;");
 }
 
-TEST_F(CheckRights, TheRightsOfEverybodyCount) {
+TEST_F(CheckPrivileges, ThePrivilegesOfPublicCount) {
     MakeInstallation();
     Execute("GRANT ALL PRIVILEGES ON `tw\\_%`.* TO PUBLIC;");
     ExpectSuccess();
@@ -261,7 +263,7 @@ TEST_F(CheckRights, TheRightsOfEverybodyCount) {
 }
 
 // SHOW GRANTS does not list what is granted to them, and the server gives it to the user.
-TEST_F(CheckRights, TheRightsOfTheAnonymousUserAndOfOtherHostsCount) {
+TEST_F(CheckPrivileges, ThePrivilegesOfTheAnonymousAccountAndOfOtherHostsCount) {
     MakeInstallation();
     Execute("CREATE OR REPLACE USER ''@'localhost', 'half'@'%';");
     Grant("ALL PRIVILEGES", "`tw\\_tarnwick`.*");
@@ -271,7 +273,7 @@ TEST_F(CheckRights, TheRightsOfTheAnonymousUserAndOfOtherHostsCount) {
     Execute("DROP USER ''@'localhost', 'half'@'%';");
 }
 
-TEST_F(CheckRights, TheRightsOfTheAnonymousUserHideThoseOfTheUser) {
+TEST_F(CheckPrivileges, ThePrivilegesOfTheAnonymousAccountHideThoseOfTheAccount) {
     MakeInstallation();
     Execute("CREATE OR REPLACE USER ''@'localhost';");
     Grant("ALL PRIVILEGES", "`tw\\_%`.*");
@@ -282,7 +284,7 @@ TEST_F(CheckRights, TheRightsOfTheAnonymousUserHideThoseOfTheUser) {
 
 // --- what check itself reads -------------------------------------------------------------------
 
-TEST_F(CheckRights, ADatabaseThatMayNotBeReadIsOneFinding) {
+TEST_F(CheckPrivileges, ADatabaseThatMayNotBeReadIsOneFinding) {
     MakeInstallation();
     MakeSite(9);
     const std::string rest = "INSERT, UPDATE, DELETE, CREATE, ALTER";
@@ -312,7 +314,7 @@ TEST_F(CheckRights, ADatabaseThatMayNotBeReadIsOneFinding) {
     ExpectFailure("tw_8", "SELECT", "SELECT command denied to user .*tw_8");
 }
 
-TEST_F(CheckRights, ACentralDatabaseThatMayBeReadInPartIsOneFinding) {
+TEST_F(CheckPrivileges, ACentralDatabaseThatMayBeReadInPartIsOneFinding) {
     MakeInstallation();
     Grant("ALL PRIVILEGES", "`tw\\_8`.*");
     Grant("ALL PRIVILEGES", "`tw\\_logs`.*");
