@@ -6,9 +6,10 @@
 namespace twupdate {
 namespace {
 
-template <std::size_t kCount, typename Rung>
+template <std::size_t kCount, typename Rung, typename Names>
 constexpr std::array<LadderStep, kCount> ViewOf(Ladder ladder,
-                                                const std::array<Rung, kCount>& rungs) {
+                                                const std::array<Rung, kCount>& rungs,
+                                                const Names& notRepeatable) {
     std::array<LadderStep, kCount> view{};
     for (std::size_t i = 0; i < kCount; ++i) {
         view[i] = {ladder,
@@ -16,7 +17,7 @@ constexpr std::array<LadderStep, kCount> ViewOf(Ladder ladder,
                    rungs[i].threshold,
                    rungs[i].name,
                    rungs[i].description,
-                   rungs[i].repeatable};
+                   std::ranges::find(notRepeatable, rungs[i].name) == notRepeatable.end()};
     }
     return view;
 }
@@ -30,28 +31,19 @@ constexpr bool IsAscendingToCurrent(const Rungs& rungs) {
             return false;
         }
     }
-    return rungs.back().threshold <= kCurrentVersion;
+    return rungs.back().threshold <= TWU_CURRENT_VERSION;
 }
 
-/// A step that is called twice must say the same of itself both times.
-template <typename Rungs>
-constexpr bool AgreesOnRepeatable(const Rungs& rungs) {
-    for (const auto& rung : rungs) {
-        for (const auto& other : rungs) {
-            if (rung.repeatable != other.repeatable && rung.name == other.name) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
-template <typename Rungs>
-constexpr bool IsSound(const Rungs& rungs) {
-    return IsAscendingToCurrent(rungs) && AgreesOnRepeatable(rungs);
+template <typename Names, typename... Ladders>
+constexpr bool AreSteps(const Names& names, const Ladders&... ladders) {
+    return std::ranges::all_of(names, [&](std::string_view name) {
+        return ((std::ranges::find(ladders, name, &LadderStep::name) != ladders.end()) || ...);
+    });
 }
 
 }  // namespace
+
+constinit const double kCurrentVersion = TWU_CURRENT_VERSION;
 
 std::string_view LadderName(Ladder ladder) {
     switch (ladder) {
@@ -69,12 +61,16 @@ std::string_view LadderName(Ladder ladder) {
 
 std::span<const LadderStep> LadderSteps(Ladder ladder) {
     using L = Update::Ladders;
-    static_assert(IsSound(L::kSiteSchema) && IsSound(L::kSiteContent) && IsSound(L::kServer) &&
-                  IsSound(L::kServerData));
-    static constexpr auto kSiteSchema = ViewOf(Ladder::kSiteSchema, L::kSiteSchema);
-    static constexpr auto kSiteContent = ViewOf(Ladder::kSiteContent, L::kSiteContent);
-    static constexpr auto kServer = ViewOf(Ladder::kServer, L::kServer);
-    static constexpr auto kServerData = ViewOf(Ladder::kServerData, L::kServerData);
+    static_assert(IsAscendingToCurrent(L::kSiteSchema) && IsAscendingToCurrent(L::kSiteContent) &&
+                  IsAscendingToCurrent(L::kServer) && IsAscendingToCurrent(L::kServerData));
+    static constexpr auto kSiteSchema =
+        ViewOf(Ladder::kSiteSchema, L::kSiteSchema, L::kNotRepeatable);
+    static constexpr auto kSiteContent =
+        ViewOf(Ladder::kSiteContent, L::kSiteContent, L::kNotRepeatable);
+    static constexpr auto kServer = ViewOf(Ladder::kServer, L::kServer, L::kNotRepeatable);
+    static constexpr auto kServerData =
+        ViewOf(Ladder::kServerData, L::kServerData, L::kNotRepeatable);
+    static_assert(AreSteps(L::kNotRepeatable, kSiteSchema, kSiteContent, kServer, kServerData));
     switch (ladder) {
         case Ladder::kSiteSchema:
             return kSiteSchema;

@@ -16,29 +16,25 @@ struct Update::Ladders {
     struct Rung {
         double threshold;
         std::string_view name;
-        bool repeatable;
         std::string_view description;
         void (*run)(Update& update, Arguments... arguments, Boolean& result);
     };
     using SiteRung = Rung<std::int32_t>;
     using ServerRung = Rung<const std::string&, const std::string&, bool>;
 
-    static constexpr bool kRepeatable = true;
-    static constexpr bool kNotRepeatable = false;
-
     // clang-format off
-#define TWU_RUN_SITE_STEP(threshold, step, repeatable, description)                     \
-    {threshold, #step, repeatable, description,                                         \
+#define TWU_RUN_SITE_STEP(threshold, step, description)                     \
+    {threshold, #step, description,                                         \
      [](Update& update, std::int32_t siteId, Boolean& /*result*/) { update.step(siteId); }},
-#define TWU_RUN_SITE_STEP_WITH_RESULT(threshold, step, repeatable, description)         \
-    {threshold, #step, repeatable, description,                                         \
+#define TWU_RUN_SITE_STEP_WITH_RESULT(threshold, step, description)         \
+    {threshold, #step, description,                                         \
      [](Update& update, std::int32_t siteId, Boolean& result) { update.step(siteId, result); }},
-#define TWU_RUN_SERVER_STEP(threshold, step, repeatable, description)                   \
-    {threshold, #step, repeatable, description,                                         \
+#define TWU_RUN_SERVER_STEP(threshold, step, description)                   \
+    {threshold, #step, description,                                         \
      [](Update& update, const std::string& databaseName, const std::string& tablePrefix, bool isSite,     \
         Boolean& /*result*/) { update.step(databaseName, tablePrefix, isSite); }},
-#define TWU_RUN_SERVER_STEP_WITH_RESULT(threshold, step, repeatable, description)       \
-    {threshold, #step, repeatable, description,                                         \
+#define TWU_RUN_SERVER_STEP_WITH_RESULT(threshold, step, description)       \
+    {threshold, #step, description,                                         \
      [](Update& update, const std::string& databaseName, const std::string& tablePrefix, bool isSite,     \
         Boolean& result) { update.step(databaseName, tablePrefix, isSite, result); }},
 
@@ -58,6 +54,13 @@ struct Update::Ladders {
     static constexpr auto kServerData = std::to_array<ServerRung>({
 #define TWU_SERVER_DATA_STEP TWU_RUN_SERVER_STEP
 #define TWU_SERVER_DATA_STEP_WITH_RESULT TWU_RUN_SERVER_STEP_WITH_RESULT
+#include "twupdate/ladders.def"
+    });
+
+    /// Steps that are not completed by running them again, or not interrupted.
+    static constexpr auto kNotRepeatable = std::to_array<std::string_view>({
+#define TWU_NOT_REPEATABLE(step, effect) #step,
+#define TWU_UNINTERRUPTED(step) #step,
 #include "twupdate/ladders.def"
     });
 

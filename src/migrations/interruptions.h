@@ -11,18 +11,7 @@ namespace twupdate {
 using LeftoverSearch = std::vector<Leftover>(Utility& host, const SteppedDatabase& database,
                                              StepHistory history);
 
-// site_schema/interruptions.cpp
-LeftoverSearch LeftBySiteSchemaStep_1_0018;
-LeftoverSearch LeftBySiteSchemaStep_1_0035;
-LeftoverSearch LeftBySiteSchemaStep_1_0225;
-// site_content/interruptions.cpp
-LeftoverSearch LeftBySiteContentStep_1_0007;
-LeftoverSearch LeftBySiteContentStep_1_0043;
-LeftoverSearch LeftBySiteContentStep_1_0066;
-LeftoverSearch LeftBySiteContentStep_1_0082;
-// server/interruptions.cpp
-LeftoverSearch LeftByServerStep_1_0035;
-LeftoverSearch LeftByServerStep_1_0074;
-LeftoverSearch LeftByServerDataStep_1_0252;
+#define TWU_NOT_REPEATABLE(step, effect) LeftoverSearch LeftBy##step;
+#include "twupdate/ladders.def"
 
 }  // namespace twupdate

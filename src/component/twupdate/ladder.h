@@ -7,12 +7,11 @@
 #include <vector>
 
 #include "twupdate/export.h"
-#include "twupdate/ladders.def"
 
 namespace twupdate {
 
 /// The version that every completed upgrade records.
-inline constexpr double kCurrentVersion = TWU_CURRENT_VERSION;
+TWUPDATE_EXPORT extern const double kCurrentVersion;
 
 /// The one test of every rung: strictly below, so that a version that is not a number is below
 /// every threshold and runs everything.

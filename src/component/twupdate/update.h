@@ -135,23 +135,21 @@ class TWUPDATE_EXPORT Update final {
                                Boolean& result);
 
     // --- src/migrations: the steps, as the ladders name them -----------------------------------
-#define TWU_SITE_SCHEMA_STEP(threshold, step, repeatable, description) \
-    void step(std::int32_t siteId);
-#define TWU_SITE_SCHEMA_STEP_AGAIN(threshold, step, repeatable, description)
-#define TWU_SITE_CONTENT_STEP(threshold, step, repeatable, description) \
-    void step(std::int32_t siteId);
-#define TWU_SITE_CONTENT_STEP_AGAIN(threshold, step, repeatable, description)
-#define TWU_SITE_CONTENT_STEP_WITH_RESULT(threshold, step, repeatable, description) \
+#define TWU_SITE_SCHEMA_STEP(threshold, step, description) void step(std::int32_t siteId);
+#define TWU_SITE_SCHEMA_STEP_AGAIN(threshold, step, description)
+#define TWU_SITE_CONTENT_STEP(threshold, step, description) void step(std::int32_t siteId);
+#define TWU_SITE_CONTENT_STEP_AGAIN(threshold, step, description)
+#define TWU_SITE_CONTENT_STEP_WITH_RESULT(threshold, step, description) \
     void step(std::int32_t siteId, Boolean& result);
-#define TWU_SERVER_STEP(threshold, step, repeatable, description) \
+#define TWU_SERVER_STEP(threshold, step, description) \
     void step(const std::string& databaseName, const std::string& tablePrefix, bool isSite);
-#define TWU_SERVER_DATA_STEP(threshold, step, repeatable, description) \
+#define TWU_SERVER_DATA_STEP(threshold, step, description) \
     void step(const std::string& databaseName, const std::string& tablePrefix, bool isSite);
-#define TWU_SERVER_DATA_STEP_AGAIN(threshold, step, repeatable, description)
-#define TWU_SERVER_DATA_STEP_WITH_RESULT(threshold, step, repeatable, description)          \
+#define TWU_SERVER_DATA_STEP_AGAIN(threshold, step, description)
+#define TWU_SERVER_DATA_STEP_WITH_RESULT(threshold, step, description)                      \
     void step(const std::string& databaseName, const std::string& tablePrefix, bool isSite, \
               Boolean& result);
-#define TWU_SERVER_DATA_STEP_WITH_RESULT_AGAIN(threshold, step, repeatable, description)
+#define TWU_SERVER_DATA_STEP_WITH_RESULT_AGAIN(threshold, step, description)
 #include "twupdate/ladders.def"
 
     // --- src/migrations/site_schema ---------------------------------------------------------
