@@ -38,21 +38,24 @@ std::string WithoutAutoIncrement(std::string extra) {
 
 using Tables = std::map<std::string, Catalogue::Table>;
 
+// Not a prepared statement: a server may allow none (max_prepared_stmt_count).
+std::string Quoted(const std::string& database) {
+    std::string quoted = "'";
+    for (const char c : database) {
+        quoted += c == '\'' || c == '\\' ? std::string{c, c} : std::string(1, c);
+    }
+    return quoted + "'";
+}
+
 std::unique_ptr<Rows> Query(Connection& connection, std::string_view columns, std::string_view view,
                             const std::string& database, std::string_view order) {
-    // Not a prepared statement: a server may allow none (max_prepared_stmt_count).
-    std::string name;
-    for (const char c : database) {
-        name += c == '\'' || c == '\\' ? std::string{c, c} : std::string(1, c);
-    }
     return connection.Query(
         std::string("SELECT ")
             .append(columns)
             .append(" FROM information_schema.")
             .append(view)
-            .append(view == "schemata" ? " WHERE schema_name = '" : " WHERE table_schema = '")
-            .append(name)
-            .append("'")
+            .append(view == "schemata" ? " WHERE schema_name = " : " WHERE table_schema = ")
+            .append(Quoted(database))
             .append(order)
             .append(";"));
 }
@@ -119,6 +122,23 @@ void ReadIndexes(Connection& connection, const std::string& database, Tables& ta
     }
 }
 
+void ReadConstraints(Connection& connection, const std::string& database, Tables& tables) {
+    const std::string name = Quoted(database);
+    const auto rows = connection.Query(
+        "SELECT constraint_name, table_name FROM information_schema.table_constraints WHERE "
+        "table_schema = " +
+        name + " AND constraint_schema = " + name +
+        " AND constraint_type IN('FOREIGN KEY', 'CHECK') UNION SELECT constraint_name, "
+        "referenced_table_name FROM information_schema.referential_constraints WHERE "
+        "constraint_schema = " +
+        name + " ORDER BY 2, 1;");
+    while (rows->Next()) {
+        if (const auto table = tables.find(TextOf(*rows, 1)); table != tables.end()) {
+            table->second.constraints.push_back(TextOf(*rows, 0));
+        }
+    }
+}
+
 Catalogue::Defaults ReadDefaults(Connection& connection) {
     const auto rows = connection.Query(  // a server may lack some of them
         "SHOW SESSION VARIABLES WHERE variable_name IN('default_storage_engine', "
@@ -155,6 +175,7 @@ Catalogue ReadCatalogue(Connection& connection, const std::vector<std::string>& 
         ReadTables(connection, name, tables);
         ReadColumns(connection, name, tables);
         ReadIndexes(connection, name, tables);
+        ReadConstraints(connection, name, tables);
         Catalogue::Database database{TextOf(*schema, 0), TextOf(*schema, 1), {}};
         for (auto& [table, content] : tables) {
             database.tables[table] = std::make_shared<const Catalogue::Table>(std::move(content));

@@ -127,10 +127,6 @@ void CheckValue(const Stage& stage, const DryStatement& statement, const std::st
     }
 }
 
-bool Contains(const std::vector<std::string>& names, const std::string& name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
-
 }  // namespace
 
 void CheckWrites(const ServerState& server, const host::Catalogue& stored, const Walk& walk,
@@ -204,8 +200,8 @@ void CheckNextIds(const ServerState& server, const Walk& walk,
     }
 }
 
-void NoteAdditions(const ServerState& server, const std::vector<Walk>& walks,
-                   std::vector<std::string>& notes) {
+void NoteAdditions(const ServerState& server, const host::Catalogue& stored,
+                   const std::vector<Walk>& walks, std::vector<std::string>& notes) {
     std::map<std::string, std::set<std::string>> written;  // tables, by database
     for (const Walk& walk : walks) {
         for (const DryStatement& statement : walk.record) {
@@ -217,39 +213,34 @@ void NoteAdditions(const ServerState& server, const std::vector<Walk>& walks,
             }
         }
     }
-    const auto list = [&](const std::string& sql) {
-        std::vector<std::string> found;
-        const auto rows = server.connection.Query(sql);
-        while (rows->Next()) {
-            const std::string database = rows->Get(1).ToText();
-            const std::string table = rows->Get(2).ToText();
-            if (const auto tables = written.find(database);
-                tables != written.end() && tables->second.contains(table)) {
-                const std::string name =
-                    fmt::format("{} on {}.{}", rows->Get(0).ToText(), database, table);
-                if (!Contains(found, name)) {
-                    found.push_back(name);
-                }
-            }
-        }
-        return found;
-    };
-    const auto triggers = list(
+    std::vector<std::string> triggers;
+    const auto rows = server.connection.Query(
         "SELECT trigger_name, event_object_schema, event_object_table FROM "
-        "information_schema.triggers WHERE event_object_schema LIKE 'tw\\_%' ORDER BY 2, 3, "
-        "1;");
+        "information_schema.triggers WHERE event_object_schema LIKE 'tw\\_%' ORDER BY 2, 3, 1;");
+    while (rows->Next()) {
+        const host::TableName name{rows->Get(1).ToText(), rows->Get(2).ToText()};
+        if (const auto tables = written.find(name.database);
+            tables != written.end() && tables->second.contains(name.table)) {
+            triggers.push_back(
+                fmt::format("{} on {}.{}", rows->Get(0).ToText(), name.database, name.table));
+        }
+    }
     if (!triggers.empty()) {
         notes.push_back(
             fmt::format("triggers run when the upgrade changes rows, and check cannot tell whether "
                         "they fail: {}; rehearse runs them",
                         FirstFew(triggers)));
     }
-    const auto constraints = list(
-        "SELECT constraint_name, constraint_schema, table_name FROM "
-        "information_schema.table_constraints WHERE constraint_schema LIKE 'tw\\_%' AND "
-        "constraint_type IN('FOREIGN KEY', 'CHECK') UNION SELECT constraint_name, "
-        "constraint_schema, referenced_table_name FROM information_schema.referential_constraints "
-        "WHERE constraint_schema LIKE 'tw\\_%' ORDER BY 2, 3, 1;");
+    std::vector<std::string> constraints;
+    for (const auto& [database, tables] : written) {
+        for (const std::string& table : tables) {
+            if (const auto* found = stored.Find(database, table)) {
+                for (const std::string& name : found->constraints) {
+                    constraints.push_back(fmt::format("{} on {}.{}", name, database, table));
+                }
+            }
+        }
+    }
     if (!constraints.empty()) {
         notes.push_back(
             fmt::format("check cannot tell whether the rows of the upgrade meet the constraints of "

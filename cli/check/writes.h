@@ -20,7 +20,7 @@ void CheckNextIds(const ServerState& server, const Walk& walk, std::vector<Check
 /// What somebody has added to tables that the walks write, whose effect cannot be known: triggers,
 /// foreign keys and constraints.
 /// @param notes  receives a line for each kind
-void NoteAdditions(const ServerState& server, const std::vector<Walk>& walks,
-                   std::vector<std::string>& notes);
+void NoteAdditions(const ServerState& server, const host::Catalogue& stored,
+                   const std::vector<Walk>& walks, std::vector<std::string>& notes);
 
 }  // namespace twupdate::cli

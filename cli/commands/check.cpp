@@ -270,7 +270,7 @@ Checked CheckAll(const Session& session, const GlobalOptions& options, Console& 
     CheckSpace(connection, walks, findings, checked.notes);
     CheckFiles(scope.installFolder, scope.sites, findings);
     NoteUploads(scope.installFolder, walks, checked.notes);
-    NoteAdditions(server, walks, checked.notes);
+    NoteAdditions(server, stored, walks, checked.notes);
     return checked;
 }
 

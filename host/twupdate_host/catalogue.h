@@ -115,6 +115,9 @@ class Catalogue {
         std::string collation;  ///< likewise
         bool isView = false;
         bool isPartitioned = false;
+        /// Names of its CHECK constraints, its foreign keys and those that refer to it, as the
+        /// server had them when it was read.
+        std::vector<std::string> constraints = {};
 
         const Column* Find(std::string_view column) const;
         const Index* FindIndex(std::string_view index) const;
