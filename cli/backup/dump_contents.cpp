@@ -7,7 +7,7 @@
 namespace twupdate::cli {
 namespace {
 
-// A name has at most 80 characters, so that all that is looked for stands in here.
+// A name has at most 80 characters, so everything that is searched for fits in here.
 constexpr std::size_t kLineBytes = 2000;
 constexpr std::size_t kTailBytes = 256;
 

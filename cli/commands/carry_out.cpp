@@ -61,7 +61,7 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
                                   {"result", failure == nullptr ? "done"
                                              : failure->stopped ? "stopped"
                                                                 : "failed"}};
-    if (!run.result.is_null()) {  // an operation that failed may not have come so far
+    if (!run.result.is_null()) {  // an operation that failed may not have come this far
         result.update(run.result);
     }
     const Counts& counts = watch.Done();
@@ -126,7 +126,7 @@ void AddRecords(RunWatch& watch, const GlobalOptions& options, Console& console)
     }
 }
 
-/// The run with what the server says of itself.
+/// The run with the server's description.
 RunStart WithServer(RunStart start, const Session& session) {
     start.server = session.ServerText();
     start.account = session.Account();

@@ -125,7 +125,7 @@ void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kOutputGroup);
 }
 
-/// Writes to the standard output. A reader that went away has had enough, which is no failure.
+/// Writes to the standard output. A reader that closed the pipe is not an error.
 bool PutText(const std::string& text) {
     errno = 0;
     const bool written =

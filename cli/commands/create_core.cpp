@@ -42,7 +42,7 @@ int CreateCore(const GlobalOptions& options, Console& console) {
     run.start.version = kCurrentVersion;
     run.result["created"] = false;
     run.operation = [&](Update& update, Utility& /*host*/) {
-        if (update.CreateCoreDb() == kFalse) {  // somebody has made it since
+        if (update.CreateCoreDb() == kFalse) {  // created by somebody else in the meantime
             run.result["result"] = "nothing to do";
             console.Say(kExists);
             return;
@@ -51,7 +51,7 @@ int CreateCore(const GlobalOptions& options, Console& console) {
         console.Say(fmt::format("Central database tw_tarnwick created at version {}.",
                                 VersionText(kCurrentVersion)));
     };
-    // Creation looks at nothing but the database's name, so a second run would find it "there".
+    // Creation checks only the database's name, so a second run would do nothing.
     run.afterFailure =
         "What was created remains. Fix the cause, drop the unfinished database if it exists (DROP "
         "DATABASE tw_tarnwick), and repeat the command.";

@@ -203,7 +203,7 @@ int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& 
         return kDone;
     }
     if (!siteId && !IsBelow(plan.version, kCurrentVersion)) {
-        // The component looks at no site then.
+        // The component visits no site then.
         console.Print(fmt::format("Installation: version {} of {}; an upgrade would do nothing.",
                                   VersionText(plan.version), VersionText(kCurrentVersion)));
         for (const Group& group : plan.old) {

@@ -53,7 +53,8 @@ struct RehearsalResult {
     std::vector<std::string> notes;     ///< what the copy lacks
     std::vector<std::string> refusals;  ///< why an upgrade would not begin
     std::size_t sitesInAll = 0;         ///< that an upgrade would come to
-    /// What an upgrade of them all would take; nothing without rows, or when no step has run.
+    /// The time that an upgrade of them all would take; nothing without rows, or if no step has
+    /// run.
     std::optional<std::chrono::nanoseconds> wholeUpgrade;
 };
 
@@ -64,7 +65,7 @@ class StepTimes final : public RunSink {
                    std::uint64_t /*statements*/) override {
         timeLeft_.StepMeasured(*where.step, duration);
     }
-    /// What sites at these versions would take; nothing when no step has run.
+    /// The time that sites at these versions would take; nothing if no step has run.
     std::optional<std::chrono::nanoseconds> Of(const std::vector<double>& versions) const {
         TimeLeft timeLeft = timeLeft_;
         timeLeft.Start(versions);
@@ -85,8 +86,8 @@ DatabaseDone Totals(const RehearsalResult& rehearsal) {
     return totals;
 }
 
-/// What was measured, and for each other site that an upgrade would come to what its steps took
-/// elsewhere.
+/// The measured time and, for each other site that an upgrade would visit, the time that its steps
+/// took elsewhere.
 void EstimateWholeUpgrade(const std::vector<SiteRow>& all, const StepTimes& times,
                           RehearsalResult& rehearsal) {
     std::vector<double> others;
@@ -105,7 +106,7 @@ void EstimateWholeUpgrade(const std::vector<SiteRow>& all, const StepTimes& time
     }
 }
 
-/// A named site that an upgrade would not come to is a slip; nothing would be tried in its place.
+/// A named site that an upgrade would not visit is a mistake; no other site is tried in its place.
 void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int32_t>& named) {
     for (const std::int32_t siteId : named) {
         const auto site = std::find_if(
@@ -121,7 +122,7 @@ void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int
     }
 }
 
-/// A rehearsal makes folders and files, which must not mix with what is somebody's.
+/// A rehearsal creates folders and files, which must not mix with existing ones.
 void RequireEmpty(const fs::path& workdir) {
     std::error_code ignored;
     if (fs::exists(workdir / "server", ignored)) {
@@ -136,9 +137,8 @@ void RequireEmpty(const fs::path& workdir) {
     }
 }
 
-/// The sites to rehearse with: those that are named, or all that an upgrade would come to, or a
-/// sample of these that has early and late versions alike. One without its database is no site to
-/// copy.
+/// The sites to rehearse: those that are named, or all that an upgrade would visit, or a sample of
+/// these with early and late versions. A site without its database is not copied.
 std::vector<SiteRow> ChosenSites(Installation& installation, const std::vector<SiteRow>& all,
                                  const RehearseArguments& wanted) {
     std::set<std::int64_t> missing;
@@ -165,7 +165,7 @@ std::vector<SiteRow> ChosenSites(Installation& installation, const std::vector<S
     return sample;
 }
 
-/// What reaches the copy: the source's way of working, and nothing of its way there.
+/// Options for the copy: the session settings of the source without its connection options.
 GlobalOptions OptionsForTheCopy(const GlobalOptions& options, const fs::path& workdir,
                                 host::Connection& source) {
     GlobalOptions copy;

@@ -9,7 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Errors are skipped: a file that cannot be copied is one that the rehearsal lacks.
+// Errors are ignored: the rehearsal lacks a file that cannot be copied.
 class FolderCopy {
   public:
     void Copy(const fs::path& source, const fs::path& destination, bool contents) {

@@ -78,7 +78,7 @@ nlohmann::ordered_json JsonOf(const std::vector<RepairFinding>& findings, const 
 
 int Repair(const GlobalOptions& options, Console& console, const RepairArguments& arguments) {
     Session session(options);
-    // What a run in progress has in hand looks like what an interrupted one has left.
+    // A run in progress looks like an interrupted one.
     const RunLock lock(session, options, "repair", console);
     ProgressMarks marks(session.GetConnection());
     const auto findings = FindAndRepair(

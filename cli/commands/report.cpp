@@ -57,7 +57,7 @@ std::vector<RunRecord> ReadAll(const std::vector<fs::path>& files) {
     return runs;
 }
 
-/// Puts the page there whole, or leaves what was there.
+/// Replaces the page completely or not at all.
 void WritePage(const fs::path& file, std::string_view page) {
     const fs::path part = file.string() + ".part";
     try {

@@ -34,8 +34,7 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
 
 constexpr const char* kCentral = "tw_tarnwick";
 
-/// A database is dropped before it is made again, so a privilege that is missing must be found
-/// before.
+/// A database is dropped before it is recreated, so a missing privilege must be found before.
 void RequirePrivilege(bool granted, const std::string& database, const std::string& privilege,
                       const std::string& purpose = "") {
     if (!granted) {
@@ -64,14 +63,14 @@ bool IsOwn(host::Connection& connection, const std::string& definer) {
     return definer == own->Get(0).ToText() || (!role.IsNull() && definer == role.ToText());
 }
 
-/// The server then takes triggers and functions from those alone who may do anything.
+/// The server then accepts triggers and functions only from accounts with SUPER.
 bool DistrustsFunctions(host::Connection& connection) {
     return FirstCell(connection,
                      "SELECT @@GLOBAL.log_bin AND NOT @@GLOBAL.log_bin_trust_function_creators;") ==
            "1";
 }
 
-/// What the dump holds beside its tables takes privileges of its own.
+/// What the dump holds besides its tables needs further privileges.
 void RequirePrivilegesFor(const DumpContents& contents, host::Connection& connection,
                           const std::string& database) {
     constexpr std::array<std::pair<const char*, const char*>, 9> kPrivileges{
@@ -101,8 +100,8 @@ void RequirePrivilegesFor(const DumpContents& contents, host::Connection& connec
     }
 }
 
-/// The versions that the dumped sites have to have again, where the central database does not come
-/// back with them.
+/// The versions to which the dumped sites are reset if the central database is not restored with
+/// them.
 SiteVersions VersionsToRecord(const fs::path& folder, const std::vector<std::string>& databases) {
     SiteVersions versions;
     for (const std::string& database : databases) {
@@ -126,7 +125,7 @@ bool MayRecord(host::Connection& connection) {
         if (!IsMissing(error) && !IsDenied(error)) {
             throw;
         }
-        return IsMissing(error);  // half a central database, which comes back
+        return IsMissing(error);  // an incomplete central database, which will be restored
     }
 }
 
@@ -139,8 +138,8 @@ void Record(host::Connection& connection, const SiteVersions& versions) {
     }
 }
 
-/// The versions of the sites whose databases stay as they are; nothing where the central database
-/// is not whole.
+/// The versions of the sites whose databases stay unchanged; nothing if the central database is
+/// incomplete.
 std::optional<SiteVersions> VersionsOfOthers(const Session& session,
                                              const std::vector<std::string>& databases) {
     SiteVersions versions;
@@ -161,7 +160,7 @@ std::optional<SiteVersions> VersionsOfOthers(const Session& session,
 }
 
 /// The same, before the central database is dropped. Once a restore of these databases was
-/// interrupted, the central database may have come back with old versions already.
+/// interrupted, the central database may already have been restored with old versions.
 SiteVersions VersionsToKeep(const Session& session, const fs::path& folder,
                             const std::vector<std::string>& databases) {
     const auto marked = MarkedForRestore(*session.Own());
@@ -173,7 +172,7 @@ SiteVersions VersionsToKeep(const Session& session, const fs::path& folder,
     return kept ? *kept : now.value_or(SiteVersions());
 }
 
-/// A central database that has come back has old versions of sites that do not come back with it.
+/// A restored central database has old versions of the sites that are not restored with it.
 void RecordOthers(const Session& session, const std::vector<std::string>& databases,
                   SiteVersions versions, Console& console) {
     const SiteVersions now = VersionsOfOthers(session, databases).value_or(SiteVersions());
@@ -232,7 +231,7 @@ std::vector<std::string> ChosenDatabases(const RestoreArguments& arguments) {
                     arguments.siteId ? fmt::format(" of site {}", *arguments.siteId) : ""));
 }
 
-/// What the restore writes into tw_tarnwick.site beside the databases themselves.
+/// What the restore writes into tw_tarnwick.site besides restoring the databases.
 struct VersionsToSet {
     SiteVersions dumped;  ///< of the sites that are restored without the central database
     SiteVersions others;  ///< of the sites that are not restored with it
@@ -249,7 +248,7 @@ VersionsToSet FindVersions(const Session& session, const fs::path& folder,
     return versions;
 }
 
-/// Everything that can be known to fail, before the first database is dropped.
+/// Checks everything that can be known to fail before the first database is dropped.
 void RequireAll(host::Connection& connection, const fs::path& folder,
                 const std::vector<std::string>& databases, const VersionsToSet& versions,
                 Console& console) {

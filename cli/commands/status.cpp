@@ -21,7 +21,7 @@ double StartOf(const SiteRow& site, const ProgressMarks& marks) {
     return marks.ResumeVersion(fmt::format("tw_{}", site.siteId), *site.version);
 }
 
-/// What an upgrade has before it.
+/// What an upgrade has to do.
 struct Totals {
     std::size_t oldSites = 0;
     std::size_t unknown = 0;  ///< sites without a version

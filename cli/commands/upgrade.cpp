@@ -28,7 +28,7 @@ std::vector<SiteRow> InState(const std::vector<SiteRow>& sites, SiteState state)
     return chosen;
 }
 
-/// Hard-deleted sites are gone for good; any other that stays as it is was perhaps forgotten.
+/// Hard-deleted sites are gone permanently; any other site that is left out was perhaps forgotten.
 void TellLeftOut(const LeftOut& leftOut, Console& console) {
     for (const auto& [state, ids] : leftOut) {
         const std::string text = LeftOutText(state, ids);
@@ -60,7 +60,7 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
     return kDone;
 }
 
-/// Tells before the first statement what would end the run at an interrupted step or a mark.
+/// Reports before the first statement what would end the run at an interrupted step or a mark.
 void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, double version,
                                const std::vector<SiteRow>& sites, Leftovers leftovers) {
     const auto databases = SteppedDatabases(version, sites);

@@ -26,12 +26,12 @@ struct SiteArguments {
     std::shared_ptr<Leftovers> leftovers;
 };
 
-/// The version to start from, with every reason not to start at all.
+/// The version to start from; throws every reason not to start.
 double StartingVersion(Installation& installation, const SiteArguments& arguments) {
     if (arguments.from && arguments.noRecord) {
-        return *arguments.from;  // then the central database has no part in it
+        return *arguments.from;  // then the central database is not involved
     }
-    installation.Version();  // says what is wrong with the central database, if anything is
+    installation.Version();  // reports what is wrong with the central database, if anything
     const auto site = installation.Site(arguments.siteId);
     if (!site) {
         throw CommandError(fmt::format("tw_tarnwick.site has no site {}", arguments.siteId));

@@ -18,8 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Why nothing can be made in the folder, once it and those above it that are missing are made; 0
-/// when it can.
+/// Why no file can be created in the folder, after creating the missing folders; 0 if it can.
 int FolderError(fs::path folder) {
     while (access(folder.c_str(), F_OK) != 0) {
         if (errno != ENOENT) {
@@ -46,7 +45,7 @@ int FileError(const fs::path& file) {
     return errno == ENOENT ? FolderError(fs::absolute(file).parent_path()) : errno;
 }
 
-/// What a name leads to, whatever links are on the way; it need not be there.
+/// The target of a name, through all links; it need not exist.
 fs::path TargetOf(const fs::path& file) {
     constexpr int kMostLinks = 40;  // as the system has it
     std::error_code ignored;

@@ -46,7 +46,7 @@ std::string Section(std::string_view id, std::string_view title, std::string_vie
         id, title, content);
 }
 
-/// A table that scrolls by itself where the page is too narrow for it.
+/// A table that scrolls if the page is too narrow for it.
 class Table {
   public:
     /// @param columns  titles; one that begins with # is of numbers, with ~ of whole sentences
@@ -131,7 +131,7 @@ std::string ErrorOf(const FailureRecord& failure) {
     return error + Html(ShortStatement(failure.error, kMostText));
 }
 
-/// Where the events of a run break off.
+/// Where the events of a run end.
 std::string LastSeen(const RunRecord& run) {
     std::string place = fmt::format("the last event is of {} UTC", TimeHtml(run.lastEvent));
     if (const DatabaseRecord* database = run.InHand()) {
@@ -213,7 +213,7 @@ std::string FiguresOfAll(std::span<const RunRecord> runs) {
            Figure("statements", "Statements", Grouped(statements));
 }
 
-/// Failures that no later run resolved, but for one of the last run, of which the outcome tells.
+/// Failures that no later run resolved, except one of the last run, which the outcome reports.
 std::uint64_t OpenFailures(std::span<const RunRecord> runs) {
     std::uint64_t open = 0;
     for (const FailureGroup& group : FailureGroups(runs)) {
@@ -532,7 +532,7 @@ std::string Services(std::span<const RunRecord> runs) {
     return Section("services", "Service calls", table.Done() + FailedCalls(runs));
 }
 
-/// What tells the page from others at its head and in a list of windows.
+/// What distinguishes the page at its top and in a list of windows.
 std::string Title(std::span<const RunRecord> runs) {
     return fmt::format("{} of {} UTC",
                        runs.size() == 1 ? NameHtml(runs[0].command) : Count(runs.size(), "run"),

@@ -24,7 +24,7 @@ namespace {
 using nlohmann::json;
 using std::chrono::milliseconds;
 
-/// What is wrong with a line; the reader adds where it stands.
+/// What is wrong with a line; the reader adds its number.
 class BadLine : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -311,7 +311,7 @@ class RunBuilder {
         EndOfEvents();
     }
 
-    /// The counts know of the statements outside of steps too.
+    /// The counts include statements outside of steps.
     void TakeCounts(const Event& event) {
         const std::uint64_t statements = event.Object("counts").Number("statements");
         runs_.back().statements = std::max(runs_.back().statements, statements);
@@ -351,7 +351,7 @@ const std::map<std::string, RunBuilder::Handler, std::less<>> RunBuilder::kHandl
     {"run-stopped", &RunBuilder::RunStopped},
     {"run-finished", &RunBuilder::RunFinished}};
 
-/// The line as JSON, a discarded value when it is none. Bytes that are no UTF-8 do not count.
+/// The line as JSON; a discarded value if it is invalid. Invalid UTF-8 is accepted.
 json Parse(const std::string& line) {
     json value = json::parse(line, nullptr, false);
     return value.is_discarded() ? json::parse(Printable(line), nullptr, false) : value;

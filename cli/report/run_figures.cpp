@@ -112,7 +112,7 @@ std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs) {
             continue;
         }
         const FailureRecord& failure = *run.failure;
-        // The server's texts name tables and values, so its code says what is alike.
+        // The server's texts name tables and values, so errors are grouped by its code.
         const auto key = std::tuple(failure.step, failure.code,
                                     failure.code == 0 ? failure.error : std::string());
         groups[key].occurrences.push_back({&run, IsFixed(failure, run, runs.subspan(i + 1))});

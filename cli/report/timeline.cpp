@@ -16,7 +16,7 @@ namespace twupdate::cli {
 namespace {
 
 constexpr std::size_t kMostRows = 100;
-constexpr double kLeastShare = 0.006;  // of the axis: what is shorter is no bar of its own
+constexpr double kLeastShare = 0.006;  // of the axis: what is shorter has no bar of its own
 constexpr int kAxisHeight = 22;
 constexpr int kLabelHeight = 16;
 constexpr int kBarHeight = 12;
@@ -25,8 +25,8 @@ constexpr int kGap = 6;
 
 using Databases = std::span<const DatabaseRecord>;
 
-/// The databases row by row: each alone while there are few; many that ended are put together, but
-/// for the central database and one that did not end.
+/// The databases row by row: each alone if there are few; otherwise finished ones share rows,
+/// except the central database.
 std::vector<Databases> Rows(const RunRecord& run) {
     const Databases all(run.databases);
     const std::size_t chunk =

@@ -16,7 +16,7 @@ namespace {
 
 using host::DryStatement;
 
-/// Tries the parts of a run in turn, without a change to anything.
+/// Tries the parts of a run in turn, without changing anything.
 class Walk {
   public:
     Walk(const Session& session, const GlobalOptions& options)
@@ -46,7 +46,7 @@ class Walk {
         } catch (const OutdatedCentralDatabaseError& error) {
             result.outdated = error.what();
         } catch (const std::exception&) {
-            // What stops the walk stops the run, which says so; the calls before it count.
+            // What stops the walk stops the run, which reports it; the calls before it count.
         }
         if (host->Layout().HasDatabase(kCentral)) {
             central_ = host->Layout().Databases().at(kCentral);

@@ -122,7 +122,7 @@ std::optional<LockWait> FindLockWait(host::Connection& connection, std::uint64_t
         if (error.Code() == 0 || error.Code() >= 2000) {
             throw;
         }
-        return std::nullopt;  // a server without these tables, or a user who may not read them
+        return std::nullopt;  // a server without these tables, or an account that may not read them
     }
 }
 
@@ -158,7 +158,7 @@ std::optional<LockWait> LockWaitFinder::Find(const std::string& database) {
         }
         return FindLockWait(*connection_, waiting_, database);
     } catch (const std::exception&) {
-        failed_ = true;  // the run itself tells what is wrong with the server
+        failed_ = true;  // the run itself reports what is wrong with the server
         return std::nullopt;
     }
 }

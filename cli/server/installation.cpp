@@ -20,7 +20,7 @@ Value FieldOf(const Recordset& rows, std::string_view column) {
     return rows.Fields().Item(column).Value();
 }
 
-/// What stands where a version must be; empty for a number.
+/// The value that is not a version; empty for a number.
 std::string NoVersion(const Value& version) {
     if (version.IsNull()) {
         return "NULL";
@@ -161,7 +161,7 @@ std::vector<SiteRow> Installation::ReadSites(const std::string& condition) {
     for (; !rows->IsEOF(); rows->MoveNext()) {
         SiteRow site;
         const Value id = FieldOf(*rows, "siteid");
-        // The column is a BIGINT: an id that the component cannot take is shown nevertheless.
+        // The column may be a BIGINT: an id that the component cannot handle is shown nevertheless.
         site.siteId = std::stoll(id.ToText());
         const Value name = FieldOf(*rows, "sitename");
         site.name = name.IsNull() ? std::string() : name.ToText();

@@ -9,7 +9,7 @@
 namespace twupdate::cli {
 namespace {
 
-/// Nothing where there is nothing to read.
+/// Nothing if there is nothing to read.
 std::unique_ptr<host::Rows> RowsIfThere(host::Connection& connection, const std::string& query) {
     try {
         return connection.Query(query);

@@ -18,8 +18,8 @@ namespace {
 
 constexpr const char* kServerGroup = "Server";
 
-/// Takes the ways in which the server's own clients are given a password, to say why this program
-/// has none of them. The message leaves out what was given.
+/// Accepts the password options of the server's own clients, to explain why this program has none.
+/// The message omits the value.
 void RefusePasswords(CLI::App& app) {
     app.add_option("-p,--password",
                    [](const CLI::results_t&) -> bool {

@@ -73,7 +73,7 @@ void Console::PutResult(std::string_view line) {
 void Console::Result(const nlohmann::ordered_json& result) {
     if (json_) {
         const std::lock_guard lock(mutex_);
-        // Names in the databases may hold any bytes; what is no UTF-8 must not end the program.
+        // Names in the databases may contain any bytes; invalid UTF-8 must not end the program.
         PutResult(result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
     }
 }

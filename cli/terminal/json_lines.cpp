@@ -25,7 +25,7 @@ int Open(const std::filesystem::path& file, JsonLines::Readers readers,
     const int fd =
         open(file.c_str(), O_WRONLY | O_CREAT | place | O_CLOEXEC, ownerOnly ? kOwnerOnly : kUsual);
     struct stat status {};
-    // A file that was there may be open to others; a device or a pipe has no readers to come.
+    // An existing file may be readable by others; a device or a pipe has no later readers.
     if (fd >= 0 && ownerOnly &&
         (fstat(fd, &status) != 0 || (S_ISREG(status.st_mode) && fchmod(fd, kOwnerOnly) != 0))) {
         close(fd);

@@ -214,7 +214,7 @@ std::string ShortStatement(std::string_view sql, std::size_t longest) {
 }
 
 std::string WithoutPasswords(std::string_view sql) {
-    // Nearly no statement has one; the look at every token is for those that may.
+    // Few statements have one; only those that may are searched token by token.
     const std::string lower = LowerCase(sql.substr(0, std::min<std::size_t>(sql.size(), 4096)));
     if (lower.find("password") == std::string::npos &&
         lower.find("identified") == std::string::npos) {

@@ -29,7 +29,7 @@ std::optional<double> ParseNumber(std::string_view text) {
             return std::nullopt;
         }
     }
-    // from_chars would also take "inf" and "nan", which no column spells as a number.
+    // from_chars would also accept "inf" and "nan", which are not numbers in a column.
     if (text.empty() || text.find_first_not_of("0123456789.eE+-") != std::string_view::npos) {
         return std::nullopt;
     }

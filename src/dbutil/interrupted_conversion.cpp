@@ -57,7 +57,8 @@ class Conversion {
         return std::nullopt;
     }
 
-    /// The conversions of a table follow each other: in hand is the first that has not ended.
+    /// The conversions of a table follow each other: the interrupted one is the first that has not
+    /// ended.
     std::optional<std::string> InConversion() const {
         for (const std::string& column : converted_.columns) {
             const auto place = Place(column);

@@ -26,7 +26,7 @@ std::vector<fs::path> FilesIn(const fs::path& folder, const fs::path& destinatio
     std::error_code error;
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        // A link that leads nowhere is a file that cannot be copied, not one that is not there.
+        // A dangling link is a file that cannot be copied, not a missing one.
         std::error_code ignored;
         if (entry->is_regular_file(ignored) ||
             (entry->is_symlink(ignored) && !entry->is_directory(ignored))) {
@@ -54,7 +54,7 @@ void CopyTemplateFile(const fs::path& file, const fs::path& folder, Utility& hos
     }
     fs::copy_file(file, destination, fs::copy_options::overwrite_existing, error);
     if (error == std::errc::permission_denied && fs::is_regular_file(there)) {
-        // A copy takes over the mode of its template. One that nobody may write refuses the next.
+        // A copy has the mode of its template. A read-only copy would prevent the next one.
         std::error_code noOwner;
         fs::permissions(destination, fs::perms::owner_write, fs::perm_options::add, noOwner);
         if (!noOwner) {
@@ -69,7 +69,7 @@ void CopyTemplateFile(const fs::path& file, const fs::path& folder, Utility& hos
     }
 }
 
-/// A link to a file is one, a folder is none.
+/// A link to a file counts, a folder does not.
 bool IsThereAsAFile(const fs::path& path) {
     std::error_code ignored;
     const fs::file_status status = fs::status(path, ignored);

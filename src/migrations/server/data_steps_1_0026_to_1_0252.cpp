@@ -8,7 +8,7 @@
 namespace twupdate {
 namespace {
 
-/// True for digits that a page id can have. Longer numbers stand in documents such as
+/// True for digits that a page id can have. Longer numbers occur in documents such as
 /// "20091231235959/index.html", which name no page.
 bool IsPageId(std::string_view digits) {
     std::int32_t id = 0;

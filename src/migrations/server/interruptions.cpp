@@ -11,7 +11,8 @@ std::vector<Leftover> LeftByServerStep_1_0035(Utility& host, const SteppedDataba
     const std::string account = database.tablePrefix + "account";
     auto leftovers =
         FindInterruptedConversions(host, database.name, {{account, {"associatepercentage"}}});
-    if (database.tablePrefix.empty()) {  // of a site's database the step of its own ladder tells
+    if (database.tablePrefix
+            .empty()) {  // for a site's database, the step of its own ladder reports it
         for (Leftover& strange : FindStrangeConversions(host, database.name, {account})) {
             leftovers.push_back(std::move(strange));
         }
@@ -19,8 +20,8 @@ std::vector<Leftover> LeftByServerStep_1_0035(Utility& host, const SteppedDataba
     return leftovers;
 }
 
-// Without a history the marks count as incomplete only where the next step has not begun: later on
-// somebody may have stopped a site.
+// Without a history the marks count as incomplete only if the next step has not begun: later, a
+// site may have been stopped on purpose.
 std::vector<Leftover> LeftByServerStep_1_0074(Utility& host, const SteppedDatabase& database,
                                               StepHistory history) {
     const std::string& db = database.name;

@@ -2,7 +2,7 @@
 
 namespace twupdate {
 
-// The reference data is the central database's alone: a site's copies are left as they are.
+// Only the central database has reference data: a site's copies stay unchanged.
 void Update::ReimportReferenceData(const std::string&, const std::string&, bool isSite) {
     if (!isSite) {
         ImportComponentReferenceData();

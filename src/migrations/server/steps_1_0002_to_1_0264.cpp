@@ -3,7 +3,7 @@
 #include "twupdate/update.h"
 
 // The first server run: tables and columns of the central database, or of a site's copies of the
-// central tables, whose names carry a prefix.
+// central tables, whose names have a prefix.
 namespace twupdate {
 
 void Update::ServerStep_1_0002(const std::string& databaseName, const std::string& tablePrefix,
@@ -36,7 +36,7 @@ void Update::ServerStep_1_0026(const std::string& databaseName, const std::strin
 
 void Update::ServerStep_1_0030(const std::string& databaseName, const std::string& tablePrefix,
                                bool) {
-    // The first layout; steps 1.0040 and 1.0056 make it the present one.
+    // The first layout; steps 1.0040 and 1.0056 change it to the current one.
     Execute(Sql("CREATE TABLE IF NOT EXISTS ", databaseName, ".", tablePrefix,
                 "schedule("
                 "siteid INT NOT NULL, "

@@ -7,7 +7,7 @@
 namespace twupdate {
 namespace {
 
-/// Charge c is the one that group g was made from.
+/// Group g was made from charge c.
 constexpr const char* kMadeFrom =
     "c.featureid = g.featureid AND COALESCE(c.name, '') = g.name AND c.sequence = g.sequence";
 
@@ -15,8 +15,7 @@ std::string GroupsText(std::int64_t groups) {
     return std::to_string(groups) + (groups == 1 ? " group" : " groups");
 }
 
-/// Rows in the tables that the conversion fills which it did not make itself from the charges, or
-/// which orders use by now.
+/// Rows in the tables of the conversion that do not come from charges, or that orders use.
 std::int64_t RowsOfOthers(const Inspection& inspection, const std::string& db) {
     const std::string groupAndCharge =
         Sql(db, ".chargegroup g INNER JOIN ", db, ".charge c ON ", kMadeFrom);
@@ -46,7 +45,7 @@ std::int64_t RowsOfOthers(const Inspection& inspection, const std::string& db) {
     return rows;
 }
 
-/// Below 1.0007 nothing but the conversion fills these tables.
+/// Below 1.0007 only the conversion fills these tables.
 std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::string& db) {
     const std::int64_t groups = inspection.Count(Sql(db, ".chargegroup"));
     if (groups == 0) {
@@ -70,8 +69,8 @@ std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::str
     return {std::move(leftover)};
 }
 
-/// Groups that no charge names and no order uses, as a conversion makes them, beside a later one
-/// of the same feature, name and sequence that is named.
+/// Unused groups as a conversion makes them, while a later one with the same feature, name and
+/// sequence is in use.
 std::vector<Leftover> ConvertedTwice(const Inspection& inspection, const std::string& db) {
     const auto isNamed = [&db](std::string_view group) {
         return Sql("EXISTS (SELECT 1 FROM ", db, ".chargeoption o INNER JOIN ", db,
@@ -147,7 +146,7 @@ std::vector<Leftover> LinksWithoutCache(Utility& host, const std::string& db, bo
 std::vector<Leftover> LeftBySiteContentStep_1_0007(Utility& host, const SteppedDatabase& database,
                                                    StepHistory history) {
     const Inspection inspection(host, database.name);
-    // The column is the last thing that the schema step of the charges adds but for passwords.
+    // The column is the last one that the schema step of the charges adds, except for passwords.
     if (history == StepHistory::kNotRunning || !inspection.HasTable("chargegroup") ||
         !inspection.HasColumn("charge", "chargeoptionid") ||
         !inspection.HasColumn("charge", "password")) {
@@ -158,7 +157,7 @@ std::vector<Leftover> LeftBySiteContentStep_1_0007(Utility& host, const SteppedD
                : ConvertedTwice(inspection, database.name);
 }
 
-// Converting again what is converted changes nothing: no '<' or '>' is left in it.
+// A second conversion changes nothing: no '<' or '>' is left.
 std::vector<Leftover> LeftBySiteContentStep_1_0043(Utility& host, const SteppedDatabase& database,
                                                    StepHistory history) {
     const std::string& db = database.name;
@@ -199,7 +198,7 @@ std::vector<Leftover> LeftBySiteContentStep_1_0066(Utility& host, const SteppedD
             (history == StepHistory::kUnknown && IsBelow(database.version, 1.0066)));
 }
 
-// Below 1.0066 the search of that step finds the same.
+// Below 1.0066 the search for that step finds the same links.
 std::vector<Leftover> LeftBySiteContentStep_1_0082(Utility& host, const SteppedDatabase& database,
                                                    StepHistory history) {
     return LinksWithoutCache(

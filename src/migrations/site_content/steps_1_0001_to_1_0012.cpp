@@ -5,7 +5,7 @@
 
 namespace twupdate {
 
-// Steps that are not here stand by theme: charges.cpp, emails.cpp, navigation.cpp, styles.cpp,
+// The other steps are sorted by subject: charges.cpp, emails.cpp, navigation.cpp, styles.cpp,
 // texts.cpp.
 
 void Update::SiteContentStep_1_0001(std::int32_t siteId, Boolean& result) {
@@ -66,8 +66,8 @@ void Update::SiteContentStep_1_0007(std::int32_t siteId, Boolean& result) {
     result = kTrue;
 }
 
-// A link is carried across when the charge at its other end already has its group, that is, when
-// that charge comes earlier in the sequence; a link forward finds nothing and is dropped.
+// A link is converted if the charge at its other end already has its group, that is, if that charge
+// comes earlier in the sequence; a forward link finds nothing and is dropped.
 void Update::ConvertChargesToGroups(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
     const auto charges =
@@ -121,7 +121,7 @@ void Update::SiteContentStep_1_0009(std::int32_t siteId, Boolean& result) {
         const std::string newName =
             ReplaceAll(name, "span.TreeLink", "div.twTreeNode span.SiteTreeLink[suffix]");
         if (newName == name) {
-            return;  // found in another letter case only
+            return;  // differs only in letter case
         }
         const std::int32_t templateId = Int32Field(tag, "templateid");
         const std::int32_t overrideId = Int32Field(tag, "overrideid");
@@ -146,8 +146,8 @@ void Update::SiteContentStep_1_0011(std::int32_t siteId, Boolean& result) {
     result = kTrue;
 }
 
-// One backslash goes out, and the server's string literal drops it: the pattern's first character
-// is any character.
+// One backslash is sent, and the server's string literal drops it: the pattern begins with any
+// character.
 void Update::SiteContentStep_1_0012(std::int32_t siteId, Boolean& result) {
     Execute(Sql("UPDATE ", SiteDatabase(siteId),
                 ".tagdependancy SET inheritsequence = 2 WHERE tagname REGEXP "

@@ -35,8 +35,8 @@ std::optional<std::int32_t> ParseNumber(std::string_view text) {
     return number;
 }
 
-/// The element ids of the comma-separated sequence numbers, in list order; what is no element's
-/// number is dropped.
+/// The element ids of the comma-separated sequence numbers, in list order; unknown numbers are
+/// dropped.
 std::string ElementIds(std::string_view sequences,
                        const std::map<std::int32_t, std::int32_t>& elementBySequence) {
     std::string ids;

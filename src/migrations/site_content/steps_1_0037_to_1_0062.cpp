@@ -46,8 +46,7 @@ std::string JoinLines(const std::string& line1, const std::string& line2) {
     return line1 + (line1.empty() || line2.empty() ? "" : ", ") + line2;
 }
 
-/// The zone that a layout tag's name carries: 12 for ".LOnavlink12 A:Hover"; none for
-/// ".LOheading1".
+/// The zone in a layout tag's name: 12 for ".LOnavlink12 A:Hover"; none for ".LOheading1".
 std::optional<std::int32_t> ZoneOfTag(std::string_view name) {
     for (const std::string_view prefix :
          {".LOnavlink", ".LOheading1", ".LOheading2", ".LOnavdivider", ".LOzone"}) {
@@ -127,7 +126,7 @@ void Update::SiteContentStep_1_0042(std::int32_t siteId) {
     }
 }
 
-// The column tells that the e-mails are converted: once it is there, nothing is.
+// The column shows that the e-mails are converted: if it exists, none is.
 void Update::SiteContentStep_1_0043(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
     if (ColumnExists(db, "email", "ishtml")) {
@@ -253,7 +252,8 @@ void Update::AddDisplaySequences(const std::string& db, std::int32_t featureId) 
                                           "ShowBillingAddress", "ShowBillingCountry",
                                           "ShowBillingPostCode", "ShowBillingEmail",
                                           "ShowBillingTelephone");
-        // There is no telephone flag for the shipping block: the billing block's serves both.
+        // There is no telephone flag for the shipping block: the one of the billing block applies
+        // to both.
         shipping = CreateCartFieldSequence(cart, "ShowShippingName", "ShowShippingOrganization",
                                            "ShowShippingAddress", "ShowShippingCountry",
                                            "ShowShippingPostCode", "ShowShippingEmail",
@@ -300,7 +300,7 @@ void Update::MergeAddressLines(const std::string& db, const std::string& table,
     });
 }
 
-// Step 1.0069 renames the event, so that both names tell that a shop has it.
+// Step 1.0069 renames the event, so either name shows that a shop has it.
 void Update::SiteContentStep_1_0055(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
     const auto shopsWithoutEvent = [&](std::int32_t last) {

@@ -13,7 +13,7 @@
 namespace twupdate {
 namespace {
 
-/// A payment that carries no order yet.
+/// A payment without an order.
 struct Payment {
     std::string id;              // a BIGINT, which text carries whole
     std::optional<double> date;  // in seconds
@@ -125,8 +125,8 @@ void Update::RequireCartOrderColumn(std::int32_t siteId) {
 }
 
 /// Writes the orders of one page of commissions into the affiliates' payments of them. A
-/// commission's payment is the one of its amount that carries no order yet and whose date is
-/// nearest; the commissions choose in the order of their ids.
+/// commission's payment is the one of the same amount, without an order, whose date is nearest; the
+/// commissions choose in the order of their ids.
 void Update::LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std::int32_t upTo) {
     const std::string ofPage =
         Sql("orderid > 0 AND commissionid > ", above, " AND commissionid <= ", upTo);
@@ -151,7 +151,7 @@ void Update::LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std
                        {TextField(row, "accountpaymentid"), Seconds(row, "paid")});
                });
 
-    // A commission whose order a matching payment carries already is left out.
+    // A commission is skipped if a matching payment already has its order.
     const auto commissions = OpenRecordset(
         Sql("SELECT c.orderid, c.userid, c.commission, TO_SECONDS(c.created) + 0e0 AS earned FROM ",
             SiteDatabase(siteId), ".commission c WHERE ", ofPage, " AND NOT EXISTS(SELECT 1 FROM ",
@@ -175,7 +175,7 @@ void Update::LinkCommissionPayments(std::int32_t siteId, std::int32_t above, std
     });
 }
 
-// Steps that are not here stand by theme: direct_urls.cpp, forms.cpp, shop.cpp, styles.cpp,
+// The other steps are sorted by subject: direct_urls.cpp, forms.cpp, shop.cpp, styles.cpp,
 // text_embeds.cpp, texts.cpp.
 
 // Bit 32 is set where it is missing; the other bits stay.
@@ -197,7 +197,7 @@ void Update::SiteContentStep_1_0229(std::int32_t siteId) {
     }
 }
 
-// Blanks count as a text; only nothing at all is empty.
+// Blanks count as a text; only NULL and '' are empty.
 void Update::SiteContentStep_1_0234(std::int32_t siteId) {
     const std::string db = SiteDatabase(siteId);
     if (TableExists(db, "formtemplate")) {
@@ -258,7 +258,7 @@ void Update::SiteContentStep_1_0237(std::int32_t siteId) {
     }
 }
 
-/// Gives every navigation row of the page (or the page itself, where it has none) the URL.
+/// Sets the URL of every navigation row of the page, or of the page itself if it has none.
 void Update::MakeUrlCanonical(const std::string& db, std::int32_t featureId,
                               const std::string& url) {
     std::vector<std::int32_t> navigationIds;
