@@ -19,6 +19,7 @@
 #include "cli/terminal/help_formatter.h"
 #include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
+#include "twupdate/twupdate.h"
 
 namespace twupdate::cli {
 namespace {
@@ -37,7 +38,7 @@ std::string FaultOfHostName(const std::string& name) {
 }
 
 std::string VersionLine() {
-    return fmt::format("twupdate {} (brings databases to version {})", TWUPDATE_VERSION,
+    return fmt::format("twupdate {} (brings databases to version {})", twu_version(),
                        VersionText(kCurrentVersion));
 }
 

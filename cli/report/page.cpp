@@ -13,6 +13,7 @@
 #include "cli/report/style.h"
 #include "cli/report/timeline.h"
 #include "cli/terminal/text.h"
+#include "twupdate/twupdate.h"
 
 namespace twupdate::cli {
 namespace {
@@ -553,7 +554,7 @@ std::string ReportPage(std::span<const RunRecord> runs) {
                "<link rel=\"icon\" href=\"data:,\">\n<style>{}</style>\n</head>\n<body>\n<main>\n"
                "<header>\n<h1>twupdate: {}</h1>\n<p class=\"quiet\">From version {} to {}. Times "
                "are UTC.</p>\n{}</header>\n",
-               TWUPDATE_VERSION, title, kReportStyle, title, VersionText(runs.front().from),
+               twu_version(), title, kReportStyle, title, VersionText(runs.front().from),
                VersionText(runs.back().to), Servers(runs)) +
            Summary(runs) + Failures(runs) + Timelines(runs) + AllDatabases(runs) + Steps(runs) +
            Statements(runs) + Services(runs) + "</main>\n</body>\n</html>\n";

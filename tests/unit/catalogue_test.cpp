@@ -255,7 +255,7 @@ TEST(DryHosts, KeepARecordOfWhatASiteWouldBeSent) {
     Update update;
     update.Configure(dry);
     update.UpdateSite(7, 1.0263);
-    ASSERT_THAT(dry->Record(), SizeIs(4));
+    ASSERT_THAT(dry->Record(), SizeIs(testing::Ge(4U)));
     const DryStatement& alter = dry->Record()[2];
     EXPECT_EQ(alter.kind, StatementKind::kAlterTable);
     EXPECT_EQ(alter.sql,
