@@ -58,14 +58,14 @@ void WriteCurrentException(twu_error& error) noexcept {
 
 void ThrowFailure(twu_status status, const twu_error& error, const std::string& statement) {
     if (status == TWU_STOPPED) {
-        throw Stopped(error.text.empty() ? "a callback asked to stop" : error.text);
+        throw Stopped(error.text.empty() ? "a callback requested a stop" : error.text);
     }
     if (status == TWU_NO_MEMORY) {
         throw std::bad_alloc();
     }
     throw HostError(
         error.statement.empty() ? statement : error.statement, error.code, error.sqlState,
-        error.text.empty() ? "the host's callback failed without telling why" : error.text);
+        error.text.empty() ? "the host's callback failed without an error text" : error.text);
 }
 
 }  // namespace twupdate::capi

@@ -149,8 +149,8 @@ class CDatabase final : public Database {
         std::int64_t wide = 0;
         callbacks_->Call("GetLastInsertId", callbacks_->Table().last_insert_id, &wide);
         if (!std::in_range<std::int32_t>(wide)) {
-            throw OverflowError("last insert id " + std::to_string(wide) +
-                                ": outside the range of a 32-bit integer");
+            throw OverflowError("the last insert id " + std::to_string(wide) +
+                                " is out of range for a 32-bit integer");
         }
         id = static_cast<std::int32_t>(wide);
     }

@@ -33,7 +33,7 @@ class Callbacks {
     void Call(const std::string& about, twu_status (*callback)(void*, Parameters...),
               Arguments... arguments) const {
         if (callback == nullptr) {
-            throw HostError(about, 0, "", "the host does not have this service");
+            throw HostError(about, 0, "", "the host does not provide this service");
         }
         twu_error error;
         const twu_status status = callback(context_, arguments..., &error);

@@ -7,7 +7,7 @@ namespace twupdate::capi {
 std::string ToString(const twu_text& text, const std::string& about, const std::string& name) {
     if (text.data == nullptr && text.size > 0) {
         throw HostError(about, 0, "",
-                        name + ": the host's callback handed out " + std::to_string(text.size) +
+                        name + ": the host's callback returned " + std::to_string(text.size) +
                             " bytes of text at NULL");
     }
     return text.data == nullptr ? std::string() : std::string(text.data, text.size);
@@ -25,7 +25,7 @@ Value ToValue(const twu_value& value, const std::string& about, const std::strin
             return ToString(value.as.text, about, name);
         default:
             throw HostError(about, 0, "",
-                            name + ": the host's callback handed out a value of the unknown type " +
+                            name + ": the host's callback returned a value of the unknown type " +
                                 std::to_string(value.type));
     }
 }

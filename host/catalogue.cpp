@@ -139,7 +139,7 @@ class CatalogueStatement {
     }
     [[noreturn]] void FailToFollow(std::string_view wanted) const {
         throw Refusal{0, "",
-                      "no " + std::string(wanted) + " where the statement has '" +
+                      "expected " + std::string(wanted) + " in the statement at '" +
                           std::string(Peek().text) + "'"};
     }
     void Expect(std::string_view wordOrSign) {

@@ -85,7 +85,7 @@ Value FromText(std::string_view text, enum_field_types type) {
 }
 
 [[noreturn]] void FailWithoutRow() {
-    throw HostError("", 0, "", "the result has no current row: Next goes to the first");
+    throw HostError("", 0, "", "the result has no current row; call Next first");
 }
 
 /// The stored result of a plain statement.
@@ -205,7 +205,7 @@ class OptionFile {
         file_ = memfd_create("twupdate-options", MFD_CLOEXEC);
         if (file_ < 0 ||
             write(file_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-            throw HostError(describe, 0, "", "cannot set up the options in memory");
+            throw HostError(describe, 0, "", "cannot keep the connection options in memory");
         }
     }
     ~OptionFile() { close(file_); }
@@ -241,8 +241,8 @@ void RefuseUnsafeCharset(std::string_view name, const std::string& statement) {
         kUnsafeCharsets.end()) {
         throw HostError(statement, 0, "",
                         "the character set " + charset +
-                            " is refused: a backslash or a quote can be part of one of its "
-                            "characters, so escaped text would not be safe; use utf8mb4");
+                            " is not supported, because its characters can contain a backslash or "
+                            "a quote; use utf8mb4");
     }
 }
 
@@ -274,7 +274,7 @@ struct Connection::Prepared {
         if (parameters.size() != markers) {
             throw HostError(sql, 0, "",
                             "the statement has " + std::to_string(markers) +
-                                " parameter markers, the command has " +
+                                " parameter markers, but the command has " +
                                 std::to_string(parameters.size()) + " parameters");
         }
         std::vector<MYSQL_BIND> binds(markers);
@@ -531,8 +531,8 @@ void Connection::RefuseUnsafeSqlMode() {
     const std::string mode = rows->Next() ? rows->Get(0).ToText() : std::string();
     if (mode.find("NO_BACKSLASH_ESCAPES") != std::string::npos) {
         throw HostError(kQuestion, 0, "",
-                        "the sql_mode NO_BACKSLASH_ESCAPES is refused: escaped text would not be "
-                        "safe; give the session an sql_mode without it");
+                        "the sql_mode NO_BACKSLASH_ESCAPES is not supported, because text is "
+                        "escaped with backslashes; use an sql_mode without it");
     }
 }
 
@@ -546,8 +546,9 @@ void Connection::RefuseTooLarge(std::string_view sql, std::size_t bytes) const {
     if (maxPacket_ > 0 && bytes >= maxPacket_) {
         throw HostError(std::string(sql), CR_NET_PACKET_TOO_LARGE, "HY000",
                         "the statement has " + std::to_string(bytes) +
-                            " bytes and the server takes less than " + std::to_string(maxPacket_) +
-                            "; raise the server's setting max_allowed_packet and connect again");
+                            " bytes, but the server accepts less than " +
+                            std::to_string(maxPacket_) +
+                            "; increase max_allowed_packet on the server and connect again");
     }
 }
 

@@ -37,7 +37,7 @@ class MariaDbDatabase : public Database {
         const std::uint64_t last = connection_->LastInsertId();
         if (last > std::numeric_limits<std::int32_t>::max()) {
             throw OverflowError("the id " + std::to_string(last) +
-                                " of the last INSERT does not fit a 32-bit integer");
+                                " of the last INSERT is out of range for a 32-bit integer");
         }
         id = static_cast<std::int32_t>(last);
     }
@@ -90,7 +90,7 @@ class MariaDbCommand : public Command {
     Connection& ConnectionOf(const std::shared_ptr<Database>& database) const {
         auto* own = dynamic_cast<MariaDbDatabase*>(database.get());
         if (own == nullptr) {
-            throw HostError(sql_, 0, "", "the command was given a database of another host");
+            throw HostError(sql_, 0, "", "the command uses a database of another host");
         }
         return own->GetConnection();
     }

@@ -50,13 +50,13 @@ std::string OptionFileFault(const std::filesystem::path& file) {
         if (line.front() == '[') {
             const auto end = line.find(']');
             if (end == std::string_view::npos) {
-                return "line " + std::to_string(number) + " has a group without its bracket";
+                return "line " + std::to_string(number) + " has a group without a closing bracket";
             }
             hasGroup = true;
             isRead = std::find(kGroups.begin(), kGroups.end(), Trimmed(line.substr(1, end - 1))) !=
                      kGroups.end();
         } else if (!hasGroup) {
-            return "line " + std::to_string(number) + " stands before any group such as [client]";
+            return "line " + std::to_string(number) + " is not in a group such as [client]";
         } else if (isRead && !IsOption(line)) {
             return "line " + std::to_string(number) + " is not an option";
         }

@@ -28,7 +28,7 @@ std::string ReadPasswordFile(const std::filesystem::path& file) {
     // A pipe, as of a password manager, has no readers but this program.
     if (S_ISREG(status.st_mode) && (status.st_mode & S_IROTH) != 0) {
         throw std::runtime_error("the password file " + file.string() +
-                                 " is readable by everybody; restrict it to its owner (chmod 600)");
+                                 " can be read by everybody; restrict it to its owner (chmod 600)");
     }
     std::string password;
     std::getline(stream, password);

@@ -209,8 +209,8 @@ void PrivateServer::Lock() {
     std::error_code error;
     const bool isNew = fs::create_directories(folder_, error);
     if (error) {
-        throw PrivateServerError("the folder " + folder_.string() +
-                                 " cannot be made: " + error.message());
+        throw PrivateServerError("cannot create the folder " + folder_.string() + ": " +
+                                 error.message());
     }
     if (isNew) {
         // The server's root has no password: the folder is its door.
@@ -219,8 +219,8 @@ void PrivateServer::Lock() {
     const fs::path path = LockFile(folder_);
     lock_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lock_ < 0) {
-        throw PrivateServerError("the folder " + folder_.string() +
-                                 " cannot be written: " + ErrnoText());
+        throw PrivateServerError("cannot write to the folder " + folder_.string() + ": " +
+                                 ErrnoText());
     }
     if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
         std::string pid;
@@ -338,8 +338,8 @@ void PrivateServer::Spawn() {
     const std::string pid = std::to_string(pid_) + "\n";
     if (ftruncate(lock_, 0) != 0 ||
         pwrite(lock_, pid.data(), pid.size(), 0) != static_cast<ssize_t>(pid.size())) {
-        throw PrivateServerError("the folder " + folder_.string() +
-                                 " cannot be written: " + ErrnoText());
+        throw PrivateServerError("cannot write to the folder " + folder_.string() + ": " +
+                                 ErrnoText());
     }
 }
 
@@ -366,7 +366,7 @@ void PrivateServer::WaitUntilItAnswers() {
         }
         std::this_thread::sleep_for(kPollInterval);
     }
-    throw PrivateServerError("the server in " + folder_.string() + " is not up after " +
+    throw PrivateServerError("the server in " + folder_.string() + " did not start within " +
                              std::to_string(options_.startTimeout.count()) + " seconds: " + answer +
                              Complaint(ErrorLog(), logStart_));
 }
@@ -407,7 +407,7 @@ void PrivateServer::Stop() {
     while (!HasEnded()) {
         if (std::chrono::steady_clock::now() > end) {
             throw PrivateServerError("the server in " + folder_.string() + " (process " +
-                                     std::to_string(pid_) + ") has not ended after " +
+                                     std::to_string(pid_) + ") did not stop within " +
                                      std::to_string(options_.stopTimeout.count()) + " seconds");
         }
         std::this_thread::sleep_for(kPollInterval);

@@ -13,7 +13,7 @@ std::vector<std::string> SplitCommand(std::string_view command) {
         const char c = command[i];
         if (c == '\\' && quote != '\'') {
             if (++i == command.size()) {
-                throw std::invalid_argument("the command ends in a backslash");
+                throw std::invalid_argument("the command ends with a backslash");
             }
             word += command[i];
             inWord = true;
@@ -38,7 +38,7 @@ std::vector<std::string> SplitCommand(std::string_view command) {
         }
     }
     if (quote != 0) {
-        throw std::invalid_argument("the command has a quote that is never closed");
+        throw std::invalid_argument("the command has an unclosed quote");
     }
     if (inWord) {
         words.push_back(std::move(word));

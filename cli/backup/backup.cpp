@@ -224,9 +224,8 @@ std::optional<BackupNote> ReadNote(const fs::path& folder, const std::string& da
     // 0 is the version of a site of which nobody knows another.
     if (note.version != 0 && !(note.version >= kFirstVersion && note.version <= kCurrentVersion)) {
         throw CommandError(fmt::format(
-            "{}: {} is not a version that a backup can have ({} to {}); nothing was restored",
-            file.string(), VersionText(note.version), VersionText(kFirstVersion),
-            VersionText(kCurrentVersion)));
+            "{}: {} is not a possible version ({} to {}); nothing was restored", file.string(),
+            VersionText(note.version), VersionText(kFirstVersion), VersionText(kCurrentVersion)));
     }
     const auto text = [&](const char* key, const char* otherwise) {
         return json.contains(key) && json[key].is_string() ? json[key].get<std::string>()

@@ -115,10 +115,10 @@ void Print(const RestoreView& view, Console& console) {
     for (const std::string& line : table.Lines()) {
         console.Print(line);
     }
-    console.Print(
-        fmt::format("A restore loses what was written since the dump. The server knows of writing "
-                    "since its last start, {}.",
-                    UtcText(view.upSince)));
+    console.Print(fmt::format(
+        "A restore loses the changes since the dump. The server knows the changes since "
+        "its last start, {}.",
+        UtcText(view.upSince)));
 }
 
 nlohmann::ordered_json JsonOf(const RestoreView& view) {

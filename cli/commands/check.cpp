@@ -301,10 +301,9 @@ int Check(const GlobalOptions& options, Console& console, std::optional<std::int
 }  // namespace
 
 void AddCheck(CLI::App& app, Invocation& invocation) {
-    auto* command =
-        app.add_subcommand("check", "Look for what would make an upgrade fail; writes nothing");
+    auto* command = app.add_subcommand("check", "Find what would make an upgrade fail; read-only");
     const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    AddSiteOption(*command, *siteId, "Look at one site alone");
+    AddSiteOption(*command, *siteId, "Check only this site");
     command->callback([&invocation, siteId] {
         invocation.run = [siteId](const GlobalOptions& options, Console& console) {
             return Check(options, console, *siteId);

@@ -61,7 +61,7 @@ void AddComponentOptions(CLI::App& app, GlobalOptions& options) {
         ->check(FaultOfEmptyValue)
         ->group(kComponentGroup);
     app.add_option("--services-log", options.servicesLog,
-                   "Record component services in this file, one JSON object a line")
+                   "Record component services in this file, one JSON object per line")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kComponentGroup);
@@ -85,9 +85,8 @@ void AddRunOptions(CLI::App& app, GlobalOptions& options) {
         ->group(kRunGroup);
     app.add_flag("--no-lock", options.noLock, "Do not take the lock that excludes other runs")
         ->group(kRunGroup);
-    app.add_option(
-           "--backup", options.backup,
-           "Dump each database before it is first changed, into a folder of this run below DIR")
+    app.add_option("--backup", options.backup,
+                   "Dump each database before its first change, into a new folder below DIR")
         ->type_name("DIR")
         ->check(FaultOfEmptyValue)
         ->group(kRunGroup);
@@ -107,16 +106,16 @@ void AddRunOptions(CLI::App& app, GlobalOptions& options) {
 
 void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--trace", options.trace,
-                   "Record every call to the server in this file, one JSON object a line")
+                   "Record every call to the server in this file, one JSON object per line")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
     app.add_option("--events", options.events,
-                   "Record the progress of the run in this file, one JSON object a line")
+                   "Record the progress of the run in this file, one JSON object per line")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
-    app.add_option("--log", options.log, "Write a log of the run for people to this file")
+    app.add_option("--log", options.log, "Write a readable log of the run to this file")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
@@ -137,7 +136,7 @@ bool PutText(const std::string& text) {
 }  // namespace
 
 bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
-    CLI::App app("Brings the platform's databases up to the current version.", "twupdate");
+    CLI::App app("Upgrades the platform's databases to the current version.", "twupdate");
     app.set_version_flag("--version,-V", VersionLine());
     app.require_subcommand(1);
     app.fallthrough();

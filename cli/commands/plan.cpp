@@ -227,12 +227,12 @@ int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& 
 }  // namespace
 
 void AddPlan(CLI::App& app, Invocation& invocation) {
-    auto* command = app.add_subcommand("plan", "Show what an upgrade would run; writes nothing");
+    auto* command = app.add_subcommand("plan", "Show what an upgrade would run; read-only");
     const auto planOptions = std::make_shared<PlanOptions>();
     AddSiteOption(*command, planOptions->siteId,
                   "Show only this site, as upgrade-site would run it");
     command->add_flag("--sql", planOptions->sql,
-                      "Print the SQL statements, as far as they do not depend on rows");
+                      "Print the SQL statements; an outline where they depend on rows");
     command->callback([&invocation, planOptions] {
         invocation.run = [planOptions](const GlobalOptions& options, Console& console) {
             return ShowPlan(options, console, *planOptions);

@@ -116,7 +116,7 @@ void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int
         }
         if (site->State() != SiteState::kOld) {
             throw CommandError(
-                fmt::format("site {} is not to be upgraded, so it is not rehearsed: {}", siteId,
+                fmt::format("site {} would not be upgraded, so it cannot be rehearsed: {}", siteId,
                             SiteStateText(site->State())));
         }
     }
@@ -126,13 +126,14 @@ void RequireOldSites(const std::vector<SiteRow>& all, const std::vector<std::int
 void RequireEmpty(const fs::path& workdir) {
     std::error_code ignored;
     if (fs::exists(workdir / "server", ignored)) {
-        throw CommandError(
-            fmt::format("{} holds a rehearsal already; name another folder", workdir.string()),
-            kUsageError);
+        throw CommandError(fmt::format("{} already holds a rehearsal\nhint: name another folder",
+                                       workdir.string()),
+                           kUsageError);
     }
     if (fs::exists(workdir, ignored) && !fs::is_empty(workdir, ignored)) {
         throw CommandError(
-            fmt::format("{} is not empty; name another folder for the rehearsal", workdir.string()),
+            fmt::format("{} is not empty\nhint: name another folder for the rehearsal",
+                        workdir.string()),
             kUsageError);
     }
 }
@@ -260,7 +261,7 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
     scope.routines = MayReadRoutines(connection);
     if (!scope.routines) {
         notes.emplace_back(
-            "procedures and functions are not copied: the user may not read them (SELECT on "
+            "procedures and functions are not copied: the account cannot read them (SELECT on "
             "mysql.proc)");
     }
     std::vector<std::string> withoutTriggers;
@@ -434,7 +435,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     const auto all = installation.Sites();
     if (!IsBelow(version, kCurrentVersion)) {
         throw CommandError(
-            "the installation is not below the current version: nothing to rehearse");
+            "the installation is at the current version, so there is nothing to rehearse");
     }
     RequireOldSites(all, arguments.sites);
     RehearsalResult rehearsal;
@@ -449,8 +450,8 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     std::error_code error;
     fs::create_directories(arguments.workdir, error);
     if (error) {
-        throw CommandError(fmt::format("cannot make the folder {}: {}", arguments.workdir.string(),
-                                       error.message()),
+        throw CommandError(fmt::format("cannot create the folder {}: {}",
+                                       arguments.workdir.string(), error.message()),
                            kUsageError);
     }
     const GlobalOptions copyOptions =
@@ -514,11 +515,12 @@ void AddRehearse(CLI::App& app, Invocation& invocation) {
         "rehearse", "Upgrade a copy on a private server; the source is only read");
     const auto arguments = std::make_shared<RehearseArguments>();
     AddSiteOption(*command, arguments->sites, "Copy this site (may be repeated)");
-    command->add_option("--sample", arguments->sample, "Copy so many of the sites")
+    command->add_option("--sample", arguments->sample, "Copy a sample of N sites")
         ->type_name("N")
         ->transform(Decimal())
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
-    command->add_option("--workdir", arguments->workdir, "A folder for the private server")
+    command
+        ->add_option("--workdir", arguments->workdir, "New or empty folder for the private server")
         ->type_name("DIR")
         ->required();
     command->add_flag("--schema-only", arguments->schemaOnly,

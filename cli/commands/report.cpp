@@ -31,14 +31,14 @@ void CheckPage(const Arguments& arguments) {
     std::error_code ignored;
     const fs::file_status status = fs::status(arguments.page, ignored);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
-        throw CommandError(
-            fmt::format("{} is no file that can be replaced", arguments.page.string()),
-            kUsageError);
+        throw CommandError(fmt::format("{} is not a regular file", arguments.page.string()),
+                           kUsageError);
     }
     for (const fs::path& events : arguments.events) {
         if (fs::equivalent(arguments.page, events, ignored)) {
             throw CommandError(
-                fmt::format("{} holds the events; name another file for the page", events.string()),
+                fmt::format("{} holds the events\nhint: name another file for the page",
+                            events.string()),
                 kUsageError);
         }
     }

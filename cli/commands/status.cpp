@@ -168,7 +168,7 @@ void AddStatus(CLI::App& app, Invocation& invocation) {
     auto* command =
         app.add_subcommand("status", "Show the versions of the installation and its sites");
     const auto exitCode = std::make_shared<bool>(false);
-    command->add_flag("--exit-code", *exitCode, "End with status 3 when steps are pending");
+    command->add_flag("--exit-code", *exitCode, "Exit with status 3 if steps are pending");
     command->callback([&invocation, exitCode] {
         invocation.run = [exitCode](const GlobalOptions& options, Console& console) {
             return Status(options, console, *exitCode);

@@ -132,8 +132,8 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
 }
 
 constexpr const char* kNeeds = R"(What an upgrade needs:
-  Backup     --backup DIR dumps each database before it is first changed, and
-             'twupdate restore' brings it back. Nothing can be rolled back.
+  Backup     --backup DIR dumps each database before its first change, and
+             'twupdate restore' restores it. Nothing can be rolled back.
   Services   Some steps call component services of the platform. Pass
              --service-command, --services-log or --no-services.
   Files      Some steps copy files of the sites. --install-folder names the

@@ -142,10 +142,10 @@ std::string Verdict(const VerifyResult& verifyResult) {
     if (databases == 0) {
         return "No database was compared.";
     }
-    const std::string sound = databases == 1 ? "as it should be" : "as they should be";
-    return fmt::format(
-        "{} compared: {}.", Count(databases, "database"),
-        verifyResult.findings.empty() ? sound : Count(verifyResult.findings.size(), "difference"));
+    return fmt::format("{} compared: {}.", Count(databases, "database"),
+                       verifyResult.findings.empty()
+                           ? "no differences"
+                           : Count(verifyResult.findings.size(), "difference"));
 }
 
 int Verify(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
@@ -158,7 +158,7 @@ int Verify(const GlobalOptions& options, Console& console, std::optional<std::in
         console.Say("note: " + note);
     }
     if (!verifyResult.notUpgraded.empty()) {
-        console.Say(fmt::format("Not at {} and not looked at: {}", VersionText(kCurrentVersion),
+        console.Say(fmt::format("Not at {}, so not compared: {}", VersionText(kCurrentVersion),
                                 fmt::join(verifyResult.notUpgraded, ", ")));
     }
     console.Say(Verdict(verifyResult));

@@ -114,7 +114,7 @@ class Event {
                                                std::chrono::day{day}};
         if (fields != 7 || zone != 'Z' || !date.ok() || hour > 23 || minute > 59 ||
             !(second < 61) || hour < 0 || minute < 0 || second < 0) {
-            throw BadLine("'time' is no time such as 2026-11-21T09:05:03.120Z");
+            throw BadLine("'time' is not a time such as 2026-11-21T09:05:03.120Z");
         }
         return std::chrono::sys_days(date) + std::chrono::hours{hour} +
                std::chrono::minutes{minute} + milliseconds{std::llround(second * 1000)};
@@ -137,7 +137,7 @@ class Event {
     bool IsObject() const { return object_.is_object(); }
 
     [[noreturn]] static void FailAt(const char* key) {
-        throw BadLine(fmt::format("'{}' does not hold what it must", key));
+        throw BadLine(fmt::format("'{}' has a value of the wrong type", key));
     }
 
     const json& object_;
@@ -161,7 +161,7 @@ class RunBuilder {
         }
         if (!inRun_) {
             throw BadLine(
-                fmt::format("'{}' stands in no run; a run begins with run-started", name));
+                fmt::format("'{}' is outside of a run; a run begins with run-started", name));
         }
         runs_.back().lastEvent = std::max(runs_.back().lastEvent, time);
         const auto handler = kHandlers.find(name);
@@ -209,7 +209,7 @@ class RunBuilder {
 
     void DatabaseStarted(const Event& event, EventTime time) {
         if (databaseOpen_) {
-            throw BadLine("a database begins before the one in hand has ended");
+            throw BadLine("a database begins before the previous one has ended");
         }
         DatabaseRecord database;
         database.name = event.Text("database");
@@ -357,7 +357,7 @@ json Parse(const std::string& line) {
     return value.is_discarded() ? json::parse(Printable(line), nullptr, false) : value;
 }
 
-constexpr const char* kNoObject = "no JSON object";
+constexpr const char* kNoObject = "not a JSON object";
 
 bool BeginsRun(const json& line) {
     return line.is_object() && line.contains("event") && line["event"] == "run-started";
@@ -369,10 +369,10 @@ void TakeLine(RunBuilder& builder, const json& line) {
     }
     const Event event(line);
     if (!line.contains("v") || !line.contains("event")) {
-        throw BadLine("no event of a run");
+        throw BadLine("not an event of a run");
     }
     if (line["v"] != Events::kFormatVersion) {
-        throw BadLine(fmt::format("version {} of the events; this program reads version {}",
+        throw BadLine(fmt::format("the events have version {}, but this program reads version {}",
                                   line["v"].dump(-1, ' ', true, json::error_handler_t::replace),
                                   Events::kFormatVersion));
     }

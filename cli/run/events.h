@@ -12,7 +12,7 @@ namespace twupdate::cli {
 /// The time now, UTC, as "2026-11-21T09:05:03.120Z".
 std::string TimeNow();
 
-/// --events: how a run goes on, for tools; one JSON object a line, behind those of earlier runs.
+/// --events: how a run goes on, for tools; one JSON object per line, behind those of earlier runs.
 /// The format is described in docs/operating/during.md and carries its version.
 class Events final : public RunSink {
   public:

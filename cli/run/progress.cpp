@@ -139,7 +139,7 @@ void Progress::AskForWait() {
     if (wait_ && warnedCall_ != call && !console_.Interactive()) {
         warnedCall_ = call;
         console_.Warn(fmt::format("{}: a statement waits for a lock{}", database,
-                                  wait_->holder.empty() ? ", and the server does not tell whose"
+                                  wait_->holder.empty() ? "; the server does not show whose"
                                                         : " that may be held by " + wait_->holder));
     }
 }

@@ -45,7 +45,7 @@ bool WriteAll(int fd, std::string_view bytes) {
 Pipe Pipe::Make() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
-        throw CommandError(fmt::format("cannot make a pipe: {}", std::strerror(errno)));
+        throw CommandError(fmt::format("cannot create a pipe: {}", std::strerror(errno)));
     }
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }

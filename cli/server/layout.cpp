@@ -225,14 +225,15 @@ std::vector<LayoutFinding> Compare(const std::string& database, const Layout& ex
             } else {
                 findings.push_back(
                     {database, name, "", "", "", table.step,
-                     fmt::format("the table is missing, and the site has others of its feature, {}",
-                                 table.feature)});
+                     fmt::format(
+                         "the table is missing, but the site has other tables of its feature, {}",
+                         table.feature)});
             }
             continue;
         }
         if (found->second.isView) {
             findings.push_back(
-                {database, name, "", "", "", table.step, "it is a view and must be a table"});
+                {database, name, "", "", "", table.step, "it is a view instead of a table"});
             continue;
         }
         for (const auto& [itemName, item] : table.items) {

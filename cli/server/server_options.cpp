@@ -24,8 +24,8 @@ void RefusePasswords(CLI::App& app) {
     app.add_option("-p,--password",
                    [](const CLI::results_t&) -> bool {
                        throw CLI::ValidationError(
-                           "passwords are not accepted on the command line, because every user of "
-                           "the machine can read it\nhint: use --password-file, the variable "
+                           "passwords are not accepted on the command line, because other users "
+                           "can read it there\nhint: use --password-file, the variable "
                            "MYSQL_PWD or an option file (--defaults-file)");
                    })
         ->expected(0, 1)

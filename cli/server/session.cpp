@@ -132,7 +132,7 @@ fs::path InstallFolder(const GlobalOptions& options) {
         return *std::move(folder);
     }
     throw CommandError(
-        "no folder resources with the reference data beside the program; name the component's "
+        "cannot find the folder resources with the reference data\nhint: name the component's "
         "folder with --install-folder",
         kUsageError);
 }

@@ -30,27 +30,27 @@ struct Options {
 
 void AddOptions(CLI::App& app, Options& options) {
     auto& installation = options.installation;
-    app.add_option("--sites", installation.sites, "number of sites")
+    app.add_option("--sites", installation.sites, "Number of sites")
         ->type_name("N")
         ->transform(cli::Decimal())
         ->check(CLI::Range(0, 100000))
         ->capture_default_str();
-    app.add_option("--rows", installation.rows, "rows in each of a site's large tables")
+    app.add_option("--rows", installation.rows, "Rows in each of a site's large tables")
         ->type_name("N")
         ->transform(cli::Decimal())
         ->check(CLI::Range(0, 10000000))
         ->capture_default_str();
-    app.add_option("--seed", installation.seed, "another seed makes other rows")
+    app.add_option("--seed", installation.seed, "Seed of the generated rows")
         ->type_name("N")
         ->capture_default_str();
     app.add_option("--install-root", installation.root,
-                   "write the installation's files into this folder; the component's own folder "
+                   "Folder for the installation's files; the component's own folder "
                    "is \"update\" in it")
         ->type_name("DIR");
-    app.add_option("--layouts", installation.layoutFolder, "the layouts to load")
+    app.add_option("--layouts", installation.layoutFolder, "Folder of the layouts to load")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory);
-    app.add_option("--sample-rows", installation.rowFolder, "the rows with fixed ids")
+    app.add_option("--sample-rows", installation.rowFolder, "Folder of the rows with fixed ids")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory);
     cli::AddServerOptions(app, options.server);
@@ -128,7 +128,7 @@ void Print(const Options& options) {
 }
 
 int Main(int argc, char** argv) {
-    CLI::App app("Makes an old installation with believable rows, to try an upgrade on.",
+    CLI::App app("Creates an old installation with realistic rows, for trying an upgrade.",
                  "twupdate-sample");
     app.formatter(std::make_shared<cli::HelpFormatter>());
     Options options;

@@ -19,7 +19,7 @@ DataFileError::~DataFileError() = default;
 OutdatedCentralDatabaseError::~OutdatedCentralDatabaseError() = default;
 
 NotConfiguredError::NotConfiguredError()
-    : std::logic_error("Update is not configured: call Configure with the host's utility first") {}
+    : std::logic_error("Update is not configured; call Configure first") {}
 NotConfiguredError::~NotConfiguredError() = default;
 
 }  // namespace twupdate

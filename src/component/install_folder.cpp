@@ -25,7 +25,8 @@ std::filesystem::path FolderOfThisCode() {
             return std::filesystem::path(line.substr(file)).parent_path();
         }
     }
-    throw FileError("cannot tell which file the component was loaded from (/proc/self/maps)");
+    throw FileError(
+        "cannot determine the file that the component was loaded from (/proc/self/maps)");
 }
 
 }  // namespace twupdate

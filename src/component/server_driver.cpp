@@ -13,7 +13,7 @@ constexpr std::int32_t kSitesPerBatch = 30;
 
 void CountRow(std::int32_t& rows) {
     if (rows == std::numeric_limits<std::int32_t>::max()) {
-        throw OverflowError("more sites in a batch than a 32-bit integer counts");
+        throw OverflowError("a batch has more sites than a 32-bit integer can count");
     }
     ++rows;
 }

@@ -89,7 +89,7 @@ double Value::ToDouble() const {
         }
         throw ConversionError(Shown(*text) + " is not a number");
     }
-    throw ConversionError("NULL where a number must be");
+    throw ConversionError("NULL instead of a number");
 }
 
 std::int32_t Value::ToInt32() const {
@@ -97,7 +97,7 @@ std::int32_t Value::ToInt32() const {
     constexpr auto kMax = std::numeric_limits<std::int32_t>::max();
     const double number = RoundHalfToEven(ToDouble());
     if (!(number >= kMin && number <= kMax)) {
-        throw OverflowError(ToText() + " does not fit a 32-bit integer");
+        throw OverflowError(ToText() + " is out of range for a 32-bit integer");
     }
     return static_cast<std::int32_t>(number);
 }
@@ -112,7 +112,7 @@ std::string Value::ToText() const {
     if (const auto* number = std::get_if<double>(&data_)) {
         return NumberText(*number);
     }
-    throw ConversionError("NULL where a text must be");
+    throw ConversionError("NULL instead of a text");
 }
 
 bool Value::ToBool() const {

@@ -186,7 +186,7 @@ std::string Update::CreateCartFieldSequence(
     const std::string& countrySetting, const std::string& postCodeSetting,
     const std::string& emailSetting, const std::string& telephoneSetting) {
     if (!cart) {
-        throw std::invalid_argument("CreateCartFieldSequence needs the cart's page");
+        throw std::invalid_argument("CreateCartFieldSequence needs the page of a cart");
     }
     std::string sequence;
     if (IsTrue(*cart, nameSetting)) {

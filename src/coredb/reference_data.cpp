@@ -33,9 +33,9 @@ void AppendRow(std::string& sql, std::string_view line, const std::vector<std::s
     const auto fields = SplitAtTabs(line);
     const std::size_t wanted = columns.size() / 2;
     if (fields.size() < wanted) {
-        throw DataFileError(file.string() + " line " + std::to_string(lineNumber) + ": " +
-                            std::to_string(fields.size()) + " fields where " +
-                            std::to_string(wanted) + " must be");
+        throw DataFileError(file.string() + " line " + std::to_string(lineNumber) + " has only " +
+                            std::to_string(fields.size()) + " of " + std::to_string(wanted) +
+                            " fields");
     }
     sql += '(';
     for (std::size_t i = 0; i < wanted; ++i) {

@@ -29,7 +29,7 @@ class Conversion {
         const std::string type = columns_[*Place(kInterimColumn)].type;
         if (type != "double") {
             return ForAPerson(Concat("the column double_temp has the type ", type,
-                                     ", which no conversion gives it"),
+                                     ", which no conversion creates"),
                               kStopsWith1060);
         }
         const auto column = InConversion();
@@ -99,14 +99,13 @@ class Conversion {
             inspection_.Count(Sql(Table(), " WHERE NOT (", isDefault, ") AND NOT (double_temp <=> ",
                                   AsDouble(column), ")"));
         if (own > 0) {
-            return ForAPerson(
-                Concat("double_temp holds the values of ", column, ", and ", column,
-                       ", which was added again since, holds others in ", RowsText(own)),
-                kStopsWith1060);
+            return ForAPerson(Concat("double_temp holds the values of ", column, ", and ", column,
+                                     ", which was added again, holds others in ", RowsText(own)),
+                              kStopsWith1060);
         }
         return {.table = converted_.table,
                 .seen = Concat("double_temp holds the values of ", column, ", and ", column,
-                               ", which was added again since, is empty"),
+                               ", which was added again, is empty"),
                 .consequence = kStopsWith1060,
                 .statements = {Drop(column), Rename(column)}};
     }
@@ -187,7 +186,7 @@ std::vector<Leftover> FindStrangeConversions(Utility& host, const std::string& d
     for (const std::string& table : Inspection(host, database).TablesWith(kInterimColumn)) {
         if (std::find(known.begin(), known.end(), table) == known.end()) {
             leftovers.push_back({.table = table,
-                                 .seen = Concat("the table has a column double_temp, and no step "
+                                 .seen = Concat("the table has a column double_temp, but no step "
                                                 "converts a column of this table"),
                                  .consequence = kNothingReadsThem,
                                  .statements = {}});

@@ -112,7 +112,7 @@ bool LiesWithin(const fs::path& folder, const fs::path& path) {
 }
 
 void FailLookup(const fs::path& path, const std::error_code& error) {
-    throw FileError("cannot look at " + path.string() + ": " + error.message());
+    throw FileError("cannot access " + path.string() + ": " + error.message());
 }
 
 bool FolderExists(const fs::path& folder) {

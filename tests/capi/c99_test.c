@@ -239,7 +239,7 @@ int main(void) {
     CHECK(twu_error_status(twu_last_error(update)) == TWU_STOPPED);
     CHECK(twu_error_code(twu_last_error(update)) == 0);
     CHECK(strcmp(twu_error_sqlstate(twu_last_error(update)), "") == 0);
-    CHECK(strcmp(twu_error_text(twu_last_error(update)), "a callback asked to stop") == 0);
+    CHECK(strcmp(twu_error_text(twu_last_error(update)), "a callback requested a stop") == 0);
     CHECK(strcmp(twu_error_statement(twu_last_error(update), &size), "") == 0);
     CHECK(size == 0);
 

@@ -535,7 +535,7 @@ TEST(AFailedCallback, MaySayNothing) {
     fake.failures["open_query"] = {TWU_HOST_ERROR, 0, nullptr, nullptr, {}, true};
     const Configured configured(fake);
     EXPECT_EQ(twu_update_site(configured.update, 7, 1.0263, nullptr), TWU_HOST_ERROR);
-    EXPECT_EQ(configured.ErrorText(), "the host's callback failed without telling why");
+    EXPECT_EQ(configured.ErrorText(), "the host's callback failed without an error text");
     EXPECT_EQ(configured.Statement(), kShowTables);
 }
 
@@ -586,7 +586,7 @@ TEST(AnObserver, StopsTheWalkAndLeavesNothingOpen) {
     fake.failures["site_ended"] = {TWU_STOPPED, 0, nullptr, nullptr, {}, true};
     const Configured configured(fake);
     EXPECT_EQ(twu_update_server(configured.update, 1.0264, nullptr), TWU_STOPPED);
-    EXPECT_EQ(configured.ErrorText(), "a callback asked to stop");
+    EXPECT_EQ(configured.ErrorText(), "a callback requested a stop");
     EXPECT_THAT(fake.Lines({"command_execute"}), ElementsAre("command_execute 0"))
         << "the site's version is recorded, the installation's is not";
     EXPECT_EQ(fake.Unbalanced(), 0);
@@ -640,7 +640,7 @@ TEST(AValue, OfAnUnknownTypeIsAHostError) {
     const Configured configured(fake, table);
     EXPECT_EQ(twu_update_site(configured.update, 7, 1.0263, nullptr), TWU_HOST_ERROR);
     EXPECT_EQ(configured.ErrorText(),
-              "Field: the host's callback handed out a value of the unknown type 9");
+              "Field: the host's callback returned a value of the unknown type 9");
     EXPECT_EQ(configured.Statement(), kDescribe);
 }
 
@@ -656,7 +656,7 @@ TEST(AValue, OfBytesAtNullIsAHostError) {
     const Configured configured(fake, table);
     EXPECT_EQ(twu_update_site(configured.update, 7, 1.0263, nullptr), TWU_HOST_ERROR);
     EXPECT_EQ(configured.ErrorText(),
-              "Field: the host's callback handed out 3 bytes of text at NULL");
+              "Field: the host's callback returned 3 bytes of text at NULL");
 }
 
 TEST(AFailure, ToReadANumberIsAConversionError) {

@@ -203,7 +203,7 @@ TEST_F(HostAdapter, MissesAServiceOnlyWhenItIsNeeded) {
         without->GetComponentHost()->GetComponentList()->Item(1000);
         FAIL();
     } catch (const HostError& error) {
-        EXPECT_STREQ(error.what(), "the host does not have this service");
+        EXPECT_STREQ(error.what(), "the host does not provide this service");
         EXPECT_EQ(error.Statement(), "ComponentList.Item 1000");
     }
     EXPECT_THROW(UtilityWithout(&twu_host_callbacks::reset_site_component)

@@ -599,8 +599,8 @@ TEST_F(Backup, ARestoreWithoutApplyOnlyShowsWhatItWouldReplace) {
                     kCurrentShown +
                     " +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ s ago  1 table \\(setting\\), the last "
                     "20[-0-9]+T[:0-9]+Z\ntw_tarnwick +1.0000 +1.0000 +20[-0-9]+T[:0-9]+Z, [0-9.]+ "
-                    "s ago *\nA restore loses what was written since the dump. The server knows of "
-                    "writing since its last start, 20[-0-9]+T[:0-9]+Z.\nNothing was restored; "
+                    "s ago *\nA restore loses the changes since the dump. The server knows "
+                    "the changes since its last start, 20[-0-9]+T[:0-9]+Z.\nNothing was restored; "
                     "--apply restores 2 databases.\n"));
     EXPECT_EQ(StateOf("tw_1"), one);
     EXPECT_EQ(StateOf("tw_tarnwick"), central);
@@ -684,10 +684,9 @@ TEST_F(Backup, AVersionThatNoBackupHasIsNotRestored) {
         WriteFile(note, content.dump());
         const Outcome outcome = Run(RestoreSite1(backup_));
         EXPECT_EQ(outcome.status, 1) << version;
-        EXPECT_THAT(outcome.err,
-                    AllOf(HasSubstr("twupdate: " + note.string() + ": "),
-                          HasSubstr(" is not a version that a backup can have (1.0000 to " +
-                                    kCurrentShown + "); nothing was restored\n")));
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("twupdate: " + note.string() + ": "),
+                                       HasSubstr(" is not a possible version (1.0000 to " +
+                                                 kCurrentShown + "); nothing was restored\n")));
         EXPECT_EQ(StateOf("tw_1"), one);
         EXPECT_EQ(SiteVersion(1), kCurrentStored);
     }

@@ -96,7 +96,7 @@ class CheckFilePermissions : public InstallationTest {
     /// A link takes the place of the file or folder, which goes where nobody may look: its name
     /// does not tell of the locked folder.
     void ExpectFailureBehindALink(const fs::path& path, const std::string& step,
-                                  const std::string& failure = "cannot look at") const {
+                                  const std::string& failure = "cannot access") const {
         const fs::path locked = folder_ / "locked";
         fs::create_directories(locked);
         fs::rename(path, locked / "moved");
@@ -143,7 +143,7 @@ TEST_F(CheckFilePermissions, FindsTemplatesThatMayNotBeRead) {
         const Permissions folder(folder_ / "templates", 0);
         ExpectFailure(
             "templates/site cannot be looked at; correct the link, or give the permission",
-            "step SiteSchemaStep_1_0079: cannot look at .*templates/site/gs: Permission denied");
+            "step SiteSchemaStep_1_0079: cannot access .*templates/site/gs: Permission denied");
     }
     {
         const Permissions folder(ComponentTemplate(), 0311);
@@ -155,7 +155,7 @@ TEST_F(CheckFilePermissions, FindsTemplatesThatMayNotBeRead) {
         const Permissions folder(folder_ / "components", 0);
         ExpectFailure(
             "components cannot be read; ",
-            "step SiteContentStep_1_0016: cannot look at .*components/.*Permission denied");
+            "step SiteContentStep_1_0016: cannot access .*components/.*Permission denied");
     }
     ExpectSuccess();
 }
@@ -167,7 +167,7 @@ TEST_F(CheckFilePermissions, FindsATemplateThatIsACircleOfLinks) {
     ExpectFailure("components/" + ComponentTemplate().parent_path().filename().string() +
                       "/template cannot be looked at; correct the link, or give the permission to "
                       "look into the folder that it leads to",
-                  "step SiteContentStep_1_0022: cannot look at .*template: ");
+                  "step SiteContentStep_1_0022: cannot access .*template: ");
     fs::remove(ComponentTemplate());
     fs::rename(elsewhere, ComponentTemplate());
     ExpectSuccess();
@@ -246,12 +246,12 @@ TEST_F(CheckFilePermissions, FindsASiteThatMayNotBeLookedInto) {
     const Permissions folder(Site(), 0);
     ExpectFailure(
         "wwwroot/sites/8 cannot be looked into; give the permission to look into it",
-        "step SiteSchemaStep_1_0079: cannot look at .*wwwroot/sites/8/gs: Permission denied");
+        "step SiteSchemaStep_1_0079: cannot access .*wwwroot/sites/8/gs: Permission denied");
     // Past the templates it is robots.txt that cannot be seen.
     fs::remove_all(folder_ / "templates");
     fs::remove_all(folder_ / "components");
     ExpectFailure("wwwroot/sites/8 cannot be looked into; ",
-                  "step SiteContentStep_1_0030: cannot look at .*8/robots.txt: Permission denied");
+                  "step SiteContentStep_1_0030: cannot access .*8/robots.txt: Permission denied");
 }
 
 TEST_F(CheckFilePermissions, FindsUploadsThatMayNotBeLookedAt) {
@@ -269,7 +269,7 @@ TEST_F(CheckFilePermissions, FindsUploadsThatMayNotBeLookedAt) {
         const Permissions folder(folder_ / "sites_secure", 0);
         ExpectFailure(
             "sites_secure cannot be looked into; ",
-            "step SiteSchemaStep_1_0251: cannot look at .*sites_secure/9: Permission denied");
+            "step SiteSchemaStep_1_0251: cannot access .*sites_secure/9: Permission denied");
     }
     ExpectFailureBehindALink(folder_ / "sites_secure/9", "SiteSchemaStep_1_0251");
     // Without permissions of its own, but nobody looks into it.

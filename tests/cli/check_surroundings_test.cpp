@@ -130,8 +130,8 @@ TEST_F(CheckSurroundings, NeedsTheInstallFolderToBeNamedWhereTheProgramStandsAlo
         const Outcome outcome = run(command);
         EXPECT_EQ(outcome.status, 2) << command.front();
         EXPECT_EQ(outcome.err,
-                  "twupdate: no folder resources with the reference data beside the program; name "
-                  "the component's folder with --install-folder\n");
+                  "twupdate: cannot find the folder resources with the reference data\n"
+                  "twupdate: hint: name the component's folder with --install-folder\n");
     }
     EXPECT_EQ(SiteVersion(8), "1");
     fs::copy(folder_ / "update/resources", alone.parent_path() / "resources",
@@ -199,7 +199,7 @@ TEST_F(CheckSurroundings, FindsASitesFolderThatIsACircleOfLinks) {
     MakeSite(8);
     fs::remove(SiteFolder());
     fs::create_directory_symlink("8", SiteFolder());
-    ExpectFailure("wwwroot/sites/8 cannot be looked at; correct the link", "cannot look at .*");
+    ExpectFailure("wwwroot/sites/8 cannot be looked at; correct the link", "cannot access .*");
     fs::remove(SiteFolder());
     ExpectSuccess();
 }

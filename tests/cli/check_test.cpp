@@ -107,10 +107,9 @@ TEST_F(Check, FindsAMalformedDataFile) {
     const std::vector<std::string> options{"--install-folder", install.string()};
     WriteFile(install / "resources" / "componenttypeData.txt", "1\t100\n2\n");
     Expect(options,
-           "componenttypeData.txt line 2: 1 fields where 2 must be; put the file back from the "
+           "componenttypeData.txt line 2 has only 1 of 2 fields; put the file back from the "
            "package");
-    UpgradeFails(options,
-                 "componenttypeData.txt line 2: 1 fields where 2 must be; nothing was done");
+    UpgradeFails(options, "componenttypeData.txt line 2 has only 1 of 2 fields; nothing was done");
     WriteFile(install / "resources" / "componenttypeData.txt", "1\t100\n2\tmany\n");
     Expect(options, "tw_tarnwick.componenttype: the column many is missing, so Reimport");
     UpgradeFails(options, "step ReimportReferenceData: .*many.*server error 1054");

@@ -278,7 +278,7 @@ TEST_F(Failures, AShortLineInADataFileIsNamedBeforeAnythingIsDone) {
     const Outcome outcome = Run({"--install-folder", install.string(), "create-core"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err, "twupdate: " + currencies.string() +
-                               " line 2: 2 fields where 3 must be; nothing was done\n");
+                               " line 2 has only 2 of 3 fields; nothing was done\n");
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.schemata WHERE schema_name = "
                    "'tw_tarnwick';"),
               "0");
@@ -293,7 +293,7 @@ TEST_F(Failures, AShortLineInADataFileIsNamedBeforeAnythingIsDone) {
     WriteFile(file, ContentOf(file) + "1\t2\n");
     const Outcome upgrade = Run({"--install-folder", install.string(), "upgrade"});
     EXPECT_EQ(upgrade.status, 1);
-    EXPECT_THAT(upgrade.err, HasSubstr("2 fields where 13 must be; nothing was done\n"));
+    EXPECT_THAT(upgrade.err, HasSubstr("only 2 of 13 fields; nothing was done\n"));
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.component;"), components);
     EXPECT_EQ(InstallationVersion(), "1.0262");
 }

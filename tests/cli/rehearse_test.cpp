@@ -126,8 +126,8 @@ TEST_F(Rehearse, ANamedSiteThatIsNotToBeUpgradedIsRefused) {
     MakeSiteRow(3, kCurrentStored);
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 2;");
     const std::vector<std::pair<std::string, std::string>> refused{
-        {"2", "site 2 is not to be upgraded, so it is not rehearsed: hard-deleted"},
-        {"3", "site 3 is not to be upgraded, so it is not rehearsed: current"},
+        {"2", "site 2 would not be upgraded, so it cannot be rehearsed: hard-deleted"},
+        {"3", "site 3 would not be upgraded, so it cannot be rehearsed: current"},
         {"9", "tw_tarnwick.site has no site 9"}};
     for (const auto& [site, message] : refused) {
         const Outcome outcome =
@@ -144,7 +144,7 @@ TEST_F(Rehearse, NamesAFolderThatCannotBeMade) {
     const std::string folder = (folder_ / "file" / "r").string();
     const Outcome outcome = Run({"rehearse", "--workdir", folder});
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, "twupdate: cannot make the folder " + folder + ": Not a directory\n");
+    EXPECT_EQ(outcome.err, "twupdate: cannot create the folder " + folder + ": Not a directory\n");
 }
 
 TEST_F(Rehearse, SaysWhyAnUpgradeWouldNotBegin) {
@@ -245,7 +245,8 @@ TEST_F(Rehearse, DoesNotMixWithWhatIsInAFolder) {
     const Outcome outcome = RunProgram({"--socket", "/nowhere", "rehearse", "--workdir", folder});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.err,
-              "twupdate: " + folder + " is not empty; name another folder for the rehearsal\n");
+              "twupdate: " + folder +
+                  " is not empty\ntwupdate: hint: name another folder for the rehearsal\n");
     EXPECT_FALSE(std::filesystem::exists(folder_ / "r" / "server"));
 }
 

@@ -132,9 +132,8 @@ TEST_F(Repair, CopiesTheFeedAddressesThatAnInterruptedRunHasNot) {
     Execute(
         "INSERT INTO tw_7.featurenamevalue(featureid, type, name, value, sequence) "
         "VALUES(4, 2, 'n', 'http://a.example/', 1);");
-    EXPECT_THAT(Run({"repair"}).out,
-                HasSubstr("tw_7.externallookupfeedurl: the table is empty, and featurenamevalue "
-                          "holds 1 address; "));
+    EXPECT_THAT(Run({"repair"}).out, HasSubstr("tw_7.externallookupfeedurl: the table is empty, "
+                                               "but featurenamevalue holds 1 address; "));
     EXPECT_EQ(Run({"repair", "--apply"}).status, 0);
     EXPECT_EQ(Cell("SELECT url FROM tw_7.externallookupfeedurl;"), "http://a.example/");
     EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);

@@ -229,8 +229,8 @@ TEST(RunEvents, AfterATruncatedLineBelongToTheNextRun) {
     EXPECT_FALSE(runs[1].truncatedLine);
     EXPECT_EQ(runs[1].end, RunEnd::kFinished);
     EXPECT_EQ(Refused(RunStarted(0, 2) + "{\"v\":1,\"ti\n" + Central()),
-              ", line 2: no JSON object");
-    EXPECT_EQ(Refused(RunStarted(0, 2) + "{\"v\":1,\"ti\n"), ", line 2: no JSON object");
+              ", line 2: not a JSON object");
+    EXPECT_EQ(Refused(RunStarted(0, 2) + "{\"v\":1,\"ti\n"), ", line 2: not a JSON object");
 }
 
 TEST(RunEvents, OfAFailureBesideTheLaddersNameTheDatabaseInHand) {
@@ -252,49 +252,50 @@ TEST(RunEvents, ThatLaterReleasesAddAreSkipped) {
 
 TEST(RunEvents, ThatAreNoneAreRefusedWithTheLine) {
     EXPECT_EQ(Refused(""), " holds no events of a run");
-    EXPECT_EQ(Refused("{\"v\":1,\"ti"), ", line 1: no JSON object");
-    EXPECT_EQ(Refused(RunStarted(0, 0) + "hello\n" + RunStarted(1, 0)), ", line 2: no JSON object");
-    EXPECT_EQ(Refused(RunStarted(0, 0) + "[1]\n"), ", line 2: no JSON object");
-    EXPECT_EQ(Refused("{\"seq\":1}\n"), ", line 1: no event of a run");
+    EXPECT_EQ(Refused("{\"v\":1,\"ti"), ", line 1: not a JSON object");
+    EXPECT_EQ(Refused(RunStarted(0, 0) + "hello\n" + RunStarted(1, 0)),
+              ", line 2: not a JSON object");
+    EXPECT_EQ(Refused(RunStarted(0, 0) + "[1]\n"), ", line 2: not a JSON object");
+    EXPECT_EQ(Refused("{\"seq\":1}\n"), ", line 1: not an event of a run");
     EXPECT_EQ(Refused("{\"v\":2,\"event\":\"run-started\"}\n"),
-              ", line 1: version 2 of the events; this program reads version 1");
+              ", line 1: the events have version 2, but this program reads version 1");
     EXPECT_EQ(Refused("{\"v\":1,\"event\":\"run-started\",\"time\":\"now\"}\n"),
-              ", line 1: 'time' is no time such as 2026-11-21T09:05:03.120Z");
+              ", line 1: 'time' is not a time such as 2026-11-21T09:05:03.120Z");
     EXPECT_EQ(Refused(Line(0, "site-started", R"("database":"tw_7")")),
-              ", line 1: 'site-started' stands in no run; a run begins with run-started");
+              ", line 1: 'site-started' is outside of a run; a run begins with run-started");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "run-finished") + Line(2, "service")),
-              ", line 3: 'service' stands in no run; a run begins with run-started");
+              ", line 3: 'service' is outside of a run; a run begins with run-started");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "step-started", R"("step":"X")")),
               ", line 2: a step outside of a ladder");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "site-finished")),
               ", line 2: the end of a database that was not begun");
     EXPECT_EQ(Refused(RunStarted(0, 0) + SiteStarted(1, 7) + SiteStarted(2, 8)),
-              ", line 4: a database begins before the one in hand has ended");
+              ", line 4: a database begins before the previous one has ended");
     EXPECT_EQ(
         Refused(RunStarted(0, 0) + SiteStarted(1, 7) + Line(2, "step-finished", R"("step":"X")")),
         ", line 4: the end of a step that was not begun");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "service", R"("service":7)")),
-              ", line 2: 'service' does not hold what it must");
+              ", line 2: 'service' has a value of the wrong type");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "service", R"("component":"x")")),
-              ", line 2: 'component' does not hold what it must");
+              ", line 2: 'component' has a value of the wrong type");
     const auto refusedStart = [](const std::string& fields) {
         return Refused(Line(0, "run-started", R"("command":"upgrade",)" + fields));
     };
     for (const char* sites : {"7", "[7]", R"([{"from":1}])", R"([{"site":"7"}])"}) {
         EXPECT_THAT(refusedStart(R"("sites":)" + std::string(sites)),
-                    testing::ContainsRegex("^, line 1: 'sites?' does not hold what it must$"));
+                    testing::ContainsRegex("^, line 1: 'sites?' has a value of the wrong type$"));
     }
     for (const char* leftOut : {"7", "[7]", R"({"deleted":7})", R"({"deleted":["7"]})"}) {
         EXPECT_EQ(refusedStart(R"("left_out":)" + std::string(leftOut)),
-                  ", line 1: 'left_out' does not hold what it must");
+                  ", line 1: 'left_out' has a value of the wrong type");
     }
-    EXPECT_EQ(Refused(RunStarted(0, -1)), ", line 1: 'sites_to_do' does not hold what it must");
+    EXPECT_EQ(Refused(RunStarted(0, -1)), ", line 1: 'sites_to_do' has a value of the wrong type");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "run-finished", R"("ms":"1")")),
-              ", line 2: 'ms' does not hold what it must");
+              ", line 2: 'ms' has a value of the wrong type");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "service", R"("failed":0)")),
-              ", line 2: 'failed' does not hold what it must");
+              ", line 2: 'failed' has a value of the wrong type");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "run-finished", R"("counts":3)")),
-              ", line 2: 'counts' does not hold what it must");
+              ", line 2: 'counts' has a value of the wrong type");
 }
 
 TEST(RunEvents, WithBytesThatAreNoUtf8AreReadWithSignsForThem) {
@@ -673,18 +674,18 @@ TEST_F(Report, RefusesWhatItCannotRead) {
     WriteFile(folder_ / "trace", "{\"seq\":1}\n");
     const Outcome trace = MakePage({"--events", (folder_ / "trace").string()});
     EXPECT_EQ(trace.status, 1);
-    EXPECT_THAT(trace.err, HasSubstr("trace, line 1: no event of a run"));
+    EXPECT_THAT(trace.err, HasSubstr("trace, line 1: not an event of a run"));
 }
 
 TEST_F(Report, DoesNotReplaceItsEventsOrADevice) {
     const Outcome self = RunProgram({"report", events_.string(), "--events", events_.string()});
     EXPECT_EQ(self.status, 2);
-    EXPECT_THAT(self.err, HasSubstr("holds the events; name another file for the page"));
+    EXPECT_THAT(self.err, HasSubstr("holds the events\nhint: name another file for the page"));
     EXPECT_EQ(ContentOf(events_), WholeRun());
     const Outcome folder =
         RunProgram({"report", folder_.Path().string(), "--events", events_.string()});
     EXPECT_EQ(folder.status, 2);
-    EXPECT_THAT(folder.err, HasSubstr("is no file that can be replaced"));
+    EXPECT_THAT(folder.err, HasSubstr("is not a regular file"));
 }
 
 TEST_F(Report, ThatCannotBeWrittenLeavesTheOldPage) {

@@ -235,8 +235,8 @@ TEST_F(Resume, EmailsThatOneOfThemHasHeldUpAreConverted) {
     Execute("UPDATE tw_7.email SET fromlist = 'b <b@b.example>' WHERE emailid = 2;");
     EXPECT_EQ(Run({"upgrade-site", "7"}).status, 1);
     EXPECT_THAT(Run({"repair"}).out,
-                HasSubstr("tw_7.email: 2 e-mails are not converted, though the table has the "
-                          "column ishtml already; a repeat converts none "
+                HasSubstr("tw_7.email: 2 e-mails are not converted, although the table already has "
+                          "the column ishtml; a repeat converts none "
                           "(SiteContentStep_1_0043)\n  ALTER TABLE tw_7.email DROP COLUMN "
                           "ishtml;\n"));
     const Outcome repaired = Run({"upgrade-site", "7", "--repair"});

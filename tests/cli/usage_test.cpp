@@ -208,14 +208,15 @@ TEST(Usage, NamesTheLineThatMakesAFileNoFileOfOptions) {
     const std::string unusable =
         "twupdate: cannot connect to the server: the option file " + file + " cannot be used: ";
     EXPECT_EQ(said("\n# mine\nuser=root\n"),
-              unusable + "line 3 stands before any group such as [client]\n");
+              unusable + "line 3 is not in a group such as [client]\n");
     EXPECT_EQ(said(std::string("\x7f"
                                "ELF\0\1\2",
                                7)),
-              unusable + "line 1 stands before any group such as [client]\n");
+              unusable + "line 1 is not in a group such as [client]\n");
     EXPECT_EQ(said("[client]\nuser=root\nthis is garbage\n"),
               unusable + "line 3 is not an option\n");
-    EXPECT_EQ(said("[client\nuser=root\n"), unusable + "line 1 has a group without its bracket\n");
+    EXPECT_EQ(said("[client\nuser=root\n"),
+              unusable + "line 1 has a group without a closing bracket\n");
     for (const char* good : {"", "# nothing\n", "[mysqld]\nsql mode is x\n",
                              "[client]\n\n; a remark\nuser = root\nssl\n!include /nowhere\n"}) {
         EXPECT_THAT(said(good), HasSubstr("(2002)")) << good;

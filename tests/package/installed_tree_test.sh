@@ -29,7 +29,7 @@ site content $(rungs SITE_CONTENT)
 server $(rungs SERVER)
 server data $(rungs SERVER_DATA)
 UpdateServer without a host -1
-Update is not configured: call Configure with the host's utility first"
+Update is not configured; call Configure first"
 check() {
     local program=$1 got
     got=$(LD_LIBRARY_PATH=$libraries "$program")

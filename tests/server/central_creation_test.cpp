@@ -142,7 +142,7 @@ TEST_F(CentralCreation, AShortLineEndsItAndLeavesTheTableEmpty) {
         Create();
         FAIL() << "nothing was thrown";
     } catch (const DataFileError& error) {
-        EXPECT_THAT(error.what(), HasSubstr("currencyData.txt line 2: 2 fields where 3 must be"));
+        EXPECT_THAT(error.what(), HasSubstr("currencyData.txt line 2 has only 2 of 3 fields"));
     }
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.currency"), "0");
     EXPECT_EQ(Create(), 0);

@@ -224,11 +224,11 @@ TEST(PrivateServer, LongestPathThatASocketMayHaveWorks) {
 
 TEST(PrivateServer, FolderThatCannotBeMadeOrWrittenIsNamed) {
     EXPECT_THAT(ErrorOfStarting("/proc/twupdate"),
-                AllOf(HasSubstr("/proc/twupdate"), HasSubstr("cannot be made")));
+                AllOf(HasSubstr("/proc/twupdate"), HasSubstr("cannot create the folder")));
     EXPECT_THAT(ErrorOfStarting("/proc"), AllOf(HasSubstr("/proc"), HasSubstr("cannot be")));
     const TemporaryFolder folder;
     const auto file = folder.Write("file", "");
-    EXPECT_THAT(ErrorOfStarting(file), HasSubstr("cannot be made"));
+    EXPECT_THAT(ErrorOfStarting(file), HasSubstr("cannot create the folder"));
 }
 
 TEST(PrivateServer, FolderWithOtherFilesIsRefusedAndLeftAlone) {

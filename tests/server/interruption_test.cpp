@@ -127,7 +127,7 @@ TEST_F(Conversion, AnEmptyColumnThatARepeatAddedGivesWayToTheValues) {
     Sql(kDrop);
     Sql(kAddAgain);
     EXPECT_THAT(Repaired(kStep, site_).seen,
-                HasSubstr("float_value, which was added again since, is empty"));
+                HasSubstr("float_value, which was added again, is empty"));
     EXPECT_THAT(Settings(), ElementsAre("1 | 0.1", "2 | 0", "3 | 16777200"));
 }
 
@@ -184,7 +184,7 @@ TEST_F(Conversion, AColumnOfThatNameInAnyOtherTableIsSeenAndKept) {
     Sql("DROP TABLE tw_7.form_60;");
     Sql("ALTER TABLE tw_7.setting ADD COLUMN double_temp VARCHAR(20);");
     EXPECT_EQ(SeenByAPerson(kStep, site_),
-              "the column double_temp has the type varchar(20), which no conversion gives it");
+              "the column double_temp has the type varchar(20), which no conversion creates");
 }
 
 TEST_F(Conversion, ACopyBesideAColumnThatIsConvertedIsDroppedOnlyWhenItHoldsNothingElse) {
@@ -266,8 +266,7 @@ TEST_F(Charges, ThatSomebodyHasWorkedOnAreKept) {
          "DELETE FROM tw_7.ordercharge;"}};
     for (const auto& [work, undo] : works) {
         Sql(work);
-        EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("not from the charges or in use"))
-            << work;
+        EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("not from charges, or in use")) << work;
         Sql(undo);
     }
     Repaired(kStep, site_, StepHistory::kInterrupted);

@@ -392,7 +392,7 @@ TEST_F(SiteContentRobots, AVolumeThatFailsEndsTheStep) {
             FAIL() << "the file would be left out forever";
         } catch (const FileError& error) {
             EXPECT_EQ(error.what(),
-                      "cannot look at " + (Root() / place).string() + ": Input/output error");
+                      "cannot access " + (Root() / place).string() + ": Input/output error");
         }
     }
 }
@@ -406,7 +406,7 @@ TEST_F(SiteContentRobots, AFileThatMayNotBeLookedAtIsNotTakenForMissing) {
         FAIL() << "the file would be left out forever";
     } catch (const FileError& error) {
         EXPECT_EQ(error.what(),
-                  "cannot look at " + (Root() / kFile).string() + ": Permission denied");
+                  "cannot access " + (Root() / kFile).string() + ": Permission denied");
     }
 }
 

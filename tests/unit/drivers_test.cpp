@@ -218,7 +218,7 @@ TEST_F(Drivers, ASiteVersionThatIsNullIsAClearError) {
         update.UpdateServer(kNoServerStepsLeft);
         FAIL() << "nothing was thrown";
     } catch (const ConversionError& error) {
-        EXPECT_STREQ(error.what(), "column version: NULL where a number must be");
+        EXPECT_STREQ(error.what(), "column version: NULL instead of a number");
     }
     host->openRecordsets = 0;
 }
@@ -229,7 +229,8 @@ TEST_F(Drivers, ASiteIdBeyondThirtyTwoBitsIsAClearError) {
         update.UpdateServer(kNoServerStepsLeft);
         FAIL() << "nothing was thrown";
     } catch (const OverflowError& error) {
-        EXPECT_STREQ(error.what(), "column siteid: 3000000000 does not fit a 32-bit integer");
+        EXPECT_STREQ(error.what(),
+                     "column siteid: 3000000000 is out of range for a 32-bit integer");
     }
     host->openRecordsets = 0;
 }

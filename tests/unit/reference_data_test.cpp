@@ -113,7 +113,7 @@ TEST_F(ReferenceData, ALineWithFewerFieldsEndsTheImportAfterTheDelete) {
         peer.ImportReferenceData("currency", kCurrency);
         FAIL() << "nothing was thrown";
     } catch (const DataFileError& error) {
-        EXPECT_THAT(error.what(), HasSubstr("currencyData.txt line 3: 2 fields where 3 must be"));
+        EXPECT_THAT(error.what(), HasSubstr("currencyData.txt line 3 has only 2 of 3 fields"));
     }
     EXPECT_THAT(host->log, ElementsAre(kDelete));
 }

@@ -245,14 +245,14 @@ TEST_F(SiteTemplate, ATemplateThatMayNotBeLookedAtIsNotTakenForMissing) {
     folder.MakeFolder("wwwroot/sites/7");
     const LockedFolder locked(folder.Path(), folder / "templates");
     EXPECT_EQ(CopyError(),
-              "cannot look at " + (folder / "templates/site").string() + ": Permission denied");
+              "cannot access " + (folder / "templates/site").string() + ": Permission denied");
 }
 
 TEST_F(SiteTemplate, ATemplateThatIsACircleOfLinksIsNotTakenForMissing) {
     folder.MakeFolder("templates");
     fs::create_directory_symlink("site", folder / "templates/site");
     folder.MakeFolder("wwwroot/sites/7");
-    EXPECT_THAT(CopyError(), AllOf(HasSubstr("cannot look at"), HasSubstr("templates/site")));
+    EXPECT_THAT(CopyError(), AllOf(HasSubstr("cannot access"), HasSubstr("templates/site")));
 }
 
 class ComponentTemplate : public SiteFiles {
@@ -378,7 +378,7 @@ TEST_F(ComponentTemplate, APageThatMayNotBeLookedAtIsNotTakenForMissing) {
     Pages({12});
     const LockedFolder locked(folder.Path(), folder / "wwwroot/sites/7");
     EXPECT_EQ(ErrorOf([&] { Copy(true); }),
-              "cannot look at " + (folder / "wwwroot/sites/7/12").string() + ": Permission denied");
+              "cannot access " + (folder / "wwwroot/sites/7/12").string() + ": Permission denied");
     host->openRecordsets = 0;  // given up, not closed
 }
 
@@ -409,11 +409,11 @@ TEST_F(RealPathOf, WhatIsNotThereIsEmpty) {
 
 TEST_F(RealPathOf, WhatCannotBeSeenIsAnError) {
     fs::create_symlink("circle", folder / "circle");
-    EXPECT_THAT(Error(folder / "circle"), HasSubstr("cannot look at"));
-    EXPECT_THAT(Error(folder / std::string(300, 'x')), HasSubstr("cannot look at"));
+    EXPECT_THAT(Error(folder / "circle"), HasSubstr("cannot access"));
+    EXPECT_THAT(Error(folder / std::string(300, 'x')), HasSubstr("cannot access"));
     for (const int error : {EIO, ESTALE, ENOMEM}) {
         const FailingVolume volume(folder / "volume", error);
-        EXPECT_EQ(Error(folder / "volume/a"), "cannot look at " + (folder / "volume/a").string() +
+        EXPECT_EQ(Error(folder / "volume/a"), "cannot access " + (folder / "volume/a").string() +
                                                   ": " + std::generic_category().message(error));
     }
 }

@@ -246,7 +246,7 @@ TEST_F(UploadedFiles, ASiteFolderThatMayNotBeLookedAtEndsTheStep) {
         Run("SiteSchemaStep_1_0251");
         FAIL() << "no file would be measured, ever";
     } catch (const FileError& error) {
-        EXPECT_EQ(error.what(), "cannot look at " + (folder / "root/wwwroot/sites/7").string() +
+        EXPECT_EQ(error.what(), "cannot access " + (folder / "root/wwwroot/sites/7").string() +
                                     ": Permission denied");
     }
 }
@@ -263,7 +263,7 @@ TEST_F(UploadedFiles, AVolumeThatFailsEndsTheStep) {
                 FAIL() << place;
             } catch (const FileError& failure) {
                 EXPECT_THAT(failure.what(),
-                            AllOf(HasSubstr("cannot look at " + (folder / place).string()),
+                            AllOf(HasSubstr("cannot access " + (folder / place).string()),
                                   HasSubstr(std::generic_category().message(error))));
             }
             host->openRecordsets = 0;  // given up, not closed

@@ -56,9 +56,8 @@ std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::str
                       .consequence = "a repeat converts every charge again",
                       .statements = {}};
     if (const std::int64_t others = RowsOfOthers(inspection, db); others > 0) {
-        leftover.seen += Concat("; ", std::to_string(others),
-                                others == 1 ? " row of the groups is" : " rows of the groups are",
-                                " not from the charges or in use by orders");
+        leftover.seen += Concat("; not from charges, or in use by orders: ", std::to_string(others),
+                                others == 1 ? " row" : " rows");
         return {std::move(leftover)};
     }
     for (const char* table :
@@ -179,7 +178,7 @@ std::vector<Leftover> LeftBySiteContentStep_1_0043(Utility& host, const SteppedD
     Leftover leftover{
         .table = "email",
         .seen = Concat(std::to_string(emails), emails == 1 ? " e-mail is" : " e-mails are",
-                       " not converted, though the table has the column ishtml already"),
+                       " not converted, although the table already has the column ishtml"),
         .consequence = "a repeat converts none",
         .statements = {}};
     if (inspection.Count(Sql(db, ".email WHERE ishtml <> 0")) > 0) {

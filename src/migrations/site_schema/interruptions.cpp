@@ -106,7 +106,7 @@ std::vector<Leftover> LeftBySiteSchemaStep_1_0225(Utility& host, const SteppedDa
         return {};
     }
     return {{.table = "externallookupfeedurl",
-             .seen = Concat("the table is empty, and featurenamevalue holds ",
+             .seen = Concat("the table is empty, but featurenamevalue holds ",
                             std::to_string(addresses), addresses == 1 ? " address" : " addresses"),
              .consequence = "a repeat leaves it empty",
              .statements = {Sql("INSERT INTO ", db,
