@@ -8,6 +8,7 @@
 #include "cli/commands/writable.h"
 #include "cli/terminal/console.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/message_json.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
@@ -25,11 +26,7 @@ int Main(int argc, char** argv) {
     const auto fail = [&console](const std::exception& error, ExitCode code) {
         const std::string text = ErrorText(error);
         console.Error(text);
-        nlohmann::ordered_json report{{"text", FactOf(text)}};
-        if (const std::string hint = HintOf(text); !hint.empty()) {
-            report["hint"] = hint;
-        }
-        console.Result({{"result", "failed"}, {"error", report}});
+        console.Result({{"result", "failed"}, {"error", MessageJson(text)}});
         return code;
     };
     try {

@@ -30,6 +30,7 @@
 #include "cli/terminal/counted_progress.h"
 #include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/message_json.h"
 #include "cli/terminal/table.h"
 #include "cli/terminal/text.h"
 #include "twupdate/update.h"
@@ -410,7 +411,10 @@ nlohmann::ordered_json JsonOf(const RehearsalResult& rehearsal, bool clean) {
             {"sites", rehearsal.sitesInAll},
             {"seconds", std::chrono::duration<double>(*rehearsal.wholeUpgrade).count()}};
     }
-    result["refusals"] = rehearsal.refusals;
+    auto& refusals = result["refusals"] = nlohmann::ordered_json::array();
+    for (const std::string& refusal : rehearsal.refusals) {
+        refusals.push_back(MessageJson(refusal));
+    }
     auto& failed = result["failures"] = nlohmann::ordered_json::array();
     for (const RunFailure& failure : rehearsal.failed) {
         failed.push_back({{"database", failure.where.database},

@@ -10,6 +10,7 @@
 #include "cli/server/session.h"
 #include "cli/server/unfinished_core.h"
 #include "cli/terminal/failure.h"
+#include "cli/terminal/message_json.h"
 #include "cli/terminal/table.h"
 #include "cli/terminal/text.h"
 
@@ -156,7 +157,7 @@ int Status(const GlobalOptions& options, Console& console, bool exitCode) {
     PrintInterrupted(marks, console);
     auto result = JsonOf(version, sites, marks, totals);
     if (!unfinished.empty()) {
-        result["unfinished"] = unfinished;
+        result["unfinished"] = MessageJson(unfinished);
     }
     console.Result(result);
     return exitCode && !(totals.IsCurrent() && unfinished.empty()) ? kFindings : kDone;

@@ -85,7 +85,8 @@ TEST_F(Commands, AnUnfinishedCentralDatabaseIsReportedByStatusAndUpgrade) {
         EXPECT_EQ(outcome.err,
                   "twupdate: warning: " + unfinished + "\ntwupdate: hint: " + dropIt + "\n");
     }
-    EXPECT_EQ(Run({"--json", "status"}).Json()["unfinished"], unfinished + "\nhint: " + dropIt);
+    EXPECT_EQ(Run({"--json", "status"}).Json()["unfinished"],
+              nlohmann::json({{"text", unfinished}, {"hint", dropIt}}));
     // What has sites is no leftover, and is not to be dropped.
     MakeSiteRow(5, kCurrentStored);
     EXPECT_EQ(Run({"status"}).err,
