@@ -213,6 +213,8 @@ void SiteRows::AddStyles() {
 }
 
 void SiteRows::AddCaches() {
+    constexpr std::int32_t kFirstCache = kFirstBulkId + 9;
+    static_assert(kFirstCache % 10 == 0);
     Random random = NewRandom();
     BulkInsert caches(host_, Table("cache(cacheid, type, templateid)"));
     BulkInsert pages(host_, Table("featurecache(featureid, cacheid)"));
@@ -220,7 +222,10 @@ void SiteRows::AddCaches() {
         if (id % 10 == 0) {
             caches.Row(id, random.Below(3), random.Percent(70) ? 20 : 0);
         }
-        pages.Row(id, id - id % 10);
+        const std::int32_t cache = std::max(id - id % 10, kFirstCache);
+        if (cache < last_) {
+            pages.Row(id, cache);
+        }
     });
     caches.Finish();
     pages.Finish();

@@ -147,7 +147,7 @@ TEST_F(Repair, FindsNothingInAnInstallationThatWasNeverInterrupted) {
         host::Connection::Open(CliServer::Get().Server().ConnectOptions()));
     sample::InstallationOptions options;
     options.sites = 10;
-    options.rows = 0;
+    options.rows = 20;
     sample::MakeInstallation(root, options);
     const Outcome outcome = Run({"repair"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -213,6 +213,21 @@ TEST_F(Repair, KeepsTheValuesThatARepeatHasLeftBesideAnEmptyColumn) {
     EXPECT_EQ(Cell("SELECT float_value FROM tw_7.setting WHERE settingid = 901;"), "2.5");
     EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
     EXPECT_EQ(Cell("SELECT float_value FROM tw_7.setting WHERE settingid = 901;"), "2.5");
+}
+
+TEST_F(Repair, CheckSeesWhatAConversionHasLeftInWhateverTable) {
+    MakeWorkingSite(7);
+    for (const std::string table :
+         {"tw_7.setting", "tw_7.navigation", "tw_7.layoutzone", "tw_7.commission",
+          "tw_7.accesscodeaccount", "tw_7.form_50", "tw_7.charge", "tw_tarnwick.account"}) {
+        Execute("ALTER TABLE " + table + " ADD COLUMN double_temp DOUBLE DEFAULT 0 NOT NULL;");
+        const Outcome outcome = Run({"check"});
+        EXPECT_EQ(outcome.status, 3) << table;
+        EXPECT_THAT(outcome.out, testing::ContainsRegex(table + ": .*double_temp")) << table;
+        EXPECT_EQ(Run({"repair"}).status, 3) << table;
+        Execute("ALTER TABLE " + table + " DROP COLUMN double_temp;");
+    }
+    EXPECT_THAT(Run({"check"}).out, testing::Not(HasSubstr("double_temp")));
 }
 
 TEST_F(Repair, DropsAnUnfinishedCentralDatabaseInWhichNothingIsStored) {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <memory>
 
 #include "cli/installation_fixture.h"
@@ -208,6 +209,33 @@ TEST_F(Resume, AStepThatHasNotEndedIsRepairedBeforeItRunsAgain) {
     }
 }
 
+TEST_F(Resume, AStopWaitsForTheEndOfAStepThatCannotSimplyRunAgain) {
+    MakeShop(7);
+    const Outcome stopped = EndIn("tw_7.charge", {"upgrade-site", "7"}, End::kStopped);
+    EXPECT_EQ(stopped.status, 5);
+    EXPECT_THAT(stopped.err,
+                AllOf(HasSubstr("stopped as requested"), Not(HasSubstr("SiteContentStep_1_0007")),
+                      HasSubstr("Repeat the command; it resumes.")));
+    EXPECT_EQ(Groups(), "3");
+    EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
+    EXPECT_EQ(Groups(), "3");
+}
+
+// What a restore brings back is as unfinished as it was when it was dumped.
+TEST_F(Resume, ABackupAndARestoreTakeTheMarksAlong) {
+    MakeShop(7);
+    EndIn("tw_7.charge", {"upgrade-site", "7"}, End::kKilled);
+    const auto backup = folder_ / "backup";
+    ASSERT_EQ(Run({"--backup", backup.string(), "upgrade-site", "7", "--repair"}).status, 0);
+    const auto run = std::filesystem::directory_iterator(backup)->path().string();
+    ASSERT_EQ(Run({"restore", run, "--site", "7", "--apply"}).status, 0);
+    const Outcome refused = Run({"upgrade-site", "7"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("SiteContentStep_1_0007 was interrupted: "));
+    EXPECT_EQ(Run({"upgrade-site", "7", "--repair"}).status, 0);
+    EXPECT_EQ(Groups(), "3");
+}
+
 TEST_F(Resume, AStepThatCouldNotBeginIsSimplyRepeated) {
     MakeShop(7);
     const auto reader = host::Connection::Open(CliServer::Get().ConnectOptions());
@@ -261,6 +289,27 @@ TEST_F(Resume, WhatOnlyAPersonCanTellKeepsTheRunFromBeginning) {
     EXPECT_EQ(repair.status, 3);
     EXPECT_THAT(repair.out, HasSubstr("1 place to compare by hand"));
     EXPECT_EQ(Cell("SELECT name FROM tw_7.chargegroup;"), "By hand");
+    // As the manual has it, once the rest is converted by hand too.
+    Execute(
+        "UPDATE tw_7.twupdate_progress SET ended = NOW() WHERE step = 'SiteContentStep_1_0007';");
+    EXPECT_EQ(Run({"upgrade-site", "7"}).status, 0);
+    EXPECT_EQ(Cell("SELECT name FROM tw_7.chargegroup;"), "By hand");
+    EXPECT_EQ(Groups(), "1");
+}
+
+TEST_F(Resume, ChargesThatWereCorrectedMeanwhileAreConvertedAsTheyAreNow) {
+    MakeShop(7);
+    EndIn("tw_7.charge", {"upgrade-site", "7"}, End::kKilled);
+    Execute("UPDATE tw_7.charge SET name = 'Letter' WHERE chargeid = 1;");
+    const Outcome repaired = Run({"upgrade-site", "7", "--repair"});
+    EXPECT_EQ(repaired.status, 0) << repaired.err;
+    EXPECT_THAT(repaired.out, HasSubstr("repaired: tw_7.chargegroup: 1 group of an unfinished "
+                                        "conversion; charges were changed since, so the groups "
+                                        "stay in chargegroup_kept and so on; "));
+    EXPECT_EQ(Cell("SELECT GROUP_CONCAT(name ORDER BY groupid) FROM tw_7.chargegroup;"),
+              "Letter,Wrap,Ins");
+    EXPECT_EQ(Cell("SELECT name FROM tw_7.chargegroup_kept;"), "Post");
+    EXPECT_EQ(Run({"repair"}).status, 0);
 }
 
 TEST_F(Resume, TheStartMarksOfTheCentralDatabaseAreSet) {

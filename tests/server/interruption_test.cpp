@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 #include <stdexcept>
 
 #include "support/server_test.h"
@@ -10,6 +11,7 @@
 namespace twupdate::test {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -50,8 +52,9 @@ class Interruption : public ServerTest {
     }
 
     /// Only a person can decide.
-    std::string SeenByAPerson(std::string_view step, const SteppedDatabase& database) {
-        const auto left = Left(step, database);
+    std::string SeenByAPerson(std::string_view step, const SteppedDatabase& database,
+                              StepHistory history = StepHistory::kUnknown) {
+        const auto left = Left(step, database, history);
         EXPECT_THAT(left, SizeIs(1));
         EXPECT_THAT(left.front().statements, IsEmpty());
         return left.front().seen;
@@ -231,6 +234,22 @@ class Charges : public Interruption {
         RunStep(kStep, 7);
     }
     static constexpr const char* kStep = "SiteContentStep_1_0007";
+    /// The statements of a block of docs/recovery.md that begins so.
+    static std::string InManual(const std::string& begin) {
+        std::ifstream file(std::string(TWUPDATE_SOURCE_FOLDER) + "/docs/recovery.md");
+        std::string block;
+        for (std::string line; std::getline(file, line);) {
+            const auto text = line.find_first_not_of(' ');
+            const bool isCode = text != std::string::npos && text >= 4;
+            if (block.empty() ? isCode && line.compare(text, begin.size(), begin) == 0 : isCode) {
+                block += line.substr(text) + "\n";
+            } else if (!block.empty()) {
+                break;
+            }
+        }
+        EXPECT_NE(block, "") << begin;
+        return block;
+    }
     std::vector<std::string> Groups() {
         return Rows("SELECT groupid, name FROM tw_7.chargegroup ORDER BY groupid");
     }
@@ -266,10 +285,142 @@ TEST_F(Charges, ThatSomebodyHasWorkedOnAreKept) {
          "DELETE FROM tw_7.ordercharge;"}};
     for (const auto& [work, undo] : works) {
         Sql(work);
-        EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr("not from charges, or in use")) << work;
+        const bool isOrder = work.find(".order") != std::string::npos;
+        const std::string text =
+            isOrder ? "; 1 row of orders names an option of theirs" : " of the groups ";
+        EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr(text)) << work;
+        if (isOrder) {  // whose options must keep their numbers
+            EXPECT_THAT(SeenByAPerson(kStep, site_, StepHistory::kInterrupted), HasSubstr(text));
+        }
         Sql(undo);
     }
     Repaired(kStep, site_, StepHistory::kInterrupted);
+}
+
+// An operator who finds out why the upgrade has failed may correct the charges before the repeat.
+TEST_F(Charges, ThatWereCorrectedAfterTheInterruptionAreConvertedAgainAndTheOldGroupsAreKept) {
+    for (const std::string ending : {"_kept", "_kept_2"}) {
+        Sql("UPDATE tw_7.charge SET name = CONCAT(name, '!'), password = 'q' WHERE chargeid = 1;");
+        Sql("UPDATE tw_7.charge SET sequence = 5 WHERE chargeid = 2;");
+        Sql("DELETE FROM tw_7.chargetoitemtype;");
+        EXPECT_THAT(SeenByAPerson(kStep, site_), HasSubstr(" not from the charges"));
+        const std::vector<std::string> before = Groups();
+        const auto left = Repaired(kStep, site_, StepHistory::kInterrupted);
+        EXPECT_EQ(left.seen,
+                  "2 groups of an unfinished conversion; charges were changed since, so the groups "
+                  "stay in chargegroup" +
+                      ending + " and so on");
+        EXPECT_EQ(Rows("SELECT groupid, name FROM tw_7.chargegroup" + ending + " ORDER BY groupid"),
+                  before);
+        EXPECT_THAT(Rows("SELECT groupid FROM tw_7.chargeoption" + ending), SizeIs(2));
+        EXPECT_THAT(Rows("SELECT groupid FROM tw_7.chargegrouptochargegroup" + ending), SizeIs(1));
+        EXPECT_THAT(Rows("SELECT groupid FROM tw_7.chargegrouptoitemtype" + ending),
+                    SizeIs(ending == "_kept" ? 1 : 0));
+        RunStep(kStep, 7);
+        EXPECT_THAT(Rows("SELECT c.chargeid, g.name, o.password, g.sequence FROM tw_7.charge c "
+                         "INNER JOIN tw_7.chargeoption o ON o.optionid = c.chargeoptionid INNER "
+                         "JOIN tw_7.chargegroup g ON g.groupid = o.groupid ORDER BY c.chargeid"),
+                    ElementsAre(ending == "_kept" ? "1 | Post! | q | 1" : "1 | Post!! | q | 1",
+                                "2 | Wrap |  | 5"));
+        EXPECT_THAT(Rows("SELECT groupid, applytogroupid FROM tw_7.chargegrouptochargegroup"),
+                    ElementsAre("2 | 1"));
+        EXPECT_THAT(Rows("SELECT * FROM tw_7.chargegrouptoitemtype"), IsEmpty());
+    }
+}
+
+// The kill came between a group and its option.
+TEST_F(Charges, TheOneThatWasInHandMayBeCorrectedToo) {
+    Sql("DELETE FROM tw_7.chargeoption WHERE groupid = 2; "
+        "UPDATE tw_7.charge SET chargeoptionid = 0 WHERE chargeid = 2;");
+    Sql("DELETE FROM tw_7.chargegrouptochargegroup; DELETE FROM tw_7.chargegrouptoitemtype;");
+    Sql("UPDATE tw_7.charge SET name = 'Gift wrap' WHERE chargeid = 2;");
+    Repaired(kStep, site_, StepHistory::kInterrupted);
+    EXPECT_EQ(Rows("SELECT name FROM tw_7.chargegroup_kept ORDER BY groupid"),
+              (std::vector<std::string>{"Post", "Wrap"}));
+    RunStep(kStep, 7);
+    EXPECT_THAT(Groups(), ElementsAre("1 | Post", "2 | Gift wrap"));
+}
+
+TEST_F(Charges, ThatWereCorrectedAreAlsoConvertedAgainAfterARepairThatWasInterrupted) {
+    Sql("UPDATE tw_7.charge SET name = 'Mail' WHERE chargeid = 1;");
+    const auto left = Left(kStep, site_, StepHistory::kInterrupted);
+    ASSERT_THAT(left, SizeIs(1));
+    const auto& statements = left.front().statements;
+    for (std::size_t i = 0; i + 2 < statements.size(); ++i) {  // before the charges are touched
+        Sql(statements[i]);
+    }
+    Repaired(kStep, site_, StepHistory::kInterrupted);
+    EXPECT_THAT(Groups(), IsEmpty());
+}
+
+TEST_F(Charges, RowsThatComeFromNoChargeAreKeptAfterAKnownInterruptionToo) {
+    Sql("UPDATE tw_7.charge SET name = 'Mail' WHERE chargeid = 1;");
+    const std::vector<std::pair<std::string, std::string>> works{
+        {"INSERT INTO tw_7.chargegroup(groupid, featureid, name) VALUES(8, 3, 'Gift'), (9, 3, "
+         "'Half');",
+         "DELETE FROM tw_7.chargegroup WHERE groupid > 7;"},
+        {"UPDATE tw_7.chargeoption SET name = 'By hand' WHERE groupid = 2; UPDATE tw_7.charge SET "
+         "chargeoptionid = 0, name = 'Foil' WHERE chargeid = 2;",
+         "UPDATE tw_7.chargeoption SET name = 'Wrap' WHERE groupid = 2; UPDATE tw_7.charge SET "
+         "chargeoptionid = 2, name = 'Wrap' WHERE chargeid = 2;"},
+        {"INSERT INTO tw_7.chargeoption(groupid, featureid, name, sequence) VALUES(1, 3, 'X', 1);",
+         "DELETE FROM tw_7.chargeoption WHERE name = 'X';"},
+        {"UPDATE tw_7.chargeoption SET sequence = 2 WHERE groupid = 1;",
+         "UPDATE tw_7.chargeoption SET sequence = 1;"},
+        {"INSERT INTO tw_7.chargegrouptochargegroup VALUES(1, 9);",
+         "DELETE FROM tw_7.chargegrouptochargegroup WHERE groupid = 1;"},
+        {"INSERT INTO tw_7.chargegrouptoitemtype VALUES(9, 8);",
+         "DELETE FROM tw_7.chargegrouptoitemtype WHERE groupid = 9;"}};
+    for (const auto& [work, undo] : works) {
+        Sql(work);
+        EXPECT_THAT(SeenByAPerson(kStep, site_, StepHistory::kInterrupted),
+                    ContainsRegex("; [0-9]+ rows? of the groups (is|are) not from the charges$"))
+            << work;
+        Sql(undo);
+    }
+    Repaired(kStep, site_, StepHistory::kInterrupted);
+}
+
+// What docs/recovery.md says for a place that repair does not change.
+TEST_F(Charges, AreCompletedByTheStatementsOfTheManual) {
+    Sql("DELETE FROM tw_7.chargegroup; DELETE FROM tw_7.chargeoption; "
+        "DELETE FROM tw_7.chargegrouptochargegroup; DELETE FROM tw_7.chargegrouptoitemtype;");
+    Sql("UPDATE tw_7.charge SET chargeoptionid = 0;");
+    Sql("INSERT INTO tw_7.charge(chargeid, featureid, name, password, sequence) "
+        "VALUES(5, 3, 'Ins', 'i', 3);");
+    Sql("INSERT INTO tw_7.chargetocharge VALUES(5, 1); "
+        "INSERT INTO tw_7.chargetoitemtype VALUES(5, 8);");
+    // The first charge is converted and its group was edited, and the second has half a group.
+    Sql("INSERT INTO tw_7.chargegroup(groupid, featureid, name, sequence) VALUES(21, 3, 'By post', "
+        "1), (22, 3, 'Wrap', 2);");
+    Sql("INSERT INTO tw_7.chargeoption(optionid, groupid, featureid, name, sequence) VALUES(31, "
+        "21, 3, 'Post', 1);");
+    Sql("UPDATE tw_7.charge SET chargeoptionid = 31 WHERE chargeid = 1;");
+    EXPECT_THAT(Rows(InManual("SELECT g.groupid, g.name")), ElementsAre("22 | Wrap"));
+    Sql("DELETE FROM tw_7.chargegroup WHERE groupid = 22;");
+    EXPECT_THAT(Rows(InManual("SELECT chargeid FROM tw_7.charge")), ElementsAre("2", "5"));
+    for (const std::string charge : {"2", "5"}) {
+        std::string statements = InManual("INSERT INTO tw_7.chargegroup(");
+        for (auto at = statements.find("= 5;"); at != std::string::npos;
+             at = statements.find("= 5;", at + 1)) {
+            statements.replace(at, 4, "= " + charge + ";");
+        }
+        Sql(statements);
+    }
+    EXPECT_THAT(
+        Rows("SELECT c.chargeid, g.name, o.name, o.password, o.sequence, g.sequence FROM "
+             "tw_7.charge c INNER JOIN tw_7.chargeoption o ON o.optionid = "
+             "c.chargeoptionid INNER JOIN tw_7.chargegroup g ON g.groupid = o.groupid ORDER "
+             "BY c.chargeid"),
+        ElementsAre("1 | By post | Post |  | 1 | 1", "2 | Wrap | Wrap |  | 1 | 2",
+                    "5 | Ins | Ins | i | 1 | 3"));
+    EXPECT_THAT(Rows("SELECT g.name, h.name FROM tw_7.chargegrouptochargegroup l INNER JOIN "
+                     "tw_7.chargegroup g ON g.groupid = l.groupid INNER JOIN tw_7.chargegroup h "
+                     "ON h.groupid = l.applytogroupid ORDER BY g.groupid"),
+                ElementsAre("Wrap | By post", "Ins | By post"));
+    EXPECT_THAT(Rows("SELECT g.name, l.applytoitemtypeid FROM tw_7.chargegrouptoitemtype l INNER "
+                     "JOIN tw_7.chargegroup g ON g.groupid = l.groupid"),
+                ElementsAre("Ins | 8"));
 }
 
 TEST_F(Charges, ThatWereConvertedTwiceLoseTheGroupsThatNothingNames) {

@@ -1,5 +1,8 @@
 #include "migrations/interruptions.h"
 
+#include <algorithm>
+#include <array>
+
 #include "dbutil/inspection.h"
 #include "dbutil/sql.h"
 #include "migrations/site_content/email_texts.h"
@@ -7,15 +10,19 @@
 namespace twupdate {
 namespace {
 
-/// Group g was made from charge c.
-constexpr const char* kMadeFrom =
+/// Charge c is the one that group g was made from, as the rows have it.
+constexpr std::string_view kMadeFrom =
     "c.featureid = g.featureid AND COALESCE(c.name, '') = g.name AND c.sequence = g.sequence";
+
+/// The tables that the conversion fills, the one by which it is seen last.
+constexpr std::array<std::string_view, 4> kChargeTables{
+    "chargegrouptoitemtype", "chargegrouptochargegroup", "chargeoption", "chargegroup"};
 
 std::string GroupsText(std::int64_t groups) {
     return std::to_string(groups) + (groups == 1 ? " group" : " groups");
 }
 
-/// Rows in the tables of the conversion that do not come from charges, or that orders use.
+/// Rows in the tables that the conversion fills which are not what it makes of the charges.
 std::int64_t RowsOfOthers(const Inspection& inspection, const std::string& db) {
     const std::string groupAndCharge =
         Sql(db, ".chargegroup g INNER JOIN ", db, ".charge c ON ", kMadeFrom);
@@ -36,17 +43,85 @@ std::int64_t RowsOfOthers(const Inspection& inspection, const std::string& db) {
             " INNER JOIN ", db,
             ".chargetoitemtype x ON x.chargeid = c.chargeid WHERE g.groupid = l.groupid AND "
             "x.applytoitemtypeid = l.applytoitemtypeid)"));
-    rows += inspection.Count(Sql(db, ".orderchargeoption u INNER JOIN ", db,
-                                 ".chargeoption o ON o.optionid = u.chargeoptionid"));
-    rows += inspection.Count(Sql(db, ".orderpasswordchargeoption u INNER JOIN ", db,
-                                 ".chargeoption o ON o.optionid = u.optionid"));
-    rows += inspection.Count(Sql(db, ".ordercharge u INNER JOIN ", db,
-                                 ".chargeoption o ON o.optionid = u.chargeoptionid"));
     return rows;
 }
 
-/// Below 1.0007 only the conversion fills these tables.
-std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::string& db) {
+/// Rows of the same tables that belong to the group of no charge, whatever has become of the charge
+/// since: it is the one that names the group's option, or the one with the group's values. The last
+/// group may be the one in hand, which no charge names yet.
+std::int64_t RowsOfNoCharge(const Inspection& inspection, const std::string& db) {
+    const auto isMade = [&db](std::string_view group) {
+        return Sql("EXISTS (SELECT 1 FROM ", db, ".chargegroup g INNER JOIN ", db, ".charge c ON (",
+                   kMadeFrom, ") OR EXISTS (SELECT 1 FROM ", db,
+                   ".chargeoption k WHERE k.groupid = g.groupid AND k.optionid = "
+                   "c.chargeoptionid) OR (g.groupid = (SELECT MAX(groupid) FROM ",
+                   db, ".chargegroup) AND NOT EXISTS (SELECT 1 FROM ", db,
+                   ".chargeoption k WHERE k.groupid = g.groupid AND k.name <> g.name)) WHERE "
+                   "g.groupid = ",
+                   group, ")");
+    };
+    std::int64_t rows = inspection.Count(Sql(db, ".chargegroup t WHERE NOT ", isMade("t.groupid")));
+    rows += inspection.Count(
+        Sql(db, ".chargeoption o WHERE o.sequence <> 1 OR EXISTS (SELECT 1 FROM ", db,
+            ".chargeoption p WHERE p.groupid = o.groupid AND p.optionid < o.optionid) OR NOT ",
+            isMade("o.groupid")));
+    rows += inspection.Count(Sql(db, ".chargegrouptochargegroup l WHERE NOT ", isMade("l.groupid"),
+                                 " OR NOT ", isMade("l.applytogroupid")));
+    rows += inspection.Count(Sql(db, ".chargegrouptoitemtype l WHERE NOT ", isMade("l.groupid")));
+    return rows;
+}
+
+/// Rows of orders that name an option.
+std::int64_t RowsOfOrders(const Inspection& inspection, const std::string& db) {
+    return inspection.Count(Sql(db, ".orderchargeoption u INNER JOIN ", db,
+                                ".chargeoption o ON o.optionid = u.chargeoptionid")) +
+           inspection.Count(Sql(db, ".orderpasswordchargeoption u INNER JOIN ", db,
+                                ".chargeoption o ON o.optionid = u.optionid")) +
+           inspection.Count(Sql(db, ".ordercharge u INNER JOIN ", db,
+                                ".chargeoption o ON o.optionid = u.chargeoptionid"));
+}
+
+/// The ending under which none of the tables has a copy yet.
+std::string FreeEnding(const Inspection& inspection) {
+    for (int number = 1;; ++number) {
+        const std::string ending = number == 1 ? "_kept" : Concat("_kept_", number);
+        if (std::none_of(kChargeTables.begin(), kChargeTables.end(), [&](std::string_view table) {
+                return inspection.HasTable(Concat(table, ending));
+            })) {
+            return ending;
+        }
+    }
+}
+
+/// Puts empty tables in the place of these, and keeps them. All at once, so that an interruption
+/// leaves either.
+std::vector<std::string> KeepAside(const std::string& db, const std::string& ending) {
+    std::vector<std::string> statements;
+    std::string names;
+    for (const std::string_view table : kChargeTables) {
+        statements.push_back(Sql("CREATE TABLE IF NOT EXISTS ", db, ".", table, "_empty LIKE ", db,
+                                 ".", table, ";"));
+        names += Sql(names.empty() ? "" : ", ", db, ".", table, " TO ", db, ".", table, ending,
+                     ", ", db, ".", table, "_empty TO ", db, ".", table);
+    }
+    statements.push_back(Sql("UPDATE ", db, ".charge SET chargeoptionid = 0;"));
+    statements.push_back(Sql("RENAME TABLE ", names, ";"));
+    return statements;
+}
+
+std::vector<std::string> Empty(const std::string& db) {
+    std::vector<std::string> statements{Sql("UPDATE ", db, ".charge SET chargeoptionid = 0;")};
+    for (const std::string_view table : kChargeTables) {
+        statements.push_back(Sql("TRUNCATE TABLE ", db, ".", table, ";"));
+    }
+    return statements;
+}
+
+/// Below 1.0007 nothing but the conversion fills these tables.
+/// @param isKnown  a mark tells of the interruption, so that rows which differ from the charges do
+///                 so because the charges were changed since
+std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::string& db,
+                                    bool isKnown) {
     const std::int64_t groups = inspection.Count(Sql(db, ".chargegroup"));
     if (groups == 0) {
         return {};
@@ -55,16 +130,30 @@ std::vector<Leftover> HalfConverted(const Inspection& inspection, const std::str
                       .seen = Concat(GroupsText(groups), " of an unfinished conversion"),
                       .consequence = "a repeat converts every charge again",
                       .statements = {}};
-    if (const std::int64_t others = RowsOfOthers(inspection, db); others > 0) {
-        leftover.seen += Concat("; not from charges, or in use by orders: ", std::to_string(others),
-                                others == 1 ? " row" : " rows");
+    const std::int64_t orders = RowsOfOrders(inspection, db);
+    const std::int64_t changed = RowsOfOthers(inspection, db);
+    const std::int64_t others = isKnown && changed > 0 ? RowsOfNoCharge(inspection, db) : changed;
+    if (others > 0) {
+        leftover.seen += Concat("; ", std::to_string(others),
+                                others == 1 ? " row of the groups is" : " rows of the groups are",
+                                " not from the charges");
+    }
+    if (orders > 0) {
+        leftover.seen += Concat("; ", std::to_string(orders),
+                                orders == 1 ? " row of orders names" : " rows of orders name",
+                                " an option of theirs");
+    }
+    if (others > 0 || orders > 0) {
         return {std::move(leftover)};
     }
-    for (const char* table :
-         {"chargegroup", "chargeoption", "chargegrouptochargegroup", "chargegrouptoitemtype"}) {
-        leftover.statements.push_back(Sql("TRUNCATE TABLE ", db, ".", table, ";"));
+    if (changed == 0) {
+        leftover.statements = Empty(db);
+        return {std::move(leftover)};
     }
-    leftover.statements.push_back(Sql("UPDATE ", db, ".charge SET chargeoptionid = 0;"));
+    const std::string ending = FreeEnding(inspection);
+    leftover.seen += Concat("; charges were changed since, so the groups stay in chargegroup",
+                            ending, " and so on");
+    leftover.statements = KeepAside(db, ending);
     return {std::move(leftover)};
 }
 
@@ -152,7 +241,7 @@ std::vector<Leftover> LeftBySiteContentStep_1_0007(Utility& host, const SteppedD
         return {};
     }
     return history == StepHistory::kInterrupted || IsBelow(database.version, 1.0007)
-               ? HalfConverted(inspection, database.name)
+               ? HalfConverted(inspection, database.name, history == StepHistory::kInterrupted)
                : ConvertedTwice(inspection, database.name);
 }
 
