@@ -120,49 +120,55 @@ void Backup::LadderStarting(const Position& where, double version) {
     if (where.ladder != Ladder::kServer) {
         return;
     }
+    const std::lock_guard lock(mutex_);
     if (where.database != "tw_tarnwick") {
         // The copies of the central tables in a site.
-        Dump(where.database, version, where.database + ".tw_installation");
+        Dump(where, Prepare(where.database, version, where.database + ".tw_installation"));
         return;
     }
-    DumpCentral();
+    DumpCentral(where);
     if (IsBelow(version, 1.0030) && installation_.HasDatabase("tw_logs")) {
-        Dump("tw_logs", version, kInstallation);  // gets indexes
+        Dump(where, Prepare("tw_logs", version, kInstallation));  // gets indexes
     }
     if (const auto root = RootSite(*own_); root && IsBelow(version, 1.0252)) {
-        DumpSite(*root);  // gets a domain from the central ladder already
+        Dump(where, PrepareSite(*root));  // gets a domain from the central ladder already
     }
 }
 
 void Backup::SiteStarting(const Position& where, double /*version*/) {
-    DumpCentral();  // holds the version of every site, and some steps write more there
-    DumpSite(*where.siteId);
+    std::unique_lock lock(mutex_);
+    DumpCentral(where);  // holds the version of every site, and some steps write more there
+    const auto task = PrepareSite(*where.siteId);
+    lock.unlock();
+    Dump(where, task);
 }
 
-void Backup::DumpCentral() {
-    if (dumped_.insert("tw_tarnwick").second && installation_.HasDatabase("tw_tarnwick")) {
-        Dump("tw_tarnwick", installation_.Version(), kInstallation);
+void Backup::DumpCentral(const Position& where) {
+    if (!dumped_.contains("tw_tarnwick") && installation_.HasDatabase("tw_tarnwick")) {
+        Dump(where, Prepare("tw_tarnwick", installation_.Version(), kInstallation));
     }
+    dumped_.insert("tw_tarnwick");
 }
 
-void Backup::DumpSite(std::int64_t siteId) {
+std::optional<Backup::Task> Backup::PrepareSite(std::int64_t siteId) {
     const std::string database = fmt::format("tw_{}", siteId);
     if (!dumped_.insert(database).second || !installation_.HasDatabase(database)) {
-        return;  // a missing database is for the step to tell that needs it
+        return std::nullopt;  // a missing database is for the step to tell that needs it
     }
     const auto site =
         installation_.HasDatabase("tw_tarnwick") ? installation_.Site(siteId) : std::nullopt;
-    Dump(database, site ? site->version.value_or(0) : 0, kSite);
+    return Prepare(database, site ? site->version.value_or(0) : 0, kSite);
 }
 
-void Backup::Dump(const std::string& database, double version, const std::string& source) {
+std::optional<Backup::Task> Backup::Prepare(const std::string& database, double version,
+                                            const std::string& source) {
     const fs::path file = DumpFile(run_.folder, database);
     const fs::path note = NoteFile(run_.folder, database);
     if (fs::exists(file)) {
         const auto kept = ReadNote(run_.folder, database);
         console_.Say(
             fmt::format("{}: keeping the backup of {}", database, kept ? kept->time : "before"));
-        return;
+        return std::nullopt;
     }
     const std::int64_t now = ServerSeconds(*own_);
     const nlohmann::ordered_json content{{"database", database},
@@ -174,8 +180,14 @@ void Backup::Dump(const std::string& database, double version, const std::string
         throw CommandError(fmt::format("cannot back up {}: cannot write {}: {}", database,
                                        note.string(), std::strerror(errno)));
     }
-    progress_->Doing("dumping " + database);
-    DumpDatabase(client_, database, file);
+    return Task{database, file};
+}
+
+void Backup::Dump(const Position& where, const std::optional<Task>& task) {
+    if (task) {
+        progress_->Doing(where, "dumping " + task->database);
+        DumpDatabase(client_, task->database, task->file);
+    }
 }
 
 fs::path DumpFile(const fs::path& folder, const std::string& database) {

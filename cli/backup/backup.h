@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -47,16 +48,27 @@ class Backup final : public RunSink {
     void SiteStarting(const Position& where, double version) override;
 
   private:
+    /// A database to be dumped into a file.
+    struct Task {
+        std::string database;
+        std::filesystem::path file;
+    };
+
     /// The unfinished run that this one resumes.
     std::optional<BackupRun> ResumedRun(const RunStart& start);
     /// Whether the databases that were dumped are as an unfinished run leaves them.
     bool HasDumpsOfNow(const std::filesystem::path& folder);
     std::optional<double> VersionNow(const std::string& database, const BackupNote& note);
-    void DumpCentral();
-    void DumpSite(std::int64_t siteId);
+    void DumpCentral(const Position& where);
+    /// Prepares the dump of a site's database; nothing when it is done already.
+    std::optional<Task> PrepareSite(std::int64_t siteId);
+    /// Writes the note beside the dump; nothing when an earlier run has dumped the database.
     /// @param source  the table that records the version
-    void Dump(const std::string& database, double version, const std::string& source);
+    std::optional<Task> Prepare(const std::string& database, double version,
+                                const std::string& source);
+    void Dump(const Position& where, const std::optional<Task>& task);
 
+    std::mutex mutex_;              ///< for all but the dump of a site: jobs dump several at once
     std::shared_ptr<Utility> own_;  ///< on a connection of its own
     Installation installation_;
     ClientOptionFile client_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <utility>
 
 #include "cli/backup/backup.h"
@@ -64,7 +65,7 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
     if (!run.result.is_null()) {  // an operation that failed may not have come this far
         result.update(run.result);
     }
-    const Counts& counts = watch.Done();
+    const Counts counts = watch.Done();
     result["databases"] = counts.databases;
     result["sites"] = counts.sites;
     result["steps"] = counts.steps;
@@ -83,7 +84,7 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
 }
 
 std::string SummaryLine(const RunWatch& watch) {
-    const Counts& counts = watch.Done();
+    const Counts counts = watch.Done();
     const std::string ladders = counts.databases == 0
                                     ? std::string()  // a creation walks no ladder
                                     : fmt::format("{}, {}, ", Count(counts.databases, "database"),
@@ -119,10 +120,10 @@ void PrintServices(Console& console, const ServiceCounts& services, bool noServi
 
 void AddRecords(RunWatch& watch, const GlobalOptions& options, Console& console) {
     if (!options.events.empty()) {
-        watch.AddSink(std::make_shared<Events>(options.events, console));
+        watch.AddSharedSink(std::make_shared<Events>(options.events, console));
     }
     if (!options.log.empty()) {
-        watch.AddSink(MakeRunLog(options.log, console));
+        watch.AddSharedSink(MakeRunLog(options.log, console));
     }
 }
 
@@ -133,35 +134,36 @@ RunStart WithServer(RunStart start, const Session& session) {
     return start;
 }
 
-/// @return the folder of the backup; empty without one
-std::string AddSinks(RunWatch& watch, const Session& session, const GlobalOptions& options,
-                     const Run& run, Console& console) {
-    std::string folder;
-    const auto progress = std::make_shared<Progress>(
-        console, [finder = std::make_shared<LockWaitFinder>(session)](const std::string& database) {
-            return finder->Find(database);
-        });
-    if (run.lock != nullptr) {
-        watch.AddSink(std::make_shared<LockWatch>(*run.lock, session.GetConnection()));
-    }
-    if (!options.backup.empty()) {
-        const auto backup =
-            std::make_shared<Backup>(session, options, run.start, progress, console);
-        folder = backup->Folder().string();
-        watch.AddSink(backup);
-    }
-    if (run.leftovers == Leftovers::kRepair) {  // so that the backup has what a repair changes
-        watch.AddSink(std::make_shared<RepairSink>(session, run.marks, console));
-    }
-    if (run.marks) {
-        watch.AddSink(run.marks);
-    }
+/// What records a run, beside its backup.
+void AddRecords(RunWatch& watch, const GlobalOptions& options,
+                const std::shared_ptr<Progress>& progress, Console& console) {
     if (!options.trace.empty()) {
-        watch.AddSink(std::make_shared<Trace>(options.trace, console));
+        watch.AddSharedSink(std::make_shared<Trace>(options.trace, console));
     }
     AddRecords(watch, options, console);
-    watch.AddSink(progress);
-    return folder;
+    watch.AddSharedSink(progress);
+}
+
+/// What each job of a run does beside its statements, on its own connection.
+std::vector<std::shared_ptr<RunSink>> SinksOfJob(const Run& run,
+                                                 const std::shared_ptr<Backup>& backup,
+                                                 const Session& session,
+                                                 const std::shared_ptr<ProgressMarks>& marks,
+                                                 Console& console) {
+    std::vector<std::shared_ptr<RunSink>> sinks;
+    if (run.lock != nullptr) {
+        sinks.push_back(std::make_shared<LockWatch>(*run.lock, session.GetConnection()));
+    }
+    if (backup) {
+        sinks.push_back(backup);
+    }
+    if (run.leftovers == Leftovers::kRepair) {  // so that the backup has what a repair changes
+        sinks.push_back(std::make_shared<RepairSink>(session, marks, console));
+    }
+    if (marks) {
+        sinks.push_back(marks);
+    }
+    return sinks;
 }
 
 void ExplainFailure(const Session& session, Console& console, const RunFailure& failure) {
@@ -169,12 +171,32 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
         console.Error("stopped as requested, before the next statement: " + FailureLine(failure));
         return;
     }
-    console.Error("failed: " + FailureLine(failure));
+    if (failure.where.job == 0) {  // a job's is reported when it happens
+        console.Error("failed: " + FailureLine(failure));
+    }
     if (failure.code == kLockWaitTimeout) {
         for (const std::string& holder : LockHolders(session, failure.where.database)) {
             console.Error("a lock may be held by " + holder);
         }
     }
+}
+
+/// The run has ended with this error.
+/// @returns what has failed: of several jobs perhaps more than one, the first of which counts
+std::vector<RunFailure> Fail(RunWatch& watch, const std::exception& error) {
+    if (const auto* ended = dynamic_cast<const JobsEnded*>(&error)) {
+        watch.Fail(ended->Failures().front());
+        return ended->Failures();
+    }
+    return {watch.Fail(error)};
+}
+
+ServiceCounts Sum(ServiceCounts counts, const std::optional<Jobs>& jobs) {
+    if (jobs) {
+        counts.carriedOut += jobs->Services().carriedOut;
+        counts.recorded += jobs->Services().recorded;
+    }
+    return counts;
 }
 
 std::string WhatToDo(const Run& run, const RunFailure& failure) {
@@ -236,30 +258,56 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
     const RunStart start = WithServer(run.start, session);
-    const std::string backup = AddSinks(*watch, session, options, run, console);
+    const auto progress = std::make_shared<Progress>(
+        console, [finder = std::make_shared<LockWaitFinder>(session)](const Position& where) {
+            return finder->Find(where.database, where.connection);
+        });
+    const auto backup =
+        options.backup.empty()
+            ? nullptr
+            : std::make_shared<Backup>(session, options, run.start, progress, console);
+    const std::string folder = backup ? backup->Folder().string() : "";
+    const auto sinksOf = [&](const Session& own, const std::shared_ptr<ProgressMarks>& marks) {
+        return SinksOfJob(run, backup, own, marks, console);
+    };
+    for (auto& sink : sinksOf(session, run.marks)) {
+        watch->AddSink(std::move(sink));
+    }
+    AddRecords(*watch, options, progress, console);
     const auto host = session.ForComponent(watch, watch);
+    std::optional<Jobs> jobs;
+    if (run.jobs.isAuto || run.jobs.number > 1) {
+        jobs.emplace(session, *watch, *run.marks, sinksOf, run.jobs, console);
+    }
     const StopSignals stopSignals;
     watch->Start(start);
     try {
         Update update;
         update.Configure(host);
-        if (run.beforeSites) {
+        if (jobs) {
+            watch->SetBeforeSites([&] { jobs->Upgrade(run.start.sites); });
+        } else if (run.beforeSites) {
             watch->SetBeforeSites([&] { run.beforeSites(update, *host); });
         }
         run.operation(update, *host);
         watch->End();
     } catch (const std::exception& error) {
-        const RunFailure failure = watch->Fail(error);
-        ExplainFailure(session, console, failure);
-        const std::string resume = WhatToDo(run, failure);
+        const auto failures = Fail(*watch, error);
+        for (const RunFailure& failure : failures) {
+            ExplainFailure(session, console, failure);
+        }
+        const RunFailure& first = failures.front();
+        const std::string resume = WhatToDo(run, first);
+        const ServiceCounts services = Sum(session.Services(), jobs);
         console.Error(WhatStands(watch->Databases()) + " " + resume);
-        PrintServices(console, session.Services(), options.noServices);
-        console.Result(JsonOf(run, *watch, session.Services(), backup, &failure, resume));
-        return failure.stopped ? kStopped : kFailed;
+        PrintServices(console, services, options.noServices);
+        console.Result(JsonOf(run, *watch, services, folder, &first, resume));
+        return first.stopped ? kStopped : kFailed;
     }
+    const ServiceCounts services = Sum(session.Services(), jobs);
     console.Say(SummaryLine(*watch));
-    PrintServices(console, session.Services(), options.noServices);
-    console.Result(JsonOf(run, *watch, session.Services(), backup, nullptr));
+    PrintServices(console, services, options.noServices);
+    console.Result(JsonOf(run, *watch, services, folder, nullptr));
     return kDone;
 }
 

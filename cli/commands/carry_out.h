@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/repair/repair_finding.h"
+#include "cli/run/jobs.h"
 #include "cli/run/progress_marks.h"
 #include "cli/run/run_lock.h"
 #include "cli/run/run_sink.h"
@@ -30,6 +31,8 @@ struct Run {
     /// Upgrades the sites that the component's own walk must not begin from their recorded version,
     /// after the central ladders. May be empty.
     std::function<void(Update&, Utility&)> beforeSites;
+    /// How many sites are upgraded at a time. With one the component does it in its walk.
+    JobOptions jobs;
     const RunLock* lock = nullptr;
     std::shared_ptr<ProgressMarks> marks;  ///< none for a creation, which walks no ladder
     Leftovers leftovers = Leftovers::kRefuse;

@@ -12,11 +12,11 @@
 #include "cli/backup/dump.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/rehearsed_files.h"
-#include "cli/commands/resume.h"
 #include "cli/commands/site_option.h"
 #include "cli/repair/repair_finding.h"
 #include "cli/run/events.h"
 #include "cli/run/progress.h"
+#include "cli/run/resume.h"
 #include "cli/run/run_watch.h"
 #include "cli/run/time_left.h"
 #include "cli/run/trace.h"
@@ -491,8 +491,8 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     LockWaitFinder lockWaits(copy);
     const auto times = std::make_shared<StepTimes>();
     std::vector<std::shared_ptr<RunSink>> sinks{
-        times, std::make_shared<Progress>(console, [&lockWaits](const std::string& database) {
-            return lockWaits.Find(database);
+        times, std::make_shared<Progress>(console, [&lockWaits](const Position& where) {
+            return lockWaits.Find(where.database);
         })};
     if (!options.trace.empty()) {
         sinks.push_back(std::make_shared<Trace>(options.trace, console));

@@ -2,14 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
-#include "cli/commands/resume.h"
 #include "cli/run/pending_services.h"
+#include "cli/run/resume.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/data_files.h"
 #include "cli/server/left_out.h"
@@ -20,6 +21,9 @@
 
 namespace twupdate::cli {
 namespace {
+
+constexpr const char* kAuto = "auto";
+constexpr unsigned kMostJobs = 64;
 
 std::vector<SiteRow> InState(const std::vector<SiteRow>& sites, SiteState state) {
     std::vector<SiteRow> chosen;
@@ -71,7 +75,33 @@ void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, dou
     }
 }
 
-int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers) {
+/// The value of --jobs.
+JobOptions JobsOf(const std::string& text) {
+    JobOptions jobs;
+    jobs.isAuto = text == kAuto;
+    if (!jobs.isAuto) {
+        jobs.number = static_cast<unsigned>(std::stoul(text));
+    }
+    return jobs;
+}
+
+std::string FaultOfJobs(const std::string& text) {
+    unsigned number = 0;
+    const char* end = text.data() + text.size();
+    const bool isNumber = std::from_chars(text.data(), end, number).ptr == end;
+    return text == kAuto || (isNumber && number >= 1 && number <= kMostJobs)
+               ? ""
+               : fmt::format("'{}' is not a number of jobs; that is 1 to {}, or auto", text,
+                             kMostJobs);
+}
+
+struct UpgradeArguments {
+    std::shared_ptr<Leftovers> leftovers;
+    std::string jobs = "1";
+};
+
+int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArguments& arguments) {
+    const Leftovers leftovers = *arguments.leftovers;
     InstallFolderWithData(options);  // a usage error is reported before anything is done
     Session session(options);
     const RunLock lock(session, options, "upgrade", console);
@@ -101,6 +131,7 @@ int Upgrade(const GlobalOptions& options, Console& console, Leftovers leftovers)
     run.lock = &lock;
     run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
     run.leftovers = leftovers;
+    run.jobs = JobsOf(arguments.jobs);
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
     if (!run.start.sites.empty()) {
         RequireSiteFiles(options);
@@ -155,10 +186,17 @@ void AddUpgrade(CLI::App& app, Invocation& invocation) {
     auto* command =
         app.add_subcommand("upgrade", "Upgrade the central database and every older site");
     command->footer(kNeeds);
-    const auto leftovers = AddRepairFlag(*command);
-    command->callback([&invocation, leftovers] {
-        invocation.run = [leftovers](const GlobalOptions& options, Console& console) {
-            return Upgrade(options, console, *leftovers);
+    const auto arguments = std::make_shared<UpgradeArguments>();
+    arguments->leftovers = AddRepairFlag(*command);
+    command
+        ->add_option("--jobs", arguments->jobs,
+                     "Upgrade this many sites at a time; auto: as many as the server gains from")
+        ->type_name("N|auto")
+        ->check(FaultOfJobs)
+        ->capture_default_str();
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return Upgrade(options, console, *arguments);
         };
     });
 }

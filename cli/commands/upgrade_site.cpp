@@ -8,8 +8,8 @@
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
-#include "cli/commands/resume.h"
 #include "cli/run/pending_services.h"
+#include "cli/run/resume.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/session.h"
 #include "cli/terminal/decimal.h"

@@ -179,9 +179,10 @@ class RunBuilder {
         if (run.end != RunEnd::kFinished) {
             run.duration = Between(run.start, run.lastEvent);
         }
-        if (databaseOpen_) {
-            LeaveDatabase();
+        for (const auto& [name, index] : open_) {
+            Leave(run.databases[index]);
         }
+        open_.clear();
         inRun_ = false;
     }
 
@@ -189,7 +190,18 @@ class RunBuilder {
     using Handler = void (RunBuilder::*)(const Event&, EventTime);
     static const std::map<std::string, Handler, std::less<>> kHandlers;
 
-    DatabaseRecord& Database() { return runs_.back().databases.back(); }
+    /// The database of the event, which has begun and not ended; nullptr when there is none. With
+    /// several jobs there are several.
+    DatabaseRecord* InHand(const Event& event) {
+        const auto open = open_.find(NameOf(event));
+        return open == open_.end() ? nullptr : &runs_.back().databases[open->second];
+    }
+
+    /// The record of a site's version is a statement on another database.
+    static std::string NameOf(const Event& event) {
+        const auto site = event.Id("site");
+        return site ? fmt::format("tw_{}", *site) : event.Text("database");
+    }
 
     void RunStarted(const Event& event, EventTime time) {
         RunRecord run;
@@ -204,71 +216,73 @@ class RunBuilder {
         run.start = run.lastEvent = time;
         runs_.push_back(std::move(run));
         inRun_ = true;
-        databaseOpen_ = false;
     }
 
     void DatabaseStarted(const Event& event, EventTime time) {
-        if (databaseOpen_) {
-            throw BadLine("a database begins before the previous one has ended");
+        if (InHand(event) != nullptr) {
+            throw BadLine("a database begins again before it has ended");
         }
         DatabaseRecord database;
-        database.name = event.Text("database");
+        database.name = NameOf(event);
         database.siteId = event.Id("site");
         database.from = event.Version("from");
         database.start = time;
+        open_[database.name] = runs_.back().databases.size();
         runs_.back().databases.push_back(std::move(database));
-        databaseOpen_ = true;
     }
 
     void LadderStarted(const Event& event, EventTime time) {
-        if (!databaseOpen_) {  // the central database is not announced
+        if (InHand(event) == nullptr) {  // the central database is not announced
             DatabaseStarted(event, time);
         }
-        Database().ladders.push_back({event.Text("ladder"), time, time});
+        InHand(event)->ladders.push_back({event.Text("ladder"), time, time});
     }
 
-    void LadderFinished(const Event& /*event*/, EventTime time) {
-        if (databaseOpen_ && !Database().ladders.empty()) {
-            Database().ladders.back().end = time;
+    void LadderFinished(const Event& event, EventTime time) {
+        DatabaseRecord* database = InHand(event);
+        if (database != nullptr && !database->ladders.empty()) {
+            database->ladders.back().end = time;
         }
     }
 
     void StepStarted(const Event& event, EventTime time) {
-        if (!databaseOpen_ || Database().ladders.empty()) {
+        DatabaseRecord* database = InHand(event);
+        if (database == nullptr || database->ladders.empty()) {
             throw BadLine("a step outside of a ladder");
         }
         StepRecord step;
         step.name = event.Text("step");
         step.ladder = event.Text("ladder");
         step.start = time;
-        Database().steps.push_back(std::move(step));
+        database->steps.push_back(std::move(step));
     }
 
     void StepFinished(const Event& event, EventTime time) {
-        if (!databaseOpen_ || Database().steps.empty() ||
-            Database().steps.back().name != event.Text("step")) {
+        DatabaseRecord* database = InHand(event);
+        if (database == nullptr || database->steps.empty() ||
+            database->steps.back().name != event.Text("step")) {
             throw BadLine("the end of a step that was not begun");
         }
-        StepRecord& step = Database().steps.back();
+        StepRecord& step = database->steps.back();
         step.ended = true;
         step.duration = event.Duration();
         step.statements = event.Number("statements");
         const Event slowest = event.Object("slowest");
         step.slowest = slowest.Text("sql");
         step.slowestTime = slowest.Duration();
-        Database().ladders.back().end = time;
+        database->ladders.back().end = time;
         runs_.back().statements += step.statements;
     }
 
     void DatabaseFinished(const Event& event, EventTime /*time*/) {
-        if (!databaseOpen_) {
+        DatabaseRecord* database = InHand(event);
+        if (database == nullptr) {
             throw BadLine("the end of a database that was not begun");
         }
-        DatabaseRecord& database = Database();
-        database.ended = true;
-        database.duration = event.Duration();
-        database.statements = event.Number("statements");
-        databaseOpen_ = false;
+        database->ended = true;
+        database->duration = event.Duration();
+        database->statements = event.Number("statements");
+        open_.erase(database->name);
         TakeCounts(event);
     }
 
@@ -280,7 +294,7 @@ class RunBuilder {
 
     void Failed(const Event& event, EventTime time) {
         FailureRecord failure;
-        failure.database = databaseOpen_ ? Database().name : event.Text("database");
+        failure.database = NameOf(event);
         failure.ladder = event.Text("ladder");
         failure.step = event.Text("step");
         failure.statement = event.Text("statement");
@@ -317,9 +331,8 @@ class RunBuilder {
         runs_.back().statements = std::max(runs_.back().statements, statements);
     }
 
-    /// The current database has no more events.
-    void LeaveDatabase() {
-        DatabaseRecord& database = Database();
+    /// The database has no more events.
+    void Leave(DatabaseRecord& database) {
         const EventTime end = runs_.back().lastEvent;
         database.duration = Between(database.start, end);
         for (const StepRecord& step : database.steps) {
@@ -329,12 +342,12 @@ class RunBuilder {
             database.steps.back().duration = Between(database.steps.back().start, end);
             database.ladders.back().end = end;
         }
-        databaseOpen_ = false;
     }
 
     std::vector<RunRecord>& runs_;
     bool inRun_ = false;
-    bool databaseOpen_ = false;
+    std::map<std::string, std::size_t>
+        open_;  ///< databases that have not ended; places in the list
 };
 
 const std::map<std::string, RunBuilder::Handler, std::less<>> RunBuilder::kHandlers{
@@ -406,7 +419,9 @@ std::uint64_t RunRecord::StepsEnded() const {
 }
 
 const DatabaseRecord* RunRecord::InHand() const {
-    return databases.empty() || databases.back().ended ? nullptr : &databases.back();
+    const auto open = std::find_if(databases.rbegin(), databases.rend(),
+                                   [](const DatabaseRecord& database) { return !database.ended; });
+    return open == databases.rend() ? nullptr : &*open;
 }
 
 std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {

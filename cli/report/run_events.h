@@ -106,7 +106,7 @@ struct RunRecord {
     std::uint64_t DatabasesEnded() const;
     std::uint64_t SitesEnded() const;
     std::uint64_t StepsEnded() const;
-    /// The database that was begun and has not ended; nullptr without one.
+    /// The last database that was begun and has not ended; nullptr without one.
     const DatabaseRecord* InHand() const;
 };
 

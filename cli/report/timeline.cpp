@@ -91,7 +91,10 @@ class Figure {
             fmt::format("<text x=\"0\" y=\"{}\">{}</text>\n", y_ + kLabelHeight - 4, LabelOf(row));
         y_ += kLabelHeight;
         const double from = At(first.start);
-        const double end = At(last.start) + Share(last.duration);
+        double end = 0;  // of several jobs the one that began last need not end last
+        for (const DatabaseRecord& database : row) {
+            end = std::max(end, At(database.start) + Share(database.duration));
+        }
         AddBar("class=\"span\"", from, end - from, LabelOf(row));
         for (const DatabaseRecord& database : row) {
             AddLadders(database);

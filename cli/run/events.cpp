@@ -32,6 +32,9 @@ nlohmann::ordered_json Events::Line(std::string_view event) const {
 
 nlohmann::ordered_json Events::Line(std::string_view event, const Position& where) const {
     auto line = Line(event);
+    if (where.job > 0) {
+        line["job"] = where.job;
+    }
     line["database"] = where.database;
     if (where.siteId) {
         line["site"] = *where.siteId;
@@ -81,8 +84,7 @@ void Events::LadderEnded(const Position& where) {
 }
 
 void Events::StepStarting(const Position& where) {
-    slowest_.clear();
-    slowestTime_ = std::chrono::nanoseconds{0};
+    slowest_[where.job] = {};
     lines_.Write(Line("step-started", where));
 }
 
@@ -91,9 +93,9 @@ void Events::StepEnded(const Position& where, std::chrono::nanoseconds duration,
     auto line = Line("step-finished", where);
     line["ms"] = Milliseconds(duration);
     line["statements"] = statements;
-    if (!slowest_.empty()) {
-        line["slowest"] = {{"sql", ShortStatement(WithoutPasswords(slowest_))},
-                           {"ms", Milliseconds(slowestTime_)}};
+    if (const Slowest& slowest = slowest_[where.job]; !slowest.sql.empty()) {
+        line["slowest"] = {{"sql", ShortStatement(WithoutPasswords(slowest.sql))},
+                           {"ms", Milliseconds(slowest.time)}};
     }
     lines_.Write(line);
 }
@@ -106,6 +108,9 @@ void Events::SiteStarting(const Position& where, double version) {
 
 void Events::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
     auto line = Line(done.siteId ? "site-finished" : "central-finished");
+    if (done.job > 0) {
+        line["job"] = done.job;
+    }
     line["database"] = done.database;
     if (done.siteId) {
         line["site"] = *done.siteId;
@@ -119,9 +124,9 @@ void Events::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
 }
 
 void Events::CallEnded(const Position& where, const Call& call) {
-    if (!call.sql.empty() && call.duration >= slowestTime_) {
-        slowestTime_ = call.duration;
-        slowest_ = call.sql;
+    if (Slowest& slowest = slowest_[where.job];
+        !call.sql.empty() && call.duration >= slowest.time) {
+        slowest = {std::string(call.sql), call.duration};
     }
     if (call.service.empty() && call.operation != host::Operation::kRefresh) {
         return;
@@ -136,24 +141,26 @@ void Events::CallEnded(const Position& where, const Call& call) {
     lines_.Write(line);
 }
 
-void Events::RunFailed(const RunFailure& failure, const Counts& counts) {
-    const auto describe = [&](std::string_view event) {
-        auto line = Line(event, failure.where);
-        if (!failure.statement.empty()) {
-            line["statement"] = ShortStatement(failure.statement);
-        }
-        if (failure.code != 0) {
-            line["code"] = failure.code;
-            line["sqlstate"] = failure.sqlState;
-        }
-        line["error"] = failure.text;
-        AddCounts(line, counts);
-        lines_.Write(line);
-    };
-    if (failure.where.siteId && !failure.stopped) {
-        describe("site-failed");
+void Events::WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts) {
+    auto line = Line(event, failure.where);
+    if (!failure.statement.empty()) {
+        line["statement"] = ShortStatement(failure.statement);
     }
-    describe(failure.stopped ? "run-stopped" : "run-failed");
+    if (failure.code != 0) {
+        line["code"] = failure.code;
+        line["sqlstate"] = failure.sqlState;
+    }
+    line["error"] = failure.text;
+    AddCounts(line, counts);
+    lines_.Write(line);
+}
+
+void Events::SiteFailed(const RunFailure& failure, const Counts& counts) {
+    WriteFailure("site-failed", failure, counts);
+}
+
+void Events::RunFailed(const RunFailure& failure, const Counts& counts) {
+    WriteFailure(failure.stopped ? "run-stopped" : "run-failed", failure, counts);
 }
 
 void Events::RunEnded(const Counts& counts, std::chrono::nanoseconds duration) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
@@ -30,18 +31,23 @@ class Events final : public RunSink {
     void SiteStarting(const Position& where, double version) override;
     void DatabaseEnded(const DatabaseDone& done, const Counts& counts) override;
     void CallEnded(const Position& where, const Call& call) override;
+    void SiteFailed(const RunFailure& failure, const Counts& counts) override;
     void RunFailed(const RunFailure& failure, const Counts& counts) override;
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
 
   private:
     nlohmann::ordered_json Line(std::string_view event) const;
     nlohmann::ordered_json Line(std::string_view event, const Position& where) const;
+    void WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts);
     void AddCounts(nlohmann::ordered_json& line, const Counts& counts) const;
 
     JsonLines lines_;
     std::string command_;
-    std::string slowest_;  ///< the statement of the current step that took longest
-    std::chrono::nanoseconds slowestTime_{0};
+    struct Slowest {
+        std::string sql;
+        std::chrono::nanoseconds time{0};
+    };
+    std::map<unsigned, Slowest> slowest_;  ///< of the current step, by job
     std::uint64_t sites_ = 0;
 };
 

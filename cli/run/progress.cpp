@@ -22,7 +22,9 @@ Progress::Progress(Console& console, FindWait findWait)
 void Progress::RunStarting(const RunStart& start) {
     {
         const std::lock_guard lock(mutex_);
-        started_ = stepStarted_ = Clock::now();
+        started_ = Clock::now();
+        jobs_.clear();
+        jobs_[0] = Job();
         sites_ = start.sites.size();
         sitesDone_ = 0;
         timeLeft_ = TimeLeft();
@@ -35,6 +37,16 @@ void Progress::RunStarting(const RunStart& start) {
     ticker_.emplace([this] { Tick(); });
 }
 
+void Progress::SiteFailed(const RunFailure& failure, const Counts& /*counts*/) {
+    {
+        const std::lock_guard lock(mutex_);
+        SiteLeft(failure.where.job);
+    }
+    if (failure.where.job > 0) {  // the other jobs go on for a while
+        console_.Error("failed: " + FailureLine(failure));
+    }
+}
+
 void Progress::RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {
     ticker_.reset();
     console_.ClearProgress();
@@ -45,9 +57,9 @@ void Progress::RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*dur
     console_.ClearProgress();
 }
 
-void Progress::Doing(const std::string& activity) {
+void Progress::Doing(const Position& where, const std::string& activity) {
     const std::lock_guard lock(mutex_);
-    activity_ = activity;
+    jobs_[where.job].activity = activity;
     Draw();
 }
 
@@ -58,41 +70,43 @@ void Progress::LadderStarting(const Position& where, double /*version*/) {
 
 void Progress::StepStarting(const Position& where) {
     const std::lock_guard lock(mutex_);
-    stepStarted_ = Clock::now();
+    jobs_[where.job].stepStarted = Clock::now();
     GoOn(where);
 }
 
 void Progress::StepEnded(const Position& where, std::chrono::nanoseconds duration,
                          std::uint64_t /*statements*/) {
     const std::lock_guard lock(mutex_);
-    timeLeft_.StepMeasured(*where.step, duration);
+    timeLeft_.StepMeasured(*where.step, duration, where.job);
 }
 
 void Progress::SiteStarting(const Position& where, double version) {
     const std::lock_guard lock(mutex_);
-    timeLeft_.SiteStarting(version);
+    timeLeft_.SiteStarting(version, where.job);
     GoOn(where);
 }
 
 void Progress::CallStarting(const Position& where) {
     const std::lock_guard lock(mutex_);
-    callStarted_ = Clock::now();
-    inCall_ = true;
-    ++call_;
-    where_ = where;
-    activity_.clear();
+    Job& job = jobs_[where.job];
+    job.callStarted = Clock::now();
+    job.inCall = true;
+    ++job.call;
+    job.where = where;
+    job.activity.clear();
 }
 
 void Progress::CallEnded(const Position& where, const Call& /*call*/) {
     const std::lock_guard lock(mutex_);
-    inCall_ = false;
-    wait_.reset();
+    Job& job = jobs_[where.job];
+    job.inCall = false;
+    job.wait.reset();
     GoOn(where);
 }
 
 void Progress::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
     const std::lock_guard lock(mutex_);
-    timeLeft_.SiteEnded();
+    SiteLeft(done.job);
     sitesDone_ = counts.sites;
     if (console_.Interactive()) {
         return;
@@ -106,50 +120,87 @@ void Progress::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
                              sites));
 }
 
+void Progress::SiteLeft(unsigned job) {
+    timeLeft_.SiteEnded(job);
+    if (job > 0) {
+        jobs_.erase(job);
+    }
+}
+
 void Progress::GoOn(const Position& where) {
-    where_ = where;
-    activity_.clear();
+    Job& job = jobs_[where.job];
+    job.where = where;
+    job.activity.clear();
     if (Clock::now() - drawn_ >= kBetweenDrawings) {
         Draw();
     }
 }
 
 void Progress::Tick() {
-    AskForWait();
+    std::vector<unsigned> jobs;
+    {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [number, job] : jobs_) {
+            jobs.push_back(number);
+        }
+    }
+    for (const unsigned number : jobs) {
+        AskForWait(number);
+    }
     const std::lock_guard lock(mutex_);
     Draw();
 }
 
-void Progress::AskForWait() {
+void Progress::AskForWait(unsigned number) {
     std::unique_lock lock(mutex_);
     const auto now = Clock::now();
-    if (!inCall_ || now - callStarted_ < kLong || now - asked_ < kBetweenQuestions) {
+    const auto asked = jobs_.find(number);
+    if (asked == jobs_.end()) {
         return;
     }
-    asked_ = now;
-    const std::uint64_t call = call_;
-    const std::string database = where_.database;
+    Job& job = asked->second;
+    if (!job.inCall || now - job.callStarted < kLong || now - job.asked < kBetweenQuestions) {
+        return;
+    }
+    job.asked = now;
+    const std::uint64_t call = job.call;
+    const Position where = job.where;
     lock.unlock();
-    auto wait = findWait_(database);  // the run goes on meanwhile
+    auto wait = findWait_(where);  // the run goes on meanwhile
     lock.lock();
-    if (!inCall_ || call_ != call) {
+    const auto again = jobs_.find(number);
+    if (again == jobs_.end() || !again->second.inCall || again->second.call != call) {
         return;
     }
-    wait_ = std::move(wait);
-    if (wait_ && warnedCall_ != call && !console_.Interactive()) {
-        warnedCall_ = call;
-        console_.Warn(fmt::format("{}: a statement waits for a lock{}", database,
-                                  wait_->holder.empty() ? "; the server does not show whose"
-                                                        : " that may be held by " + wait_->holder));
+    again->second.wait = std::move(wait);
+    const auto& found = again->second.wait;
+    if (found && again->second.warnedCall != call && !console_.Interactive()) {
+        again->second.warnedCall = call;
+        console_.Warn(fmt::format("{}: a statement waits for a lock{}", where.database,
+                                  found->holder.empty() ? "; the server does not show whose"
+                                                        : " that may be held by " + found->holder));
     }
+}
+
+std::vector<const Progress::Job*> Progress::InHand() const {
+    std::vector<const Job*> jobs;
+    for (const auto& [number, job] : jobs_) {
+        if (number > 0 || jobs_.size() == 1) {  // the run itself waits for its jobs
+            jobs.push_back(&job);
+        }
+    }
+    return jobs;
 }
 
 std::vector<std::string> Progress::Parts() const {
     const auto now = Clock::now();
+    const auto jobs = InHand();
     std::vector<std::string> parts;
-    if (wait_) {
-        parts.push_back(
-            fmt::format("waits {} for {}", DurationText(now - callStarted_), wait_->brief));
+    for (const Job* job : jobs) {
+        if (job->wait) {
+            parts.push_back(fmt::format("waits {} for {}", DurationText(now - job->callStarted),
+                                        job->wait->brief));
+        }
     }
     if (sites_ > 0) {
         parts.push_back(fmt::format("{} of {}", Grouped(sitesDone_), Count(sites_, "site")));
@@ -159,19 +210,25 @@ std::vector<std::string> Progress::Parts() const {
         time += fmt::format(", about {} left", DurationText(*left));
     }
     parts.push_back(std::move(time));
-    if (!activity_.empty()) {
-        parts.push_back(activity_);
-        return parts;
-    }
-    parts.push_back(where_.database);
-    if (where_.step) {
-        parts.push_back(fmt::format("{} {}", LadderName(where_.step->ladder),
-                                    VersionText(where_.step->threshold)));
-        if (now - stepStarted_ >= kLong) {
-            parts.push_back(fmt::format("step {}", DurationText(now - stepStarted_)));
-        }
+    for (const Job* job : jobs) {
+        AddParts(*job, parts);
     }
     return parts;
+}
+
+void Progress::AddParts(const Job& job, std::vector<std::string>& parts) {
+    if (!job.activity.empty()) {
+        parts.push_back(job.activity);
+        return;
+    }
+    parts.push_back(job.where.database);
+    if (job.where.step) {
+        parts.push_back(fmt::format("{} {}", LadderName(job.where.step->ladder),
+                                    VersionText(job.where.step->threshold)));
+        if (const auto time = Clock::now() - job.stepStarted; time >= kLong) {
+            parts.push_back(fmt::format("step {}", DurationText(time)));
+        }
+    }
 }
 
 void Progress::Draw() {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -20,15 +21,15 @@ namespace twupdate::cli {
 /// it asks every five seconds whether it waits for a lock, and tells whose.
 class Progress final : public RunSink {
   public:
-    /// Tells whether the current statement, in that database, waits for a lock. It is called from
-    /// a thread of its own, and must not use the connection of the run nor throw.
-    using FindWait = std::function<std::optional<LockWait>(const std::string& database)>;
+    /// Tells whether the current statement there waits for a lock. It is called from a thread of
+    /// its own, and must not use a connection of the run nor throw.
+    using FindWait = std::function<std::optional<LockWait>(const Position& where)>;
 
     Progress(Console& console, FindWait findWait);
 
     /// What the program does itself between two statements, e.g. "dumping tw_7"; until the run
     /// goes on.
-    void Doing(const std::string& activity);
+    void Doing(const Position& where, const std::string& activity);
 
     void RunStarting(const RunStart& start) override;
     void LadderStarting(const Position& where, double version) override;
@@ -39,14 +40,32 @@ class Progress final : public RunSink {
     void DatabaseEnded(const DatabaseDone& done, const Counts& counts) override;
     void CallStarting(const Position& where) override;
     void CallEnded(const Position& where, const Call& call) override;
+    void SiteFailed(const RunFailure& failure, const Counts& counts) override;
     void RunFailed(const RunFailure& failure, const Counts& counts) override;
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
 
   private:
+    /// What one job of the run does, or the run itself.
+    struct Job {
+        Position where;
+        std::string activity;
+        Clock::time_point stepStarted = Clock::now();
+        Clock::time_point callStarted;
+        Clock::time_point asked;
+        bool inCall = false;
+        std::uint64_t call = 0;        ///< the number of the current call
+        std::uint64_t warnedCall = 0;  ///< the last one of which a warning told that it waits
+        std::optional<LockWait> wait;  ///< of the current call
+    };
+
     void Tick();
-    void AskForWait();
+    void AskForWait(unsigned number);
     void GoOn(const Position& where);
+    /// The job has no current site.
+    void SiteLeft(unsigned job);
+    std::vector<const Job*> InHand() const;
     std::vector<std::string> Parts() const;
+    static void AddParts(const Job& job, std::vector<std::string>& parts);
     void Draw();
 
     Console& console_;
@@ -54,19 +73,11 @@ class Progress final : public RunSink {
 
     std::mutex mutex_;  ///< guards what follows
     TimeLeft timeLeft_;
-    Position where_;
-    std::string activity_;
+    std::map<unsigned, Job> jobs_;  ///< with something in progress, by number; the run is 0
     std::uint64_t sites_ = 0;
     std::uint64_t sitesDone_ = 0;
     Clock::time_point started_ = Clock::now();
-    Clock::time_point stepStarted_ = started_;
-    Clock::time_point callStarted_ = started_;
     Clock::time_point drawn_;
-    Clock::time_point asked_;
-    bool inCall_ = false;
-    std::uint64_t call_ = 0;        ///< the number of the current call
-    std::uint64_t warnedCall_ = 0;  ///< the last one for which a warning was printed
-    std::optional<LockWait> wait_;  ///< of the current call
 
     std::optional<Ticker> ticker_;  ///< from the start of the run to its end
 };

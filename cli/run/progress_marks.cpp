@@ -49,6 +49,9 @@ ProgressMarks::ProgressMarks(std::shared_ptr<host::Connection> connection)
     }
 }
 
+ProgressMarks::ProgressMarks(std::shared_ptr<host::Connection> connection, const ProgressMarks& run)
+    : connection_(std::move(connection)), marks_(run.marks_) {}
+
 void ProgressMarks::Read(const std::string& database) {
     auto& marks = marks_[database];
     const auto rows = connection_->Query(

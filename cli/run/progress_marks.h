@@ -26,6 +26,10 @@ class ProgressMarks final : public RunSink {
     /// @throws HostError
     explicit ProgressMarks(std::shared_ptr<host::Connection> connection);
 
+    /// What these marks tell now, for a job of the run, on its own connection. Each database is of
+    /// one job alone.
+    ProgressMarks(std::shared_ptr<host::Connection> connection, const ProgressMarks& run);
+
     /// What the marks tell of a step; nothing in a database that has none.
     StepHistory History(const std::string& database, const LadderStep& step) const;
 

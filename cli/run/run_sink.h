@@ -24,6 +24,8 @@ struct Position {
     std::optional<Ladder> ladder;    ///< nothing between ladders
     std::optional<LadderStep> step;  ///< nothing between steps
     std::optional<std::int32_t> siteId;
+    unsigned job = 0;              ///< of those that upgrade sites; 0: the run itself
+    std::uint64_t connection = 0;  ///< the server's number of it
 };
 
 /// One call that the component has made to its host, or a file that it has copied. What it names
@@ -54,6 +56,7 @@ struct Counts {
 struct DatabaseDone {
     std::string database;
     std::optional<std::int32_t> siteId;
+    unsigned job = 0;  ///< that has upgraded it; see Position
     double from = 0;
     std::uint64_t steps = 0;
     std::uint64_t statements = 0;
@@ -101,6 +104,8 @@ class RunSink {
     virtual void DatabaseEnded(const DatabaseDone& /*done*/, const Counts& /*counts*/) {}
     virtual void CallStarting(const Position& /*where*/) {}
     virtual void CallEnded(const Position& /*where*/, const Call& /*call*/) {}
+    /// An error has ended the upgrade of a site; the run goes on or fails thereafter.
+    virtual void SiteFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
     virtual void RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
     virtual void RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*duration*/) {}
 };

@@ -34,25 +34,45 @@ std::string FailureLine(const RunFailure& failure) {
            DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
 }
 
+RunWatch::RunWatch() : run_(std::make_shared<Run>()) {}
+
+RunWatch::RunWatch(const RunWatch& run, unsigned job, std::uint64_t connection) : run_(run.run_) {
+    where_.job = job;
+    where_.connection = connection;
+}
+
 void RunWatch::AddSink(std::shared_ptr<RunSink> sink) {
     sinks_.push_back(std::move(sink));
+}
+
+void RunWatch::AddSharedSink(std::shared_ptr<RunSink> sink) {
+    run_->sinks.push_back(std::move(sink));
 }
 
 void RunWatch::SetBeforeSites(std::function<void()> beforeSites) {
     beforeSites_ = std::move(beforeSites);
 }
 
+void RunWatch::SetAfterLadders(std::function<void(std::int32_t)> afterLadders) {
+    afterLadders_ = std::move(afterLadders);
+}
+
+Counts RunWatch::Done() const {
+    const std::lock_guard lock(run_->mutex);
+    return run_->counts;
+}
+
 void RunWatch::Start(const RunStart& start) {
-    started_ = Clock::now();
+    run_->started = Clock::now();
     TellSinks([&](RunSink& sink) { sink.RunStarting(start); });
 }
 
 void RunWatch::End() {
     const auto elapsed = Elapsed();
-    TellSinks([&](RunSink& sink) { sink.RunEnded(counts_, elapsed); });
+    TellSinks([&](RunSink& sink) { sink.RunEnded(run_->counts, elapsed); });
 }
 
-RunFailure RunWatch::Fail(const std::exception& error) {
+RunFailure RunWatch::FailureOf(const std::exception& error) const {
     RunFailure failure;
     failure.where = where_;
     failure.text = ErrorText(error);
@@ -62,8 +82,33 @@ RunFailure RunWatch::Fail(const std::exception& error) {
         failure.sqlState = hostError->SqlState();
     }
     failure.stopped = dynamic_cast<const StopRequested*>(&error) != nullptr;
-    TellSinks([&](RunSink& sink) { sink.RunFailed(failure, counts_); });
     return failure;
+}
+
+RunFailure RunWatch::FailSite(const std::exception& error) {
+    RunFailure failure = FailureOf(error);
+    if (failure.where.siteId && !failure.stopped) {
+        TellSinks([&](RunSink& sink) { sink.SiteFailed(failure, run_->counts); });
+    }
+    Leave();
+    return failure;
+}
+
+RunFailure RunWatch::Fail(const std::exception& error) {
+    const RunFailure failure = FailSite(error);
+    Fail(failure);
+    return failure;
+}
+
+void RunWatch::Fail(const RunFailure& failure) {
+    TellSinks([&](RunSink& sink) { sink.RunFailed(failure, run_->counts); });
+}
+
+void RunWatch::Leave() {
+    where_.database = kCentralDatabase;
+    where_.siteId.reset();
+    where_.ladder.reset();
+    where_.step.reset();
 }
 
 void RunWatch::Before(const host::StatementEvent& /*event*/) {
@@ -91,11 +136,13 @@ void RunWatch::After(const host::StatementEvent& event, std::chrono::nanoseconds
 void RunWatch::CallEnded(const Call& call) {
     using host::Operation;
     if (call.operation == Operation::kService || call.operation == Operation::kRefresh) {
-        ++counts_.services;
+        const std::lock_guard lock(run_->mutex);
+        ++run_->counts.services;
     } else if (call.operation) {
-        ++counts_.statements;
         ++current_.statements;
         ++stepStatements_;
+        const std::lock_guard lock(run_->mutex);
+        ++run_->counts.statements;
     }
     TellSinks([&](RunSink& sink) { sink.CallEnded(where_, call); });
 }
@@ -104,18 +151,21 @@ void RunWatch::DatabaseStarting(const std::string& database, double version) {
     where_.database = database;
     current_ = DatabaseDone{};
     current_.database = database;
+    current_.job = where_.job;
     current_.from = version;
     databaseStarted_ = Clock::now();
 }
 
 void RunWatch::DatabaseEnded() {
     current_.duration = Clock::now() - databaseStarted_;
-    ++counts_.databases;
-    counts_.sites += current_.siteId ? 1U : 0U;
-    databases_.push_back(current_);
-    TellSinks([&](RunSink& sink) { sink.DatabaseEnded(current_, counts_); });
-    where_.database = kCentralDatabase;
-    where_.siteId.reset();
+    {
+        const std::lock_guard lock(run_->mutex);
+        ++run_->counts.databases;
+        run_->counts.sites += current_.siteId ? 1U : 0U;
+        run_->databases.push_back(current_);
+    }
+    TellSinks([&](RunSink& sink) { sink.DatabaseEnded(current_, run_->counts); });
+    Leave();
 }
 
 void RunWatch::LadderStarting(Ladder ladder, const std::string& database, double version) {
@@ -148,8 +198,11 @@ void RunWatch::StepStarting(const LadderStep& step, const std::string& /*databas
 }
 
 void RunWatch::StepEnded(const LadderStep& /*step*/, const std::string& /*database*/) {
-    ++counts_.steps;
     ++current_.steps;
+    {
+        const std::lock_guard lock(run_->mutex);
+        ++run_->counts.steps;
+    }
     const auto duration = Clock::now() - stepStarted_;
     TellSinks([&](RunSink& sink) { sink.StepEnded(where_, duration, stepStatements_); });
     where_.step.reset();
@@ -170,7 +223,10 @@ void RunWatch::SiteStarting(std::int32_t siteId, double version) {
     TellSinks([&](RunSink& sink) { sink.SiteStarting(where_, version); });
 }
 
-void RunWatch::SiteEnded(std::int32_t /*siteId*/) {
+void RunWatch::SiteEnded(std::int32_t siteId) {
+    if (afterLadders_) {
+        afterLadders_(siteId);
+    }
     DatabaseEnded();
 }
 

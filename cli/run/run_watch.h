@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -12,18 +13,29 @@
 namespace twupdate::cli {
 
 /// Watches one operation of the component: keeps where it stands and what it has done, and tells
-/// the sinks.
+/// the sinks. Where a run has several jobs, each has a watch of its own, in its own thread; they
+/// share the counts and the sinks that record the run.
 class RunWatch final : public Observer, public host::StatementListener {
   public:
+    RunWatch();
+    /// The watch of a job of that run.
+    RunWatch(const RunWatch& run, unsigned job, std::uint64_t connection);
+
+    /// A sink of this watch alone, told before the shared ones. It may use the server.
     void AddSink(std::shared_ptr<RunSink> sink);
+    /// A sink of the run, told of every job, of one call at a time.
+    void AddSharedSink(std::shared_ptr<RunSink> sink);
 
     /// What is done when the central ladders have ended, before the component looks for sites.
     void SetBeforeSites(std::function<void()> beforeSites);
+    /// What is done when the ladders of a site have ended and it is not yet told as done.
+    void SetAfterLadders(std::function<void(std::int32_t siteId)> afterLadders);
 
     const Position& Where() const { return where_; }
-    const Counts& Done() const { return counts_; }
-    const std::vector<DatabaseDone>& Databases() const { return databases_; }
-    std::chrono::nanoseconds Elapsed() const { return Clock::now() - started_; }
+    Counts Done() const;
+    /// Once the jobs have ended.
+    const std::vector<DatabaseDone>& Databases() const { return run_->databases; }
+    std::chrono::nanoseconds Elapsed() const { return Clock::now() - run_->started; }
 
     /// The run begins; time counts from here.
     void Start(const RunStart& start);
@@ -31,6 +43,11 @@ class RunWatch final : public Observer, public host::StatementListener {
     void End();
     /// The operation has ended with this error.
     RunFailure Fail(const std::exception& error);
+    /// The same, for an operation of which the failures are told already.
+    void Fail(const RunFailure& failure);
+    /// The current site, if any, has ended with this error. Unless it was a stop, the sinks are
+    /// told. What follows is another site.
+    RunFailure FailSite(const std::exception& error);
 
     void Before(const host::StatementEvent& event) override;
     void After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
@@ -47,24 +64,39 @@ class RunWatch final : public Observer, public host::StatementListener {
                     const std::filesystem::path& destination) override;
 
   private:
+    /// What the watches of a run share.
+    struct Run {
+        std::mutex mutex;  ///< guards what follows
+        std::vector<std::shared_ptr<RunSink>> sinks;
+        Counts counts;
+        std::vector<DatabaseDone> databases;
+        Clock::time_point started = Clock::now();
+    };
+
+    RunFailure FailureOf(const std::exception& error) const;
     void CallEnded(const Call& call);
     void DatabaseStarting(const std::string& database, double version);
     void DatabaseEnded();
+    /// Nothing is in progress.
+    void Leave();
 
     template <typename Tell>
     void TellSinks(const Tell& tell) {
         for (const auto& sink : sinks_) {
             tell(*sink);
         }
+        const std::lock_guard lock(run_->mutex);
+        for (const auto& sink : run_->sinks) {
+            tell(*sink);
+        }
     }
 
+    std::shared_ptr<Run> run_;
     std::vector<std::shared_ptr<RunSink>> sinks_;
     std::function<void()> beforeSites_;
+    std::function<void(std::int32_t)> afterLadders_;
     Position where_;
-    Counts counts_;
-    std::vector<DatabaseDone> databases_;
     DatabaseDone current_;
-    Clock::time_point started_ = Clock::now();
     Clock::time_point databaseStarted_;
     Clock::time_point stepStarted_;
     std::uint64_t stepStatements_ = 0;

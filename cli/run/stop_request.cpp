@@ -2,13 +2,15 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstring>
 
 namespace twupdate::cli {
 namespace {
 
-volatile std::sig_atomic_t stopRequested = 0;
+std::atomic<bool> stopRequested = false;  // written by the handler, read by every job
+static_assert(std::atomic<bool>::is_always_lock_free);
 const char* volatile unitInHand = "statement";
 
 void Tell(const char* text) {
@@ -16,7 +18,7 @@ void Tell(const char* text) {
 }
 
 void Request(int /*signal*/) {
-    stopRequested = 1;
+    stopRequested = true;
     Tell("\ntwupdate: stopping after the current ");
     Tell(unitInHand);
     Tell("; repeat to stop at once\n");
@@ -45,7 +47,7 @@ StopSignals::~StopSignals() {
 }
 
 bool StopSignals::Requested() {
-    return stopRequested != 0;
+    return stopRequested;
 }
 
 }  // namespace twupdate::cli

@@ -25,30 +25,34 @@ void TimeLeft::Start(const std::vector<double>& versions) {
     }
 }
 
-void TimeLeft::StepMeasured(const LadderStep& step, std::chrono::nanoseconds duration) {
+void TimeLeft::StepMeasured(const LadderStep& step, std::chrono::nanoseconds duration,
+                            unsigned job) {
     const Key key{step.ladder, step.number};
     for (Measured* measured : {&measured_[key], &all_}) {
         ++measured->count;
         measured->sum += duration;
     }
-    std::erase(pending_, key);
+    if (const auto inHand = pending_.find(job); inHand != pending_.end()) {
+        std::erase(inHand->second, key);
+    }
 }
 
-void TimeLeft::SiteStarting(double version) {
+void TimeLeft::SiteStarting(double version, unsigned job) {
     const auto group = toCome_.find(std::isnan(version) ? 0.0 : version);
     if (group != toCome_.end() && --group->second == 0) {
         toCome_.erase(group);
     }
-    pending_.clear();
+    auto& pending = pending_[job];
+    pending.clear();
     for (const Ladder ladder : kSiteLadders) {
         for (const LadderStep& step : PendingSteps(ladder, version)) {
-            pending_.emplace_back(ladder, step.number);
+            pending.emplace_back(ladder, step.number);
         }
     }
 }
 
-void TimeLeft::SiteEnded() {
-    pending_.clear();
+void TimeLeft::SiteEnded(unsigned job) {
+    pending_.erase(job);
 }
 
 std::optional<std::chrono::nanoseconds> TimeLeft::Estimate() const {
@@ -61,8 +65,10 @@ std::optional<std::chrono::nanoseconds> TimeLeft::Estimate() const {
         return measured == measured_.end() ? *mean : measured->second.Mean().value_or(*mean);
     };
     std::chrono::nanoseconds left{0};
-    for (const Key& key : pending_) {
-        left += timeOf(key);
+    for (const auto& [job, pending] : pending_) {
+        for (const Key& key : pending) {
+            left += timeOf(key);
+        }
     }
     for (const auto& [version, sites] : toCome_) {
         for (const Ladder ladder : kSiteLadders) {
@@ -73,7 +79,7 @@ std::optional<std::chrono::nanoseconds> TimeLeft::Estimate() const {
             }
         }
     }
-    return left;
+    return left / std::max<std::int64_t>(1, static_cast<std::int64_t>(pending_.size()));
 }
 
 }  // namespace twupdate::cli

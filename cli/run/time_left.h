@@ -16,10 +16,11 @@ class TimeLeft {
   public:
     /// @param versions  of the sites to come
     void Start(const std::vector<double>& versions);
-    void StepMeasured(const LadderStep& step, std::chrono::nanoseconds duration);
+    /// @param job  each has one current site; all work at the same time
+    void StepMeasured(const LadderStep& step, std::chrono::nanoseconds duration, unsigned job = 0);
     /// The next site begins: it is no longer to come, but its steps are.
-    void SiteStarting(double version);
-    void SiteEnded();
+    void SiteStarting(double version, unsigned job = 0);
+    void SiteEnded(unsigned job = 0);
 
     /// Nothing while no step has been measured.
     std::optional<std::chrono::nanoseconds> Estimate() const;
@@ -35,7 +36,8 @@ class TimeLeft {
     std::map<double, std::uint64_t> toCome_;  ///< sites by version
     std::map<Key, Measured> measured_;
     Measured all_;
-    std::vector<Key> pending_;  ///< steps of the current site that have not run yet
+    /// The steps of the current sites that have not run yet, by job.
+    std::map<unsigned, std::vector<Key>> pending_;
 };
 
 }  // namespace twupdate::cli

@@ -22,6 +22,9 @@ void Trace::CallEnded(const Position& where, const Call& call) {
     nlohmann::ordered_json line;
     line["seq"] = ++seq_;
     line["op"] = call.operation ? host::OperationText(*call.operation) : "copy";
+    if (where.job > 0) {
+        line["job"] = where.job;
+    }
     line["database"] = where.database;
     if (where.step) {
         line["step"] = where.step->name;

@@ -148,7 +148,8 @@ std::vector<std::string> LockHolders(const Session& session, const std::string& 
 LockWaitFinder::LockWaitFinder(const Session& session)
     : session_(session), waiting_(session.GetConnection()->ThreadId()) {}
 
-std::optional<LockWait> LockWaitFinder::Find(const std::string& database) {
+std::optional<LockWait> LockWaitFinder::Find(const std::string& database,
+                                             std::uint64_t connection) {
     if (failed_) {
         return std::nullopt;
     }
@@ -156,7 +157,7 @@ std::optional<LockWait> LockWaitFinder::Find(const std::string& database) {
         if (!connection_) {
             connection_ = session_.Connect();
         }
-        return FindLockWait(*connection_, waiting_, database);
+        return FindLockWait(*connection_, connection == 0 ? waiting_ : connection, database);
     } catch (const std::exception&) {
         failed_ = true;  // the run itself reports what is wrong with the server
         return std::nullopt;

@@ -21,17 +21,18 @@ struct LockWait {
     std::string holder;  ///< the same with all that is known; empty when nothing is
 };
 
-/// Finds out whom a session's statement waits for, over a connection of its own, which is opened
-/// at the first question.
+/// Finds out whom a statement of a session, or of another connection of the program, waits for,
+/// over a connection of its own, which is opened at the first question.
 class LockWaitFinder {
   public:
-    /// @param session  its own connection is the one that is looked after; it must outlive this
+    /// @param session  must outlive this
     explicit LockWaitFinder(const Session& session);
 
     /// Nothing while the current statement waits for no lock, and when the user may not see that.
     /// May be called from any one thread. Never throws.
-    /// @param database  in which the statement works
-    std::optional<LockWait> Find(const std::string& database);
+    /// @param database    in which the statement works
+    /// @param connection  the server's number of the one that waits; 0: the session's own
+    std::optional<LockWait> Find(const std::string& database, std::uint64_t connection = 0);
 
   private:
     const Session& session_;

@@ -53,9 +53,18 @@ Session::Session(const GlobalOptions& options, DataFolder folder)
       connectOptions_(server_ ? server_->ConnectOptions() : ConnectionOptionsFrom(options)) {
     SetSessionOptions(options, connectOptions_);
     connectOptions_.lockWaitTimeoutSeconds = options.ddlTimeoutSeconds;
+    Open();
+}
+
+Session::Session(const Session& other)
+    : options_(other.options_), connectOptions_(other.connectOptions_) {
+    Open();
+}
+
+void Session::Open() {
     connection_ = Connect();
     host::MariaDbUtilityOptions own;
-    own.localHostName = options.localHostName;
+    own.localHostName = options_.localHostName;
     own_ = std::make_shared<host::MariaDbUtility>(connection_, own);
 }
 

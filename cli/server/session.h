@@ -37,6 +37,12 @@ class Session {
     explicit Session(const GlobalOptions& options);
     Session(const GlobalOptions& options, DataFolder folder);
 
+    /// One more session with the same server, on a connection of its own, e.g. for another thread.
+    /// @param other  must outlive this one
+    /// @throws CommandError
+    explicit Session(const Session& other);
+    Session& operator=(const Session&) = delete;
+
     /// For the program's own queries. Nobody watches them.
     std::shared_ptr<Utility> Own() const { return own_; }
 
@@ -58,6 +64,8 @@ class Session {
     const std::shared_ptr<host::Connection>& GetConnection() const { return connection_; }
 
   private:
+    void Open();
+
     const GlobalOptions& options_;
     std::unique_ptr<host::PrivateServer> server_;
     host::ConnectionOptions connectOptions_;

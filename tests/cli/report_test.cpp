@@ -196,6 +196,27 @@ TEST(RunEvents, OfAKilledRunTellWhereItWas) {
     }
 }
 
+TEST(RunEvents, OfSeveralJobsAreMixed) {
+    const auto step = [](int second, const char* event, const char* database,
+                         const char* rest = "") {
+        return Line(second, event, Where(database, "site schema", "SiteSchemaStep_1_0264") + rest);
+    };
+    const RunRecord run =
+        Runs(RunStarted(0, 3) + Central() + SiteStarted(11, 7) + SiteStarted(12, 8) +
+             step(15, "step-started", "tw_7") + step(16, "step-started", "tw_8") +
+             step(18, "step-finished", "tw_7", R"(,"ms":3000,"statements":4)") +
+             Line(19, "site-finished", R"("database":"tw_7","site":7,"ms":8000,"statements":5)"))
+            .at(0);
+    ASSERT_EQ(run.databases.size(), 3U);
+    EXPECT_TRUE(run.databases[1].ended);
+    EXPECT_EQ(run.databases[1].duration, seconds(8));
+    EXPECT_EQ(run.databases[1].steps.at(0).duration, seconds(3));
+    EXPECT_FALSE(run.databases[2].ended);
+    EXPECT_EQ(run.databases[2].duration, seconds(7));  // to the last event
+    EXPECT_EQ(run.databases[2].steps.at(0).duration, seconds(3));
+    EXPECT_EQ(run.InHand()->name, "tw_8");
+}
+
 TEST(RunEvents, OfALastLineWithoutItsBreakCount) {
     std::string events = WholeRun();
     events.pop_back();
@@ -269,8 +290,8 @@ TEST(RunEvents, ThatAreNoneAreRefusedWithTheLine) {
               ", line 2: a step outside of a ladder");
     EXPECT_EQ(Refused(RunStarted(0, 0) + Line(1, "site-finished")),
               ", line 2: the end of a database that was not begun");
-    EXPECT_EQ(Refused(RunStarted(0, 0) + SiteStarted(1, 7) + SiteStarted(2, 8)),
-              ", line 4: a database begins before the previous one has ended");
+    EXPECT_EQ(Refused(RunStarted(0, 0) + SiteStarted(1, 7) + SiteStarted(2, 7)),
+              ", line 4: a database begins again before it has ended");
     EXPECT_EQ(
         Refused(RunStarted(0, 0) + SiteStarted(1, 7) + Line(2, "step-finished", R"("step":"X")")),
         ", line 4: the end of a step that was not begun");

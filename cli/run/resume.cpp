@@ -1,4 +1,4 @@
-#include "cli/commands/resume.h"
+#include "cli/run/resume.h"
 
 #include <fmt/format.h>
 

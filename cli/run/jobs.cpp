@@ -1,0 +1,219 @@
+#include "cli/run/jobs.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "cli/run/job_number.h"
+#include "cli/run/resume.h"
+#include "cli/run/site_order.h"
+#include "cli/run/stop_request.h"
+#include "cli/terminal/failure.h"
+#include "cli/terminal/text.h"
+#include "twupdate/update.h"
+
+namespace twupdate::cli {
+namespace {
+
+constexpr unsigned kMostAuto = 8;
+// A cluster runs statements that change tables one after the other on all of its nodes.
+constexpr unsigned kMostAutoOnACluster = 2;
+constexpr std::chrono::seconds kRound{5};  // after which the number of jobs is thought over
+
+bool IsCluster(host::Connection& connection) {
+    const auto rows = connection.Query("SHOW GLOBAL VARIABLES LIKE 'wsrep\\_on';");
+    return rows->Next() && rows->Get(1).ToText() == "ON";
+}
+
+}  // namespace
+
+/// What one job works with.
+class Jobs::Job {
+  public:
+    Job(const Jobs& jobs, unsigned number)
+        : number_(number),
+          session_(jobs.session_),
+          watch_(std::make_shared<RunWatch>(jobs.watch_, number,
+                                            session_.GetConnection()->ThreadId())) {
+        const auto marks = std::make_shared<ProgressMarks>(session_.GetConnection(), jobs.marks_);
+        marks->SiteWalkStarting();
+        for (auto& sink : jobs.makeSinks_(session_, marks)) {
+            watch_->AddSink(std::move(sink));
+        }
+        marks_ = marks;
+        host_ = session_.ForComponent(watch_, watch_);
+        watch_->SetAfterLadders([this](std::int32_t siteId) { RecordVersion(*host_, siteId); });
+        update_.Configure(host_);
+    }
+
+    unsigned Number() const { return number_; }
+    ServiceCounts Services() const { return session_.Services(); }
+
+    void Upgrade(std::int64_t siteId) {
+        // Since the run began, the platform may have set the site aside.
+        const auto site = Installation(session_.Own()).Site(siteId);
+        if (site && site->State() == SiteState::kOld) {
+            const std::string database = fmt::format("tw_{}", siteId);
+            update_.UpdateSite(static_cast<std::int32_t>(siteId),
+                               marks_->ResumeVersion(database, *site->version));
+        }
+    }
+
+    RunFailure Fail(const std::exception& error) { return watch_->FailSite(error); }
+
+  private:
+    unsigned number_;
+    Session session_;
+    std::shared_ptr<RunWatch> watch_;
+    std::shared_ptr<const ProgressMarks> marks_;
+    std::shared_ptr<Utility> host_;
+    Update update_;
+};
+
+Jobs::Jobs(const Session& session, const RunWatch& watch, const ProgressMarks& marks,
+           MakeSinks makeSinks, JobOptions options, Console& console)
+    : session_(session),
+      watch_(watch),
+      marks_(marks),
+      makeSinks_(std::move(makeSinks)),
+      options_(options),
+      console_(console) {}
+
+Jobs::~Jobs() {
+    Join();
+}
+
+void Jobs::Upgrade(std::vector<SiteRow> sites) {
+    SortLongestFirst(sites, *session_.GetConnection());
+    sites_.assign(sites.begin(), sites.end());
+    most_ = std::numeric_limits<unsigned>::max();
+    try {
+        Run();
+    } catch (...) {
+        {
+            const std::lock_guard lock(mutex_);
+            ending_ = true;
+        }
+        Join();
+        throw;
+    }
+    Join();
+    if (!failures_.empty()) {
+        std::stable_partition(failures_.begin(), failures_.end(),
+                              [](const RunFailure& failure) { return !failure.stopped; });
+        throw JobsEnded(failures_);
+    }
+    if (!sites_.empty()) {
+        throw StopRequested();
+    }
+}
+
+/// Begins jobs as they are needed, until none is at work any more.
+void Jobs::Run() {
+    std::optional<JobNumber> number;
+    if (options_.isAuto) {
+        number.emplace(IsCluster(*session_.GetConnection()) ? kMostAutoOnACluster : kMostAuto);
+    }
+    auto roundBegan = Clock::now();
+    std::uint64_t statementsBefore = 0;
+    std::unique_lock lock(mutex_);
+    while (true) {
+        wanted_ = std::min(number ? number->Now() : options_.number, most_);
+        while (!IsEnding() && atWork_.size() < wanted_) {
+            Begin(lock);
+            roundBegan = Clock::now();
+            statementsBefore = watch_.Done().statements;
+        }
+        if (atWork_.empty()) {
+            return;
+        }
+        changed_.wait_for(lock, std::chrono::seconds(1));
+        if (number && atWork_.size() == wanted_ && Clock::now() - roundBegan >= kRound) {
+            const std::uint64_t statements = watch_.Done().statements;
+            const std::chrono::duration<double> seconds = Clock::now() - roundBegan;
+            number->Next(static_cast<double>(statements - statementsBefore) / seconds.count());
+            roundBegan = Clock::now();
+            statementsBefore = statements;
+        }
+    }
+}
+
+void Jobs::Begin(std::unique_lock<std::mutex>& lock) {
+    unsigned number = 1;
+    while (atWork_.contains(number)) {
+        ++number;
+    }
+    lock.unlock();
+    std::unique_ptr<Job> job;
+    std::string refusal;
+    try {
+        job = std::make_unique<Job>(*this, number);
+    } catch (const CommandError& error) {
+        refusal = error.what();
+    }
+    lock.lock();
+    if (!job) {
+        if (atWork_.empty()) {
+            throw CommandError(refusal);
+        }
+        most_ = wanted_ = static_cast<unsigned>(atWork_.size());
+        console_.Warn(fmt::format("no more than {} at a time: {}", Count(most_, "site"), refusal));
+        return;
+    }
+    threads_.emplace_back([this, begun = std::move(job)]() mutable { Work(std::move(begun)); });
+    atWork_.insert(number);
+}
+
+void Jobs::Work(std::unique_ptr<Job> job) {
+    const unsigned number = job->Number();
+    while (const auto site = Next()) {
+        try {
+            job->Upgrade(site->siteId);
+        } catch (const std::exception& error) {
+            Failed(job->Fail(error));
+        }
+    }
+    const ServiceCounts services = job->Services();
+    job.reset();
+    const std::lock_guard lock(mutex_);
+    services_.carriedOut += services.carriedOut;
+    services_.recorded += services.recorded;
+    atWork_.erase(number);
+    changed_.notify_all();
+}
+
+std::optional<SiteRow> Jobs::Next() {
+    const std::lock_guard lock(mutex_);
+    if (IsEnding() || atWork_.size() > wanted_) {
+        return std::nullopt;
+    }
+    SiteRow site = std::move(sites_.front());
+    sites_.pop_front();
+    return site;
+}
+
+void Jobs::Failed(RunFailure failure) {
+    const std::lock_guard lock(mutex_);
+    failures_.push_back(std::move(failure));
+    ending_ = true;
+}
+
+bool Jobs::IsEnding() const {
+    return ending_ || sites_.empty() || StopSignals::Requested();
+}
+
+ServiceCounts Jobs::Services() const {
+    const std::lock_guard lock(mutex_);
+    return services_;
+}
+
+void Jobs::Join() {
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+    threads_.clear();
+}
+
+}  // namespace twupdate::cli

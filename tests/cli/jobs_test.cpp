@@ -1,0 +1,366 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <map>
+#include <memory>
+
+#include "cli/installation_fixture.h"
+#include "cli/run/job_number.h"
+#include "support/versions.h"
+
+namespace twupdate::test {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+// --- how many jobs pay --------------------------------------------------------------------------
+
+TEST(JobNumber, GrowsAsLongAsEachJobBringsATenth) {
+    cli::JobNumber number(8);
+    EXPECT_EQ(number.Now(), 2U);
+    EXPECT_EQ(number.Next(100), 3U);
+    EXPECT_EQ(number.Next(110), 4U);  // a tenth
+    EXPECT_EQ(number.Next(120), 4U);  // less than a tenth: kept, but no more
+    EXPECT_EQ(number.Next(200), 4U);
+}
+
+TEST(JobNumber, TakesAJobBackThatLowersTheRate) {
+    cli::JobNumber number(8);
+    number.Next(100);
+    EXPECT_EQ(number.Next(99), 2U);
+    EXPECT_EQ(number.Next(150), 2U);
+}
+
+TEST(JobNumber, TriesAgainAfterARest) {
+    cli::JobNumber number(8);
+    number.Next(100);
+    number.Next(100);
+    for (unsigned round = 1; round < cli::JobNumber::kRest; ++round) {
+        EXPECT_EQ(number.Next(100), 3U);
+    }
+    EXPECT_EQ(number.Next(100), 4U);
+    EXPECT_EQ(number.Next(90), 3U);
+}
+
+TEST(JobNumber, StaysWithinItsLimit) {
+    cli::JobNumber two(2);
+    EXPECT_EQ(two.Next(100), 2U);
+    EXPECT_EQ(two.Next(1000), 2U);
+    cli::JobNumber eight(8);
+    for (double rate = 100; rate < 1e6; rate *= 2) {
+        eight.Next(rate);
+    }
+    EXPECT_EQ(eight.Now(), 8U);
+}
+
+TEST(JobNumber, LearnsNothingFromARoundOfFewStatements) {
+    cli::JobNumber number(8);
+    EXPECT_EQ(number.Next(0), 2U);
+    EXPECT_EQ(number.Next(100), 3U);
+    EXPECT_EQ(number.Next(1), 3U);
+    EXPECT_EQ(number.Next(200), 4U);
+}
+
+// --- runs ---------------------------------------------------------------------------------------
+
+class Jobs : public InstallationTest {
+  protected:
+    /// Sites with what a resumed run must not do twice.
+    void MakeSites() {
+        MakeCentralDatabase();
+        MakeShop(7);
+        MakeShop(8);
+        MakeShop(9);
+        MakeShop(10);
+        MakeShop(11);
+    }
+
+    void MakeShop(std::int32_t siteId) {
+        MakeSite(siteId, "1.0000", sample::AllGroups());
+        const std::string db = fmt::format("tw_{}.", siteId);
+        Execute("INSERT INTO " + db +
+                "charge(chargeid, featureid, name, sequence) VALUES(1, 3, 'Post', 1), (2, 3, "
+                "'Wrap', 2), (3, 3, 'Ins', 3);");
+        Execute("DELETE FROM " + db + "email;");
+        Execute("INSERT INTO " + db +
+                "email(emailid, fromlist, subject) VALUES(1, 'a <a@a.example>', 's'), "
+                "(2, 'b <b@b.example>', 's'), (3, 'c <c@c.example>', 's');");
+    }
+
+    static void DropSites() {
+        for (const int siteId : kSites) {
+            Execute(fmt::format("DROP DATABASE IF EXISTS tw_{};", siteId));
+        }
+        Execute("DROP DATABASE IF EXISTS tw_tarnwick;");
+        Execute("DROP DATABASE IF EXISTS tw_logs;");
+    }
+
+    static std::map<int, std::string> States() {
+        std::map<int, std::string> states;
+        for (const int siteId : kSites) {
+            states[siteId] = StateOf(fmt::format("tw_{}", siteId));
+        }
+        return states;
+    }
+
+    /// What the trace tells of each site, in order: the statements of its ladders, its services,
+    /// and the record of its version.
+    static std::map<std::string, std::vector<std::string>> CallsBySite(
+        const std::filesystem::path& trace) {
+        constexpr std::string_view kRecord =
+            "UPDATE tw_tarnwick.site SET version = ? WHERE siteid = ";
+        std::map<std::string, std::vector<std::string>> calls;
+        for (auto line : JsonLinesOf(trace)) {
+            std::string database = line["database"].get<std::string>();
+            const std::string sql = line.value("sql", "");
+            if (sql.starts_with(kRecord)) {
+                database = "tw_" + sql.substr(kRecord.size(), sql.size() - kRecord.size() - 1);
+            }
+            for (const char* differs : {"seq", "ms", "job"}) {
+                line.erase(differs);
+            }
+            calls[database].push_back(line.dump());
+        }
+        calls.erase("tw_tarnwick");
+        return calls;
+    }
+
+    /// Sites at 1.0262 of which an application has read the one table that they still alter, so
+    /// that every job that begins one waits.
+    void MakeSitesInUse(const std::vector<std::int32_t>& sites) {
+        MakeNearlyCurrentInstallation();
+        reader_ = host::Connection::Open(CliServer::Get().ConnectOptions());
+        for (const std::int32_t siteId : sites) {
+            MakeSmallSite(siteId);
+        }
+        reader_->Execute("START TRANSACTION;");
+        for (const std::int32_t siteId : sites) {
+            reader_->Query(fmt::format("SELECT COUNT(*) FROM tw_{}.formtemplateinstance;", siteId));
+        }
+    }
+
+    /// A site at 1.0262 with the one table that its schema step alters.
+    void MakeSmallSite(std::int32_t siteId) {
+        Execute(fmt::format("CREATE DATABASE tw_{};", siteId));
+        Execute(
+            fmt::format("CREATE TABLE tw_{}.formtemplateinstance(featureid INT) ENGINE = "
+                        "InnoDB;",
+                        siteId));
+        MakeSiteRow(siteId, "1.0262");
+    }
+
+    static std::string Waiting() {
+        return Cell(
+            "SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%table "
+            "metadata lock%';");
+    }
+
+    static constexpr int kSites[] = {7, 8, 9, 10, 11};
+    std::shared_ptr<host::Connection> reader_;
+};
+
+TEST_F(Jobs, SendForEachSiteWhatTheWalkSends) {
+    const auto trace = (folder_ / "trace").string();
+    MakeSites();
+    ASSERT_EQ(Run({"--trace", trace, "upgrade", "--jobs", "1"}).status, 0);
+    const auto expected = CallsBySite(trace);
+    const auto states = States();
+    const std::string central = StateOf("tw_tarnwick");
+    DropSites();
+    MakeSites();
+    const Outcome outcome = Run({"--json", "--trace", trace, "upgrade", "--jobs", "4"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.Json()["sites"], 5);
+    const auto calls = CallsBySite(trace);
+    ASSERT_EQ(calls.size(), 5U);
+    for (const auto& [database, lines] : expected) {
+        EXPECT_EQ(calls.at(database), lines) << database;
+        EXPECT_THAT(lines.back(), HasSubstr("UPDATE tw_tarnwick.site SET version = ?"));
+    }
+    EXPECT_EQ(States(), states);
+    EXPECT_EQ(StateOf("tw_tarnwick"), central);
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
+    // The walk that follows found nothing: behind its one query come the application's refresh and
+    // the installation's version.
+    const auto lines = JsonLinesOf(trace);
+    EXPECT_THAT(lines.at(lines.size() - 3).at("sql").get<std::string>(),
+                HasSubstr("siteid > 0 AND version < ? AND harddeleted = 0"));
+}
+
+TEST_F(Jobs, WorkAtTheSameTimeAndTheLongestSiteFirst) {
+    MakeSitesInUse({7, 8, 9});
+    MakeSmallSite(10);
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0264 WHERE siteid IN (7, 10);");
+    const auto events = (folder_ / "events").string();
+    Program run(With({"--events", events, "upgrade", "--jobs", "2"}));
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "2"; }));
+    reader_->Execute("COMMIT;");
+    EXPECT_EQ(run.Wait().status, 0);
+    std::vector<std::pair<int, int>> begun;
+    for (const auto& event : JsonLinesOf(events)) {
+        if (event["event"] == "site-started") {
+            begun.emplace_back(event["site"].get<int>(), event["job"].get<int>());
+        }
+    }
+    ASSERT_EQ(begun.size(), 4U);
+    EXPECT_EQ(begun[0], std::pair(8, 1));
+    EXPECT_EQ(begun[1], std::pair(9, 2));
+    EXPECT_EQ(Run({"report", "--events", events, (folder_ / "page").string()}).status, 0);
+}
+
+TEST_F(Jobs, FinishTheSitesUnderWayWhenOneFails) {
+    MakeSitesInUse({7});
+    MakeSiteThatFails(8);
+    MakeSmallSite(9);
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0264 WHERE siteid = 9;");  // the last
+    Program run(With({"--json", "upgrade", "--jobs", "2"}));
+    // Site 7 waits; site 8 has failed, so nobody begins site 9.
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
+    usleep(500000);
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("failed: database tw_8, site schema ladder, step SiteSchemaStep_1_0264"));
+    EXPECT_EQ(outcome.err.find("failed:"), outcome.err.rfind("failed:"));
+    EXPECT_THAT(outcome.err, HasSubstr("Completed: 1 database (tw_7). The ladders of tw_tarnwick"));
+    EXPECT_EQ(outcome.Json()["error"]["database"], "tw_8");
+    EXPECT_EQ(SiteVersion(7), kCurrentStored);
+    EXPECT_EQ(SiteVersion(8), "1.0262");
+    EXPECT_EQ(SiteVersion(9), "1.0264");
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    Execute("DROP VIEW tw_8.formtemplateinstance;");
+    Execute("CREATE TABLE tw_8.formtemplateinstance(featureid INT);");
+    EXPECT_EQ(Run({"upgrade", "--jobs", "2"}).status, 0);
+    EXPECT_EQ(SiteVersion(8) + SiteVersion(9) + InstallationVersion(),
+              std::string(kCurrentStored) + kCurrentStored + kCurrentStored);
+}
+
+TEST_F(Jobs, StopAtTheirNextStatements) {
+    MakeSitesInUse({7, 8, 9, 10});
+    MakeSmallSite(11);
+    Program run(With({"upgrade", "--jobs", "4"}));
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "4"; }));
+    run.Signal(SIGTERM);
+    usleep(300000);
+    EXPECT_TRUE(run.Running());  // the current statements are completed
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 5) << outcome.err;
+    for (const char* site : {"tw_7", "tw_8", "tw_9", "tw_10"}) {
+        EXPECT_THAT(outcome.err, HasSubstr(fmt::format("stopped as requested, before the next "
+                                                       "statement: database {}, ",
+                                                       site)));
+    }
+    EXPECT_EQ(SiteVersion(7) + SiteVersion(11), "1.02621.0262");
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_EQ(Run({"upgrade", "--jobs", "4"}).status, 0);
+    EXPECT_EQ(SiteVersion(7), kCurrentStored);
+    EXPECT_EQ(SiteVersion(11), kCurrentStored);
+}
+
+TEST_F(Jobs, StopBeforeTheirNextSitesWhenTheLockIsLost) {
+    MakeSitesInUse({7, 8});
+    MakeSmallSite(9);
+    Program run(With({"upgrade", "--jobs", "2"}));
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "2"; }));
+    Execute("KILL " + Cell("SELECT IS_USED_LOCK('twupdate.run');") + ";");
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("failed: database tw_9: the run has lost its lock"));
+    EXPECT_EQ(SiteVersion(7) + SiteVersion(8), std::string(kCurrentStored) + kCurrentStored);
+    EXPECT_EQ(SiteVersion(9), "1.0262");
+}
+
+TEST_F(Jobs, LeaveASiteThatWasSetAsideMeanwhile) {
+    MakeSitesInUse({7, 8});
+    MakeSmallSite(9);
+    Program run(With({"upgrade", "--jobs", "2"}));
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "2"; }));
+    Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 9;");
+    reader_->Execute("COMMIT;");
+    EXPECT_EQ(run.Wait().status, 0);
+    EXPECT_EQ(SiteVersion(9), "1.0262");
+}
+
+TEST_F(Jobs, AreAsManyAsTheServerTakes) {
+    MakeNearlyCurrentInstallation();
+    for (const std::int32_t siteId : {7, 8, 9}) {
+        MakeSmallSite(siteId);
+    }
+    // One connection for the run, one for its lock, one for a job.
+    Execute("CREATE OR REPLACE USER 'few'@'localhost' WITH MAX_USER_CONNECTIONS 3;");
+    Execute("GRANT ALL PRIVILEGES ON *.* TO 'few'@'localhost';");
+    const auto socket = CliServer::Get().Server().Socket().string();
+    const Outcome outcome = RunProgram({"--socket", socket, "--user", "few", "--no-site-files",
+                                        "--no-services", "upgrade", "--jobs", "3"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("warning: no more than 1 site at a time: cannot connect"));
+    EXPECT_EQ(SiteVersion(9), kCurrentStored);
+}
+
+TEST_F(Jobs, DumpEachSiteBeforeTheyChangeIt) {
+    MakeNearlyCurrentInstallation();
+    for (const std::int32_t siteId : {7, 8, 9}) {
+        MakeSmallSite(siteId);
+    }
+    const auto backup = folder_ / "backup";
+    const Outcome outcome = Run({"--json", "--backup", backup.string(), "upgrade", "--jobs", "3"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const std::filesystem::path folder = outcome.Json()["backup"].get<std::string>();
+    for (const char* database : {"tw_tarnwick", "tw_7", "tw_8", "tw_9"}) {
+        EXPECT_TRUE(std::filesystem::exists(folder / (std::string(database) + ".sql.gz")));
+    }
+    Run({"restore", folder.string(), "--apply"});
+    EXPECT_EQ(SiteVersion(8), "1.0262");
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.columns WHERE table_schema = 'tw_8';"),
+              "1");
+}
+
+TEST_F(Jobs, MayBeFoundOutByTheProgram) {
+    MakeNearlyCurrentInstallation();
+    for (const std::int32_t siteId : {7, 8, 9}) {
+        MakeSmallSite(siteId);
+    }
+    const auto events = (folder_ / "events").string();
+    EXPECT_EQ(Run({"--events", events, "upgrade", "--jobs", "auto"}).status, 0);
+    EXPECT_EQ(SiteVersion(9), kCurrentStored);
+    EXPECT_THAT(ContentOf(events), AllOf(HasSubstr("\"job\":2"), Not(HasSubstr("\"job\":3"))));
+}
+
+TEST_F(Jobs, ThatAreKilledAtAnyMomentAreResumedByTheSameCommand) {
+    MakeSites();
+    ASSERT_EQ(Run({"upgrade"}).status, 0);
+    const auto states = States();
+    for (const unsigned milliseconds : {400U, 1500U}) {
+        DropSites();
+        MakeSites();
+        Program run(With({"upgrade", "--jobs", "4"}));
+        usleep(milliseconds * 1000);
+        run.Signal(SIGKILL);
+        run.Wait();
+        ASSERT_TRUE(
+            WaitUntil([] { return Cell("SELECT IS_USED_LOCK('twupdate.run');") == "NULL"; }));
+        const Outcome outcome = Run({"upgrade", "--jobs", "4", "--repair"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(States(), states) << "killed after " << milliseconds << " ms";
+        EXPECT_EQ(InstallationVersion(), kCurrentStored);
+    }
+}
+
+TEST_F(Jobs, AreANumberOrAuto) {
+    for (const char* number : {"0", "65", "two", "2x", "-1", ""}) {
+        const Outcome outcome = Run({"upgrade", "--jobs", number});
+        EXPECT_EQ(outcome.status, 2) << number;
+        EXPECT_THAT(outcome.err, HasSubstr("is not a number of jobs; that is 1 to 64, or auto"));
+    }
+}
+
+}  // namespace
+}  // namespace twupdate::test
