@@ -12,6 +12,7 @@
 #include "cli/backup/backup.h"
 #include "cli/repair/repair_sink.h"
 #include "cli/run/events.h"
+#include "cli/run/failures.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_log.h"
 #include "cli/run/run_watch.h"
@@ -53,34 +54,6 @@ nlohmann::ordered_json JsonOf(const std::vector<DatabaseDone>& databases) {
                         {"seconds", std::chrono::duration<double>(done.duration).count()}});
     }
     return list;
-}
-
-nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
-                              const std::string& backup, const RunFailure* failure,
-                              const std::string& resume = "") {
-    nlohmann::ordered_json result{{"command", run.start.command},
-                                  {"result", failure == nullptr ? "done"
-                                             : failure->stopped ? "stopped"
-                                                                : "failed"}};
-    if (!run.result.is_null()) {  // an operation that failed may not have come this far
-        result.update(run.result);
-    }
-    const Counts counts = watch.Done();
-    result["databases"] = counts.databases;
-    result["sites"] = counts.sites;
-    result["steps"] = counts.steps;
-    result["statements"] = counts.statements;
-    result["seconds"] = std::chrono::duration<double>(watch.Elapsed()).count();
-    result["services"] = {{"carried_out", services.carriedOut}, {"recorded", services.recorded}};
-    if (!backup.empty()) {
-        result["backup"] = backup;
-    }
-    result["upgraded"] = JsonOf(watch.Databases());
-    if (failure != nullptr) {
-        result["error"] = JsonOf(*failure);
-        result["resume"] = resume;
-    }
-    return result;
 }
 
 std::string SummaryLine(const RunWatch& watch) {
@@ -166,12 +139,14 @@ std::vector<std::shared_ptr<RunSink>> SinksOfJob(const Run& run,
     return sinks;
 }
 
-void ExplainFailure(const Session& session, Console& console, const RunFailure& failure) {
+/// @param isReported  what failed was printed when it happened
+void ExplainFailure(const Session& session, Console& console, const RunFailure& failure,
+                    bool isReported) {
     if (failure.stopped) {
         console.Error("stopped as requested, before the next statement: " + FailureLine(failure));
         return;
     }
-    if (failure.where.job == 0) {  // a job's is reported when it happens
+    if (!isReported) {
         console.Error("failed: " + FailureLine(failure));
     }
     if (failure.code == kLockWaitTimeout) {
@@ -181,14 +156,99 @@ void ExplainFailure(const Session& session, Console& console, const RunFailure& 
     }
 }
 
-/// The run has ended with this error.
-/// @returns what has failed: of several jobs perhaps more than one, the first of which counts
-std::vector<RunFailure> Fail(RunWatch& watch, const std::exception& error) {
-    if (const auto* ended = dynamic_cast<const JobsEnded*>(&error)) {
-        watch.Fail(ended->Failures().front());
-        return ended->Failures();
+/// How a run ended before its time.
+struct EndedRun {
+    ExitCode status = kFailed;
+    RunFailure first;                  ///< what counts as its failure
+    std::vector<RunFailure> failures;  ///< all; of several jobs there may be more than one
+};
+
+EndedRun End(RunWatch& watch, const std::exception& error) {
+    const auto* ended = dynamic_cast<const JobsEnded*>(&error);
+    if (ended == nullptr) {
+        const RunFailure failure = watch.Fail(error);
+        return {failure.stopped ? kStopped : kFailed, failure, {failure}};
     }
-    return {watch.Fail(error)};
+    EndedRun end{kFailed, ended->Failures().front(), ended->Failures()};
+    if (ended->HowEnded() == JobsEnded::How::kStopped) {
+        end.status = kStopped;
+        end.first = ended->Failures().back();
+        end.first.stopped = true;
+    } else if (ended->HowEnded() == JobsEnded::How::kIncomplete) {
+        end.status = kIncomplete;
+        end.first.isOfOneSite = true;
+    }
+    watch.FailSites(end.failures);
+    watch.Fail(end.first);
+    return end;
+}
+
+/// Tells of the sites that have failed in groups, unless it is the one that has ended the run.
+void ExplainGroups(Console& console, const EndedRun& end, const JobOptions& jobs) {
+    const auto groups = GroupFailures(end.failures);
+    std::size_t sites = 0;
+    for (const FailedSites& group : groups) {
+        sites += group.sites.size();
+    }
+    if (sites == 0 || (sites == 1 && jobs.mostFailures == 0)) {
+        return;
+    }
+    if (end.status == kIncomplete) {
+        console.Error(fmt::format("{} failed; all other sites are done", Count(sites, "site")));
+    } else if (jobs.mostFailures > 0 && sites > jobs.mostFailures) {
+        console.Error(
+            fmt::format("{} failed, more than --max-failures allows; no further site was "
+                        "begun",
+                        Count(sites, "site")));
+    } else {
+        console.Error(fmt::format("{} failed", Count(sites, "site")));
+    }
+    for (const FailedSites& group : groups) {
+        console.Error(GroupText(group));
+    }
+}
+
+std::string_view ResultText(ExitCode status) {
+    return status == kStopped ? "stopped" : status == kIncomplete ? "incomplete" : "failed";
+}
+
+nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const ServiceCounts& services,
+                              const std::string& backup, const EndedRun* end,
+                              const std::string& resume = "") {
+    nlohmann::ordered_json result{
+        {"command", run.start.command},
+        {"result", end == nullptr ? "done" : std::string(ResultText(end->status))}};
+    if (!run.result.is_null()) {  // an operation that failed may not have come so far
+        result.update(run.result);
+    }
+    const Counts counts = watch.Done();
+    result["databases"] = counts.databases;
+    result["sites"] = counts.sites;
+    result["steps"] = counts.steps;
+    result["statements"] = counts.statements;
+    result["seconds"] = std::chrono::duration<double>(watch.Elapsed()).count();
+    result["services"] = {{"carried_out", services.carriedOut}, {"recorded", services.recorded}};
+    if (!backup.empty()) {
+        result["backup"] = backup;
+    }
+    result["upgraded"] = JsonOf(watch.Databases());
+    if (end == nullptr) {
+        return result;
+    }
+    result["error"] = JsonOf(end->first);
+    if (run.jobs.AreWanted()) {
+        result["failures"] = JsonOf(GroupFailures(end->failures));
+        auto& sites = result["failed_sites"] = nlohmann::ordered_json::array();
+        for (const RunFailure& failure : end->failures) {
+            if (failure.where.siteId && !failure.stopped) {
+                nlohmann::ordered_json site{{"site", *failure.where.siteId}};
+                site.update(JsonOf(failure));
+                sites.push_back(std::move(site));
+            }
+        }
+    }
+    result["resume"] = resume;
+    return result;
 }
 
 ServiceCounts Sum(ServiceCounts counts, const std::optional<Jobs>& jobs) {
@@ -199,13 +259,15 @@ ServiceCounts Sum(ServiceCounts counts, const std::optional<Jobs>& jobs) {
     return counts;
 }
 
-std::string WhatToDo(const Run& run, const RunFailure& failure) {
-    if (failure.where.step && !EffectOfRepeat(*failure.where.step).empty()) {
-        return fmt::format(
-            "{} cannot simply be repeated: {}. Fix the cause, run {}, and repeat the command; or "
-            "repeat it with --repair.",
-            failure.where.step->name, EffectOfRepeat(*failure.where.step),
-            RepairCommand(failure.where.database));
+std::string WhatToDo(const Run& run, const std::vector<RunFailure>& failures) {
+    for (const RunFailure& failure : failures) {
+        if (failure.where.step && !EffectOfRepeat(*failure.where.step).empty()) {
+            return fmt::format(
+                "{} cannot simply be repeated: {}. Fix the cause, run {}, and repeat the command; "
+                "or repeat it with --repair.",
+                failure.where.step->name, EffectOfRepeat(*failure.where.step),
+                RepairCommand(failure.where.database));
+        }
     }
     return run.afterFailure;
 }
@@ -276,7 +338,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     AddRecords(*watch, options, progress, console);
     const auto host = session.ForComponent(watch, watch);
     std::optional<Jobs> jobs;
-    if (run.jobs.isAuto || run.jobs.number > 1) {
+    if (run.jobs.AreWanted()) {
         jobs.emplace(session, *watch, *run.marks, sinksOf, run.jobs, console);
     }
     const StopSignals stopSignals;
@@ -285,24 +347,24 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
         Update update;
         update.Configure(host);
         if (jobs) {
-            watch->SetBeforeSites([&] { jobs->Upgrade(run.start.sites); });
+            watch->SetBeforeSites([&] { jobs->Upgrade(run.start.sites, run.refused); });
         } else if (run.beforeSites) {
             watch->SetBeforeSites([&] { run.beforeSites(update, *host); });
         }
         run.operation(update, *host);
         watch->End();
     } catch (const std::exception& error) {
-        const auto failures = Fail(*watch, error);
-        for (const RunFailure& failure : failures) {
-            ExplainFailure(session, console, failure);
+        const EndedRun end = End(*watch, error);
+        for (const RunFailure& failure : end.failures) {
+            ExplainFailure(session, console, failure, jobs && failure.where.siteId);
         }
-        const RunFailure& first = failures.front();
-        const std::string resume = WhatToDo(run, first);
+        ExplainGroups(console, end, run.jobs);
+        const std::string resume = WhatToDo(run, end.failures);
         const ServiceCounts services = Sum(session.Services(), jobs);
         console.Error(WhatStands(watch->Databases()) + " " + resume);
         PrintServices(console, services, options.noServices);
-        console.Result(JsonOf(run, *watch, services, folder, &first, resume));
-        return first.stopped ? kStopped : kFailed;
+        console.Result(JsonOf(run, *watch, services, folder, &end, resume));
+        return end.status;
     }
     const ServiceCounts services = Sum(session.Services(), jobs);
     console.Say(SummaryLine(*watch));

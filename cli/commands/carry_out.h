@@ -33,6 +33,7 @@ struct Run {
     std::function<void(Update&, Utility&)> beforeSites;
     /// How many sites are upgraded at a time. With one the component does it in its walk.
     JobOptions jobs;
+    std::vector<RefusedSite> refused;  ///< sites that are left out and count as failed
     const RunLock* lock = nullptr;
     std::shared_ptr<ProgressMarks> marks;  ///< none for a creation, which walks no ladder
     Leftovers leftovers = Leftovers::kRefuse;

@@ -3,8 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "cli/commands/carry_out.h"
@@ -64,15 +69,52 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
     return kDone;
 }
 
-/// Reports before the first statement what would end the run at an interrupted step or a mark.
+/// Why a run must not begin this site, since it would end at an interrupted step or at a mark;
+/// empty when it may.
+std::string FaultOf(const Session& session, ProgressMarks& marks, const SiteRow& site,
+                    Leftovers leftovers) {
+    const SteppedDatabase database{fmt::format("tw_{}", site.siteId), "", *site.version};
+    try {
+        marks.RequireWritable(database.name, Ladder::kSiteSchema, Ladder::kSiteContent,
+                              database.version);
+        return InterruptionText(session, marks, {database}, leftovers);
+    } catch (const CommandError& error) {
+        return error.what();
+    }
+}
+
+/// Checks before the first statement what would end the run at an interrupted step or a mark.
 void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, double version,
                                const std::vector<SiteRow>& sites, Leftovers leftovers) {
-    const auto databases = SteppedDatabases(version, sites);
-    RefuseInterrupted(session, marks, databases, leftovers);
+    RefuseInterrupted(session, marks, SteppedDatabases(version, sites), leftovers);
     marks.RequireWritable("tw_tarnwick", Ladder::kServer, Ladder::kServerData, version);
-    for (auto site = databases.begin() + 1; site != databases.end(); ++site) {
-        marks.RequireWritable(site->name, Ladder::kSiteSchema, Ladder::kSiteContent, site->version);
+    for (const SiteRow& site : sites) {
+        marks.RequireWritable(fmt::format("tw_{}", site.siteId), Ladder::kSiteSchema,
+                              Ladder::kSiteContent, *site.version);
     }
+}
+
+/// Takes the sites out that have no database.
+std::vector<RefusedSite> TakeOutWithoutDatabase(Installation& installation,
+                                                std::vector<SiteRow>& sites) {
+    std::vector<RefusedSite> refused;
+    for (const SiteRow& site : installation.WithoutDatabase(sites)) {
+        refused.push_back({site, "no database that this account can see"});
+        std::erase_if(sites, [&](const SiteRow& other) { return other.siteId == site.siteId; });
+    }
+    return refused;
+}
+
+/// Takes the sites out that would end the run at an interrupted step or a mark.
+void TakeOutFaulty(const Session& session, ProgressMarks& marks, Leftovers leftovers,
+                   std::vector<SiteRow>& sites, std::vector<RefusedSite>& refused) {
+    std::erase_if(sites, [&](const SiteRow& site) {
+        const std::string fault = FaultOf(session, marks, site, leftovers);
+        if (!fault.empty()) {
+            refused.push_back({site, fault});
+        }
+        return !fault.empty();
+    });
 }
 
 /// The value of --jobs.
@@ -95,10 +137,65 @@ std::string FaultOfJobs(const std::string& text) {
                              kMostJobs);
 }
 
+/// The value of --max-failures: of sites, or of them a hundred "%".
+struct FailureLimit {
+    double number = 0;
+    bool isPercent = false;
+
+    std::size_t Of(std::size_t sites) const {
+        return static_cast<std::size_t>(
+            isPercent ? std::floor(number * static_cast<double>(sites) / 100) : number);
+    }
+};
+
+/// Nothing for a text that is none.
+std::optional<FailureLimit> FailureLimitOf(std::string_view text) {
+    FailureLimit limit;
+    limit.isPercent = text.ends_with('%');
+    text.remove_suffix(limit.isPercent ? 1 : 0);
+    unsigned number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (rest != end || error != std::errc() || (limit.isPercent && number > 100)) {
+        return std::nullopt;
+    }
+    limit.number = number;
+    return limit;
+}
+
+std::string FaultOfFailureLimit(const std::string& text) {
+    return FailureLimitOf(text)
+               ? ""
+               : fmt::format("'{}' is not a number of sites, such as 10 or 5%", text);
+}
+
 struct UpgradeArguments {
     std::shared_ptr<Leftovers> leftovers;
     std::string jobs = "1";
+    bool keepGoing = false;
+    std::string maxFailures;  ///< empty: any number with --keep-going, else none
+
+    std::size_t MostFailures(std::size_t sites) const {
+        if (maxFailures.empty()) {
+            return keepGoing ? std::numeric_limits<std::size_t>::max() : 0;
+        }
+        return FailureLimitOf(maxFailures)->Of(sites);
+    }
 };
+
+/// Reports the sites that the run leaves out, or refuses the run when they are too many.
+void TellRefused(const std::vector<RefusedSite>& refused, std::size_t most, Console& console) {
+    if (refused.size() > most) {
+        std::vector<std::string> texts;
+        for (const RefusedSite& one : refused) {
+            texts.push_back(fmt::format("site {}: {}", one.site.siteId, one.why));
+        }
+        throw CommandError(JoinMessages(texts, "; nothing was done"));
+    }
+    for (const RefusedSite& one : refused) {
+        console.Warn(fmt::format("left out, site {}: {}", one.site.siteId, one.why));
+    }
+}
 
 int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArguments& arguments) {
     const Leftovers leftovers = *arguments.leftovers;
@@ -113,7 +210,7 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
             "done",
             VersionText(version), VersionText(kCurrentVersion)));
     }
-    const auto sites = installation.Sites();
+    auto sites = installation.Sites();
     if (!IsBelow(version, kCurrentVersion)) {
         if (const auto unfinished = UnfinishedCore(session, InstallFolder(options));
             !unfinished.empty()) {
@@ -124,6 +221,11 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
         RecordNothingToDo(session, options, console, std::move(start));
         return NothingToDo(version, sites, console);
     }
+    const std::size_t most = arguments.MostFailures(InState(sites, SiteState::kOld).size());
+    std::vector<RefusedSite> refused;
+    if (most > 0) {
+        refused = TakeOutWithoutDatabase(installation, sites);
+    }
     if (const auto refusals = Refusals(installation, sites); !refusals.empty()) {
         throw CommandError(JoinMessages(refusals, "; nothing was done"));
     }
@@ -132,7 +234,13 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
     run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
     run.leftovers = leftovers;
     run.jobs = JobsOf(arguments.jobs);
+    run.jobs.mostFailures = most;
     run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
+    if (most > 0) {
+        TakeOutFaulty(session, *run.marks, leftovers, run.start.sites, refused);
+        TellRefused(refused, most, console);
+        run.refused = refused;
+    }
     if (!run.start.sites.empty()) {
         RequireSiteFiles(options);
     }
@@ -142,7 +250,8 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
         parts.push_back(SitePart(static_cast<std::int32_t>(site.siteId), *site.version));
     }
     RequireServices(session, options, parts);
-    RefuseWhatCannotBeResumed(session, *run.marks, version, run.start.sites, leftovers);
+    RefuseWhatCannotBeResumed(session, *run.marks, version,
+                              most > 0 ? std::vector<SiteRow>{} : run.start.sites, leftovers);
     run.result["from"] = VersionText(version);
     const LeftOut leftOut = SitesLeftOut(sites);
     run.start.leftOut = leftOut;
@@ -173,6 +282,8 @@ constexpr const char* kNeeds = R"(What an upgrade needs:
              --ddl-timeout SECONDS limits the wait for a table in use.
   Stopping   Ctrl-C stops before the next statement, with exit status 5.
              A second Ctrl-C stops at once.
+  Failures   The run ends at the first site that fails. --keep-going upgrades the
+             other sites too and ends with exit status 6.
   Resuming   Repeat the command. If it names an interrupted step, run
              'twupdate repair' first, or repeat the command with --repair.
 
@@ -194,6 +305,13 @@ void AddUpgrade(CLI::App& app, Invocation& invocation) {
         ->type_name("N|auto")
         ->check(FaultOfJobs)
         ->capture_default_str();
+    command->add_flag("--keep-going", arguments->keepGoing,
+                      "Upgrade the other sites too if one fails; exit status 6 names those");
+    command
+        ->add_option("--max-failures", arguments->maxFailures,
+                     "Keep going until more than this number, or percentage, of sites has failed")
+        ->type_name("N|P%")
+        ->check(FaultOfFailureLimit);
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Upgrade(options, console, *arguments);

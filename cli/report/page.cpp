@@ -151,8 +151,13 @@ std::string Outcome(const RunRecord& run) {
                    "ended without errors.</p>\n";
         case RunEnd::kFailed:
             return fmt::format(
-                "<p class=\"outcome bad\" id=\"outcome\"><strong>✗ Failed</strong> in {}: {}</p>\n",
-                PlaceOf(*run.failure), ErrorOf(*run.failure));
+                "<p class=\"outcome bad\" id=\"outcome\"><strong>✗ Failed</strong> in {}: "
+                "{}{}</p>\n",
+                PlaceOf(*run.failure), ErrorOf(*run.failure),
+                run.failures.size() < 2
+                    ? ""
+                    : fmt::format(" And {}; see <a href=\"#failures\">Failures</a>.",
+                                  Count(run.failures.size() - 1, "more failure")));
         case RunEnd::kStopped:
             return fmt::format(
                 "<p class=\"outcome\" id=\"outcome\"><strong>◼ Stopped</strong> as was asked for, "
@@ -282,11 +287,12 @@ std::string FailureText(const FailureGroup& group) {
                         Count(group.occurrences.size(), "time"));
     const std::size_t shown = std::min(group.occurrences.size(), kMostNames);
     for (std::size_t i = group.occurrences.size() - shown; i < group.occurrences.size(); ++i) {
-        const auto& [run, resolved] = group.occurrences[i];
-        html += fmt::format("<li>{}, {} UTC: {}</li>\n", NameHtml(run->failure->database),
-                            TimeHtml(run->failure->time),
-                            resolved ? "<span class=\"good-word\">✓ resolved by a later run</span>"
-                                     : "<span class=\"bad-word\">✗ still open</span>");
+        const FailureRecord* failure = group.occurrences[i].failure;
+        html += fmt::format("<li>{}, {} UTC: {}</li>\n", NameHtml(failure->database),
+                            TimeHtml(failure->time),
+                            group.occurrences[i].resolved
+                                ? "<span class=\"good-word\">✓ resolved by a later run</span>"
+                                : "<span class=\"bad-word\">✗ still open</span>");
     }
     return html + "</ul>\n" + AndMore(group.occurrences.size(), shown, "earlier failure");
 }

@@ -292,7 +292,7 @@ class RunBuilder {
                                          event.Flag("failed")});
     }
 
-    void Failed(const Event& event, EventTime time) {
+    FailureRecord Failure(const Event& event, EventTime time) {
         FailureRecord failure;
         failure.database = NameOf(event);
         failure.ladder = event.Text("ladder");
@@ -302,18 +302,29 @@ class RunBuilder {
         failure.sqlState = event.Text("sqlstate");
         failure.error = event.Text("error");
         failure.time = time;
-        runs_.back().failure = std::move(failure);
         TakeCounts(event);
+        return failure;
+    }
+
+    void SiteFailed(const Event& event, EventTime time) {
+        runs_.back().failures.push_back(Failure(event, time));
     }
 
     void RunFailed(const Event& event, EventTime time) {
-        Failed(event, time);
-        runs_.back().end = RunEnd::kFailed;
+        RunRecord& run = runs_.back();
+        run.failure = Failure(event, time);
+        const bool isOfSite = std::any_of(
+            run.failures.begin(), run.failures.end(),
+            [&](const FailureRecord& site) { return site.database == run.failure->database; });
+        if (!isOfSite) {
+            run.failures.push_back(*run.failure);
+        }
+        run.end = RunEnd::kFailed;
         EndOfEvents();
     }
 
     void RunStopped(const Event& event, EventTime time) {
-        Failed(event, time);
+        runs_.back().failure = Failure(event, time);
         runs_.back().end = RunEnd::kStopped;
         EndOfEvents();
     }
@@ -359,8 +370,9 @@ const std::map<std::string, RunBuilder::Handler, std::less<>> RunBuilder::kHandl
     {"site-finished", &RunBuilder::DatabaseFinished},
     {"central-finished", &RunBuilder::DatabaseFinished},
     {"service", &RunBuilder::Service},
-    {"site-failed", &RunBuilder::Failed},
+    {"site-failed", &RunBuilder::SiteFailed},
     {"run-failed", &RunBuilder::RunFailed},
+    {"run-incomplete", &RunBuilder::RunFailed},
     {"run-stopped", &RunBuilder::RunStopped},
     {"run-finished", &RunBuilder::RunFinished}};
 

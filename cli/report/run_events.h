@@ -101,7 +101,8 @@ struct RunRecord {
     std::uint64_t statements = 0;
     std::vector<DatabaseRecord> databases;  ///< in the order in which they were begun
     std::vector<ServiceRecord> services;
-    std::optional<FailureRecord> failure;  ///< also where a run was stopped
+    std::optional<FailureRecord> failure;  ///< that ended the run; also where it was stopped
+    std::vector<FailureRecord> failures;   ///< of sites, and that of the run where it is another
 
     std::uint64_t DatabasesEnded() const;
     std::uint64_t SitesEnded() const;

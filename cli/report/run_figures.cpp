@@ -108,14 +108,13 @@ std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs) {
     std::map<std::tuple<std::string, std::uint64_t, std::string>, FailureGroup> groups;
     for (std::size_t i = 0; i < runs.size(); ++i) {
         const RunRecord& run = runs[i];
-        if (!run.failure || run.end == RunEnd::kStopped) {
-            continue;
+        for (const FailureRecord& failure : run.failures) {
+            // The server's texts name tables and values, so errors are grouped by its code.
+            const auto key = std::tuple(failure.step, failure.code,
+                                        failure.code == 0 ? failure.error : std::string());
+            groups[key].occurrences.push_back(
+                {&run, &failure, IsFixed(failure, run, runs.subspan(i + 1))});
         }
-        const FailureRecord& failure = *run.failure;
-        // The server's texts name tables and values, so errors are grouped by its code.
-        const auto key = std::tuple(failure.step, failure.code,
-                                    failure.code == 0 ? failure.error : std::string());
-        groups[key].occurrences.push_back({&run, IsFixed(failure, run, runs.subspan(i + 1))});
     }
     auto sorted = Values(groups);
     SortFromLargest(sorted, [](const FailureGroup& group) { return group.occurrences.size(); });

@@ -41,10 +41,11 @@ std::vector<StepRun> SlowestStatements(std::span<const RunRecord> runs, std::siz
 struct FailureGroup {
     struct Occurrence {
         const RunRecord* run;
+        const FailureRecord* failure;
         /// A later run has brought the database to its end.
         bool resolved;
     };
-    const FailureRecord& Latest() const { return *occurrences.back().run->failure; }
+    const FailureRecord& Latest() const { return *occurrences.back().failure; }
     std::vector<Occurrence> occurrences;  ///< in the order of the runs
 };
 

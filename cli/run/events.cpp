@@ -6,6 +6,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "cli/run/failures.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
@@ -159,8 +160,17 @@ void Events::SiteFailed(const RunFailure& failure, const Counts& counts) {
     WriteFailure("site-failed", failure, counts);
 }
 
+void Events::SitesFailed(const std::vector<RunFailure>& failures) {
+    auto line = Line("sites-failed");
+    line["groups"] = JsonOf(GroupFailures(failures));
+    lines_.Write(line);
+}
+
 void Events::RunFailed(const RunFailure& failure, const Counts& counts) {
-    WriteFailure(failure.stopped ? "run-stopped" : "run-failed", failure, counts);
+    WriteFailure(failure.stopped       ? "run-stopped"
+                 : failure.isOfOneSite ? "run-incomplete"
+                                       : "run-failed",
+                 failure, counts);
 }
 
 void Events::RunEnded(const Counts& counts, std::chrono::nanoseconds duration) {

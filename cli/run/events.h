@@ -32,6 +32,7 @@ class Events final : public RunSink {
     void DatabaseEnded(const DatabaseDone& done, const Counts& counts) override;
     void CallEnded(const Position& where, const Call& call) override;
     void SiteFailed(const RunFailure& failure, const Counts& counts) override;
+    void SitesFailed(const std::vector<RunFailure>& failures) override;
     void RunFailed(const RunFailure& failure, const Counts& counts) override;
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
 

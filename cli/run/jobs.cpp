@@ -8,6 +8,7 @@
 
 #include "cli/run/job_number.h"
 #include "cli/run/resume.h"
+#include "cli/run/run_lock.h"
 #include "cli/run/site_order.h"
 #include "cli/run/stop_request.h"
 #include "cli/terminal/failure.h"
@@ -72,8 +73,8 @@ class Jobs::Job {
     Update update_;
 };
 
-Jobs::Jobs(const Session& session, const RunWatch& watch, const ProgressMarks& marks,
-           MakeSinks makeSinks, JobOptions options, Console& console)
+Jobs::Jobs(const Session& session, RunWatch& watch, const ProgressMarks& marks, MakeSinks makeSinks,
+           JobOptions options, Console& console)
     : session_(session),
       watch_(watch),
       marks_(marks),
@@ -85,7 +86,8 @@ Jobs::~Jobs() {
     Join();
 }
 
-void Jobs::Upgrade(std::vector<SiteRow> sites) {
+void Jobs::Upgrade(std::vector<SiteRow> sites, const std::vector<RefusedSite>& refused) {
+    Refuse(refused);
     SortLongestFirst(sites, *session_.GetConnection());
     sites_.assign(sites.begin(), sites.end());
     most_ = std::numeric_limits<unsigned>::max();
@@ -101,12 +103,31 @@ void Jobs::Upgrade(std::vector<SiteRow> sites) {
     }
     Join();
     if (!failures_.empty()) {
-        std::stable_partition(failures_.begin(), failures_.end(),
-                              [](const RunFailure& failure) { return !failure.stopped; });
-        throw JobsEnded(failures_);
+        ThrowFailures();
     }
     if (!sites_.empty()) {
         throw StopRequested();
+    }
+}
+
+void Jobs::ThrowFailures() {
+    using How = JobsEnded::How;
+    std::stable_partition(failures_.begin(), failures_.end(),
+                          [](const RunFailure& failure) { return !failure.stopped; });
+    throw JobsEnded(ending_                                       ? How::kFailed
+                    : failures_.back().stopped || !sites_.empty() ? How::kStopped
+                                                                  : How::kIncomplete,
+                    failures_);
+}
+
+void Jobs::Refuse(const std::vector<RefusedSite>& refused) {
+    for (const RefusedSite& one : refused) {
+        RunFailure failure;
+        failure.where.siteId = static_cast<std::int32_t>(one.site.siteId);
+        failure.where.database = fmt::format("tw_{}", one.site.siteId);
+        failure.text = FactOf(one.why);
+        watch_.FailSite(failure);
+        failures_.push_back(std::move(failure));
     }
 }
 
@@ -172,16 +193,44 @@ void Jobs::Work(std::unique_ptr<Job> job) {
         try {
             job->Upgrade(site->siteId);
         } catch (const std::exception& error) {
-            Failed(job->Fail(error));
+            const bool endsRun = dynamic_cast<const LockLost*>(&error) != nullptr;
+            if (!Failed(job->Fail(error), endsRun)) {
+                break;
+            }
+            // What a statement has left in the session is not for another site.
+            AddServicesOf(*job);
+            job = Replace(number);
+            if (!job) {
+                break;
+            }
         }
     }
-    const ServiceCounts services = job->Services();
-    job.reset();
+    if (job) {
+        AddServicesOf(*job);
+        job.reset();
+    }
+    const std::lock_guard lock(mutex_);
+    atWork_.erase(number);
+    changed_.notify_all();
+}
+
+std::unique_ptr<Jobs::Job> Jobs::Replace(unsigned number) {
+    try {
+        return std::make_unique<Job>(*this, number);
+    } catch (const std::exception& error) {
+        RunFailure failure;
+        failure.where.job = number;
+        failure.text = ErrorText(error);
+        Failed(std::move(failure), true);
+        return nullptr;
+    }
+}
+
+void Jobs::AddServicesOf(const Job& job) {
+    const ServiceCounts services = job.Services();
     const std::lock_guard lock(mutex_);
     services_.carriedOut += services.carriedOut;
     services_.recorded += services.recorded;
-    atWork_.erase(number);
-    changed_.notify_all();
 }
 
 std::optional<SiteRow> Jobs::Next() {
@@ -194,10 +243,18 @@ std::optional<SiteRow> Jobs::Next() {
     return site;
 }
 
-void Jobs::Failed(RunFailure failure) {
+bool Jobs::Failed(RunFailure failure, bool endsRun) {
     const std::lock_guard lock(mutex_);
+    const bool isOfSite = failure.where.siteId && !endsRun;
+    const bool stopped = failure.stopped;
     failures_.push_back(std::move(failure));
-    ending_ = true;
+    if (stopped) {
+        return false;
+    }
+    const auto failed = static_cast<std::size_t>(std::count_if(
+        failures_.begin(), failures_.end(), [](const RunFailure& one) { return !one.stopped; }));
+    ending_ = ending_ || !isOfSite || failed > options_.mostFailures;
+    return !ending_;
 }
 
 bool Jobs::IsEnding() const {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
@@ -8,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -24,18 +27,38 @@ struct JobOptions {
     /// The program begins with a few jobs and finds out how many pay.
     bool isAuto = false;
     unsigned number = 1;  ///< of the jobs, unless that is found out
+    /// How many sites may fail while others are still begun.
+    std::size_t mostFailures = 0;
+
+    /// Otherwise the component's own walk upgrades the sites.
+    bool AreWanted() const { return isAuto || number > 1 || mostFailures > 0; }
+};
+
+/// A site that a run leaves out because it would fail.
+struct RefusedSite {
+    SiteRow site;
+    std::string why;
 };
 
 /// Sites have failed, or the run was to stop, before the jobs had done all of them.
 class JobsEnded : public std::exception {
   public:
+    enum class How : std::uint8_t {
+        kFailed,      ///< there are sites that were not begun
+        kStopped,     ///< as requested
+        kIncomplete,  ///< all sites but the failed ones are done
+    };
+
     /// @param failures  at least one
-    explicit JobsEnded(std::vector<RunFailure> failures) : failures_(std::move(failures)) {}
+    JobsEnded(How how, std::vector<RunFailure> failures)
+        : how_(how), failures_(std::move(failures)) {}
     const char* what() const noexcept override { return failures_.front().text.c_str(); }
+    How HowEnded() const { return how_; }
     /// What has ended each site that was begun, in the order of time; those that were stopped last.
     const std::vector<RunFailure>& Failures() const { return failures_; }
 
   private:
+    How how_;
     std::vector<RunFailure> failures_;
 };
 
@@ -50,16 +73,17 @@ class Jobs {
 
     /// @param session  must outlive this, as all that follows; it is not used while jobs are at
     /// work
-    Jobs(const Session& session, const RunWatch& watch, const ProgressMarks& marks,
-         MakeSinks makeSinks, JobOptions options, Console& console);
+    Jobs(const Session& session, RunWatch& watch, const ProgressMarks& marks, MakeSinks makeSinks,
+         JobOptions options, Console& console);
     ~Jobs();
     Jobs(const Jobs&) = delete;
     Jobs& operator=(const Jobs&) = delete;
 
     /// Upgrades those of the sites that are still older when their turn comes.
+    /// @param refused  sites that are left out, each of which counts as failed
     /// @throws JobsEnded once no job is at work any more
-    /// @throws StopRequested when the run is to stop and no site was begun
-    void Upgrade(std::vector<SiteRow> sites);
+    /// @throws StopRequested when the run is to stop and no site has failed or was stopped
+    void Upgrade(std::vector<SiteRow> sites, const std::vector<RefusedSite>& refused);
 
     /// Of all jobs.
     ServiceCounts Services() const;
@@ -70,13 +94,19 @@ class Jobs {
     void Run();
     void Begin(std::unique_lock<std::mutex>& lock);
     void Work(std::unique_ptr<Job> job);
+    /// A job on a new connection; nullptr, and the run ends, when there is none.
+    std::unique_ptr<Job> Replace(unsigned number);
     std::optional<SiteRow> Next();
-    void Failed(RunFailure failure);
+    /// @returns whether the job goes on
+    bool Failed(RunFailure failure, bool endsRun);
+    void Refuse(const std::vector<RefusedSite>& refused);
+    void AddServicesOf(const Job& job);
+    [[noreturn]] void ThrowFailures();
     bool IsEnding() const;
     void Join();
 
     const Session& session_;
-    const RunWatch& watch_;
+    RunWatch& watch_;
     const ProgressMarks& marks_;
     const MakeSinks makeSinks_;
     const JobOptions options_;

@@ -114,7 +114,7 @@ void RunLock::RequireHeld(host::Connection& connection) const {
     const auto rows = connection.Query(
         fmt::format("SELECT IS_USED_LOCK('{}') <=> {};", kName, connection_->ThreadId()));
     if (!rows->Next() || !rows->Get(0).ToBool()) {
-        throw std::runtime_error(
+        throw LockLost(
             fmt::format("the run has lost its lock, because the server ended connection {}; "
                         "another run may have begun",
                         connection_->ThreadId()));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "cli/run/run_sink.h"
@@ -9,6 +10,12 @@
 #include "cli/terminal/console.h"
 
 namespace twupdate::cli {
+
+/// The run is not the only one any more.
+class LockLost : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
 
 /// The lock that makes a run the only one on its server. It lives on a connection of its own, so
 /// that the server lets go of it when the program ends, in whatever way.
@@ -24,7 +31,7 @@ class RunLock {
     /// Tests that the server still holds the lock for this run: it lets go of it when it ends that
     /// connection.
     /// @param connection  another one, so that the lock's own still tells since when it is held
-    /// @throws std::runtime_error when it does not
+    /// @throws LockLost when it does not
     void RequireHeld(host::Connection& connection) const;
 
     /// The name under which the server knows it.

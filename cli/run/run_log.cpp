@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "cli/run/failures.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -56,8 +57,20 @@ class RunLog final : public RunSink {
                       call.componentId.value_or(0), call.failed ? " failed" : "");
         }
     }
+    void SiteFailed(const RunFailure& failure, const Counts& /*counts*/) override {
+        if (failure.where.job > 0) {
+            log_.error("failed: {}", FailureLine(failure));
+        }
+    }
+    void SitesFailed(const std::vector<RunFailure>& failures) override {
+        for (const FailedSites& group : GroupFailures(failures)) {
+            log_.error("{}", GroupText(group));
+        }
+    }
     void RunFailed(const RunFailure& failure, const Counts& /*counts*/) override {
-        if (failure.stopped) {
+        if (failure.isOfOneSite) {
+            log_.warn("incomplete: all other sites are done");
+        } else if (failure.stopped) {
             log_.warn("stopped as requested: {}", FailureLine(failure));
         } else {
             log_.error("failed: {}", FailureLine(failure));

@@ -81,7 +81,8 @@ struct RunFailure {
     std::uint32_t code = 0;
     std::string sqlState;
     std::string text;
-    bool stopped = false;  ///< not an error: a person asked the run to stop
+    bool stopped = false;      ///< not an error: a person asked the run to stop
+    bool isOfOneSite = false;  ///< the other sites of the run are done
 };
 
 /// "database tw_7, site schema ladder, step SiteSchemaStep_1_0028: statement: server error 1060
@@ -106,6 +107,8 @@ class RunSink {
     virtual void CallEnded(const Position& /*where*/, const Call& /*call*/) {}
     /// An error has ended the upgrade of a site; the run goes on or fails thereafter.
     virtual void SiteFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
+    /// All failures of sites, before the run ends.
+    virtual void SitesFailed(const std::vector<RunFailure>& /*failures*/) {}
     virtual void RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
     virtual void RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*duration*/) {}
 };

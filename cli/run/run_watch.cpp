@@ -88,10 +88,18 @@ RunFailure RunWatch::FailureOf(const std::exception& error) const {
 RunFailure RunWatch::FailSite(const std::exception& error) {
     RunFailure failure = FailureOf(error);
     if (failure.where.siteId && !failure.stopped) {
-        TellSinks([&](RunSink& sink) { sink.SiteFailed(failure, run_->counts); });
+        FailSite(failure);
     }
     Leave();
     return failure;
+}
+
+void RunWatch::FailSite(const RunFailure& failure) {
+    TellSinks([&](RunSink& sink) { sink.SiteFailed(failure, run_->counts); });
+}
+
+void RunWatch::FailSites(const std::vector<RunFailure>& failures) {
+    TellSinks([&](RunSink& sink) { sink.SitesFailed(failures); });
 }
 
 RunFailure RunWatch::Fail(const std::exception& error) {

@@ -48,6 +48,10 @@ class RunWatch final : public Observer, public host::StatementListener {
     /// The current site, if any, has ended with this error. Unless it was a stop, the sinks are
     /// told. What follows is another site.
     RunFailure FailSite(const std::exception& error);
+    /// A site that the run leaves out has failed.
+    void FailSite(const RunFailure& failure);
+    /// All failures of sites, before Fail().
+    void FailSites(const std::vector<RunFailure>& failures);
 
     void Before(const host::StatementEvent& event) override;
     void After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,

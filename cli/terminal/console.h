@@ -14,9 +14,10 @@ enum ExitCode : int {
     kDone = 0,
     kFailed = 1,
     kUsageError = 2,
-    kFindings = 3,  ///< a check has found something
-    kLocked = 4,    ///< another run is in progress, or the server refuses the run lock
-    kStopped = 5,   ///< stopped between two statements as requested; the same command resumes
+    kFindings = 3,    ///< a check has found something
+    kLocked = 4,      ///< another run is in progress, or the server refuses the run lock
+    kStopped = 5,     ///< stopped between two statements as requested; the same command resumes
+    kIncomplete = 6,  ///< done but for sites that have failed, each of which is named
 };
 
 /// What the program prints. Results go to the standard output, warnings and errors to the

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "cli/installation_fixture.h"
+#include "cli/run/failures.h"
 #include "cli/run/job_number.h"
 #include "support/versions.h"
 
@@ -352,6 +353,149 @@ TEST_F(Jobs, ThatAreKilledAtAnyMomentAreResumedByTheSameCommand) {
         EXPECT_EQ(States(), states) << "killed after " << milliseconds << " ms";
         EXPECT_EQ(InstallationVersion(), kCurrentStored);
     }
+}
+
+// --- sites that fail ----------------------------------------------------------------------------
+
+TEST(SiteFailures, AreAlikeWithoutNamesAndLiterals) {
+    EXPECT_EQ(cli::MaskedStatement("UPDATE tw_12.email SET subject = 'it''s \\' 5', n = 1.5 WHERE "
+                                   "id IN (1, 2, 3);"),
+              "UPDATE tw_?.email SET subject = ?, n = ? WHERE id IN (?);");
+    EXPECT_EQ(cli::MaskedStatement("SELECT \"a\" FROM tw_1.formdata_77"),
+              "SELECT ? FROM tw_?.formdata_?");
+    EXPECT_EQ(cli::MaskedStatement("SELECT 'open"), "SELECT ?");
+}
+
+TEST(SiteFailures, AreGroupedTheLargestGroupFirst) {
+    const auto failure = [](int site, std::uint32_t code, const std::string& statement) {
+        cli::RunFailure one;
+        one.where.siteId = site;
+        one.where.step = LadderSteps(Ladder::kSiteSchema).front();
+        one.code = code;
+        one.statement = statement;
+        one.text = "no";
+        return one;
+    };
+    cli::RunFailure stopped = failure(99, 0, "");
+    stopped.stopped = true;
+    const auto groups = cli::GroupFailures(
+        {failure(9, 1060, "ALTER TABLE tw_9.a"), failure(40, 1406, "UPDATE tw_40.a SET x = 'p'"),
+         failure(12, 1406, "UPDATE tw_12.a SET x = 'qq'"),
+         failure(13, 1406, "UPDATE tw_13.b SET x = 'qq'"), stopped});
+    ASSERT_EQ(groups.size(), 3U);
+    EXPECT_EQ(cli::GroupText(groups[0]), "2 sites: SiteSchemaStep_1_0001, 1406 no: 12, 40");
+    EXPECT_EQ(groups[0].statement, "UPDATE tw_?.a SET x = ?");
+}
+
+TEST_F(Jobs, KeepGoingPastSitesThatFail) {
+    MakeNearlyCurrentInstallation();
+    for (int siteId = 1; siteId <= 40; ++siteId) {
+        if (siteId == 5 || siteId == 23) {
+            MakeSiteThatFails(siteId);
+        } else {
+            MakeSmallSite(siteId);
+        }
+    }
+    Execute("DROP DATABASE tw_31;");
+    const auto events = (folder_ / "events").string();
+    const auto backup = (folder_ / "backup").string();
+    const std::vector<std::string> command{"--json",  "--events", events, "--backup",    backup,
+                                           "upgrade", "--jobs",   "4",    "--keep-going"};
+    const Outcome outcome = Run(command);
+    EXPECT_EQ(outcome.status, 6) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("warning: left out, site 31: no database that this account "
+                                       "can see\n"));
+    EXPECT_THAT(outcome.err, HasSubstr("3 sites failed; all other sites are done\n"
+                                       "twupdate: 2 sites: SiteSchemaStep_1_0264, 1347 'tw_"));
+    EXPECT_THAT(outcome.err,
+                AllOf(HasSubstr(": 5, 23\n"),
+                      HasSubstr("1 site: no database that this account can see: 31\n")));
+    const auto json = outcome.Json();
+    EXPECT_EQ(json["result"], "incomplete");
+    EXPECT_EQ(json["sites"], 37);
+    ASSERT_EQ(json["failures"].size(), 2U);
+    EXPECT_EQ(json["failures"][0]["sites"], nlohmann::json({5, 23}));
+    EXPECT_EQ(json["failures"][0]["code"], 1347);
+    EXPECT_EQ(json["failures"][0]["step"], "SiteSchemaStep_1_0264");
+    EXPECT_EQ(json["failures"][0]["statement"],
+              "ALTER TABLE tw_?.formtemplateinstance ADD COLUMN cachettl INT DEFAULT -? NOT NULL;");
+    EXPECT_EQ(json["failures"][1]["sites"], nlohmann::json({31}));
+    EXPECT_EQ(json["failed_sites"].size(), 3U);
+    EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_tarnwick.site WHERE version = 1.0265;"), "37");
+    EXPECT_EQ(InstallationVersion(), "1.0262");
+    EXPECT_THAT(ContentOf(events), AllOf(HasSubstr("\"event\":\"sites-failed\""),
+                                         HasSubstr("\"event\":\"run-incomplete\"")));
+    const auto page = (folder_ / "page").string();
+    EXPECT_EQ(Run({"report", "--events", events, page}).status, 0);
+    EXPECT_THAT(ContentOf(page), AllOf(HasSubstr("tw_5, "), HasSubstr("tw_23, "),
+                                       HasSubstr("And 2 more failures; see")));
+    for (const int siteId : {5, 23}) {
+        Execute(fmt::format("DROP VIEW tw_{}.formtemplateinstance;", siteId));
+        Execute(fmt::format("CREATE TABLE tw_{}.formtemplateinstance(featureid INT);", siteId));
+    }
+    Execute("CREATE DATABASE tw_31;");
+    const Outcome again = Run(command);
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(again.Json()["sites"], 3);
+    EXPECT_EQ(again.Json()["backup"], json["backup"]);
+    EXPECT_EQ(InstallationVersion(), kCurrentStored);
+}
+
+TEST_F(Jobs, BeginNoFurtherSiteBeyondMaxFailures) {
+    MakeNearlyCurrentInstallation();
+    for (const std::int32_t siteId : {7, 8, 9}) {
+        MakeSiteThatFails(siteId);
+    }
+    for (std::int32_t siteId = 10; siteId <= 16; ++siteId) {
+        MakeSmallSite(siteId);
+    }
+    Execute("UPDATE tw_tarnwick.site SET version = 1.0264 WHERE siteid >= 10;");  // the last
+    // Of ten sites two may fail.
+    for (const char* limit : {"2", "20%", "29%"}) {
+        const Outcome outcome = Run({"upgrade", "--max-failures", limit});
+        EXPECT_EQ(outcome.status, 1) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr("3 sites failed, more than --max-failures allows; no "
+                                           "further site was begun\ntwupdate: 3 sites: "));
+        EXPECT_EQ(SiteVersion(10), "1.0264");
+    }
+    const Outcome outcome = Run({"upgrade", "--max-failures", "30%"});
+    EXPECT_EQ(outcome.status, 6) << outcome.err;
+    EXPECT_EQ(SiteVersion(10) + SiteVersion(16), std::string(kCurrentStored) + kCurrentStored);
+    for (const char* limit : {"x", "101%", "-1", "5 %", ""}) {
+        EXPECT_EQ(Run({"upgrade", "--max-failures", limit}).status, 2) << limit;
+    }
+}
+
+TEST_F(Jobs, LeaveOutASiteWhoseInterruptedStepMustBeRepairedFirst) {
+    MakeCentralDatabase();
+    MakeShop(7);
+    MakeShop(8);
+    Execute(
+        "CREATE TABLE tw_7.twupdate_progress(step VARCHAR(100) NOT NULL PRIMARY KEY, began "
+        "DATETIME NOT NULL, ended DATETIME NULL);");
+    Execute("INSERT INTO tw_7.twupdate_progress VALUES('SiteContentStep_1_0043', NOW(), NULL);");
+    Execute("ALTER TABLE tw_7.email ADD ishtml INT DEFAULT 0 NOT NULL;");
+    ASSERT_EQ(Run({"upgrade"}).status, 1);
+    EXPECT_EQ(SiteVersion(8), "1");
+    const Outcome outcome = Run({"upgrade", "--keep-going"});
+    EXPECT_EQ(outcome.status, 6) << outcome.err;
+    EXPECT_THAT(outcome.err,
+                HasSubstr("warning: left out, site 7: SiteContentStep_1_0043 was interrupted"));
+    EXPECT_EQ(SiteVersion(7) + SiteVersion(8), "1" + std::string(kCurrentStored));
+}
+
+TEST_F(Jobs, EndTheRunWhenTheLockIsLostAlsoWhenTheyKeepGoing) {
+    MakeSitesInUse({7});
+    MakeSmallSite(8);
+    MakeSmallSite(9);
+    Program run(With({"upgrade", "--keep-going"}));
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
+    Execute("KILL " + Cell("SELECT IS_USED_LOCK('twupdate.run');") + ";");
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("the run has lost its lock"));
+    EXPECT_EQ(SiteVersion(8) + SiteVersion(9), "1.02621.0262");
 }
 
 TEST_F(Jobs, AreANumberOrAuto) {
