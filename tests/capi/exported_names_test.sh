@@ -21,6 +21,7 @@ operations="$operations|CreateCartFieldSequence|CreateCoreDb"
 public="^(TWUPDATE_1\$|twu_[a-z_]+\$"
 public="$public|((vtable|typeinfo|typeinfo name) for )?twupdate::($any_class)(::.*)?\$"
 public="$public|twupdate::Update::($operations)(\\[abi:cxx11\\])?\\("
+public="$public|twupdate::kCurrentVersion\$"
 public="$public|twupdate::(LadderName|LadderSteps|PendingSteps|EffectOfRepeat|FindLeftovers|FindUnfinishedCreation)\\()"
 
 surplus=$(printf '%s\n' "$exported" | grep -Ev "$public" || true)
@@ -48,6 +49,8 @@ for class in $classes; do
         printf '%s\n' "$exported" | grep -qxF "$name" || { echo "not exported: $name"; status=1; }
     done
 done
+printf '%s\n' "$exported" | grep -qx "twupdate::kCurrentVersion" ||
+    { echo "not exported: twupdate::kCurrentVersion"; status=1; }
 for name in IsNumeric ToInt32 ToDouble ToText ToBool; do
     printf '%s\n' "$exported" | grep -Eq "^twupdate::Value::$name(\\[abi:cxx11\\])?\\(\\) const\$" ||
         { echo "not exported: twupdate::Value::$name"; status=1; }
