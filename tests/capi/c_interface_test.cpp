@@ -719,7 +719,8 @@ TEST_F(DataFiles, WithoutTheirFieldsAreReportedAsSuch) {
     std::ofstream(Resources() / "componentData.txt") << "1000\tShop\n";
     const Configured configured(fake);
     EXPECT_EQ(twu_update_server(configured.update, 1.0262, nullptr), TWU_DATA_FILE_ERROR);
-    EXPECT_THAT(configured.ErrorText(), HasSubstr("componentData.txt line 1: 2 fields"));
+    EXPECT_THAT(configured.ErrorText(),
+                HasSubstr("componentData.txt line 1 has only 2 of 13 fields"));
 }
 
 TEST_F(DataFiles, ThatGoAwayAreAFileError) {

@@ -701,7 +701,8 @@ TEST_F(Report, RefusesWhatItCannotRead) {
 TEST_F(Report, DoesNotReplaceItsEventsOrADevice) {
     const Outcome self = RunProgram({"report", events_.string(), "--events", events_.string()});
     EXPECT_EQ(self.status, 2);
-    EXPECT_THAT(self.err, HasSubstr("holds the events\nhint: name another file for the page"));
+    EXPECT_THAT(self.err,
+                HasSubstr("holds the events\ntwupdate: hint: name another file for the page"));
     EXPECT_EQ(ContentOf(events_), WholeRun());
     const Outcome folder =
         RunProgram({"report", folder_.Path().string(), "--events", events_.string()});

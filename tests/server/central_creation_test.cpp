@@ -199,7 +199,7 @@ TEST_F(CentralCreation, AStatementTooLargeForTheServerNamesTheSetting) {
         ADD_FAILURE() << "nothing was thrown";
     } catch (const HostError& error) {
         EXPECT_EQ(error.Code(), 2020U);
-        EXPECT_THAT(error.what(), HasSubstr("takes less than 1048576; raise the server's setting "
+        EXPECT_THAT(error.what(), HasSubstr("accepts less than 1048576; increase "
                                             "max_allowed_packet"));
     }
     Sql("SET GLOBAL max_allowed_packet = " + before + ";");  // the connection is still there

@@ -237,7 +237,7 @@ TEST_F(SampleProgram, TakesTheProgramsConnectionOptions) {
     EXPECT_EQ(2, Run("--sites 0x1 --socket " + socket)) << Output();
     EXPECT_EQ(2, Run("--sites 0 --host localhost --port 0xcea")) << Output();
     EXPECT_EQ(1, Run(server + " --user root --charset gbk"));
-    EXPECT_THAT(Output(), testing::HasSubstr("the character set gbk is refused"));
+    EXPECT_THAT(Output(), testing::HasSubstr("the character set gbk is not supported"));
 }
 
 TEST_F(SampleProgram, FailsWhereAnInstallationIsAlready) {
