@@ -151,7 +151,7 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
     }
 }
 
-DumpContents CheckDump(const fs::path& file, const std::string& database) {
+DumpContents ReadDump(const fs::path& file, const std::string& database) {
     Pipe unpacked = Pipe::Make();
     ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
     unpacked.in.Close();
@@ -167,14 +167,20 @@ DumpContents CheckDump(const fs::path& file, const std::string& database) {
         unpackedWhole = false;
     }
     if (!unpackedWhole || !contents.IsWhole()) {
-        throw CommandError(
-            fmt::format("{} is not a complete dump; nothing was restored", file.string()));
+        throw CommandError(fmt::format("{} is not a complete dump", file.string()));
     }
     if (!contents.IsOf(database)) {
-        throw CommandError(
-            fmt::format("{} is not a dump of {}; nothing was restored", file.string(), database));
+        throw CommandError(fmt::format("{} is not a dump of {}", file.string(), database));
     }
     return contents;
+}
+
+DumpContents CheckDump(const fs::path& file, const std::string& database) {
+    try {
+        return ReadDump(file, database);
+    } catch (const CommandError& error) {
+        throw CommandError(JoinMessages({error.what()}, "; nothing was restored"));
+    }
 }
 
 void LoadDump(const ClientOptionFile& client, const fs::path& file, const std::string& database,

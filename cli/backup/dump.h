@@ -32,7 +32,11 @@ void DumpDatabase(const ClientOptionFile& client, const std::string& database,
                   const std::filesystem::path& file);
 
 /// Reads a dump to its end.
-/// @throws CommandError when it is of another database, or does not end as a whole dump does
+/// @throws CommandError when it does not end as a whole dump does, or is of another database
+DumpContents ReadDump(const std::filesystem::path& file, const std::string& database);
+
+/// The same before a restore, and the error says so.
+/// @throws CommandError
 DumpContents CheckDump(const std::filesystem::path& file, const std::string& database);
 
 /// Puts a dumped database back in place of the one of that name.

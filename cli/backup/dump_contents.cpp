@@ -58,6 +58,9 @@ void DumpContents::TakeLine() {
         inBody_ = false;
     } else if (starts("USE `")) {
         databases_.insert(line_.substr(5, line_.find('`', 5) - 5));
+    } else if (constexpr std::string_view kTable = "CREATE TABLE `"; !inBody_ && starts(kTable)) {
+        const auto begin = kTable.size();
+        tables_.insert(line_.substr(begin, line_.find('`', begin) - begin));
     } else if (!inBody_ && (starts("CREATE ") || starts("/*!"))) {
         std::smatch parts;
         if (std::regex_search(line_, parts, CreateForm())) {

@@ -6,8 +6,8 @@
 
 namespace twupdate::cli {
 
-/// What a dump holds, as far as putting it back takes more than the rights on tables. Takes the
-/// dump in pieces and keeps none of its rows.
+/// What a dump holds, as far as putting it back takes more than the rights on tables, and the names
+/// of these. Takes the dump in pieces and keeps none of its rows.
 class DumpContents {
   public:
     void Add(std::string_view bytes);
@@ -16,6 +16,7 @@ class DumpContents {
     bool IsWhole() const { return tail_.find(kEndMark) != std::string::npos; }
     /// Whether it is of that database.
     bool IsOf(const std::string& database) const { return databases_.contains(database); }
+    const std::set<std::string>& Tables() const { return tables_; }
     /// "VIEW", "TRIGGER", "EVENT", "PROCEDURE", "FUNCTION" or "PACKAGE".
     bool Holds(const std::string& kind) const { return kinds_.contains(kind); }
     /// The accounts to which these belong, as the server quotes them: `night`@`localhost`; a role
@@ -32,6 +33,7 @@ class DumpContents {
     std::string line_;  ///< the beginning of the current line
     bool inBody_ = false;
     std::set<std::string> databases_;
+    std::set<std::string> tables_;
     std::set<std::string> kinds_;
     std::set<std::string> definers_;
 };

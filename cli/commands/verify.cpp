@@ -2,11 +2,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "cli/backup/backup.h"
+#include "cli/backup/dump.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/site_option.h"
 #include "cli/server/beyond_layout.h"
@@ -14,11 +17,14 @@
 #include "cli/server/layout.h"
 #include "cli/server/server_version.h"
 #include "cli/server/session.h"
+#include "cli/terminal/counted_progress.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
 namespace {
+
+namespace fs = std::filesystem;
 
 struct VerifyResult {
     std::vector<std::string> databases;
@@ -34,8 +40,10 @@ void Append(std::vector<Item>& to, std::vector<Item> items) {
     std::move(items.begin(), items.end(), std::back_inserter(to));
 }
 
+/// @param siteId  of a site's database
 void VerifyDatabase(host::Connection& connection, const std::string& database,
-                    const Layout& expected, VerifyResult& verifyResult) {
+                    std::optional<std::int64_t> siteId, const Layout& expected,
+                    VerifyResult& verifyResult) {
     verifyResult.databases.push_back(database);
     const host::Catalogue catalogue = host::ReadCatalogue(connection, {database});
     if (!catalogue.HasDatabase(database) || catalogue.Databases().at(database).tables.empty()) {
@@ -44,7 +52,12 @@ void VerifyDatabase(host::Connection& connection, const std::string& database,
     }
     const auto& actual = catalogue.Databases().at(database);
     auto& absent = verifyResult.absent.emplace_back(database, std::vector<std::string>()).second;
-    Append(verifyResult.findings, Compare(database, expected, LayoutOf(actual), absent));
+    const Layout layout = LayoutOf(actual);
+    const FeatureEvidence evidence =
+        siteId
+            ? FindFeatureEvidence(connection, *siteId, actual, FeaturesWithTables(expected, layout))
+            : FeatureEvidence();
+    Append(verifyResult.findings, Compare(database, expected, layout, absent, evidence));
     auto beyond = FindBeyondLayout(database, expected, actual);
     Append(verifyResult.findings, std::move(beyond.findings));
     Append(verifyResult.notes, std::move(beyond.notes));
@@ -85,8 +98,8 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         if (IsBelow(version, kCurrentVersion)) {
             verifyResult.notUpgraded.emplace_back("tw_tarnwick");
         } else {
-            VerifyDatabase(*session.GetConnection(), "tw_tarnwick", onThisServer(CentralLayout()),
-                           verifyResult);
+            VerifyDatabase(*session.GetConnection(), "tw_tarnwick", std::nullopt,
+                           onThisServer(CentralLayout()), verifyResult);
             VerifyLogs(*session.GetConnection(), verifyResult);
         }
     }
@@ -102,7 +115,8 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         if (!site.version || IsBelow(*site.version, kCurrentVersion)) {
             verifyResult.notUpgraded.push_back(database);
         } else {
-            VerifyDatabase(*session.GetConnection(), database, siteLayout, verifyResult);
+            VerifyDatabase(*session.GetConnection(), database, site.siteId, siteLayout,
+                           verifyResult);
         }
     }
     if (siteId && !found) {
@@ -148,9 +162,58 @@ std::string Verdict(const VerifyResult& verifyResult) {
                            : Count(verifyResult.findings.size(), "difference"));
 }
 
+/// The newest backup that has a dump of the database: below the folder, or the folder itself.
+std::optional<fs::path> FolderWithDump(const fs::path& backup, const std::string& database) {
+    std::vector<fs::path> folders{backup};
+    for (const BackupRun& run : BackupRuns(backup)) {
+        folders.push_back(run.folder);
+    }
+    const auto found = std::find_if(folders.rbegin(), folders.rend(), [&](const fs::path& folder) {
+        std::error_code ignored;
+        return fs::exists(DumpFile(folder, database), ignored);
+    });
+    return found == folders.rend() ? std::nullopt : std::optional(*found);
+}
+
+/// Makes findings of the optional tables that a database lacks and that its last dump has.
+void CompareWithBackup(const fs::path& backup, VerifyResult& verifyResult, Console& console) {
+    bool found = false;
+    CountedProgress progress(console, "database", verifyResult.absent.size());
+    for (auto& [database, absent] : verifyResult.absent) {
+        progress.Next("reading the dump of " + database);
+        const auto folder = FolderWithDump(backup, database);
+        if (!folder) {
+            continue;
+        }
+        found = true;
+        const DumpContents dump = ReadDump(DumpFile(*folder, database), database);
+        const auto note = ReadNote(*folder, database);
+        std::erase_if(absent, [&](const std::string& table) {
+            const bool isInDump = dump.Tables().contains(table);
+            if (isInDump) {
+                verifyResult.findings.push_back(
+                    {database, table, "", "", "", "",
+                     fmt::format("the table is missing, but the dump of {} has it",
+                                 note ? note->time : folder->string())});
+            }
+            return isInDump;
+        });
+    }
+    if (!found) {
+        throw CommandError(
+            fmt::format("{} has no dump of these databases\nhint: --backup names the folder of the "
+                        "upgrade's backups",
+                        backup.string()),
+            kUsageError);
+    }
+}
+
 int Verify(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
     Session session(options);
-    const VerifyResult verifyResult = VerifyAll(session, siteId);
+    VerifyResult verifyResult = VerifyAll(session, siteId);
+    if (!options.backup.empty()) {
+        CompareWithBackup(options.backup, verifyResult, console);
+    }
     for (const LayoutFinding& finding : verifyResult.findings) {
         console.Print(TextOf(finding));
     }

@@ -71,17 +71,6 @@ std::string Lines(const Layout::Table& table, bool keys) {
     return text;
 }
 
-/// The features of which the database has a table that they have had from the beginning.
-std::set<std::string> FeaturesOf(const Layout& expected, const Layout& actual) {
-    std::set<std::string> features;
-    for (const auto& [name, table] : expected.tables) {
-        if (!table.feature.empty() && table.step.empty() && actual.tables.contains(name)) {
-            features.insert(table.feature);
-        }
-    }
-    return features;
-}
-
 }  // namespace
 
 bool LayoutItem::Allows(const std::string& definition) const {
@@ -211,23 +200,38 @@ std::string LayoutFinding::Text() const {
     return fmt::format("{}.{}: {} is {}; {}: {}", database, table, what, actual, by, expected);
 }
 
+std::set<std::string> FeaturesWithTables(const Layout& expected, const Layout& actual) {
+    std::set<std::string> features;
+    for (const auto& [name, table] : expected.tables) {
+        if (!table.feature.empty() && table.step.empty() && actual.tables.contains(name)) {
+            features.insert(table.feature);
+        }
+    }
+    return features;
+}
+
 std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
-                                   const Layout& actual, std::vector<std::string>& absent) {
+                                   const Layout& actual, std::vector<std::string>& absent,
+                                   const FeatureEvidence& evidence) {
     std::vector<LayoutFinding> findings;
-    const std::set<std::string> features = FeaturesOf(expected, actual);
+    const std::set<std::string> features = FeaturesWithTables(expected, actual);
     for (const auto& [name, table] : expected.tables) {
         const auto found = actual.tables.find(name);
         if (found == actual.tables.end()) {
             if (!table.optional) {
                 findings.push_back({database, name, "", "", "", table.step, ""});
-            } else if (!features.contains(table.feature)) {
-                absent.push_back(name);
-            } else {
+            } else if (features.contains(table.feature)) {
                 findings.push_back(
                     {database, name, "", "", "", table.step,
                      fmt::format(
                          "the table is missing, but the site has other tables of its feature, {}",
                          table.feature)});
+            } else if (const auto other = evidence.find(table.feature); other != evidence.end()) {
+                findings.push_back(
+                    {database, name, "", "", "", table.step,
+                     fmt::format("the table is missing, but the site has {}", other->second)});
+            } else {
+                absent.push_back(name);
             }
             continue;
         }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "cli/server/feature_evidence.h"
 #include "twupdate_host/catalogue.h"
 #include "twupdate_host/connection.h"
 
@@ -78,10 +80,16 @@ struct LayoutFinding {
     std::string Text() const;
 };
 
+/// The features of which the database has a table that they have had from the beginning.
+std::set<std::string> FeaturesWithTables(const Layout& expected, const Layout& actual);
+
 /// What a database lacks or has otherwise. What it has beyond the layout is its own.
-/// @param absent  receives the names of the tables of features that it does not have. A site has a
-///                feature when it has one of the tables that the feature has always had.
+/// @param absent    receives the names of the tables of features that it does not have. A site has
+///                  a feature when it has one of the tables that the feature has always had, or
+///                  where something else tells so.
+/// @param evidence  what else tells that it has a feature
 std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
-                                   const Layout& actual, std::vector<std::string>& absent);
+                                   const Layout& actual, std::vector<std::string>& absent,
+                                   const FeatureEvidence& evidence = {});
 
 }  // namespace twupdate::cli

@@ -424,6 +424,13 @@ void SiteRows::AddLog() {
     log.Finish();
 }
 
+/// The components whose pages a site has only with that feature.
+constexpr std::pair<Group, const char*> kPagesOfGroups[] = {{Group::kForms, "800"},
+                                                            {Group::kTemplates, "900, 3700"},
+                                                            {Group::kFeeds, "2600"},
+                                                            {Group::kShop, "1000"},
+                                                            {Group::kForum, "1450"}};
+
 }  // namespace
 
 void AddSiteRows(Utility& host, const InstallationOptions& options, const Layouts& layouts,
@@ -432,6 +439,13 @@ void AddSiteRows(Utility& host, const InstallationOptions& options, const Layout
         Run(host, section.statements);
     }
     const auto has = [&](Group group) { return plan.groups.contains(group); };
+    for (const auto& [group, components] : kPagesOfGroups) {
+        if (!has(group)) {  // a site has no forum page without a forum
+            Run(host,
+                {"UPDATE tw_" + std::to_string(plan.siteId) +
+                 ".feature SET componentid = 400 WHERE componentid IN (" + components + ");"});
+        }
+    }
     for (const RowSection& section : ReadRows(options, "site_optional.sql", plan.siteId)) {
         if (section.groups.empty()) {
             continue;

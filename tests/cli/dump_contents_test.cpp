@@ -27,6 +27,7 @@ TEST(DumpContents, AreNothingInADumpOfTables) {
         EXPECT_FALSE(contents.Holds(kind)) << kind;
     }
     EXPECT_THAT(contents.Definers(), IsEmpty());
+    EXPECT_THAT(contents.Tables(), ElementsAre("trigger"));
     EXPECT_TRUE(contents.IsOf("tw_7"));
     EXPECT_FALSE(contents.IsOf("tw_70"));
     EXPECT_FALSE(contents.IsWhole());

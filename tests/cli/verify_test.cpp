@@ -430,6 +430,112 @@ class VerifyChanges : public Verify {
     }
 };
 
+/// A feature that has lost all of its tables, and what else tells that the site has it.
+struct LostFeature {
+    std::vector<std::string> features;  ///< that are gone
+    std::string sql;
+    std::string table;  ///< of which the finding tells
+    std::string text;
+};
+
+TEST_F(Verify, FindsAFeatureThatHasLostAllItsTablesByWhatElseTheSiteHas) {
+    const std::string page = "INSERT INTO tw_7.feature(componentid) VALUES";
+    const std::vector<LostFeature> losses{
+        {{"forum"}, page + "(1450), (1450);", "forum", "2 pages of component 1450 (Forum)"},
+        {{"feeds"}, page + "(2600);", "datafeedfield", "1 page of component 2600 (Data Feed)"},
+        {{"templates"}, page + "(900);", "querytable", "1 page of component 900 (Record List)"},
+        {{"templates"}, page + "(1600);", "queryjoin", "1 page of component 1600 (Record Page)"},
+        {{"templates"},
+         page + "(3700);",
+         "formtemplate",
+         "1 page of component 3700 (Record Table)"},
+        {{"templates", "forms"}, page + "(800);", "formfield", "1 page of component 800 (Form)"},
+        {{"templates", "forms"},
+         "CREATE TABLE tw_7.form_9(replyid INT); CREATE TABLE tw_7.form_10(replyid INT); CREATE "
+         "TABLE tw_7.form_x(replyid INT);",
+         "formfield",
+         "the records of forms in form_9, form_10"},
+        {{"forms"}, "", "formfield", "the tables of templates, which need those of forms"},
+        {{"charges"},
+         page + "(2400);",
+         "charge",
+         "1 page of component 2400 (Delivery and Charges)"},
+        {{"shop"}, "", "basket", "the tables of charges, which need those of shop"},
+        {{"shop", "charges"}, "", "basket", "the tables of affiliates, which need those of shop"},
+        {{"shop", "charges", "affiliates"},
+         page + "(1000);",
+         "customerorder",
+         "1 page of component 1000 (Shop)"},
+        {{"affiliates"},
+         "INSERT INTO tw_tarnwick.account(accountid, siteid) VALUES(801, 7), (802, 8); "
+         "INSERT INTO tw_tarnwick.accountpayment(accountid, cartorderid) VALUES(801, 12), "
+         "(801, 0), (802, 13);",
+         "commission",
+         "1 payment to affiliates for orders of its shop"}};
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    MakeUpgradedSite(7, kCurrentStored, sample::AllGroups());
+    Execute("CREATE DATABASE kept;");
+    for (const LostFeature& loss : losses) {
+        SCOPED_TRACE(loss.text);
+        std::vector<std::string> lost;
+        for (const auto& [name, table] : cli::SiteLayout().tables) {
+            if (testing::Value(loss.features, testing::Contains(table.feature))) {
+                lost.push_back(name);
+                Execute("RENAME TABLE tw_7." + name + " TO kept." + name + ";");
+            }
+        }
+        if (!loss.sql.empty()) {  // nothing tells of it
+            EXPECT_EQ(Run({"verify", "--site", "7"}).status, 0);
+        }
+        for (const std::string& sql : sample::SplitStatements(loss.sql)) {
+            Execute(sql);
+        }
+        const Outcome outcome = Run({"verify", "--site", "7"});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_THAT(outcome.out,
+                    HasSubstr("tw_7." + loss.table + ": the table is missing, but the site has " +
+                              loss.text + "\n"));
+        for (const std::string& name : lost) {
+            Execute("RENAME TABLE kept." + name + " TO tw_7." + name + ";");
+        }
+        Execute("DELETE FROM tw_7.feature;");
+        Execute("DELETE FROM tw_tarnwick.accountpayment;");
+        Execute("DROP TABLE IF EXISTS tw_7.form_9, tw_7.form_10, tw_7.form_x;");
+    }
+    Execute("DROP DATABASE kept;");
+    EXPECT_EQ(Run({"verify", "--site", "7"}).status, 0);
+}
+
+// Nothing but a backup knows of a site's log-in through other sites.
+TEST_F(Verify, FindsATableThatTheLastBackupHas) {
+    ASSERT_EQ(Run({"create-core"}).status, 0);
+    Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
+    Execute("CREATE DATABASE tw_logs;");
+    MakeSite(7, "1.0000", {sample::Group::kOAuth});
+    MakeSite(8, "1.0000");
+    const auto backup = folder_ / "backup";
+    ASSERT_EQ(Run({"--backup", backup.string(), "upgrade"}).status, 0);
+    const auto run = std::filesystem::directory_iterator(backup)->path();
+    EXPECT_EQ(Run({"verify", "--backup", backup.string()}).status, 0);
+    Execute("DROP TABLE tw_7.oauthconsumer;");
+    EXPECT_EQ(Run({"verify"}).status, 0);
+    for (const auto& folder : {backup, run}) {
+        const Outcome outcome = Run({"verify", "--backup", folder.string()});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_THAT(outcome.out,
+                    testing::ContainsRegex("^tw_7.oauthconsumer: the table is missing, but the "
+                                           "dump of 20[-0-9T:]+Z has it\n3 databases compared: 1 "
+                                           "difference.\n$"));
+    }
+    const Outcome other = Run({"verify", "--backup", (folder_ / "other").string()});
+    EXPECT_EQ(other.status, 2);
+    EXPECT_THAT(other.err, HasSubstr("other has no dump of these databases\n"));
+    WriteFile(run / "tw_7.sql.gz", "");
+    const Outcome damaged = Run({"verify", "--backup", backup.string()});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_THAT(damaged.err, HasSubstr("tw_7.sql.gz is not a complete dump\n"));
+}
+
 TEST_F(VerifyChanges, AreReportedAndNothingElse) {
     ExpectEachChangeIsReported();
 }
