@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 
 #include "cli/terminal/failure.h"
@@ -183,18 +185,43 @@ DumpContents CheckDump(const fs::path& file, const std::string& database) {
     }
 }
 
+ClientNumber::ClientNumber() : file_(memfd_create("twupdate-number", MFD_CLOEXEC)) {
+    if (file_.Get() < 0) {
+        throw CommandError(std::string("cannot prepare the client's output: ") +
+                           std::strerror(errno));
+    }
+}
+
+int ClientNumber::ForClient() const {
+    if (ftruncate(file_.Get(), 0) != 0 || lseek(file_.Get(), 0, SEEK_SET) != 0) {
+        throw CommandError(std::string("cannot prepare the client's output: ") +
+                           std::strerror(errno));
+    }
+    return file_.Get();
+}
+
+std::optional<std::uint64_t> ClientNumber::Get() const {
+    std::array<char, 32> text{};
+    const ssize_t got = pread(file_.Get(), text.data(), text.size(), 0);
+    std::uint64_t number = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + std::max<ssize_t>(got, 0), number);
+    return error == std::errc() && *end == '\n' ? std::optional(number) : std::nullopt;
+}
+
 void LoadDump(const ClientOptionFile& client, const fs::path& file, const std::string& database,
-              const std::string& first) {
+              const std::string& settings, const std::string& first, const ClientNumber& number) {
     Pipe unpacked = Pipe::Make();
     Pipe loaded = Pipe::Make();
     ChildProcess gzip({"gzip", "-dc", file.string()}, -1, unpacked.in.Get());
-    ChildProcess load({"mariadb", client.Argument(), "--default-character-set=utf8mb4"},
-                      loaded.out.Get(), -1);
+    ChildProcess load({"mariadb", client.Argument(), "--default-character-set=utf8mb4", "--batch",
+                       "--skip-column-names", "--unbuffered"},
+                      loaded.out.Get(), number.ForClient());
     unpacked.in.Close();
     loaded.out.Close();
     // What stands before the database's first statement: some lines of the head.
     const std::string use = fmt::format("\nUSE `{}`;\n", database);
-    std::string head;
+    std::string head = "SELECT CONNECTION_ID();\n" + settings + "\n";
     bool begun = false;
     ReadAll(unpacked.out.Get(), [&](std::string_view bytes) {
         if (begun) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -39,10 +40,26 @@ DumpContents ReadDump(const std::filesystem::path& file, const std::string& data
 /// @throws CommandError
 DumpContents CheckDump(const std::filesystem::path& file, const std::string& database);
 
+/// Where the client that puts a dump back tells by which number the server knows it.
+class ClientNumber {
+  public:
+    /// @throws CommandError
+    ClientNumber();
+    /// The standard output for the next client, which has told nothing yet.
+    int ForClient() const;
+    /// Nothing before a client has told it. Any thread may ask.
+    std::optional<std::uint64_t> Get() const;
+
+  private:
+    Descriptor file_;
+};
+
 /// Puts a dumped database back in place of the one of that name.
-/// @param first  a statement to run before the first of the database that is recreated
+/// @param settings  statements to run before all others; they give no rows
+/// @param first     a statement to run before the first of the database that is recreated
 /// @throws CommandError
 void LoadDump(const ClientOptionFile& client, const std::filesystem::path& file,
-              const std::string& database, const std::string& first);
+              const std::string& database, const std::string& settings, const std::string& first,
+              const ClientNumber& number);
 
 }  // namespace twupdate::cli

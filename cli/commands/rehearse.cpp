@@ -26,6 +26,7 @@
 #include "cli/server/layout.h"
 #include "cli/server/queries.h"
 #include "cli/server/root_site.h"
+#include "cli/server/server_options.h"
 #include "cli/server/session.h"
 #include "cli/terminal/counted_progress.h"
 #include "cli/terminal/decimal.h"
@@ -526,6 +527,7 @@ void AddRehearse(CLI::App& app, Invocation& invocation) {
     command
         ->add_option("--workdir", arguments->workdir, "New or empty folder for the private server")
         ->type_name("DIR")
+        ->check(FaultOfEmptyValue)
         ->required();
     command->add_flag("--schema-only", arguments->schemaOnly,
                       "Copy the tables of the sites without their rows");

@@ -13,6 +13,7 @@
 #include "cli/commands/commands.h"
 #include "cli/report/page.h"
 #include "cli/server/child_process.h"
+#include "cli/server/server_options.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -111,11 +112,13 @@ void AddReport(CLI::App& app, Invocation& invocation) {
         "report", "Write an HTML report about the runs that --events has recorded");
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("FILE", arguments->page, "The page to write; an existing one is replaced")
-        ->required();
+        ->required()
+        ->check(FaultOfEmptyValue);
     command
         ->add_option("--events", arguments->events,
                      "Events file of a run; repeat the option for several runs")
         ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->allow_extra_args(false);

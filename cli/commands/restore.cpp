@@ -11,10 +11,12 @@
 #include "cli/backup/dump.h"
 #include "cli/backup/kept_versions.h"
 #include "cli/backup/restore_view.h"
+#include "cli/backup/restore_watch.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/site_option.h"
 #include "cli/run/run_lock.h"
 #include "cli/run/stop_request.h"
+#include "cli/server/blockers.h"
 #include "cli/server/grants.h"
 #include "cli/server/queries.h"
 #include "cli/server/restore_mark.h"
@@ -187,11 +189,26 @@ void RecordOthers(const Session& session, const std::vector<std::string>& databa
     }
 }
 
-void RestoreDatabase(const ClientOptionFile& client, const fs::path& folder,
-                     const std::string& database) {
+/// For the client, what the session has been told: how long a statement waits for a lock.
+std::string ClientSettings(const GlobalOptions& options) {
+    return options.ddlTimeoutSeconds
+               ? fmt::format("SET lock_wait_timeout = {0}, innodb_lock_wait_timeout = {0};",
+                             *options.ddlTimeoutSeconds)
+               : "";
+}
+
+void RestoreDatabase(const Session& session, const GlobalOptions& options,
+                     const ClientOptionFile& client, const ClientNumber& number,
+                     const fs::path& folder, const std::string& database, Console& console) {
     try {
-        LoadDump(client, DumpFile(folder, database), database, RestoreMarkStatement(database));
+        LoadDump(client, DumpFile(folder, database), database, ClientSettings(options),
+                 RestoreMarkStatement(database), number);
     } catch (const CommandError& error) {
+        if (options.ddlTimeoutSeconds) {  // the client's own message tells whether that was it
+            for (const std::string& holder : LockHolders(session, database)) {
+                console.Error("a lock may be held by " + holder);
+            }
+        }
         throw CommandError(
             fmt::format("cannot restore {}: {}; the database is incomplete\nhint: fix the cause "
                         "and repeat the command",
@@ -309,19 +326,25 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
     if (!versions.others.empty()) {
         KeepVersions(folder, versions.others);
     }
+    CountedProgress progress(console, "database", databases.size());
+    const ClientNumber number;
+    RestoreWatch watch(session, number, console, progress);
     for (const std::string& database : databases) {
+        watch.In(database);
         MarkForRestore(connection, database);
     }
+    watch.In(kCentral);
     Record(connection, versions.dumped);  // before the drop: no old layout under a new version
-    CountedProgress progress(console, "database", databases.size());
     for (std::size_t i = 0; i < databases.size(); ++i) {
         if (i > 0 && StopSignals::Requested()) {
             return Stopped(databases, i, view, console);
         }
         progress.Next("restoring " + databases[i]);
-        RestoreDatabase(client, folder, databases[i]);
+        watch.In(databases[i]);
+        RestoreDatabase(session, options, client, number, folder, databases[i], console);
         console.Say(fmt::format("{}: restored ({})", databases[i], progress.Place()));
     }
+    watch.In(kCentral);
     if (Contains(databases, kCentral)) {
         RecordOthers(session, databases, versions.others, console);
         RemoveKeptVersions(folder);  // before the marks, by which a later restore would take it

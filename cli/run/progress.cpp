@@ -176,9 +176,7 @@ void Progress::AskForWait(unsigned number) {
     const auto& found = again->second.wait;
     if (found && again->second.warnedCall != call && !console_.Interactive()) {
         again->second.warnedCall = call;
-        console_.Warn(fmt::format("{}: a statement waits for a lock{}", where.database,
-                                  found->holder.empty() ? "; the server does not show whose"
-                                                        : " that may be held by " + found->holder));
+        console_.Warn(fmt::format("{}: {}", where.database, found->Text()));
     }
 }
 

@@ -128,6 +128,11 @@ std::optional<LockWait> FindLockWait(host::Connection& connection, std::uint64_t
 
 }  // namespace
 
+std::string LockWait::Text() const {
+    return holder.empty() ? "a statement waits for a lock; the server does not show whose"
+                          : "a statement waits for a lock that may be held by " + holder;
+}
+
 std::vector<std::string> LockHolders(const Session& session, const std::string& database) {
     try {
         const auto connection = session.Connect();

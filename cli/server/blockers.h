@@ -19,6 +19,9 @@ std::vector<std::string> LockHolders(const Session& session, const std::string& 
 struct LockWait {
     std::string brief;   ///< "connection 45 of app@web1, idle for 300 s", or "a lock"
     std::string holder;  ///< the same with all that is known; empty when nothing is
+
+    /// "a statement waits for a lock that may be held by connection 45 …".
+    std::string Text() const;
 };
 
 /// Finds out whom a statement of a session, or of another connection of the program, waits for,

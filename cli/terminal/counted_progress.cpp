@@ -44,6 +44,11 @@ void CountedProgress::Next(std::string label) {
     }
 }
 
+void CountedProgress::Waiting(std::string forWhat) {
+    const std::lock_guard lock(mutex_);
+    waitsFor_ = std::move(forWhat);
+}
+
 std::string CountedProgress::Place() const {
     const std::lock_guard lock(mutex_);
     return fmt::format("{} of {}", Grouped(number_), Grouped(total_));
@@ -57,12 +62,21 @@ std::vector<std::string> CountedProgress::Parts() const {
         const auto left = each * static_cast<std::int64_t>(total_ - number_ + 1);
         time += fmt::format(", about {} left", DurationText(left));
     }
-    return {fmt::format("{} of {}", Grouped(number_), Count(total_, noun_)), time, label_};
+    std::vector<std::string> parts;
+    if (!waitsFor_.empty()) {
+        parts.push_back("waits for " + waitsFor_);
+    }
+    parts.push_back(fmt::format("{} of {}", Grouped(number_), Count(total_, noun_)));
+    parts.push_back(std::move(time));
+    if (!label_.empty()) {
+        parts.push_back(label_);
+    }
+    return parts;
 }
 
 void CountedProgress::Draw() {
     drawn_ = Clock::now();
-    if (number_ > 0) {
+    if (number_ > 0 || !waitsFor_.empty()) {
         console_.DrawProgress(Parts());
     }
 }

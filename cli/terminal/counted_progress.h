@@ -29,6 +29,9 @@ class CountedProgress {
 
     /// The next of them is begun.
     void Next(std::string label);
+    /// What the current one waits for, e.g. "connection 45 of app@web1"; empty if it does not wait.
+    /// May be called by any thread.
+    void Waiting(std::string forWhat);
     /// "3 of 60", of the current one.
     std::string Place() const;
 
@@ -43,6 +46,7 @@ class CountedProgress {
     mutable std::mutex mutex_;  ///< guards what follows
     std::size_t number_ = 0;    ///< of the current one, from 1
     std::string label_;
+    std::string waitsFor_;
     Clock::time_point drawn_;
     std::optional<Ticker> ticker_;
 };

@@ -32,6 +32,15 @@ using testing::Not;
 
 class ProgressOfARun : public InstallationTest {
   protected:
+    /// The folder of a backup of site 7 and the central database, made by an upgrade.
+    std::string BackupOfSite7() {
+        MakeCentralDatabase();
+        MakeSite(7);
+        const auto backup = folder_ / "backup";
+        EXPECT_EQ(Run({"--backup", backup.string(), "upgrade-site", "7"}).status, 0);
+        return std::filesystem::directory_iterator(backup)->path().string();
+    }
+
     /// Each line that was drawn over the one before.
     static std::vector<std::string> DrawnLines(const std::string& output) {
         const std::string mark = "\r\x1b[K";
@@ -136,16 +145,85 @@ TEST_F(ProgressOfARun, WarnsOnceWhereNoLineCanBeDrawn) {
 }
 
 TEST_F(ProgressOfARun, OfARestoreCountsTheDatabases) {
-    MakeCentralDatabase();
-    MakeSite(7);
-    const auto backup = folder_ / "backup";
-    ASSERT_EQ(Run({"--backup", backup.string(), "upgrade-site", "7"}).status, 0);
-    const auto folder = std::filesystem::directory_iterator(backup)->path();
-    const Outcome outcome = RunOnTerminal(With({"restore", folder.string(), "--apply"}), 80);
+    const Outcome outcome = RunOnTerminal(With({"restore", BackupOfSite7(), "--apply"}), 80);
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_THAT(DrawnLines(outcome.out),
                 AllOf(Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  restoring tw_7")),
                       Contains(HasSubstr("reading the dump of tw_7"))));
+}
+
+TEST_F(ProgressOfARun, OfACheckAndOfARehearsalCountToo) {
+    MakeNearlyCurrentInstallation();
+    MakeUpgradedSite(7, "1.0262");
+    EXPECT_THAT(DrawnLines(RunOnTerminal(With({"check"}), 80).out),
+                AllOf(Contains(ContainsRegex("^1 of 1 layout  [0-9.]+ s  tw_")),
+                      Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  tw_tarnwick$"))));
+    const std::string folder = (folder_ / "copy").string();
+    EXPECT_THAT(DrawnLines(RunOnTerminal(With({"rehearse", "--workdir", folder}), 80).out),
+                AllOf(Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  copying tw_tarnwick$")),
+                      Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s  tw_tarnwick")),
+                      Contains(ContainsRegex("^1 of 2 databases  [0-9.]+ s  comparing tw_"))));
+}
+
+TEST_F(ProgressOfARun, OfARestoreNamesWhoKeepsItWaiting) {
+    const std::string folder = BackupOfSite7();
+    for (const bool terminal : {true, false}) {
+        const auto reader = ReaderOfSite();
+        auto run = std::async(std::launch::async, [&] {
+            const auto arguments = With({"restore", folder, "--site", "7", "--apply"});
+            return terminal ? RunOnTerminal(arguments, 80) : RunProgram(arguments);
+        });
+        EXPECT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(8500));
+        reader->Execute("COMMIT;");
+        const Outcome outcome = run.get();
+        EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+        const std::string blocker =
+            "connection " + std::to_string(reader->ThreadId()) + " of root@localhost, idle for ";
+        if (terminal) {
+            EXPECT_THAT(
+                DrawnLines(outcome.out),
+                Contains(ContainsRegex("^waits for " + blocker + "[0-9]+ s  1 of 1 database")));
+        } else {
+            EXPECT_THAT(outcome.err,
+                        ContainsRegex("^twupdate: warning: tw_7: a statement waits for a lock that "
+                                      "may be held by " +
+                                      blocker + "[0-9]+ s, in a transaction since [0-9: -]+\n$"));
+        }
+    }
+}
+
+// The statement that sets a site's version is the program's own, not the client's.
+TEST_F(ProgressOfARun, OfARestoreNamesWhoHoldsTheRowOfASite) {
+    const std::string folder = BackupOfSite7();
+    Execute("ALTER TABLE tw_tarnwick.site ENGINE = InnoDB;");
+    const auto holder = Application();
+    holder->Execute("START TRANSACTION;");
+    holder->Execute("UPDATE tw_tarnwick.site SET version = 1 WHERE siteid = 7;");
+    auto run = std::async(std::launch::async, [&] {
+        return RunProgram(With({"restore", folder, "--site", "7", "--apply"}));
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(9000));
+    holder->Execute("ROLLBACK;");
+    const Outcome outcome = run.get();
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    EXPECT_THAT(outcome.err, ContainsRegex("^twupdate: warning: tw_tarnwick: a statement waits for "
+                                           "a lock that may be held by connection " +
+                                           std::to_string(holder->ThreadId()) + " of root"));
+}
+
+TEST_F(ProgressOfARun, ARestoreGivesUpWhenItHasWaitedAsLongAsItWasTold) {
+    const std::string folder = BackupOfSite7();
+    const auto reader = ReaderOfSite();
+    const Outcome outcome =
+        Run({"--ddl-timeout", "2", "restore", folder, "--site", "7", "--apply"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err,
+                AllOf(HasSubstr("ERROR 1205 (HY000)"), HasSubstr("cannot restore tw_7: mariadb "),
+                      HasSubstr("a lock may be held by connection " +
+                                std::to_string(reader->ThreadId()) + " of root@localhost")));
+    reader->Execute("COMMIT;");
+    EXPECT_EQ(Run({"restore", folder, "--site", "7", "--apply"}).status, 0);
 }
 
 // --- one thing after another --------------------------------------------------------------------

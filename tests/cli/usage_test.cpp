@@ -52,6 +52,9 @@ TEST(Usage, TakesNoEmptyValues) {
         ExpectUsageError({option, "", "status"}, "must not be empty");
         ExpectUsageError({std::string(option) + "=", "status"}, "must not be empty");
     }
+    ExpectUsageError({"report", "", "--events", "/dev/null"}, "must not be empty");
+    ExpectUsageError({"report", "page.html", "--events", ""}, "must not be empty");
+    ExpectUsageError({"rehearse", "--workdir", ""}, "must not be empty");
 }
 
 TEST(Usage, TakesAnEmptySqlMode) {
