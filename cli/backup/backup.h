@@ -27,10 +27,9 @@ struct BackupNote {
     std::int64_t seconds = 0;  ///< the same, since 1970; 0 when it is not known
 };
 
-/// --backup: dumps each database before it is first changed, into the folder of the run. What
-/// cannot be dumped ends the run before that database is touched. A run that resumes an unfinished
-/// one goes on in that one's folder and keeps its dumps: they hold what was there before the first
-/// change.
+/// --backup: dumps each database before its first change, into the folder of the run. A failed dump
+/// ends the run before that database is changed. A run that resumes an unfinished one uses its
+/// folder and keeps its dumps: they hold the state before the first change.
 class Backup final : public RunSink {
   public:
     /// Makes the folders, or finds the one that is resumed.
@@ -41,8 +40,8 @@ class Backup final : public RunSink {
 
     const std::filesystem::path& Folder() const { return run_.folder; }
 
-    /// The run has ended well: marks its backup, and removes old ones where --keep says so. What
-    /// fails of that is a warning.
+    /// The run has succeeded: marks its backup, and removes old ones as --keep requires. A failure
+    /// here is a warning.
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
     void LadderStarting(const Position& where, double version) override;
     void SiteStarting(const Position& where, double version) override;

@@ -12,7 +12,7 @@
 namespace twupdate::cli {
 
 /// The backup of one run: a folder below that of --backup, named after the time at which the run
-/// began. Its file run.json says which run it is and what became of it.
+/// began. Its file run.json identifies the run and its state.
 struct BackupRun {
     enum class State : std::uint8_t {
         kUnfinished,  ///< it has not ended: the run that resumes it keeps its dumps
@@ -34,10 +34,10 @@ std::optional<BackupRun> ReadBackupRun(const std::filesystem::path& folder);
 /// @throws CommandError
 void WriteBackupRun(const BackupRun& run);
 
-/// The runs whose folders lie in this one, the oldest first.
+/// The runs whose folders are in this one, the oldest first.
 std::vector<BackupRun> BackupRuns(const std::filesystem::path& parent);
 
-/// Makes the folder of a run that begins now, its owner's alone.
+/// Creates the folder of a run that begins now, accessible only to its owner.
 /// @throws CommandError
 BackupRun MakeBackupRun(const std::filesystem::path& parent, const RunStart& start,
                         Utility& utility);

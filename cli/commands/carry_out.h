@@ -23,7 +23,7 @@ class App;
 
 namespace twupdate::cli {
 
-/// One operation of the component and what surrounds it.
+/// One operation of the component and its context.
 struct Run {
     RunStart start;
     /// Calls the component, and does what belongs to the host afterwards.
@@ -37,8 +37,8 @@ struct Run {
     const RunLock* lock = nullptr;
     std::shared_ptr<ProgressMarks> marks;  ///< none for a creation, which walks no ladder
     Leftovers leftovers = Leftovers::kRefuse;
-    /// What to do after a failure, where no step says something else; by default that the same
-    /// command resumes.
+    /// What to do after a failure, unless a step has other advice; by default that the same command
+    /// resumes.
     std::string afterFailure = "Repeat the command; it resumes.";
     /// Added to the result of --json.
     nlohmann::ordered_json result;
@@ -48,8 +48,8 @@ struct Run {
 /// @returns what the command line says of it
 std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command);
 
-/// Carries the run out under watch: traces it, shows its progress, and prints the summary, or
-/// where it failed and what stands.
+/// Carries out and observes the run: traces it, shows its progress, and prints the summary, or
+/// where it failed and what is done.
 /// @return the exit status
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run);
 

@@ -21,7 +21,7 @@ struct Invocation {
 /// Adds every command to the parser. The one that is named sets `invocation.run`.
 void AddCommands(CLI::App& app, Invocation& invocation);
 
-// One for each command; each stands in a file of the command's name.
+// One for each command; each is in a file with the command's name.
 void AddCreateCore(CLI::App& app, Invocation& invocation);
 void AddVerify(CLI::App& app, Invocation& invocation);
 void AddUpgrade(CLI::App& app, Invocation& invocation);

@@ -14,8 +14,8 @@ struct PlannedWalk {
     double version = 0;
 };
 
-/// Prints the statements that an upgrade would send, one database after the other, as far as rows
-/// do not decide; writes nothing.
+/// Prints the statements that an upgrade would send, one database after the other; an outline where
+/// they depend on rows. Read-only.
 /// @throws HostError, CommandError
 void PrintStatements(Session& session, const GlobalOptions& options,
                      const std::vector<PlannedWalk>& walks, Console& console);

@@ -6,10 +6,10 @@
 
 namespace twupdate::cli {
 
-/// Gives a rehearsal the files that the steps meet: the templates as they are, which are only read,
-/// and for each site a folder with the same names, sizes, links and permissions. The contents come
-/// along for the files that lie directly in a site's folder, such as robots.txt; others are holes
-/// of their size. What cannot be read is left out.
+/// Gives a rehearsal the files that the steps use: the templates themselves, which are only read,
+/// and for each site a folder with the same names, sizes, links and permissions. Only files
+/// directly in a site's folder, such as robots.txt, have their contents; others are sparse files of
+/// the same size. What cannot be read is omitted.
 /// @param root     the folder that holds `templates`, `components`, `wwwroot` and `sites_secure`
 /// @param workdir  the rehearsal's own
 void CopyFilesOfSites(const std::filesystem::path& root, const std::filesystem::path& workdir,

@@ -4,8 +4,8 @@
 
 namespace twupdate::cli {
 
-/// Whether the files and the folder that the options name can be written and are different ones,
-/// found out without touching them: a command that finds nothing to do opens none.
+/// Tests that the files and the folder of the options can be written and are different, without
+/// touching them: a command that finds nothing to do opens none.
 /// @throws CommandError (exit 2)
 void RequireWritable(const GlobalOptions& options);
 

@@ -19,7 +19,7 @@ struct RepairFinding {
     std::optional<LadderStep> step;  ///< nothing: it is of no step
     Leftover left;
 
-    /// False: a person must compare.
+    /// False: a person must compare the values.
     bool CanBeApplied() const { return !left.statements.empty(); }
     /// "tw_7.email: 3 e-mails are not converted, …; a repeat converts none".
     std::string Text() const;
@@ -49,10 +49,10 @@ std::vector<RepairFinding> FindAndRepair(const Session& session, ProgressMarks& 
                                          const std::function<std::vector<RepairFinding>()>& find,
                                          const std::function<void(const RepairFinding&)>& tell);
 
-/// What a run does about what interrupted steps have left.
+/// How a run handles what interrupted steps have left.
 enum class Leftovers : std::uint8_t {
     kRefuse,  ///< it does not begin
-    kRepair,  ///< it repairs what can be, database by database
+    kRepair,  ///< it repairs what can be repaired, database by database
 };
 
 /// The databases of an upgrade of the installation: the central one and those of these sites.

@@ -7,8 +7,8 @@
 
 namespace twupdate::cli {
 
-/// Any text as a page shows it: what HTML reads as its own is escaped, in attributes too; control
-/// characters become blanks, bytes that are not UTF-8 become U+FFFD.
+/// Any text for a page: HTML is escaped, in attributes too; control characters become blanks, bytes
+/// that are not UTF-8 become U+FFFD.
 std::string Html(std::string_view text);
 
 /// The name of a database, a step or a service; one that is far too long for a name is shortened.

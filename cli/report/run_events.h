@@ -57,13 +57,13 @@ struct ServiceRecord {
     bool failed = false;
 };
 
-/// Where and why a run ended before its time.
+/// Where and why a run ended early.
 struct FailureRecord {
     std::string database;  ///< the current one, or where the run stood
     std::string ladder;    ///< empty between ladders
     std::string step;      ///< empty between steps
     std::string statement;
-    std::uint64_t code = 0;  ///< the server's; 0 when it was no error of the server
+    std::uint64_t code = 0;  ///< the server's; 0 if it was not an error of the server
     std::string sqlState;
     std::string error;
     EventTime time;
@@ -73,10 +73,10 @@ enum class RunEnd : std::uint8_t {
     kFinished,
     kFailed,
     kStopped,  ///< as was asked for
-    kNone      ///< the events break off: the program was killed, or still runs
+    kNone      ///< the events end here: the program was killed, or is still running
 };
 
-/// A site that a run was to upgrade.
+/// A site that a run should upgrade.
 struct PlannedSite {
     std::int64_t siteId = 0;
     double from = 0;
@@ -85,13 +85,13 @@ struct PlannedSite {
 /// What the events tell of one run.
 struct RunRecord {
     std::string command;
-    std::string server;   ///< empty in events that do not tell it
+    std::string server;   ///< empty in events without it
     std::string account;  ///< the same
     double from = 0;
     double to = 0;
     std::uint64_t sitesToDo = 0;
-    std::vector<PlannedSite> sites;  ///< empty in events that do not tell them
-    /// The ids of the sites that the run leaves alone, by why.
+    std::vector<PlannedSite> sites;  ///< empty in events without them
+    /// The ids of the sites that the run leaves out, by reason.
     std::map<std::string, std::vector<std::int64_t>> leftOut;
     EventTime start;
     EventTime lastEvent;
@@ -111,7 +111,7 @@ struct RunRecord {
     const DatabaseRecord* InHand() const;
 };
 
-/// Reads what --events has written: one run, or several behind one another.
+/// Reads what --events has written: one run, or several in sequence.
 /// @throws CommandError for a file that cannot be read or holds something else
 std::vector<RunRecord> ReadRuns(const std::filesystem::path& file);
 

@@ -8,7 +8,7 @@
 namespace twupdate::cli {
 
 /// The run as an SVG figure for a page: a row for each database, or for several where there are
-/// many, in which the bars stand where the time went. It takes the width that it is given without
+/// many, in which the bars show where the time went. It adapts to the available width without
 /// making its text smaller.
 /// @param marked  steps that get a number, from 1
 /// @param id      makes the figure's ids different from those of other figures of the page

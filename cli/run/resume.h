@@ -10,7 +10,7 @@
 
 namespace twupdate::cli {
 
-/// Sets the version of these sites to the one from which their upgrade goes on, and says so where
+/// Sets the version of these sites to the one from which their upgrade resumes, with a message if
 /// it is not the recorded one.
 /// @returns those sites
 std::vector<SiteRow> SetResumeVersions(const ProgressMarks& marks, std::vector<SiteRow>& sites,

@@ -6,8 +6,8 @@
 #include "twupdate_host/connection.h"
 
 // A short text that a session shows to others for as long as it lives, without a change to any
-// database. A server tells nobody the variables of another session, but it tells everybody who
-// holds a lock (GET_LOCK); so each bit of the text that is set is a lock.
+// database. A server shows nobody the variables of another session, but it shows everybody who
+// holds a lock (GET_LOCK); so each set bit of the text is a lock.
 namespace twupdate::cli {
 
 /// Shows the text, of which 64 bytes count. A server on which a session has one lock at a time, or

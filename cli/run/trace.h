@@ -11,8 +11,8 @@ namespace twupdate::cli {
 /// A parameter of a command, as JSON.
 nlohmann::ordered_json JsonOf(const Value& value);
 
-/// --trace: one line for each call that the component makes. It holds stored data, so the file is
-/// its owner's alone.
+/// --trace: one line for each call that the component makes. It holds stored data, so only the
+/// owner may read the file.
 class Trace final : public RunSink {
   public:
     Trace(const std::filesystem::path& file, Console& console)

@@ -8,7 +8,7 @@
 
 namespace twupdate::cli {
 
-/// What a database has of which its layout says nothing.
+/// What a database has beyond its layout.
 struct BeyondLayout {
     std::vector<LayoutFinding> findings;  ///< what is left over, or refuses the platform's rows
     std::vector<std::string> notes;       ///< what is for its owner to decide

@@ -6,12 +6,12 @@
 namespace twupdate::cli {
 
 /// Reads every data file as the import will.
-/// @param installFolder  the folder in which `resources` lies
+/// @param installFolder  the folder that contains `resources`
 /// @returns why the import could not read one; empty when it can read all
 std::string FaultOfDataFiles(const std::filesystem::path& installFolder);
 
-/// The same before the first statement of a run: the import empties a table before it looks at the
-/// file.
+/// The same before the first statement of a run, because the import empties a table before it opens
+/// the file.
 /// @throws CommandError with the fault
 void RequireSoundDataFiles(const std::filesystem::path& installFolder);
 

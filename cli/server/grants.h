@@ -12,30 +12,30 @@
 
 namespace twupdate::cli {
 
-/// What one line of SHOW GRANTS gives.
+/// What one line of SHOW GRANTS grants.
 struct Grant {
     std::set<std::string> privileges;
     std::string pattern;  ///< of database names, with the wildcards of LIKE; "*" for all
     std::string table;    ///< "*" for all; then the pattern is a name
-    /// The user, PUBLIC, or the role that is switched on, with those that were granted to it.
+    /// The account, PUBLIC, or the active role, with the roles granted to it.
     enum class Grantee : std::uint8_t { kUser, kPublic, kRole } grantee = Grantee::kUser;
 
     bool Gives(std::string_view privilege) const;
     bool IsGlobal() const { return pattern == "*"; }
 };
 
-/// The grants of a user, as the server adds them up.
+/// The grants of an account, as the server combines them.
 class Grants {
   public:
     explicit Grants(std::vector<Grant> grants);
 
-    /// Of the connection's user; nothing when the server runs without grants.
+    /// Of the connection's account; nothing if the server runs without grants.
     static std::optional<Grants> Of(host::Connection& connection);
 
     bool Globally(std::string_view privilege) const;
 
-    /// Of several patterns of one grantee that fit a database the server takes the most special
-    /// one alone.
+    /// If several patterns of one grantee match a database, the server uses only the most specific
+    /// one.
     bool OnDatabase(const std::string& database, std::string_view privilege) const;
 
     bool OnTable(const std::string& database, const std::string& table,
@@ -48,9 +48,9 @@ class Grants {
     std::vector<Grant> grants_;
 };
 
-/// The privileges in a database as the server itself tells of three of them. What is granted to
-/// another account, to everybody or to the same name at another host, counts as well, or hides
-/// what is granted to the user; SHOW GRANTS does not list it.
+/// The privileges in a database, three of them as the server itself reports them. Grants to another
+/// account, to everybody or to the same name at another host count as well, or hide those of the
+/// account; SHOW GRANTS does not list them.
 class EffectivePrivileges {
   public:
     EffectivePrivileges(host::Connection& connection, const Grants& grants,
@@ -66,21 +66,21 @@ class EffectivePrivileges {
 
     const Grants& grants_;
     const std::string& database_;
-    std::string shown_;  ///< ",select,insert,"; empty when nothing tells
+    std::string shown_;  ///< ",select,insert,"; empty if unknown
 };
 
-/// Whether the user has a privilege in a database, by the same grants.
+/// Whether the account has a privilege in a database, by the same grants.
 bool HasPrivilege(host::Connection& connection, const std::string& database,
                   std::string_view privilege);
 
-/// Whether the user has a privilege that cannot be given for a single database; ALL PRIVILEGES on
-/// any database does not hold it.
+/// Whether the account has a privilege that cannot be granted on a single database; ALL PRIVILEGES
+/// on a database does not include it.
 bool HasGlobalPrivilege(host::Connection& connection, std::string_view privilege);
 
-/// Whether the user may read the procedures and functions of others.
+/// Whether the account may read the procedures and functions of others.
 bool MayReadRoutines(host::Connection& connection);
 
-/// Whether the user may write on a server that is read_only.
+/// Whether the account may write on a read_only server.
 /// @param superSuffices  as on servers before MariaDB 10.11
 bool MayWriteReadOnly(host::Connection& connection, bool superSuffices);
 

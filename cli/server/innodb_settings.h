@@ -7,8 +7,7 @@
 
 namespace twupdate::cli {
 
-/// What InnoDB gives a table that names no row format, and whether it refuses one whose rows can
-/// become too long.
+/// InnoDB's default row format, and whether it refuses a table whose rows can become too long.
 struct InnoDbSettings {
     std::string defaultRowFormat = "compact";  ///< of servers that have no setting for it
     bool strict = false;
@@ -17,11 +16,11 @@ struct InnoDbSettings {
     static InnoDbSettings Of(host::Connection& connection);
 };
 
-/// Lets a private server take the tables of another one as they are.
+/// Lets a private server accept the tables of another one unchanged.
 void PrepareForCopies(host::Connection& copy, const InnoDbSettings& settings);
 
-/// Gives the tables of a copied database the row formats of the source, where they come from a
-/// default that is not the one of now, and with all of them there the source's strictness.
+/// Gives the tables of a copied database the row formats of the source, if these come from an
+/// earlier default, and finally the source's strictness.
 void FinishCopies(host::Connection& source, host::Connection& copy, const InnoDbSettings& settings,
                   const std::vector<std::string>& databases);
 

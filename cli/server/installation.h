@@ -10,14 +10,14 @@
 
 namespace twupdate::cli {
 
-/// How a site stands to an upgrade.
+/// The state of a site with respect to an upgrade.
 enum class SiteState : std::uint8_t {
     kCurrent,        ///< at the current version
     kOld,            ///< an upgrade of the installation will upgrade it
     kHardDeleted,    ///< left out
     kInTransaction,  ///< left out
     kNewer,          ///< above the current version: made by a newer program
-    kNoVersion,      ///< its version is NULL or no number: an upgrade does not begin
+    kNoVersion,      ///< its version is NULL or not a number: an upgrade does not begin
     kNoSite,         ///< an id below 1, which no site has: left out
 };
 
@@ -28,8 +28,8 @@ std::string SiteStateText(SiteState state);
 struct SiteRow {
     std::int64_t siteId = 0;
     std::string name;               ///< empty when it is NULL
-    std::optional<double> version;  ///< nothing when it is NULL or no number
-    std::string noVersion;          ///< what stands in its place then: "NULL", or a text in quotes
+    std::optional<double> version;  ///< nothing if it is NULL or not a number
+    std::string noVersion;          ///< the stored value in that case: "NULL", or a text in quotes
     bool hardDeleted = false;
     bool inTransaction = false;
 
@@ -59,10 +59,10 @@ class Installation {
 
     bool HasDatabase(const std::string& name);
 
-    /// The names of the databases that the user sees, of those that belong to the installation.
+    /// The names of the installation's databases that the account can see.
     std::vector<std::string> Databases();
 
-    /// The sites that an upgrade would come to and whose database the user does not see.
+    /// The sites that an upgrade would visit and whose database the account cannot see.
     std::vector<SiteRow> WithoutDatabase(const std::vector<SiteRow>& sites);
 
   private:

@@ -14,12 +14,12 @@ namespace twupdate::cli {
 
 /// A column or a key of a table.
 struct LayoutItem {
-    /// e.g. "siteid INT DEFAULT '0' NOT NULL" or "KEY siteid_idx(siteid)". Types stand without
-    /// display widths; defaults are quoted; what else the server says of it comes last
-    /// ("INVISIBLE", "IGNORED"). A layout that is expected may hold several, of which any one will
-    /// do, and kAbsent is one of them where the item may be missing.
+    /// e.g. "siteid INT DEFAULT '0' NOT NULL" or "KEY siteid_idx(siteid)". Types have no display
+    /// widths; defaults are quoted; other attributes come last ("INVISIBLE", "IGNORED"). An
+    /// expected layout may have several alternatives; kAbsent is one of them if the item may be
+    /// missing.
     std::vector<std::string> definitions;
-    std::string step;  ///< that makes it so; empty: it is there from 1.0000 on
+    std::string step;  ///< the step that made it; empty: since 1.0000
 
     bool Allows(const std::string& definition) const;
 };
@@ -56,13 +56,13 @@ Layout LayoutOf(const host::Catalogue::Database& database);
 /// The layouts at the current version that this program was built with.
 const Layout& CentralLayout();
 const Layout& SiteLayout();
-/// Of tw_logs, where each site has a table: the keys that the ladders add, and nothing else, for
-/// the columns are the web server's.
-/// @param tables  the tables that there are
+/// Of tw_logs, where each site has a table: only the keys that the ladders add, because the columns
+/// belong to the web server.
+/// @param tables  the existing tables
 Layout LogsLayout(const std::vector<std::string>& tables);
 
-/// The same layout as a server makes it that gives LONGTEXT columns no default. Where it gives the
-/// texts of a primary key the default '', as MySQL 5.6 does, that will do as well.
+/// The same layout as made by a server that gives LONGTEXT columns no default. If it gives the
+/// texts of a primary key the default '', as MySQL 5.6 does, that is accepted as well.
 Layout OnOldServer(Layout layout);
 
 /// One difference between a database and the layout that it should have.
@@ -72,22 +72,22 @@ struct LayoutFinding {
     std::string item;      ///< a column, a key, or empty for the table
     std::string expected;  ///< definition; empty for a table
     std::string actual;    ///< empty: it is missing
-    std::string step;      ///< that should have made it; empty: it belongs to every version
-    std::string problem;   ///< where the two definitions do not say it
+    std::string step;     ///< the step that should have made it; empty: it belongs to every version
+    std::string problem;  ///< if the two definitions do not show it
 
     /// "tw_7.charge: column password is missing; SiteSchemaStep_1_0007 makes it: password
     /// VARCHAR(20) …".
     std::string Text() const;
 };
 
-/// The features of which the database has a table that they have had from the beginning.
+/// The features of which the database has one of the original tables.
 std::set<std::string> FeaturesWithTables(const Layout& expected, const Layout& actual);
 
-/// What a database lacks or has otherwise. What it has beyond the layout is its own.
+/// What a database lacks or has with another definition; additional items are ignored.
 /// @param absent    receives the names of the tables of features that it does not have. A site has
-///                  a feature when it has one of the tables that the feature has always had, or
-///                  where something else tells so.
-/// @param evidence  what else tells that it has a feature
+/// a
+///                  feature if it has one of the feature's original tables, or other evidence of it
+/// @param evidence  the features that something else shows
 std::vector<LayoutFinding> Compare(const std::string& database, const Layout& expected,
                                    const Layout& actual, std::vector<std::string>& absent,
                                    const FeatureEvidence& evidence = {});

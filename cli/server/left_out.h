@@ -10,8 +10,8 @@
 
 namespace twupdate::cli {
 
-/// The sites that an upgrade of the installation leaves out, although they are not current: their
-/// ids by why.
+/// The sites that an upgrade of the installation leaves out although they are not current: their
+/// ids by reason.
 using LeftOut = std::map<SiteState, std::vector<std::int64_t>>;
 
 LeftOut SitesLeftOut(const std::vector<SiteRow>& sites);

@@ -8,7 +8,7 @@ namespace twupdate::cli {
 
 /// The options that every command takes.
 struct GlobalOptions {
-    // How to reach the server. What is not given comes from the option files.
+    // Connection options; those that are not given come from the option files.
     std::string defaultsFile;
     std::string socket;
     std::string host;
@@ -22,9 +22,9 @@ struct GlobalOptions {
     std::filesystem::path datadir;
 
     std::filesystem::path backup;
-    std::optional<std::size_t> keep;  ///< how many backups of runs that have ended
+    std::optional<std::size_t> keep;  ///< number of backups of finished runs to keep
 
-    // How the run goes along with others.
+    // How the run coexists with others.
     bool noLock = false;
     unsigned lockWaitSeconds = 0;
     std::optional<unsigned> ddlTimeoutSeconds;
@@ -36,7 +36,7 @@ struct GlobalOptions {
     // What happens with the component's calls.
     std::string serviceCommand;
     std::filesystem::path servicesLog;
-    bool noServices = false;   ///< they are counted, and that is all
+    bool noServices = false;   ///< they are only counted
     bool noSiteFiles = false;  ///< no installation is around the install folder
 
     // For people and tools.

@@ -8,12 +8,12 @@
 
 namespace twupdate::cli {
 
-/// Makes the table by which a database is known as one that a restore has in hand. It is there from
-/// before the database is dropped until everything is restored, so that no upgrade takes the half
-/// of a database for a whole one, or an old layout for the new one that is recorded.
+/// Makes the table that marks a database as being restored. It exists from before the database is
+/// dropped until everything is restored, so that no upgrade mistakes an incomplete database for a
+/// complete one, or an old layout for the recorded new one.
 std::string RestoreMarkStatement(const std::string& database);
 
-/// Marks a database, if it is there.
+/// Marks a database, if it exists.
 void MarkForRestore(host::Connection& connection, const std::string& database);
 void RemoveRestoreMark(host::Connection& connection, const std::string& database);
 

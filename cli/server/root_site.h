@@ -7,7 +7,7 @@
 
 namespace twupdate::cli {
 
-/// The site that the central ladder takes for the root: ServerDataStep_1_0252 registers the local
+/// The site that the central ladder treats as the root: ServerDataStep_1_0252 registers the local
 /// host name in its database.
 std::optional<std::int64_t> RootSite(Utility& utility);
 

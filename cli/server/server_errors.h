@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The numbers by which the server tells its errors apart.
+// The server's error numbers.
 namespace twupdate::cli {
 
 inline constexpr std::uint32_t kDatabaseDenied = 1044;

@@ -6,7 +6,7 @@
 
 namespace twupdate::cli {
 
-/// The version of a server, and what an upgrade asks of it that not every version can do.
+/// The version of a server, and the features needed by an upgrade that not every version has.
 class ServerVersion {
   public:
     /// @param version  as SELECT VERSION() gives it
@@ -22,7 +22,7 @@ class ServerVersion {
     /// False: LONGTEXT DEFAULT '' is an error in a strict sql_mode, and otherwise a warning that
     /// the column has no default.
     bool TakesLongTextDefaults() const { return mariaDb_ && number_ >= 100201; }
-    /// And drops them so: the rows stay as they are.
+    /// And silently: the rows stay unchanged.
     bool AddsColumnsInstantly() const { return mariaDb_ && number_ >= 100400; }
     /// False: a second GET_LOCK lets go of the first lock.
     bool HasSeveralLocksInASession() const { return number_ >= (mariaDb_ ? 100002 : 50705); }

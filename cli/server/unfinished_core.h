@@ -7,11 +7,10 @@
 
 namespace twupdate::cli {
 
-/// What tells a central database whose creation was interrupted or failed from a finished one, and
-/// what to do about it; empty when it is finished. One that ladders still have to bring up to date
-/// is not looked at.
-/// @param installFolder  tells whether the last table that a creation fills is meant to have rows;
-///                       empty when it is not known
+/// What shows that the creation of the central database was interrupted or failed, and what to do
+/// about it; empty if it is complete. A database with pending steps is not examined.
+/// @param installFolder  shows whether the last table that a creation fills should have rows; empty
+/// if unknown
 std::string UnfinishedCore(const Session& session, const std::filesystem::path& installFolder);
 
 }  // namespace twupdate::cli

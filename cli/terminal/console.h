@@ -22,7 +22,7 @@ enum ExitCode : int {
 
 /// What the program prints. Results go to the standard output, warnings and errors to the
 /// standard error output. With --json the standard output holds one JSON object and nothing else;
-/// with --quiet it stays empty but for what was asked for. Threads may share it.
+/// with --quiet only the requested output is written to it. Threads may share it.
 class Console {
   public:
     Console(bool json, bool quiet);
@@ -32,28 +32,28 @@ class Console {
 
     bool Json() const { return json_; }
     bool Quiet() const { return quiet_; }
-    /// True when a progress line may be drawn: a person looks at the standard output, on a terminal
-    /// that can be drawn over.
+    /// True if a progress line may be drawn: the standard output is a terminal that can redraw a
+    /// line.
     bool Interactive() const { return terminal_ == Terminal::kDrawable; }
-    /// True when a person looks at it on a terminal that takes plain lines alone (TERM=dumb).
+    /// True if it is a terminal that accepts only plain lines (TERM=dumb).
     bool OnPlainTerminal() const { return terminal_ == Terminal::kPlain; }
-    /// Columns of the terminal, 80 where it does not tell.
+    /// Columns of the terminal, 80 if unknown.
     static std::size_t Width();
 
-    /// A line about how things go; left out with --json and --quiet.
+    /// A line about progress; omitted with --json and --quiet.
     void Say(std::string_view line);
-    /// A line that was asked for; left out with --json only.
+    /// A line of requested output; omitted only with --json.
     void Print(std::string_view line);
     /// The result, as the one JSON object of --json; nothing otherwise.
     void Result(const nlohmann::ordered_json& result);
-    /// Why something that was asked for could not be written, as an error of the system; 0 when all
-    /// of it was, or when the reader has had enough.
+    /// Why requested output could not be written, as a system error; 0 if all of it was, or if the
+    /// reader closed the pipe.
     int OutputError() const { return outputError_; }
     /// A message: a line, and perhaps hints; see MessageLines.
     void Warn(std::string_view line);
     void Error(std::string_view line);
 
-    /// Draws these parts over the progress line that stands there, as FittingParts() has them.
+    /// Redraws the progress line with these parts, as FittingParts() returns them.
     void DrawProgress(const std::vector<std::string>& parts);
     void ClearProgress();
 

@@ -12,22 +12,21 @@
 
 namespace twupdate::cli {
 
-/// Tells the person how far a command has come that does the same with one thing after another:
-/// "3 of 60 databases  12 s, about 4 min 05 s left  tw_3". On a terminal that is a line that is
-/// drawn over every second; on one that cannot do so a plain line every five seconds; elsewhere
-/// nothing.
+/// Shows the progress of a command that processes one thing after another: "3 of 60 databases  12
+/// s, about 4 min 05 s left  tw_3". On a terminal, this is a line that is redrawn every second; on
+/// one that cannot redraw, a plain line every five seconds; elsewhere nothing.
 class CountedProgress {
   public:
     using Clock = std::chrono::steady_clock;
 
     /// @param noun  of one of them, e.g. "database"
     CountedProgress(Console& console, std::string noun, std::size_t total);
-    /// Takes the line away.
+    /// Removes the line.
     ~CountedProgress();
     CountedProgress(const CountedProgress&) = delete;
     CountedProgress& operator=(const CountedProgress&) = delete;
 
-    /// The next of them is begun.
+    /// The next one begins.
     void Next(std::string label);
     /// What the current one waits for, e.g. "connection 45 of app@web1"; empty if it does not wait.
     /// May be called by any thread.

@@ -7,8 +7,7 @@
 
 namespace twupdate::cli {
 
-/// The command cannot do what was asked; `what()` is the line for the person, `Code()` the exit
-/// status.
+/// The command cannot do what was requested; `what()` is the message, `Code()` the exit status.
 class CommandError : public std::runtime_error {
   public:
     explicit CommandError(const std::string& line, ExitCode code = kFailed)

@@ -9,7 +9,7 @@
 
 namespace twupdate::cli {
 
-/// Help as it fits a terminal: an option with the name of its value alone, descriptions wrapped.
+/// Help that fits a terminal: an option with only the name of its value, descriptions wrapped.
 class HelpFormatter : public CLI::Formatter {
   public:
     HelpFormatter() { column_width(kLeft); }

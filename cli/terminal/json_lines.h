@@ -10,12 +10,11 @@
 
 namespace twupdate::cli {
 
-/// The file, after the folders that it lacks were made; opening it tells what has failed.
+/// The file, after creating missing folders; opening it shows what has failed.
 const std::filesystem::path& WithFolders(const std::filesystem::path& file);
 
-/// A file of JSON objects, one a line, each line flushed as it is written. When it cannot be
-/// written any further, as on a full disk, that is a warning, once: the run is worth more than its
-/// record.
+/// A file of JSON objects, one per line, flushed after each line. If it can no longer be written,
+/// as on a full disk, that is one warning: the run is worth more than its record.
 class JsonLines {
   public:
     enum class Readers : std::uint8_t {
@@ -25,10 +24,10 @@ class JsonLines {
 
     enum class Existing : std::uint8_t {
         kReplaced,
-        kKept,  ///< new lines follow those of the file, also where its last one has no end
+        kKept,  ///< appends to the file, even if its last line is incomplete
     };
 
-    /// Makes the folders of the file that are missing.
+    /// Creates the missing folders of the file.
     /// @throws CommandError when the file cannot be made
     JsonLines(const std::filesystem::path& file, Readers readers, Existing existing,
               Console& console);

@@ -12,9 +12,8 @@
 
 namespace twupdate::cli {
 
-/// A statement as it is shown to people: on one line, and one that is longer than `longest`
-/// bytes shortened to its beginning and its end with the total length between them. Characters are
-/// not torn apart (UTF-8).
+/// A statement for display: on one line; one longer than `longest` bytes is shortened to its
+/// beginning and its end with the total length between them. UTF-8 characters are not split.
 std::string ShortStatement(std::string_view sql, std::size_t longest = 400);
 
 /// The statement with every literal that is stored in, or compared with, a password column
@@ -33,7 +32,7 @@ std::string Grouped(std::uint64_t number);
 /// "1 site", "2 sites", "1,234 sites"; the plural is the noun with an s unless it is given.
 std::string Count(std::uint64_t number, std::string_view noun, std::string_view plural = {});
 
-/// The words of a list, which stand apart by single blanks.
+/// The words of a list that is separated by single blanks.
 std::vector<std::string> SplitAtBlanks(std::string_view list);
 
 /// With the letters of ASCII in lower case.
@@ -45,15 +44,15 @@ std::string FirstFew(std::vector<std::string> names);
 /// The number of columns that a terminal needs for the text; one for each character of UTF-8.
 std::size_t DisplayWidth(std::string_view text);
 
-/// What fits into so many columns of parts that come in order of their weight, two blanks between
-/// them: a part for which there is no room is left out, the first one is truncated.
+/// The parts that fit into so many columns, in order of importance, with two blanks between them: a
+/// part that does not fit is omitted, the first one is truncated.
 std::string FittingParts(const std::vector<std::string>& parts, std::size_t columns);
 
 /// Bytes that are not UTF-8 replaced by U+FFFD, control characters by a blank.
 std::string Printable(std::string_view text);
 
-/// "statement: server error 1060 (42S21): Duplicate column name", without passwords; what is
-/// empty is left out.
+/// "statement: server error 1060 (42S21): Duplicate column name", without passwords; empty parts
+/// are omitted.
 std::string DescribeError(std::string_view statement, std::uint32_t code, std::string_view sqlState,
                           std::string_view text);
 std::string DescribeError(const HostError& error);
@@ -61,8 +60,8 @@ std::string DescribeError(const HostError& error);
 /// The text of an exception for people; of one of the file system the path and the reason.
 std::string ErrorText(const std::exception& error);
 
-/// A message is one line with the fact, and may go on with lines that begin with "hint: ", which
-/// say what to do. This is it as a program prints it: each line behind the program's name.
+/// A message is one line with the fact, perhaps followed by lines that begin with "hint: ", which
+/// say what to do. This is the message as a program prints it: each line after the program's name.
 std::string MessageLines(std::string_view message, std::string_view program = "twupdate");
 /// The first line of a message.
 std::string FactOf(std::string_view message);
@@ -74,14 +73,14 @@ std::string JoinMessages(const std::vector<std::string>& messages, std::string_v
 /// The order in which names of databases are listed: tw_2 comes before tw_10.
 bool ComesBefore(std::string_view name, std::string_view other);
 
-/// What a parser says of a word that is no whole number in decimal notation; nothing of one that
-/// is, which is left without the zeros that it begins with.
+/// The parser's error for a word that is not a decimal integer; empty for an integer, whose leading
+/// zeros are removed.
 std::string FaultOfNumber(std::string& word);
 
-/// What a parser says of an empty value, which is a variable of the shell that was not set.
+/// The parser's error for an empty value, usually an unset variable of the shell.
 std::string FaultOfEmptyValue(const std::string& value);
 
-/// What a parser says of a word that is no version; nothing of a decimal number not below 0.
+/// The parser's error for a word that is not a version; empty for a decimal number not below 0.
 std::string FaultOfVersion(const std::string& word);
 
 }  // namespace twupdate::cli

@@ -14,8 +14,8 @@ struct ConvertedTable {
 };
 
 /// Looks for what an interrupted ConvertFloatToDouble has left: a column double_temp. Which column
-/// it belongs to follows from the order of the conversions and by the place of the columns in the
-/// table; what is to be dropped has been compared with what stays.
+/// it belongs to follows from the order of the conversions and the position of the columns in the
+/// table; a column is dropped only after it was compared with the one that stays.
 std::vector<Leftover> FindInterruptedConversions(Utility& host, const std::string& database,
                                                  const std::vector<ConvertedTable>& tables);
 

@@ -33,12 +33,12 @@ std::string Sql(const Parts&... parts) {
     return Concat(parts...);
 }
 
-/// The text as it may stand between single quotes.
+/// The text, escaped for single quotes.
 std::string EscapeSql(std::string_view text);
 
-/// How many rows a step reads with one query where there may be many.
+/// The number of rows that a step reads with one query if there may be many.
 inline constexpr std::int32_t kRowsPerPage = 50;
-/// The same of e-mails, which are long.
+/// The same for e-mails, which are long.
 inline constexpr std::int32_t kEmailsPerPage = 20;
 
 inline constexpr std::string_view kCentralDatabase = "tw_tarnwick";
