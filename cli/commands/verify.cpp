@@ -179,7 +179,8 @@ std::optional<fs::path> FolderWithDump(const fs::path& backup, const std::string
 void CompareWithBackup(const fs::path& backup, VerifyResult& verifyResult, Console& console) {
     bool found = false;
     CountedProgress progress(console, "database", verifyResult.absent.size());
-    for (auto& [database, absent] : verifyResult.absent) {
+    for (auto& [name, absent] : verifyResult.absent) {
+        const std::string& database = name;  // a lambda cannot capture the binding
         progress.Next("reading the dump of " + database);
         const auto folder = FolderWithDump(backup, database);
         if (!folder) {
