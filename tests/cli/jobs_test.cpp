@@ -296,16 +296,17 @@ TEST_F(Jobs, LeaveASiteThatWasSetAsideMeanwhile) {
 }
 
 TEST_F(Jobs, AreAsManyAsTheServerTakes) {
-    MakeNearlyCurrentInstallation();
-    for (const std::int32_t siteId : {7, 8, 9}) {
-        MakeSmallSite(siteId);
-    }
+    MakeSitesInUse({7, 8, 9});
     // One connection for the run, one for its lock, one for a job.
     Execute("CREATE OR REPLACE USER 'few'@'localhost' WITH MAX_USER_CONNECTIONS 3;");
     Execute("GRANT ALL PRIVILEGES ON *.* TO 'few'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
-    const Outcome outcome = RunProgram({"--socket", socket, "--user", "few", "--no-site-files",
-                                        "--no-services", "upgrade", "--jobs", "3"});
+    Program run({"--socket", socket, "--user", "few", "--no-site-files", "--no-services", "upgrade",
+                 "--jobs", "3"});
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
+    usleep(500000);  // the next job is refused
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(outcome.err, HasSubstr("warning: no more than 1 site at a time: cannot connect"));
     EXPECT_EQ(SiteVersion(9), kCurrentStored);
@@ -330,12 +331,13 @@ TEST_F(Jobs, DumpEachSiteBeforeTheyChangeIt) {
 }
 
 TEST_F(Jobs, MayBeFoundOutByTheProgram) {
-    MakeNearlyCurrentInstallation();
-    for (const std::int32_t siteId : {7, 8, 9}) {
-        MakeSmallSite(siteId);
-    }
+    MakeSitesInUse({7, 8});
+    MakeSmallSite(9);
     const auto events = (folder_ / "events").string();
-    EXPECT_EQ(Run({"--events", events, "upgrade", "--jobs", "auto"}).status, 0);
+    Program run(With({"--events", events, "upgrade", "--jobs", "auto"}));
+    ASSERT_TRUE(WaitUntil([] { return Waiting() == "2"; }));
+    reader_->Execute("COMMIT;");
+    EXPECT_EQ(run.Wait().status, 0);
     EXPECT_EQ(SiteVersion(9), kCurrentStored);
     EXPECT_THAT(ContentOf(events), AllOf(HasSubstr("\"job\":2"), Not(HasSubstr("\"job\":3"))));
 }
@@ -357,7 +359,8 @@ TEST_F(Jobs, ThatAreKilledAreResumedByTheSameCommand) {
         MakeSites();
         const auto reader = Application();  // whom each job waits for, in another step
         reader->Execute("START TRANSACTION;");
-        for (const char* table : {"tw_7.setting", "tw_8.navigation", "tw_9.email", "tw_10.layoutzone"}) {
+        for (const char* table :
+             {"tw_7.setting", "tw_8.navigation", "tw_9.email", "tw_10.layoutzone"}) {
             reader->Query(fmt::format("SELECT COUNT(*) FROM {};", table));
         }
         Program run(With({"upgrade", "--jobs", "4"}));
