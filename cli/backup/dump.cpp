@@ -81,6 +81,10 @@ std::string OptionLines(const host::ConnectionOptions& connect) {
     return lines;
 }
 
+[[noreturn]] void ThrowNoOutput() {
+    throw CommandError(std::string("cannot prepare the client's output: ") + std::strerror(errno));
+}
+
 }  // namespace
 
 ClientOptionFile::ClientOptionFile(const Session& session, const GlobalOptions& options)
@@ -187,15 +191,13 @@ DumpContents CheckDump(const fs::path& file, const std::string& database) {
 
 ClientNumber::ClientNumber() : file_(memfd_create("twupdate-number", MFD_CLOEXEC)) {
     if (file_.Get() < 0) {
-        throw CommandError(std::string("cannot prepare the client's output: ") +
-                           std::strerror(errno));
+        ThrowNoOutput();
     }
 }
 
 int ClientNumber::ForClient() const {
     if (ftruncate(file_.Get(), 0) != 0 || lseek(file_.Get(), 0, SEEK_SET) != 0) {
-        throw CommandError(std::string("cannot prepare the client's output: ") +
-                           std::strerror(errno));
+        ThrowNoOutput();
     }
     return file_.Get();
 }

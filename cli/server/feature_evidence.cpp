@@ -48,8 +48,13 @@ void AddNeeded(const std::set<std::string>& withTables, FeatureEvidence& evidenc
     }
 }
 
-void AddPages(host::Connection& connection, std::int64_t siteId, FeatureEvidence& evidence) {
+/// Of the features without tables: the others need no evidence.
+void AddPages(host::Connection& connection, std::int64_t siteId,
+              const std::set<std::string>& withTables, FeatureEvidence& evidence) {
     for (const auto& [component, feature] : kComponents) {
+        if (withTables.contains(std::string(feature))) {
+            continue;
+        }
         const std::string pages =
             FirstCell(connection,
                       fmt::format("SELECT COUNT(*) FROM tw_{}.feature WHERE componentid = {};",
@@ -113,7 +118,7 @@ FeatureEvidence FindFeatureEvidence(host::Connection& connection, std::int64_t s
     FeatureEvidence evidence;  // the first of several is told
     AddNeeded(withTables, evidence);
     AddFormTables(actual, evidence);
-    AddPages(connection, siteId, evidence);
+    AddPages(connection, siteId, withTables, evidence);
     AddPayments(connection, siteId, evidence);
     return evidence;
 }

@@ -137,7 +137,7 @@ class Jobs : public InstallationTest {
     /// that every job that begins one waits.
     void MakeSitesInUse(const std::vector<std::int32_t>& sites) {
         MakeNearlyCurrentInstallation();
-        reader_ = host::Connection::Open(CliServer::Get().ConnectOptions());
+        reader_ = Application();
         for (const std::int32_t siteId : sites) {
             MakeSmallSite(siteId);
         }
