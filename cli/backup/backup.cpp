@@ -11,7 +11,7 @@
 #include <regex>
 #include <utility>
 
-#include "cli/backup/replace_file.h"
+#include "cli/server/replace_file.h"
 #include "cli/server/grants.h"
 #include "cli/server/root_site.h"
 #include "cli/terminal/failure.h"

@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <regex>
 
-#include "cli/backup/replace_file.h"
+#include "cli/server/replace_file.h"
 #include "cli/terminal/failure.h"
 
 namespace twupdate::cli {

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "cli/backup/replace_file.h"
+#include "cli/server/replace_file.h"
 #include "cli/terminal/failure.h"
 
 namespace twupdate::cli {

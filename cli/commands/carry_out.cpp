@@ -11,8 +11,10 @@
 
 #include "cli/backup/backup.h"
 #include "cli/repair/repair_sink.h"
+#include "cli/report/live_report.h"
 #include "cli/run/events.h"
 #include "cli/run/failures.h"
+#include "cli/run/metrics.h"
 #include "cli/run/progress.h"
 #include "cli/run/run_log.h"
 #include "cli/run/run_watch.h"
@@ -21,6 +23,7 @@
 #include "cli/server/blockers.h"
 #include "cli/server/restore_mark.h"
 #include "cli/server/server_errors.h"
+#include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
@@ -91,12 +94,32 @@ void PrintServices(Console& console, const ServiceCounts& services, bool noServi
     }
 }
 
-void AddRecords(RunWatch& watch, const GlobalOptions& options, Console& console) {
+/// --report: a page that follows the run.
+std::shared_ptr<Events> ReportFile(const std::filesystem::path& file, Console& console) {
+    return std::make_shared<Events>(
+        [page = std::make_shared<LiveReport>(file, console)](const nlohmann::ordered_json& event) {
+            page->Take(event);
+        });
+}
+
+/// What shows a run while it goes on, and what is kept of it.
+void AddRecords(RunWatch& watch, const GlobalOptions& options,
+                const std::shared_ptr<Progress>& progress, Console& console) {
+    if (!options.trace.empty()) {
+        watch.AddSharedSink(std::make_shared<Trace>(options.trace, console));
+    }
     if (!options.events.empty()) {
         watch.AddSharedSink(std::make_shared<Events>(options.events, console));
     }
+    if (!options.report.empty()) {
+        watch.AddSharedSink(ReportFile(options.report, console));
+    }
     if (!options.log.empty()) {
         watch.AddSharedSink(MakeRunLog(options.log, console));
+    }
+    watch.AddSharedSink(progress);
+    if (!options.metrics.empty()) {
+        watch.AddSharedSink(std::make_shared<Metrics>(options.metrics, progress, console));
     }
 }
 
@@ -105,16 +128,6 @@ RunStart WithServer(RunStart start, const Session& session) {
     start.server = session.ServerText();
     start.account = session.Account();
     return start;
-}
-
-/// What records a run, beside its backup.
-void AddRecords(RunWatch& watch, const GlobalOptions& options,
-                const std::shared_ptr<Progress>& progress, Console& console) {
-    if (!options.trace.empty()) {
-        watch.AddSharedSink(std::make_shared<Trace>(options.trace, console));
-    }
-    AddRecords(watch, options, console);
-    watch.AddSharedSink(progress);
 }
 
 /// What each job of a run does beside its statements, on its own connection.
@@ -311,7 +324,8 @@ std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command) {
 void RecordNothingToDo(const Session& session, const GlobalOptions& options, Console& console,
                        RunStart start) {
     RunWatch watch;
-    AddRecords(watch, options, console);
+    const auto nobodyWaits = [](const Position&) { return std::optional<LockWait>(); };
+    AddRecords(watch, options, std::make_shared<Progress>(console, nobodyWaits), console);
     watch.Start(WithServer(std::move(start), session));
     watch.End();
 }

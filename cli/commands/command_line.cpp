@@ -119,6 +119,16 @@ void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->group(kOutputGroup);
+    app.add_option("--metrics", options.metrics,
+                   "Keep the figures of the run in this file, for Prometheus (node exporter)")
+        ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
+        ->group(kOutputGroup);
+    app.add_option("--report", options.report,
+                   "Keep an HTML report of the run in this file, to be watched in a browser")
+        ->type_name("FILE")
+        ->check(FaultOfEmptyValue)
+        ->group(kOutputGroup);
     app.add_flag("--json", options.json, "Print the result as one JSON object")
         ->group(kOutputGroup);
     app.add_flag("--quiet,-q", options.quiet, "Print only errors and the requested output")

@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -12,7 +10,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/report/page.h"
-#include "cli/server/child_process.h"
+#include "cli/server/replace_file.h"
 #include "cli/server/server_options.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
@@ -29,12 +27,8 @@ struct Arguments {
 
 /// Refuses a name that is not a page's: a folder, a device, or one of the files to be read.
 void CheckPage(const Arguments& arguments) {
+    RequireRegularFile(arguments.page);
     std::error_code ignored;
-    const fs::file_status status = fs::status(arguments.page, ignored);
-    if (fs::exists(status) && !fs::is_regular_file(status)) {
-        throw CommandError(fmt::format("{} is not a regular file", arguments.page.string()),
-                           kUsageError);
-    }
     for (const fs::path& events : arguments.events) {
         if (fs::equivalent(arguments.page, events, ignored)) {
             throw CommandError(
@@ -58,24 +52,6 @@ std::vector<RunRecord> ReadAll(const std::vector<fs::path>& files) {
     return runs;
 }
 
-/// Replaces the page completely or not at all.
-void WritePage(const fs::path& file, std::string_view page) {
-    const fs::path part = file.string() + ".part";
-    try {
-        Descriptor target(
-            open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666));
-        if (target.Get() < 0 || !WriteAll(target.Get(), page) || fsync(target.Get()) != 0) {
-            throw CommandError(std::strerror(errno));
-        }
-        target.Close();
-        fs::rename(part, file);
-    } catch (const std::exception& error) {
-        std::error_code ignored;
-        fs::remove(part, ignored);
-        throw CommandError(fmt::format("cannot write {}: {}", file.string(), ErrorText(error)));
-    }
-}
-
 std::string_view EndText(RunEnd end) {
     switch (end) {
         case RunEnd::kFinished:
@@ -93,7 +69,10 @@ std::string_view EndText(RunEnd end) {
 int Report(Console& console, const Arguments& arguments) {
     CheckPage(arguments);
     const std::vector<RunRecord> runs = ReadAll(arguments.events);
-    WritePage(arguments.page, ReportPage(runs));
+    if (!ReplaceFile(arguments.page, ReportPage(runs), FileReaders::kUsual)) {
+        throw CommandError(
+            fmt::format("cannot write {}: {}", arguments.page.string(), std::strerror(errno)));
+    }
     const std::string_view end = EndText(runs.back().end);
     console.Say(fmt::format("{}: {}, the last one {}.", arguments.page.string(),
                             Count(runs.size(), "run"), end));

@@ -88,10 +88,10 @@ void RequireDifferent(const std::map<std::string, fs::path>& files) {
 }  // namespace
 
 void RequireWritable(const GlobalOptions& options) {
-    std::map<std::string, fs::path> files{{"--trace", options.trace},
-                                          {"--events", options.events},
-                                          {"--log", options.log},
-                                          {"--services-log", options.servicesLog}};
+    std::map<std::string, fs::path> files{
+        {"--trace", options.trace},   {"--events", options.events},
+        {"--log", options.log},       {"--metrics", options.metrics},
+        {"--report", options.report}, {"--services-log", options.servicesLog}};
     std::erase_if(files, [](const auto& file) { return file.second.empty(); });
     for (const auto& [option, file] : files) {
         if (const int error = FileError(file); error != 0) {

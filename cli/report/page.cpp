@@ -144,7 +144,13 @@ std::string LastSeen(const RunRecord& run) {
     return place;
 }
 
-std::string Outcome(const RunRecord& run) {
+std::string Outcome(const RunRecord& run, std::optional<std::chrono::seconds> renewed) {
+    if (renewed && run.end == RunEnd::kNone) {
+        return fmt::format(
+            "<p class=\"outcome\" id=\"outcome\"><strong>▶ Running:</strong> {}. This page reloads "
+            "itself every {} s; if the time stays the same, the program was killed.</p>\n",
+            LastSeen(run), renewed->count());
+    }
     switch (run.end) {
         case RunEnd::kFinished:
             return "<p class=\"outcome good\" id=\"outcome\"><strong>✓ Finished.</strong> The run "
@@ -244,13 +250,13 @@ std::string RunTable(std::span<const RunRecord> runs) {
     return table.Done() + AndMore(runs.size(), shown.size(), "earlier run");
 }
 
-std::string Summary(std::span<const RunRecord> runs) {
+std::string Summary(std::span<const RunRecord> runs, std::optional<std::chrono::seconds> renewed) {
     const bool one = runs.size() == 1;
     std::string html;
     if (!one) {
         html += fmt::format("<p>The last of {}:</p>\n", Count(runs.size(), "run"));
     }
-    html += Outcome(runs.back());
+    html += Outcome(runs.back(), renewed);
     if (const auto open = OpenFailures(runs); open > 0) {
         html += fmt::format(
             "<p class=\"outcome bad\" id=\"open-failures\"><strong>✗ {}</strong> of earlier runs "
@@ -548,22 +554,27 @@ std::string Title(std::span<const RunRecord> runs) {
 
 }  // namespace
 
-std::string ReportPage(std::span<const RunRecord> runs) {
+std::string ReportPage(std::span<const RunRecord> runs,
+                       std::optional<std::chrono::seconds> renewed) {
     const std::string title = Title(runs);
+    const std::string reload =
+        renewed && runs.back().end == RunEnd::kNone
+            ? fmt::format("<meta http-equiv=\"refresh\" content=\"{}\">\n", renewed->count())
+            : "";
     return fmt::format(
                "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                "<meta name=\"color-scheme\" content=\"light dark\">\n"
                "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
                "style-src 'unsafe-inline'; img-src data:; base-uri 'none'; form-action 'none'\">\n"
-               "<meta name=\"generator\" content=\"twupdate {}\">\n<title>twupdate: {}</title>\n"
+               "{}<meta name=\"generator\" content=\"twupdate {}\">\n<title>twupdate: {}</title>\n"
                "<link rel=\"icon\" href=\"data:,\">\n<style>{}</style>\n</head>\n<body>\n<main>\n"
                "<header>\n<h1>twupdate: {}</h1>\n<p class=\"quiet\">From version {} to {}. Times "
                "are UTC.</p>\n{}</header>\n",
-               twu_version(), title, kReportStyle, title, VersionText(runs.front().from),
+               reload, twu_version(), title, kReportStyle, title, VersionText(runs.front().from),
                VersionText(runs.back().to), Servers(runs)) +
-           Summary(runs) + Failures(runs) + Timelines(runs) + AllDatabases(runs) + Steps(runs) +
-           Statements(runs) + Services(runs) + "</main>\n</body>\n</html>\n";
+           Summary(runs, renewed) + Failures(runs) + Timelines(runs) + AllDatabases(runs) +
+           Steps(runs) + Statements(runs) + Services(runs) + "</main>\n</body>\n</html>\n";
 }
 
 }  // namespace twupdate::cli

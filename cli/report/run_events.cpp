@@ -147,11 +147,10 @@ EventDuration Between(EventTime start, EventTime end) {
     return std::max(end - start, milliseconds{0});  // a clock may be set back
 }
 
-/// Builds the runs from their events.
-class RunBuilder {
-  public:
-    explicit RunBuilder(std::vector<RunRecord>& runs) : runs_(runs) {}
+}  // namespace
 
+class RunReader::Builder {
+  public:
     void Take(const std::string& name, const Event& event) {
         const EventTime time = event.Time();
         if (name == "run-started") {
@@ -186,8 +185,15 @@ class RunBuilder {
         inRun_ = false;
     }
 
+    bool IsInRun() const { return inRun_; }
+
+    /// The end of the last line is missing.
+    void Truncated() { runs_.back().truncatedLine = true; }
+
+    const std::vector<RunRecord>& Runs() const { return runs_; }
+
   private:
-    using Handler = void (RunBuilder::*)(const Event&, EventTime);
+    using Handler = void (Builder::*)(const Event&, EventTime);
     static const std::map<std::string, Handler, std::less<>> kHandlers;
 
     /// The database of the event, which has begun and not ended; nullptr when there is none. With
@@ -225,6 +231,7 @@ class RunBuilder {
         DatabaseRecord database;
         database.name = NameOf(event);
         database.siteId = event.Id("site");
+        database.job = event.Number("job");
         database.from = event.Version("from");
         database.start = time;
         open_[database.name] = runs_.back().databases.size();
@@ -355,26 +362,28 @@ class RunBuilder {
         }
     }
 
-    std::vector<RunRecord>& runs_;
+    std::vector<RunRecord> runs_;
     bool inRun_ = false;
     std::map<std::string, std::size_t>
         open_;  ///< databases that have not ended; places in the list
 };
 
-const std::map<std::string, RunBuilder::Handler, std::less<>> RunBuilder::kHandlers{
-    {"ladder-started", &RunBuilder::LadderStarted},
-    {"ladder-finished", &RunBuilder::LadderFinished},
-    {"step-started", &RunBuilder::StepStarted},
-    {"step-finished", &RunBuilder::StepFinished},
-    {"site-started", &RunBuilder::DatabaseStarted},
-    {"site-finished", &RunBuilder::DatabaseFinished},
-    {"central-finished", &RunBuilder::DatabaseFinished},
-    {"service", &RunBuilder::Service},
-    {"site-failed", &RunBuilder::SiteFailed},
-    {"run-failed", &RunBuilder::RunFailed},
-    {"run-incomplete", &RunBuilder::RunFailed},
-    {"run-stopped", &RunBuilder::RunStopped},
-    {"run-finished", &RunBuilder::RunFinished}};
+const std::map<std::string, RunReader::Builder::Handler, std::less<>> RunReader::Builder::kHandlers{
+    {"ladder-started", &Builder::LadderStarted},
+    {"ladder-finished", &Builder::LadderFinished},
+    {"step-started", &Builder::StepStarted},
+    {"step-finished", &Builder::StepFinished},
+    {"site-started", &Builder::DatabaseStarted},
+    {"site-finished", &Builder::DatabaseFinished},
+    {"central-finished", &Builder::DatabaseFinished},
+    {"service", &Builder::Service},
+    {"site-failed", &Builder::SiteFailed},
+    {"run-failed", &Builder::RunFailed},
+    {"run-incomplete", &Builder::RunFailed},
+    {"run-stopped", &Builder::RunStopped},
+    {"run-finished", &Builder::RunFinished}};
+
+namespace {
 
 /// The line as JSON; a discarded value if it is invalid. Invalid UTF-8 is accepted.
 json Parse(const std::string& line) {
@@ -388,7 +397,12 @@ bool BeginsRun(const json& line) {
     return line.is_object() && line.contains("event") && line["event"] == "run-started";
 }
 
-void TakeLine(RunBuilder& builder, const json& line) {
+}  // namespace
+
+RunReader::RunReader() : builder_(std::make_unique<Builder>()) {}
+RunReader::~RunReader() = default;
+
+void RunReader::Take(const nlohmann::json& line) {
     if (!line.is_object()) {
         throw BadLine(kNoObject);
     }
@@ -401,10 +415,26 @@ void TakeLine(RunBuilder& builder, const json& line) {
                                   line["v"].dump(-1, ' ', true, json::error_handler_t::replace),
                                   Events::kFormatVersion));
     }
-    builder.Take(event.Text("event"), event);
+    builder_->Take(event.Text("event"), event);
 }
 
-}  // namespace
+void RunReader::Truncated() {
+    builder_->Truncated();
+}
+
+bool RunReader::HasRuns() const {
+    return !builder_->Runs().empty();
+}
+
+bool RunReader::IsInRun() const {
+    return builder_->IsInRun();
+}
+
+std::vector<RunRecord> RunReader::Runs() const {
+    Builder ended = *builder_;
+    ended.EndOfEvents();
+    return ended.Runs();
+}
 
 std::uint64_t DatabaseRecord::StepsEnded() const {
     return static_cast<std::uint64_t>(std::count_if(
@@ -445,8 +475,7 @@ std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
     if (!stream) {
         throw cannotRead();
     }
-    std::vector<RunRecord> runs;
-    RunBuilder builder(runs);
+    RunReader reader;
     std::uint64_t number = 0;
     std::uint64_t truncatedLine =
         0;  // the number of one that is no JSON, while it may be a truncated one
@@ -462,13 +491,13 @@ std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
         truncatedLine = 0;
         // What a killed run leaves, or one that still writes; the next run begins a new line.
         const bool mayBeTruncated = stream.eof() || line.starts_with('{');
-        if (value.is_discarded() && mayBeTruncated && !runs.empty()) {
-            runs.back().truncatedLine = true;
+        if (value.is_discarded() && mayBeTruncated && reader.HasRuns()) {
+            reader.Truncated();
             truncatedLine = stream.eof() ? 0 : number;
             continue;
         }
         try {
-            TakeLine(builder, value);
+            reader.Take(value);
         } catch (const BadLine& error) {
             refuse(number, error.what());
         }
@@ -479,11 +508,10 @@ std::vector<RunRecord> ReadRuns(const std::filesystem::path& file) {
     if (truncatedLine != 0) {
         refuse(truncatedLine, kNoObject);
     }
-    builder.EndOfEvents();
-    if (runs.empty()) {
+    if (!reader.HasRuns()) {
         throw CommandError(fmt::format("{} holds no events of a run", file.string()));
     }
-    return runs;
+    return reader.Runs();
 }
 
 }  // namespace twupdate::cli

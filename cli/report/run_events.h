@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,6 +38,7 @@ struct LadderRecord {
 struct DatabaseRecord {
     std::string name;
     std::optional<std::int64_t> siteId;
+    std::uint64_t job = 0;  ///< that has upgraded it; 0: the run itself
     double from = 0;
     EventTime start;
     EventDuration duration{0};
@@ -109,6 +112,29 @@ struct RunRecord {
     std::uint64_t StepsEnded() const;
     /// The last database that was begun and has not ended; nullptr without one.
     const DatabaseRecord* InHand() const;
+};
+
+/// Makes the records of runs from their events, one after the other.
+class RunReader {
+  public:
+    RunReader();
+    ~RunReader();
+    RunReader(const RunReader&) = delete;
+    RunReader& operator=(const RunReader&) = delete;
+
+    /// @throws std::runtime_error for what is no event of a run
+    void Take(const nlohmann::json& event);
+    /// The last event of the current run is not whole. Needs a run.
+    void Truncated();
+    bool HasRuns() const;
+    /// The end of the current run is still to come.
+    bool IsInRun() const;
+    /// The runs as they would be if their events ended here.
+    std::vector<RunRecord> Runs() const;
+
+  private:
+    class Builder;
+    std::unique_ptr<Builder> builder_;
 };
 
 /// Reads what --events has written: one run, or several in sequence.

@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iterator>
-#include <span>
+#include <map>
 
 #include "cli/report/html.h"
 #include "cli/terminal/text.h"
@@ -23,26 +22,32 @@ constexpr int kBarHeight = 12;
 constexpr int kNumberHeight = 14;
 constexpr int kGap = 6;
 
-using Databases = std::span<const DatabaseRecord>;
+using Databases = std::vector<const DatabaseRecord*>;
 
 /// The databases row by row: each alone if there are few; otherwise finished ones share rows,
 /// except the central database.
-std::vector<Databases> Rows(const RunRecord& run) {
-    const Databases all(run.databases);
-    const std::size_t chunk =
-        all.size() <= kMostRows ? 1 : (all.size() + kMostRows - 3) / (kMostRows - 2);
+std::vector<Databases> RowsInSequence(const RunRecord& run) {
+    const std::size_t all = run.databases.size();
+    const std::size_t most = all <= kMostRows ? 1 : (all + kMostRows - 3) / (kMostRows - 2);
     std::vector<Databases> rows;
-    std::size_t begin = 0;
-    while (begin < all.size()) {
-        std::size_t end = begin + 1;
-        while (all[begin].siteId && end < all.size() && end - begin < chunk && all[end].siteId &&
-               all[end].ended) {
-            ++end;
+    for (const DatabaseRecord& database : run.databases) {
+        const bool isShared = !rows.empty() && rows.back().size() < most &&
+                              rows.back().front()->siteId && database.siteId && database.ended;
+        if (!isShared) {
+            rows.emplace_back();
         }
-        rows.push_back(all.subspan(begin, end - begin));
-        begin = end;
+        rows.back().push_back(&database);
     }
     return rows;
+}
+
+/// A lane for what the run has done itself, and one for each of its jobs.
+std::map<std::uint64_t, Databases> Lanes(const RunRecord& run) {
+    std::map<std::uint64_t, Databases> lanes;
+    for (const DatabaseRecord& database : run.databases) {
+        lanes[database.job].push_back(&database);
+    }
+    return lanes;
 }
 
 class Figure {
@@ -55,8 +60,15 @@ class Figure {
               {run.duration, run.lastEvent - run.start, std::chrono::milliseconds{1}})) {}
 
     std::string Svg() {
-        for (const Databases& row : Rows(run_)) {
-            AddRow(row);
+        const auto lanes = Lanes(run_);
+        if (lanes.rbegin()->first > 0) {
+            for (const auto& [job, lane] : lanes) {
+                AddRow(lane, LaneLabel(job, lane));
+            }
+        } else {
+            for (const Databases& row : RowsInSequence(run_)) {
+                AddRow(row, LabelOf(row));
+            }
         }
         return fmt::format(
             "<svg class=\"timeline\" width=\"100%\" height=\"{0}\" role=\"img\" "
@@ -84,43 +96,57 @@ class Figure {
             attributes, from * 100, y_, std::min(width, 1 - from) * 100, kBarHeight, title);
     }
 
-    void AddRow(const Databases& row) {
-        const DatabaseRecord& first = row.front();
-        const DatabaseRecord& last = row.back();
-        body_ +=
-            fmt::format("<text x=\"0\" y=\"{}\">{}</text>\n", y_ + kLabelHeight - 4, LabelOf(row));
+    void AddRow(const Databases& row, const std::string& label) {
+        body_ += fmt::format("<text x=\"0\" y=\"{}\">{}</text>\n", y_ + kLabelHeight - 4, label);
         y_ += kLabelHeight;
-        const double from = At(first.start);
-        double end = 0;  // of several jobs the one that began last need not end last
-        for (const DatabaseRecord& database : row) {
-            end = std::max(end, At(database.start) + Share(database.duration));
+        const double from = At(row.front()->start);
+        double end = 0;
+        for (const DatabaseRecord* database : row) {
+            end = std::max(end, EndOf(*database));
         }
-        AddBar("class=\"span\"", from, end - from, LabelOf(row));
-        for (const DatabaseRecord& database : row) {
-            AddLadders(database);
-            AddSteps(database);
-        }
-        if (!last.ended) {
-            body_ += fmt::format(
-                "<line class=\"interrupted\" x1=\"{0:.2f}%\" x2=\"{0:.2f}%\" y1=\"{1}\" "
-                "y2=\"{2}\"/>\n",
-                std::min(end, 1.0) * 100, y_ - 3, y_ + kBarHeight + 3);
+        AddBar("class=\"span\"", from, end - from, label);
+        for (const DatabaseRecord* database : row) {
+            AddLadders(*database);
+            AddSteps(*database);
+            if (!database->ended) {
+                AddInterruption(EndOf(*database));
+            }
         }
         y_ += kBarHeight;
         AddNumbers(row);
         y_ += kGap;
     }
 
+    double EndOf(const DatabaseRecord& database) const {
+        return At(database.start) + Share(database.duration);
+    }
+
+    void AddInterruption(double at) {
+        body_ += fmt::format(
+            "<line class=\"interrupted\" x1=\"{0:.2f}%\" x2=\"{0:.2f}%\" y1=\"{1}\" "
+            "y2=\"{2}\"/>\n",
+            std::min(at, 1.0) * 100, y_ - 3, y_ + kBarHeight + 3);
+    }
+
+    static EventDuration Sum(const Databases& row) {
+        EventDuration sum{0};
+        for (const DatabaseRecord* database : row) {
+            sum += database->duration;
+        }
+        return sum;
+    }
+
+    std::string LaneLabel(std::uint64_t job, const Databases& lane) const {
+        return job == 0 ? LabelOf(lane)
+                        : fmt::format("job {}: {}, {}", job, Count(lane.size(), "site"),
+                                      DurationHtml(Sum(lane)));
+    }
+
     std::string LabelOf(const Databases& row) const {
-        const DatabaseRecord& first = row.front();
-        const DatabaseRecord& last = row.back();
+        const DatabaseRecord& first = *row.front();
         if (row.size() > 1) {
-            EventDuration sum{0};
-            for (const DatabaseRecord& database : row) {
-                sum += database.duration;
-            }
-            return fmt::format("{} to {}: {}, {}", NameHtml(first.name), NameHtml(last.name),
-                               Count(row.size(), "site"), DurationHtml(sum));
+            return fmt::format("{} to {}: {}, {}", NameHtml(first.name), NameHtml(row.back()->name),
+                               Count(row.size(), "site"), DurationHtml(Sum(row)));
         }
         const std::string_view end = first.ended                    ? ""
                                      : run_.end == RunEnd::kFailed  ? "failed after "
@@ -165,8 +191,7 @@ class Figure {
         std::vector<Number> numbers;
         for (std::size_t i = 0; i < marked_.size(); ++i) {
             const DatabaseRecord* database = marked_[i].database;
-            if (std::any_of(row.begin(), row.end(),
-                            [&](const DatabaseRecord& one) { return &one == database; })) {
+            if (std::find(row.begin(), row.end(), database) != row.end()) {
                 const StepRecord& step = *marked_[i].step;
                 numbers.push_back(
                     {At(step.start) + Share(step.duration) / 2, std::to_string(i + 1)});

@@ -7,9 +7,9 @@
 
 namespace twupdate::cli {
 
-/// The run as an SVG figure for a page: a row for each database, or for several where there are
-/// many, in which the bars show where the time went. It adapts to the available width without
-/// making its text smaller.
+/// The run as an SVG figure for a page: a row for each job, or without jobs for each database or
+/// for several where there are many; the bars show where the time went. It adapts to the available
+/// width without making its text smaller.
 /// @param marked  steps that get a number, from 1
 /// @param id      makes the figure's ids different from those of other figures of the page
 std::string TimelineSvg(const RunRecord& run, const std::vector<StepRun>& marked, std::size_t id);

@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/run/failures.h"
+#include "cli/run/trace.h"
+#include "cli/terminal/json_lines.h"
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
@@ -26,6 +28,11 @@ std::string TimeNow() {
     return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z",
                        fmt::gmtime(std::chrono::system_clock::to_time_t(now)), milliseconds);
 }
+
+Events::Events(const std::filesystem::path& file, Console& console)
+    : write_([lines = std::make_shared<JsonLines>(file, JsonLines::Readers::kUsual,
+                                                  JsonLines::Existing::kKept, console)](
+                 const nlohmann::ordered_json& event) { lines->Write(event); }) {}
 
 nlohmann::ordered_json Events::Line(std::string_view event) const {
     return {{"v", kFormatVersion}, {"time", TimeNow()}, {"event", event}};
@@ -71,22 +78,22 @@ void Events::RunStarting(const RunStart& start) {
     line["left_out"] = JsonOf(start.leftOut);
     line["server"] = start.server;
     line["account"] = start.account;
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::LadderStarting(const Position& where, double version) {
     auto line = Line("ladder-started", where);
     line["from"] = version;
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::LadderEnded(const Position& where) {
-    lines_.Write(Line("ladder-finished", where));
+    write_(Line("ladder-finished", where));
 }
 
 void Events::StepStarting(const Position& where) {
     slowest_[where.job] = {};
-    lines_.Write(Line("step-started", where));
+    write_(Line("step-started", where));
 }
 
 void Events::StepEnded(const Position& where, std::chrono::nanoseconds duration,
@@ -98,13 +105,13 @@ void Events::StepEnded(const Position& where, std::chrono::nanoseconds duration,
         line["slowest"] = {{"sql", ShortStatement(WithoutPasswords(slowest.sql))},
                            {"ms", Milliseconds(slowest.time)}};
     }
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::SiteStarting(const Position& where, double version) {
     auto line = Line("site-started", where);
     line["from"] = version;
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
@@ -121,7 +128,7 @@ void Events::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
     line["steps"] = done.steps;
     line["statements"] = done.statements;
     AddCounts(line, counts);
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::CallEnded(const Position& where, const Call& call) {
@@ -139,7 +146,7 @@ void Events::CallEnded(const Position& where, const Call& call) {
     }
     line["ms"] = Milliseconds(call.duration);
     line["failed"] = call.failed;
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts) {
@@ -153,7 +160,7 @@ void Events::WriteFailure(std::string_view event, const RunFailure& failure, con
     }
     line["error"] = failure.text;
     AddCounts(line, counts);
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::SiteFailed(const RunFailure& failure, const Counts& counts) {
@@ -163,7 +170,7 @@ void Events::SiteFailed(const RunFailure& failure, const Counts& counts) {
 void Events::SitesFailed(const std::vector<RunFailure>& failures) {
     auto line = Line("sites-failed");
     line["groups"] = JsonOf(GroupFailures(failures));
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::RunFailed(const RunFailure& failure, const Counts& counts) {
@@ -178,7 +185,7 @@ void Events::RunEnded(const Counts& counts, std::chrono::nanoseconds duration) {
     line["command"] = command_;
     line["ms"] = Milliseconds(duration);
     AddCounts(line, counts);
-    lines_.Write(line);
+    write_(line);
 }
 
 }  // namespace twupdate::cli

@@ -1,26 +1,33 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <utility>
 
 #include "cli/run/run_sink.h"
-#include "cli/run/trace.h"
+#include "cli/terminal/console.h"
 
 namespace twupdate::cli {
 
 /// The time now, UTC, as "2026-11-21T09:05:03.120Z".
 std::string TimeNow();
 
-/// --events: how a run goes on, for tools; one JSON object per line, behind those of earlier runs.
-/// The format is described in docs/operating/during.md and carries its version.
+/// How a run goes on, for tools: a JSON object for each event. The format is described in
+/// docs/operating/during.md and carries its version.
 class Events final : public RunSink {
   public:
     static constexpr int kFormatVersion = 1;
 
-    Events(const std::filesystem::path& file, Console& console)
-        : lines_(file, JsonLines::Readers::kUsual, JsonLines::Existing::kKept, console) {}
+    /// What takes the objects, one after the other.
+    using Write = std::function<void(const nlohmann::ordered_json& event)>;
+
+    explicit Events(Write write) : write_(std::move(write)) {}
+    /// --events: one object per line, behind those of earlier runs.
+    /// @throws CommandError when the file cannot be made
+    Events(const std::filesystem::path& file, Console& console);
 
     void RunStarting(const RunStart& start) override;
     void LadderStarting(const Position& where, double version) override;
@@ -42,7 +49,7 @@ class Events final : public RunSink {
     void WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts);
     void AddCounts(nlohmann::ordered_json& line, const Counts& counts) const;
 
-    JsonLines lines_;
+    const Write write_;
     std::string command_;
     struct Slowest {
         std::string sql;

@@ -27,6 +27,8 @@ void Progress::RunStarting(const RunStart& start) {
         jobs_[0] = Job();
         sites_ = start.sites.size();
         sitesDone_ = 0;
+        sitesFailed_ = 0;
+        statements_ = 0;
         timeLeft_ = TimeLeft();
         std::vector<double> versions;
         for (const SiteRow& site : start.sites) {
@@ -40,6 +42,7 @@ void Progress::RunStarting(const RunStart& start) {
 void Progress::SiteFailed(const RunFailure& failure, const Counts& /*counts*/) {
     {
         const std::lock_guard lock(mutex_);
+        ++sitesFailed_;
         SiteLeft(failure.where.job);
     }
     if (failure.where.job > 0) {  // the other jobs go on for a while
@@ -48,18 +51,26 @@ void Progress::SiteFailed(const RunFailure& failure, const Counts& /*counts*/) {
 }
 
 void Progress::RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {
-    ticker_.reset();
-    console_.ClearProgress();
+    End();
 }
 
 void Progress::RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*duration*/) {
+    End();
+}
+
+void Progress::End() {
     ticker_.reset();
     console_.ClearProgress();
+    const std::lock_guard lock(mutex_);
+    jobs_.clear();
+    jobs_[0].atWork = false;
 }
 
 void Progress::Doing(const Position& where, const std::string& activity) {
     const std::lock_guard lock(mutex_);
-    jobs_[where.job].activity = activity;
+    Job& job = jobs_[where.job];
+    job.atWork = true;
+    job.activity = activity;
     Draw();
 }
 
@@ -83,6 +94,8 @@ void Progress::StepEnded(const Position& where, std::chrono::nanoseconds duratio
 void Progress::SiteStarting(const Position& where, double version) {
     const std::lock_guard lock(mutex_);
     timeLeft_.SiteStarting(version, where.job);
+    jobs_[where.job].atWork = true;
+    jobs_[where.job].stepStarted = Clock::now();
     GoOn(where);
 }
 
@@ -96,8 +109,9 @@ void Progress::CallStarting(const Position& where) {
     job.activity.clear();
 }
 
-void Progress::CallEnded(const Position& where, const Call& /*call*/) {
+void Progress::CallEnded(const Position& where, const Call& call) {
     const std::lock_guard lock(mutex_);
+    statements_ += call.operation ? 1U : 0U;
     Job& job = jobs_[where.job];
     job.inCall = false;
     job.wait.reset();
@@ -122,9 +136,8 @@ void Progress::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
 
 void Progress::SiteLeft(unsigned job) {
     timeLeft_.SiteEnded(job);
-    if (job > 0) {
-        jobs_.erase(job);
-    }
+    jobs_[job] = Job();
+    jobs_[job].atWork = job == 0;
 }
 
 void Progress::GoOn(const Position& where) {
@@ -180,41 +193,78 @@ void Progress::AskForWait(unsigned number) {
     }
 }
 
-std::vector<const Progress::Job*> Progress::InHand() const {
-    std::vector<const Job*> jobs;
+ProgressFigures Progress::Figures() const {
+    const std::lock_guard lock(mutex_);
+    ProgressFigures figures;
+    figures.sites = sites_;
+    figures.sitesDone = sitesDone_;
+    figures.sitesFailed = sitesFailed_;
+    figures.statements = statements_;
+    figures.left = timeLeft_.Estimate();
     for (const auto& [number, job] : jobs_) {
-        if (number > 0 || jobs_.size() == 1) {  // the run itself waits for its jobs
-            jobs.push_back(&job);
-        }
+        const bool isAtWork = job.atWork && (number > 0 || !HasJobs());
+        figures.jobs += isAtWork ? 1U : 0U;
+        figures.sitesInProgress += isAtWork && job.where.siteId ? 1U : 0U;
+        figures.waiting += job.wait ? 1U : 0U;
     }
-    return jobs;
+    return figures;
 }
 
-std::vector<std::string> Progress::Parts() const {
-    const auto now = Clock::now();
-    const auto jobs = InHand();
+/// How the run goes on as a whole.
+std::vector<std::string> Progress::WholeLine() const {
     std::vector<std::string> parts;
-    for (const Job* job : jobs) {
-        if (job->wait) {
-            parts.push_back(fmt::format("waits {} for {}", DurationText(now - job->callStarted),
-                                        job->wait->brief));
-        }
-    }
     if (sites_ > 0) {
         parts.push_back(fmt::format("{} of {}", Grouped(sitesDone_), Count(sites_, "site")));
     }
-    std::string time = DurationText(now - started_);
+    if (sitesFailed_ > 0) {
+        parts.push_back(fmt::format("{} failed", Grouped(sitesFailed_)));
+    }
+    std::string time = DurationText(Clock::now() - started_);
     if (const auto left = timeLeft_.Estimate()) {
         time += fmt::format(", about {} left", DurationText(*left));
     }
     parts.push_back(std::move(time));
-    for (const Job* job : jobs) {
-        AddParts(*job, parts);
-    }
     return parts;
 }
 
-void Progress::AddParts(const Job& job, std::vector<std::string>& parts) {
+std::vector<std::vector<std::string>> Progress::Lines() const {
+    if (!HasJobs()) {
+        const Job& run = jobs_.begin()->second;
+        std::vector<std::string> line;
+        AddWait(run, line);
+        for (std::string& part : WholeLine()) {
+            line.push_back(std::move(part));
+        }
+        AddPlace(run, line);
+        if (const auto time = Clock::now() - run.stepStarted; run.where.step && time >= kLong) {
+            line.push_back(fmt::format("step {}", DurationText(time)));
+        }
+        return {line};
+    }
+    std::vector<std::vector<std::string>> lines{WholeLine()};
+    for (const auto& [number, job] : jobs_) {
+        if (number == 0) {  // the run itself waits for its jobs
+            continue;
+        }
+        std::vector<std::string> line{fmt::format("job {}", number)};
+        if (job.atWork) {
+            AddWait(job, line);
+            AddPlace(job, line);
+            line.push_back(DurationText(Clock::now() - job.stepStarted));
+        }
+        lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+void Progress::AddWait(const Job& job, std::vector<std::string>& parts) {
+    if (job.wait) {
+        parts.push_back(fmt::format("waits {} for {}", DurationText(Clock::now() - job.callStarted),
+                                    job.wait->brief));
+    }
+}
+
+void Progress::AddPlace(const Job& job, std::vector<std::string>& parts) {
     if (!job.activity.empty()) {
         parts.push_back(job.activity);
         return;
@@ -223,16 +273,13 @@ void Progress::AddParts(const Job& job, std::vector<std::string>& parts) {
     if (job.where.step) {
         parts.push_back(fmt::format("{} {}", LadderName(job.where.step->ladder),
                                     VersionText(job.where.step->threshold)));
-        if (const auto time = Clock::now() - job.stepStarted; time >= kLong) {
-            parts.push_back(fmt::format("step {}", DurationText(time)));
-        }
     }
 }
 
 void Progress::Draw() {
     if (console_.Interactive()) {
         drawn_ = Clock::now();
-        console_.DrawProgress(Parts());
+        console_.DrawProgress(Lines());
     }
 }
 

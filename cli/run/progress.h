@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -16,9 +17,22 @@
 
 namespace twupdate::cli {
 
-/// Tells the person how the run goes on: on a terminal a line that is drawn over every second,
-/// otherwise a plain line for each database that is done. When a statement has taken five seconds
-/// it asks every five seconds whether it waits for a lock, and tells whose.
+/// What a run has done and what is still to come.
+struct ProgressFigures {
+    std::uint64_t sites = 0;  ///< that the run is to upgrade
+    std::uint64_t sitesDone = 0;
+    std::uint64_t sitesFailed = 0;
+    std::uint64_t sitesInProgress = 0;
+    std::uint64_t statements = 0;
+    std::uint64_t jobs = 0;     ///< at work; 1 while the run has none of its own
+    std::uint64_t waiting = 0;  ///< statements that wait for a lock, as far as that is known
+    std::optional<std::chrono::nanoseconds> left;
+};
+
+/// Tells the person how the run goes on: on a terminal a line that is drawn over every second, and
+/// one for each job if there are several; otherwise a plain line for each database that is done.
+/// When a statement has taken five seconds it asks every five seconds whether it waits for a lock,
+/// and tells whose.
 class Progress final : public RunSink {
   public:
     /// Tells whether the current statement there waits for a lock. It is called from a thread of
@@ -30,6 +44,9 @@ class Progress final : public RunSink {
     /// What the program does itself between two statements, e.g. "dumping tw_7"; until the run
     /// goes on.
     void Doing(const Position& where, const std::string& activity);
+
+    /// May be called from any thread.
+    ProgressFigures Figures() const;
 
     void RunStarting(const RunStart& start) override;
     void LadderStarting(const Position& where, double version) override;
@@ -47,6 +64,7 @@ class Progress final : public RunSink {
   private:
     /// What one job of the run does, or the run itself.
     struct Job {
+        bool atWork = true;  ///< it has a site, or is the run itself
         Position where;
         std::string activity;
         Clock::time_point stepStarted = Clock::now();
@@ -58,24 +76,29 @@ class Progress final : public RunSink {
         std::optional<LockWait> wait;  ///< of the current call
     };
 
+    void End();
     void Tick();
     void AskForWait(unsigned number);
     void GoOn(const Position& where);
     /// The job has no current site.
     void SiteLeft(unsigned job);
-    std::vector<const Job*> InHand() const;
-    std::vector<std::string> Parts() const;
-    static void AddParts(const Job& job, std::vector<std::string>& parts);
+    bool HasJobs() const { return jobs_.size() > 1; }
+    std::vector<std::string> WholeLine() const;
+    std::vector<std::vector<std::string>> Lines() const;
+    static void AddWait(const Job& job, std::vector<std::string>& parts);
+    static void AddPlace(const Job& job, std::vector<std::string>& parts);
     void Draw();
 
     Console& console_;
     const FindWait findWait_;
 
-    std::mutex mutex_;  ///< guards what follows
+    mutable std::mutex mutex_;  ///< guards what follows
     TimeLeft timeLeft_;
-    std::map<unsigned, Job> jobs_;  ///< with something in progress, by number; the run is 0
+    std::map<unsigned, Job> jobs_;  ///< by number; the run is 0
     std::uint64_t sites_ = 0;
     std::uint64_t sitesDone_ = 0;
+    std::uint64_t sitesFailed_ = 0;
+    std::uint64_t statements_ = 0;
     Clock::time_point started_ = Clock::now();
     Clock::time_point drawn_;
 

@@ -72,9 +72,9 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options, const std
         const auto began = Clock::now();
         const Ticker ticker([&] {
             console.DrawProgress(
-                {fmt::format("waits {} of {} for another run", DurationText(Clock::now() - began),
-                             DurationText(std::chrono::seconds(options.lockWaitSeconds))),
-                 holder});
+                {{fmt::format("waits {} of {} for another run", DurationText(Clock::now() - began),
+                              DurationText(std::chrono::seconds(options.lockWaitSeconds))),
+                  holder}});
         });
         got = Take(options.lockWaitSeconds);
     }

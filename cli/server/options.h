@@ -43,6 +43,8 @@ struct GlobalOptions {
     std::filesystem::path trace;
     std::filesystem::path events;
     std::filesystem::path log;
+    std::filesystem::path metrics;
+    std::filesystem::path report;
     bool json = false;
     bool quiet = false;
 };

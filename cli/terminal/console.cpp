@@ -1,8 +1,10 @@
 #include "cli/terminal/console.h"
 
+#include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -38,12 +40,14 @@ Console::Terminal Console::TerminalOfOutput() {
     return term.empty() || term == "dumb" ? Terminal::kPlain : Terminal::kDrawable;
 }
 
-std::size_t Console::Width() {
-    winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-        return size.ws_col;
+Console::Size Console::TerminalSize() {
+    Size size;
+    winsize known{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &known) == 0) {
+        size.columns = known.ws_col > 0 ? known.ws_col : size.columns;
+        size.lines = known.ws_row > 0 ? known.ws_row : size.lines;
     }
-    return 80;
+    return size;
 }
 
 void Console::Say(std::string_view line) {
@@ -90,15 +94,32 @@ void Console::Error(std::string_view line) {
     PutLine(stderr, MessageLines(line));
 }
 
-void Console::DrawProgress(const std::vector<std::string>& parts) {
+void Console::DrawProgress(const std::vector<std::vector<std::string>>& lines) {
     if (!Interactive()) {
         return;
     }
-    const std::string line = "\r\x1b[K" + FittingParts(parts, Width() - 1);
+    const Size size = TerminalSize();
+    const std::size_t most = std::max<std::size_t>(size.lines, 2) - 1;
+    const std::size_t shown = std::min(lines.size(), most);
     const std::lock_guard lock(mutex_);
-    std::fwrite(line.data(), 1, line.size(), stdout);
+    // Each line is erased behind its text alone, so that nothing flickers.
+    std::string drawing = ToFirstLine(size);
+    for (std::size_t i = 0; i < shown; ++i) {
+        drawing += (i == 0 ? "" : "\n") + FittingParts(lines[i], size.columns - 1) + "\x1b[K";
+    }
+    if (shown < drawn_) {
+        drawing += "\x1b[J";
+    }
+    std::fwrite(drawing.data(), 1, drawing.size(), stdout);
     std::fflush(stdout);
-    drawn_ = true;
+    drawn_ = shown;
+    drawnAt_ = size;
+}
+
+std::string Console::ToFirstLine(Size size) const {
+    // How a terminal of another size shows the old lines is not known: they stay, and new ones
+    // begin below.
+    return drawn_ > 1 && size == drawnAt_ ? fmt::format("\r\x1b[{}A", drawn_ - 1) : "\r";
 }
 
 void Console::ClearProgress() {
@@ -107,10 +128,11 @@ void Console::ClearProgress() {
 }
 
 void Console::Clear() {
-    if (drawn_) {
-        std::fputs("\r\x1b[K", stdout);
+    if (drawn_ > 0) {
+        const std::string erasing = ToFirstLine(TerminalSize()) + "\x1b[J";
+        std::fwrite(erasing.data(), 1, erasing.size(), stdout);
         std::fflush(stdout);
-        drawn_ = false;
+        drawn_ = 0;
     }
 }
 

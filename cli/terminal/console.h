@@ -37,8 +37,13 @@ class Console {
     bool Interactive() const { return terminal_ == Terminal::kDrawable; }
     /// True if it is a terminal that accepts only plain lines (TERM=dumb).
     bool OnPlainTerminal() const { return terminal_ == Terminal::kPlain; }
-    /// Columns of the terminal, 80 if unknown.
-    static std::size_t Width();
+    /// The size of the terminal, 80 columns and 24 lines if unknown.
+    struct Size {
+        std::size_t columns = 80;
+        std::size_t lines = 24;
+        bool operator==(const Size&) const = default;
+    };
+    static Size TerminalSize();
 
     /// A line about progress; omitted with --json and --quiet.
     void Say(std::string_view line);
@@ -53,8 +58,9 @@ class Console {
     void Warn(std::string_view line);
     void Error(std::string_view line);
 
-    /// Redraws the progress line with these parts, as FittingParts() returns them.
-    void DrawProgress(const std::vector<std::string>& parts);
+    /// Draws the progress over the one before: a line for each list of parts, as FittingParts()
+    /// returns them, as long as the terminal has room.
+    void DrawProgress(const std::vector<std::vector<std::string>>& lines);
     void ClearProgress();
 
   private:
@@ -63,12 +69,15 @@ class Console {
     static Terminal TerminalOfOutput();
     void PutResult(std::string_view line);
     void Clear();
+    /// Moves to the beginning of what was drawn.
+    std::string ToFirstLine(Size size) const;
 
     bool json_;
     bool quiet_;
-    Terminal terminal_;  ///< none where no progress is shown
-    std::mutex mutex_;   ///< guards the two streams and what follows
-    bool drawn_ = false;
+    Terminal terminal_;      ///< none where no progress is shown
+    std::mutex mutex_;       ///< guards the two streams and what follows
+    std::size_t drawn_ = 0;  ///< lines of progress
+    Size drawnAt_;           ///< the terminal's size at that time
     int outputError_ = 0;
 };
 

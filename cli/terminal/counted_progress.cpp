@@ -77,7 +77,7 @@ std::vector<std::string> CountedProgress::Parts() const {
 void CountedProgress::Draw() {
     drawn_ = Clock::now();
     if (number_ > 0 || !waitsFor_.empty()) {
-        console_.DrawProgress(Parts());
+        console_.DrawProgress({Parts()});
     }
 }
 

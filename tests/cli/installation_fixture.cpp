@@ -189,6 +189,26 @@ void InstallationTest::FillComponents() {
         fmt::format("{}", fmt::join(rows, ", ")) + ";");
 }
 
+void InstallationTest::MakeSmallSite(std::int32_t siteId) {
+    const std::string database = "tw_" + std::to_string(siteId);
+    Execute("CREATE DATABASE " + database + ";");
+    Execute("CREATE TABLE " + database + ".formtemplateinstance(featureid INT) ENGINE = InnoDB;");
+    MakeSiteRow(siteId, "1.0262");
+}
+
+void InstallationTest::MakeSitesInUse(const std::vector<std::int32_t>& sites) {
+    MakeNearlyCurrentInstallation();
+    reader_ = Application();
+    for (const std::int32_t siteId : sites) {
+        MakeSmallSite(siteId);
+    }
+    reader_->Execute("START TRANSACTION;");
+    for (const std::int32_t siteId : sites) {
+        reader_->Query("SELECT COUNT(*) FROM tw_" + std::to_string(siteId) +
+                       ".formtemplateinstance;");
+    }
+}
+
 void InstallationTest::MakeSiteRow(std::int32_t siteId, const std::string& version) {
     Execute("INSERT INTO tw_tarnwick.site(siteid, sitename, version) VALUES(" +
             std::to_string(siteId) + ", 'Site " + std::to_string(siteId) + "', " + version + ");");

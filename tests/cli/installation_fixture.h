@@ -87,9 +87,13 @@ class InstallationTest : public testing::Test {
         return reader;
     }
 
-    static bool SomebodyWaits(const std::string& state = "table metadata lock") {
+    /// How many connections have that state, as a text.
+    static std::string Waiting(const std::string& state = "table metadata lock") {
         return Cell("SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%" +
-                    state + "%';") != "0";
+                    state + "%';");
+    }
+    static bool SomebodyWaits(const std::string& state = "table metadata lock") {
+        return Waiting(state) != "0";
     }
 
     InstallationTest();
@@ -104,6 +108,10 @@ class InstallationTest : public testing::Test {
                   const sample::Groups& groups = {});
     /// A site at 1.0262 whose one schema step, SiteSchemaStep_1_0264, the server refuses.
     void MakeSiteThatFails(std::int32_t siteId);
+    /// A site at 1.0262 with the one table that its schema step alters.
+    void MakeSmallSite(std::int32_t siteId);
+    /// Such sites, of which `reader_` has read that table: each run that begins one waits.
+    void MakeSitesInUse(const std::vector<std::int32_t>& sites);
     /// The row alone.
     void MakeSiteRow(std::int32_t siteId, const std::string& version);
     /// An installation that has a short way to go: the central database as create-core makes it,
@@ -131,6 +139,7 @@ class InstallationTest : public testing::Test {
     static std::vector<std::string> With(const std::vector<std::string>& arguments);
 
     TemporaryFolder folder_;
+    std::shared_ptr<host::Connection> reader_;
 };
 
 }  // namespace twupdate::test

@@ -133,38 +133,7 @@ class Jobs : public InstallationTest {
         return calls;
     }
 
-    /// Sites at 1.0262 of which an application has read the one table that they still alter, so
-    /// that every job that begins one waits.
-    void MakeSitesInUse(const std::vector<std::int32_t>& sites) {
-        MakeNearlyCurrentInstallation();
-        reader_ = Application();
-        for (const std::int32_t siteId : sites) {
-            MakeSmallSite(siteId);
-        }
-        reader_->Execute("START TRANSACTION;");
-        for (const std::int32_t siteId : sites) {
-            reader_->Query(fmt::format("SELECT COUNT(*) FROM tw_{}.formtemplateinstance;", siteId));
-        }
-    }
-
-    /// A site at 1.0262 with the one table that its schema step alters.
-    void MakeSmallSite(std::int32_t siteId) {
-        Execute(fmt::format("CREATE DATABASE tw_{};", siteId));
-        Execute(
-            fmt::format("CREATE TABLE tw_{}.formtemplateinstance(featureid INT) ENGINE = "
-                        "InnoDB;",
-                        siteId));
-        MakeSiteRow(siteId, "1.0262");
-    }
-
-    static std::string Waiting() {
-        return Cell(
-            "SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%table "
-            "metadata lock%';");
-    }
-
     static constexpr int kSites[] = {7, 8, 9, 10, 11};
-    std::shared_ptr<host::Connection> reader_;
 };
 
 TEST_F(Jobs, SendForEachSiteWhatTheWalkSends) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <functional>
 #include <future>
+#include <regex>
 #include <thread>
 
 #include "cli/installation_fixture.h"
@@ -41,16 +42,12 @@ class ProgressOfARun : public InstallationTest {
         return std::filesystem::directory_iterator(backup)->path().string();
     }
 
-    /// Each line that was drawn over the one before.
+    /// Each line that was drawn, over another or below one.
     static std::vector<std::string> DrawnLines(const std::string& output) {
-        const std::string mark = "\r\x1b[K";
+        static const std::regex form("[\r\n]([^\r\n\x1b]+)\x1b\\[K");
         std::vector<std::string> lines;
-        for (auto at = output.find(mark); at != std::string::npos; at = output.find(mark, at + 1)) {
-            const auto begin = at + mark.size();
-            std::string line = output.substr(begin, output.find_first_of("\r\n", begin) - begin);
-            if (!line.empty()) {
-                lines.push_back(std::move(line));
-            }
+        for (std::sregex_iterator one(output.begin(), output.end(), form), end; one != end; ++one) {
+            lines.push_back((*one)[1]);
         }
         return lines;
     }
@@ -68,7 +65,7 @@ TEST_F(ProgressOfARun, IsALineThatMakesRoomForWhatFollows) {
               Contains(ContainsRegex("^0 of 1 site  [0-9.]+ s, about [0-9.]+ s left  dumping "
                                      "tw_7$"))));
     // The line is gone when the summary stands there.
-    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[KDone: 2 databases"));
+    EXPECT_THAT(outcome.out, ContainsRegex("\r\x1b\\[JDone: 2 databases"));
 }
 
 TEST_F(ProgressOfARun, FitsTheTerminal) {
@@ -115,6 +112,75 @@ TEST_F(ProgressOfARun, MovesWhileAStatementWaitsAndNamesWhoKeepsItWaiting) {
     EXPECT_THAT(waiting,
                 Each(ContainsRegex("^waits [0-9.]+ s for " + blocker + "[0-9]+ s  0 of 1 site")));
     EXPECT_NE(waiting.front(), waiting.back());
+}
+
+/// A terminal that knows what the program sends: how it shows the output, and every block of
+/// progress that it has shown on the way.
+class Screen {
+  public:
+    explicit Screen(const std::string& output) {
+        static const std::regex piece("\x1b\\[([0-9]*)([AJK])|\r|\n|[^\x1b\r\n]+");
+        for (std::sregex_iterator one(output.begin(), output.end(), piece), end; one != end;
+             ++one) {
+            Take((*one).str(), (*one)[1], (*one)[2]);
+        }
+    }
+    const std::vector<std::string>& Lines() const { return lines_; }
+    /// What was below that line when another drawing began.
+    const std::vector<std::vector<std::string>>& Blocks() const { return blocks_; }
+
+  private:
+    void Take(const std::string& text, const std::string& number, const std::string& command) {
+        if (command == "A") {
+            blocks_.emplace_back(lines_.end() - std::stol(number) - 1, lines_.end());
+            line_ -= std::stoul(number);
+        } else if (command == "K") {
+            lines_[line_].resize(column_);
+        } else if (command == "J") {
+            lines_.resize(line_ + 1);
+            lines_[line_].resize(column_);
+        } else if (text == "\r") {
+            column_ = 0;
+        } else if (text == "\n") {
+            lines_.resize(std::max(lines_.size(), ++line_ + 1));
+        } else {
+            lines_[line_].resize(std::max(lines_[line_].size(), column_ + text.size()));
+            lines_[line_].replace(column_, text.size(), text);
+            column_ += text.size();
+        }
+    }
+
+    std::vector<std::string> lines_{""};
+    std::vector<std::vector<std::string>> blocks_;
+    std::size_t line_ = 0;
+    std::size_t column_ = 0;
+};
+
+TEST_F(ProgressOfARun, HasALineForEachJob) {
+    MakeSitesInUse({7, 8});
+    MakeSmallSite(9);
+    auto run = std::async(std::launch::async, [] {
+        return RunOnTerminal(With({"upgrade", "--jobs", "2"}), 140);
+    });
+    EXPECT_TRUE(WaitUntil([] { return Waiting() == "2"; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(6500));
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.get();
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    const Screen screen(outcome.out);
+    const std::string wait = "waits [0-9.]+ s for connection " +
+                             std::to_string(reader_->ThreadId()) + " of root@localhost, idle for ";
+    const auto job = [&](const char* number, const std::string& more) {
+        return ContainsRegex("^job " + std::string(number) + "  " + more);
+    };
+    EXPECT_THAT(screen.Blocks(),
+                Contains(testing::ElementsAre(
+                    ContainsRegex("^[01] of 3 sites  [0-9.]+ s"),
+                    job("1", wait + "[0-9]+ s  tw_[789]  site schema 1\\.0264  [0-9.]+ s$"),
+                    job("2", wait + "[0-9]+ s  tw_[789]  site schema 1\\.0264  [0-9.]+ s$"))));
+    // Nothing of it is left.
+    EXPECT_THAT(screen.Lines(), Each(Not(HasSubstr("job "))));
+    EXPECT_THAT(screen.Lines(), Contains(HasSubstr("Done: 4 databases")));
 }
 
 TEST_F(ProgressOfARun, GoesInPlainLinesToATerminalThatIsDumb) {

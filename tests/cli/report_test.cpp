@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -491,6 +492,42 @@ TEST(ReportPage, HasARowForEachSiteWhileThereIsRoom) {
     EXPECT_THAT(page, AllOf(HasSubstr("tw_60: 1.0 s</text>"), Not(HasSubstr("tw_1 to "))));
 }
 
+TEST(ReportPage, HasALaneForEachJob) {
+    const auto begins = [](int second, int id, int job) {
+        return Line(
+            second, "site-started",
+            fmt::format(R"("job":{0},"database":"tw_{1}","site":{1},"from":1.0262)", job, id));
+    };
+    const auto ends = [](int second, int id, int took) {
+        return Line(second, "site-finished",
+                    fmt::format(R"("database":"tw_{0}","site":{0},"ms":{1})", id, took * 1000));
+    };
+    const std::string page = cli::ReportPage(
+        Runs(RunStarted(0, 4) + Central() + begins(10, 7, 1) + begins(11, 8, 2) + ends(14, 7, 4) +
+             begins(15, 9, 1) + ends(18, 9, 3) + ends(19, 8, 8) + begins(20, 10, 2) +
+             Line(22, "run-stopped", R"("database":"tw_10","error":"stop")")));
+    EXPECT_THAT(
+        page,
+        AllOf(HasSubstr(">tw_tarnwick: 10 s</text>"), HasSubstr(">job 1: 2 sites, 7.0 s</text>"),
+              HasSubstr(">job 2: 2 sites, 10 s</text>"),  // 8 s, and 2 s until the stop
+              Not(HasSubstr("tw_7: "))));
+    // The site that has not ended, at the end of the 22 s.
+    EXPECT_THAT(page, HasSubstr("<line class=\"interrupted\" x1=\"100.00%\""));
+}
+
+TEST(ReportPage, ReloadsItselfUntilTheRunHasEnded) {
+    const std::string running = RunStarted(0, 2) + Central() + SiteStarted(11, 7);
+    const auto page = [](const std::string& events) {
+        return cli::ReportPage(Runs(events), seconds(5));
+    };
+    EXPECT_THAT(page(running),
+                AllOf(HasSubstr("<meta http-equiv=\"refresh\" content=\"5\">"),
+                      HasSubstr("<strong>▶ Running:</strong> the last event is of 2026-11-21 "
+                                "22:00:11 UTC, in tw_7."),
+                      Not(HasSubstr("was killed, or"))));
+    EXPECT_THAT(page(WholeRun()), AllOf(Not(HasSubstr("refresh")), HasSubstr("✓ Finished.")));
+}
+
 TEST(ReportPage, ListsEveryDatabaseWithItsOutcome) {
     const std::string planned =
         R"(,"sites":[{"site":7,"from":1.0262},{"site":8,"from":1.0262},{"site":10,"from":1.01}])";
@@ -773,6 +810,35 @@ TEST_F(ReportOfARun, HasTheFiguresThatTheRunPrints) {
                                        HasSubstr("<h3>SiteSchemaStep_1_0264: server error " +
                                                  std::to_string(error["code"].get<int>())),
                                        HasSubstr("<li>tw_8, "), HasSubstr("✗ still open")));
+}
+
+TEST_F(ReportOfARun, CanBeWatchedWhileItGoesOn) {
+    MakeSitesInUse({7});
+    const auto page = folder_ / "new" / "page.html";
+    Program run(With({"--report", page.string(), "upgrade", "--jobs", "2"}));
+    EXPECT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
+    EXPECT_TRUE(WaitUntil([&] {
+        return ContentOf(page).find("in tw_7, step SiteSchemaStep_1_0264") != std::string::npos;
+    }));
+    EXPECT_THAT(ContentOf(page), HasSubstr("▶ Running:"));
+    reader_->Execute("COMMIT;");
+    EXPECT_EQ(run.Wait().status, 0);
+    EXPECT_THAT(ContentOf(page), AllOf(HasSubstr("✓ Finished."), HasSubstr(">job 1: 1 site"),
+                                       Not(HasSubstr("refresh"))));
+    EXPECT_FALSE(fs::exists(page.string() + ".part"));
+}
+
+TEST_F(ReportOfARun, ThatCannotBeWrittenAnyMoreDoesNotEndTheRun) {
+    MakeSitesInUse({7});
+    const auto page = folder_ / "pages" / "page.html";
+    Program run(With({"--report", page.string(), "upgrade"}));
+    EXPECT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
+    fs::remove_all(page.parent_path());
+    reader_->Execute("COMMIT;");
+    const Outcome outcome = run.Wait();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "twupdate: warning: cannot continue to write " + page.string() +
+                               ": No such file or directory; the run continues without it\n");
 }
 
 }  // namespace
