@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -11,6 +13,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/plan_sql.h"
 #include "cli/commands/site_option.h"
+#include "cli/report/forecast.h"
 #include "cli/run/progress_marks.h"
 #include "cli/server/installation.h"
 #include "cli/server/left_out.h"
@@ -182,9 +185,74 @@ std::vector<PlannedWalk> WalksOf(const Plan& plan) {
     return walks;
 }
 
+constexpr std::array<unsigned, 4> kJobs{1, 2, 4, 8};
+
+Forecast ForecastOf(const Plan& plan, const std::filesystem::path& events) {
+    std::vector<Forecast::Database> databases;
+    for (const PlannedWalk& walk : WalksOf(plan)) {
+        const bool isSite = walk.siteId != 0;
+        databases.push_back(
+            {isSite ? fmt::format("tw_{}", walk.siteId) : "tw_tarnwick", isSite, walk.version});
+    }
+    return MakeForecast(ReadRuns(events), databases);
+}
+
+void Print(const Forecast& forecast, Console& console) {
+    console.Print(
+        fmt::format("\nExpected time, from what earlier runs have measured ({} of {} as a whole):",
+                    Grouped(forecast.measuredThemselves), Count(forecast.databases, "database")));
+    for (const unsigned jobs : kJobs) {
+        console.Print(fmt::format("  --jobs {}  {}", jobs, DurationText(forecast.WithJobs(jobs))));
+    }
+    console.Print(
+        fmt::format("  No number of jobs takes less than {}.", DurationText(forecast.Floor())));
+    constexpr std::array<const char*, kStatementKinds> kTexts{"that change tables",
+                                                              "that change rows", "that read"};
+    console.Print("Statements, one after the other:");
+    for (std::size_t i = 0; i < kStatementKinds; ++i) {
+        const auto& kind = forecast.kinds.at(i);
+        console.Print(
+            fmt::format("  {:>12}  {:<18}  {}",
+                        Grouped(static_cast<std::uint64_t>(std::llround(kind.statements))),
+                        kTexts.at(i), DurationText(kind.time)));
+    }
+    if (!forecast.unmeasuredSteps.empty()) {
+        console.Print(fmt::format("{} not measured and count as the mean of the others: {}",
+                                  Count(forecast.unmeasuredSteps.size(), "step was", "steps were"),
+                                  fmt::join(forecast.unmeasuredSteps, ", ")));
+    }
+    if (forecast.hadJobs) {
+        console.Print(
+            "The measured run had several jobs, whose statements waited for one another: the "
+            "times are too long. A rehearsal measures better.");
+    }
+}
+
+nlohmann::ordered_json JsonOf(const Forecast& forecast) {
+    const auto seconds = [](EventDuration duration) {
+        return std::chrono::duration<double>(duration).count();
+    };
+    nlohmann::ordered_json result;
+    for (const unsigned jobs : kJobs) {
+        result["seconds_with_jobs"][std::to_string(jobs)] = seconds(forecast.WithJobs(jobs));
+    }
+    result["least_seconds"] = seconds(forecast.Floor());
+    for (std::size_t i = 0; i < kStatementKinds; ++i) {
+        const auto& kind = forecast.kinds.at(i);
+        result["kinds"][KindName(static_cast<StatementKind>(i))] = {
+            {"statements", std::llround(kind.statements)}, {"seconds", seconds(kind.time)}};
+    }
+    result["databases"] = forecast.databases;
+    result["measured_as_a_whole"] = forecast.measuredThemselves;
+    result["unmeasured_steps"] = forecast.unmeasuredSteps;
+    result["measured_with_several_jobs"] = forecast.hadJobs;
+    return result;
+}
+
 struct PlanOptions {
     std::optional<std::int32_t> siteId;
     bool sql = false;
+    std::filesystem::path times;  ///< events of an earlier run; may be empty
 };
 
 int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& planOptions) {
@@ -219,8 +287,14 @@ int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& 
         console.Result(result);
         return kDone;
     }
+    auto result = JsonOf(plan);
     Print(plan, console);
-    console.Result(JsonOf(plan));
+    if (!planOptions.times.empty()) {
+        const Forecast forecast = ForecastOf(plan, planOptions.times);
+        Print(forecast, console);
+        result["times"] = JsonOf(forecast);
+    }
+    console.Result(result);
     return kDone;
 }
 
@@ -233,6 +307,12 @@ void AddPlan(CLI::App& app, Invocation& invocation) {
                   "Show only this site, as upgrade-site would run it");
     command->add_flag("--sql", planOptions->sql,
                       "Print the SQL statements; an outline where they depend on rows");
+    command
+        ->add_option("--times", planOptions->times,
+                     "Estimate the time of the upgrade from the events of a rehearsal or of "
+                     "earlier runs")
+        ->type_name("EVENTS")
+        ->check(FaultOfEmptyValue);
     command->callback([&invocation, planOptions] {
         invocation.run = [planOptions](const GlobalOptions& options, Console& console) {
             return ShowPlan(options, console, *planOptions);

@@ -277,6 +277,11 @@ class RunReader::Builder {
         const Event slowest = event.Object("slowest");
         step.slowest = slowest.Text("sql");
         step.slowestTime = slowest.Duration();
+        for (std::size_t i = 0; i < kStatementKinds; ++i) {
+            const Event kind =
+                event.Object("kinds").Object(KindName(static_cast<StatementKind>(i)));
+            step.kinds.at(i) = {kind.Number("statements"), kind.Duration()};
+        }
         database->ladders.back().end = time;
         runs_.back().statements += step.statements;
     }

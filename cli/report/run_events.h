@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/run/statement_kind.h"
+
 namespace twupdate::cli {
 
 /// UTC, as the events have it.
@@ -26,6 +28,7 @@ struct StepRecord {
     bool ended = false;
     std::string slowest;  ///< its statement that took longest; empty without any
     EventDuration slowestTime{0};
+    KindTotals kinds{};  ///< of its statements; empty in events without them
 };
 
 struct LadderRecord {

@@ -92,7 +92,7 @@ void Events::LadderEnded(const Position& where) {
 }
 
 void Events::StepStarting(const Position& where) {
-    slowest_[where.job] = {};
+    inStep_[where.job] = {};
     write_(Line("step-started", where));
 }
 
@@ -101,9 +101,16 @@ void Events::StepEnded(const Position& where, std::chrono::nanoseconds duration,
     auto line = Line("step-finished", where);
     line["ms"] = Milliseconds(duration);
     line["statements"] = statements;
-    if (const Slowest& slowest = slowest_[where.job]; !slowest.sql.empty()) {
-        line["slowest"] = {{"sql", ShortStatement(WithoutPasswords(slowest.sql))},
-                           {"ms", Milliseconds(slowest.time)}};
+    const Statements& done = inStep_[where.job];
+    for (std::size_t i = 0; i < kStatementKinds; ++i) {
+        if (const KindTotal& total = done.kinds.at(i); total.statements > 0) {
+            line["kinds"][KindName(static_cast<StatementKind>(i))] = {
+                {"statements", total.statements}, {"ms", Milliseconds(total.time)}};
+        }
+    }
+    if (!done.slowest.empty()) {
+        line["slowest"] = {{"sql", ShortStatement(WithoutPasswords(done.slowest))},
+                           {"ms", Milliseconds(done.slowestTime)}};
     }
     write_(line);
 }
@@ -132,9 +139,15 @@ void Events::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
 }
 
 void Events::CallEnded(const Position& where, const Call& call) {
-    if (Slowest& slowest = slowest_[where.job];
-        !call.sql.empty() && call.duration >= slowest.time) {
-        slowest = {std::string(call.sql), call.duration};
+    if (!call.sql.empty()) {
+        Statements& statements = inStep_[where.job];
+        KindTotal& total = statements.kinds.at(static_cast<std::size_t>(KindOf(call.sql)));
+        ++total.statements;
+        total.time += call.duration;
+        if (call.duration >= statements.slowestTime) {
+            statements.slowest = call.sql;
+            statements.slowestTime = call.duration;
+        }
     }
     if (call.service.empty() && call.operation != host::Operation::kRefresh) {
         return;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "cli/run/run_sink.h"
+#include "cli/run/statement_kind.h"
 #include "cli/terminal/console.h"
 
 namespace twupdate::cli {
@@ -51,11 +52,13 @@ class Events final : public RunSink {
 
     const Write write_;
     std::string command_;
-    struct Slowest {
-        std::string sql;
-        std::chrono::nanoseconds time{0};
+    /// The statements of a step.
+    struct Statements {
+        std::string slowest;
+        std::chrono::nanoseconds slowestTime{0};
+        KindTotals kinds{};
     };
-    std::map<unsigned, Slowest> slowest_;  ///< of the current step, by job
+    std::map<unsigned, Statements> inStep_;  ///< of the current step, by job
     std::uint64_t sites_ = 0;
 };
 
