@@ -410,7 +410,7 @@ struct Connection::Prepared {
     std::unique_ptr<MYSQL_STMT, decltype(&mysql_stmt_close)> statement;
 };
 
-Connection::Connection() = default;
+Connection::Connection(ConnectionOptions options) : options_(std::move(options)) {}
 
 Connection::~Connection() {
     prepared_.clear();
@@ -421,10 +421,23 @@ Connection::~Connection() {
 
 std::shared_ptr<Connection> Connection::Open(const ConnectionOptions& options) {
     RefuseUnsafeCharset(options.charset, Describe(options));
-    std::shared_ptr<Connection> connection(new Connection());
+    std::shared_ptr<Connection> connection(new Connection(options));
     connection->Connect(options);
     connection->SetUpSession(options);
     return connection;
+}
+
+bool Connection::IsLost() {
+    return mysql_ping(mysql_) != 0;
+}
+
+void Connection::Reopen() {
+    prepared_.clear();
+    mysql_close(mysql_);
+    mysql_ = nullptr;
+    lastInsertId_ = 0;
+    Connect(options_);
+    SetUpSession(options_);
 }
 
 void Connection::Connect(const ConnectionOptions& options) {

@@ -31,7 +31,8 @@ constexpr double kFirstVersion = 1.0;
 
 Backup::Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
                std::shared_ptr<Progress> progress, Console& console)
-    : own_(std::make_shared<host::MariaDbUtility>(session.Connect())),
+    : connection_(session.Connect()),
+      own_(std::make_shared<host::MariaDbUtility>(connection_)),
       installation_(own_),
       client_(session, options),
       parent_(options.backup),
@@ -103,6 +104,7 @@ std::optional<double> Backup::VersionNow(const std::string& database, const Back
 
 void Backup::RunEnded(const Counts& /*counts*/, std::chrono::nanoseconds /*duration*/) {
     try {
+        ReopenIfLost();
         run_.state = BackupRun::State::kFinished;
         run_.ended = ServerSeconds(*own_);
         WriteBackupRun(run_);
@@ -121,6 +123,7 @@ void Backup::LadderStarting(const Position& where, double version) {
         return;
     }
     const std::lock_guard lock(mutex_);
+    ReopenIfLost();
     if (where.database != "tw_tarnwick") {
         // The copies of the central tables in a site.
         Dump(where, Prepare(where.database, version, where.database + ".tw_installation"));
@@ -137,10 +140,17 @@ void Backup::LadderStarting(const Position& where, double version) {
 
 void Backup::SiteStarting(const Position& where, double /*version*/) {
     std::unique_lock lock(mutex_);
+    ReopenIfLost();
     DumpCentral(where);  // holds the version of every site, and some steps write more there
     const auto task = PrepareSite(*where.siteId);
     lock.unlock();
     Dump(where, task);
+}
+
+void Backup::ReopenIfLost() {
+    if (connection_->IsLost()) {
+        connection_->Reopen();
+    }
 }
 
 void Backup::DumpCentral(const Position& where) {

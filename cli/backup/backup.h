@@ -47,6 +47,8 @@ class Backup final : public RunSink {
     void SiteStarting(const Position& where, double version) override;
 
   private:
+    /// The connection may have been lost while nothing was to be dumped.
+    void ReopenIfLost();
     /// A database to be dumped into a file.
     struct Task {
         std::string database;
@@ -67,7 +69,8 @@ class Backup final : public RunSink {
                                 const std::string& source);
     void Dump(const Position& where, const std::optional<Task>& task);
 
-    std::mutex mutex_;              ///< for all but the dump of a site: jobs dump several at once
+    std::mutex mutex_;  ///< for all but the dump of a site: jobs dump several at once
+    std::shared_ptr<host::Connection> connection_;
     std::shared_ptr<Utility> own_;  ///< on a connection of its own
     Installation installation_;
     ClientOptionFile client_;

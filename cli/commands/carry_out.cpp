@@ -176,24 +176,78 @@ struct EndedRun {
     std::vector<RunFailure> failures;  ///< all; of several jobs there may be more than one
 };
 
-EndedRun End(RunWatch& watch, const std::exception& error) {
-    const auto* ended = dynamic_cast<const JobsEnded*>(&error);
-    if (ended == nullptr) {
-        const RunFailure failure = watch.Fail(error);
-        return {failure.stopped ? kStopped : kFailed, failure, {failure}};
-    }
-    EndedRun end{kFailed, ended->Failures().front(), ended->Failures()};
-    if (ended->HowEnded() == JobsEnded::How::kStopped) {
+EndedRun End(RunWatch& watch, const RunFailure& failure) {
+    watch.FailSite(failure);
+    watch.Fail(failure);
+    return {failure.stopped ? kStopped : kFailed, failure, {failure}};
+}
+
+EndedRun End(RunWatch& watch, const JobsEnded& ended) {
+    EndedRun end{kFailed, ended.Failures().front(), ended.Failures()};
+    if (ended.HowEnded() == JobsEnded::How::kStopped) {
         end.status = kStopped;
-        end.first = ended->Failures().back();
+        end.first = ended.Failures().back();
         end.first.stopped = true;
-    } else if (ended->HowEnded() == JobsEnded::How::kIncomplete) {
+    } else if (ended.HowEnded() == JobsEnded::How::kIncomplete) {
         end.status = kIncomplete;
         end.first.isOfOneSite = true;
     }
     watch.FailSites(end.failures);
     watch.Fail(end.first);
     return end;
+}
+
+/// Carries out the operation, and again what may be tried again.
+/// @returns how it has ended before its time
+std::optional<EndedRun> Operate(const Run& run, const Session& session, Update& update,
+                                Utility& host, Retries& retries, RunWatch& watch) {
+    std::optional<RunRetry> retry;
+    while (true) {
+        try {
+            if (retry) {
+                retries.Reconnect(*retry, [&]() -> host::Connection& {
+                    session.Reconnect();
+                    watch.SetConnection(session.GetConnection()->ThreadId());
+                    return *session.GetConnection();
+                });
+                run.again();
+            }
+            run.operation(update, host);
+            return std::nullopt;
+        } catch (const JobsEnded& ended) {
+            watch.Leave(ended);
+            return End(watch, ended);
+        } catch (const ServerGone&) {
+            return End(watch, retry->failure);
+        } catch (const std::exception& error) {
+            RunFailure failure = watch.Leave(error);
+            if (retry && failure.stopped) {
+                failure.where = retry->failure.where;
+            }
+            retry =
+                run.again ? retries.Next(failure.where.siteId.value_or(0), failure) : std::nullopt;
+            if (!retry) {
+                return End(watch, failure);
+            }
+            watch.Retry(*retry);
+        }
+    }
+}
+
+/// What follows the jobs needs the run's own connection, which they have not used.
+void ReconnectIfLost(const Session& session, const RunLock* lock) {
+    host::Connection& connection = *session.GetConnection();
+    if (!connection.IsLost()) {
+        return;
+    }
+    try {
+        session.Reconnect();
+    } catch (const CannotConnect&) {
+        return;  // the next statement fails, and is tried again
+    }
+    if (lock != nullptr) {
+        lock->HoldAgain(connection);
+    }
 }
 
 /// Tells of the sites that have failed in groups, unless it is the one that has ended the run.
@@ -351,35 +405,36 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     }
     AddRecords(*watch, options, progress, console);
     const auto host = session.ForComponent(watch, watch);
+    Retries retries(run.retries, *watch, run.lock);
     std::optional<Jobs> jobs;
     if (run.jobs.AreWanted()) {
-        jobs.emplace(session, *watch, *run.marks, sinksOf, run.jobs, console);
+        jobs.emplace(session, *watch, *run.marks, sinksOf, run.jobs, retries, console);
     }
     const StopSignals stopSignals;
     watch->Start(start);
-    try {
-        Update update;
-        update.Configure(host);
-        if (jobs) {
-            watch->SetBeforeSites([&] { jobs->Upgrade(run.start.sites, run.refused); });
-        } else if (run.beforeSites) {
-            watch->SetBeforeSites([&] { run.beforeSites(update, *host); });
-        }
-        run.operation(update, *host);
-        watch->End();
-    } catch (const std::exception& error) {
-        const EndedRun end = End(*watch, error);
-        for (const RunFailure& failure : end.failures) {
+    Update update;
+    update.Configure(host);
+    if (jobs) {
+        watch->SetBeforeSites([&] {
+            jobs->Upgrade(run.start.sites, run.refused);
+            ReconnectIfLost(session, run.lock);
+        });
+    } else if (run.beforeSites) {
+        watch->SetBeforeSites([&] { run.beforeSites(update, *host); });
+    }
+    if (const auto end = Operate(run, session, update, *host, retries, *watch)) {
+        for (const RunFailure& failure : end->failures) {
             ExplainFailure(session, console, failure, jobs && failure.where.siteId);
         }
-        ExplainGroups(console, end, run.jobs);
-        const std::string resume = WhatToDo(run, end.failures);
+        ExplainGroups(console, *end, run.jobs);
+        const std::string resume = WhatToDo(run, end->failures);
         const ServiceCounts services = Sum(session.Services(), jobs);
         console.Error(WhatStands(watch->Databases()) + " " + resume);
         PrintServices(console, services, options.noServices);
-        console.Result(JsonOf(run, *watch, services, folder, &end, resume));
-        return end.status;
+        console.Result(JsonOf(run, *watch, services, folder, &*end, resume));
+        return end->status;
     }
+    watch->End();
     const ServiceCounts services = Sum(session.Services(), jobs);
     console.Say(SummaryLine(*watch));
     PrintServices(console, services, options.noServices);

@@ -9,6 +9,7 @@
 #include "cli/repair/repair_finding.h"
 #include "cli/run/jobs.h"
 #include "cli/run/progress_marks.h"
+#include "cli/run/retries.h"
 #include "cli/run/run_lock.h"
 #include "cli/run/run_sink.h"
 #include "cli/server/installation.h"
@@ -34,6 +35,10 @@ struct Run {
     /// How many sites are upgraded at a time. With one the component does it in its walk.
     JobOptions jobs;
     std::vector<RefusedSite> refused;  ///< sites that are left out and count as failed
+    /// Finds out what is left to do when the operation is carried out again on a new connection.
+    /// Without it nothing is tried again.
+    std::function<void()> again;
+    RetryOptions retries;
     const RunLock* lock = nullptr;
     std::shared_ptr<ProgressMarks> marks;  ///< none for a creation, which walks no ladder
     Leftovers leftovers = Leftovers::kRefuse;

@@ -316,7 +316,9 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
             update.UpdateServer(version);
             watch->End();
         } catch (const std::exception& error) {
-            rehearsal.failed.push_back(watch->Fail(error));
+            rehearsal.failed.push_back(watch->Leave(error));
+            watch->FailSite(rehearsal.failed.back());
+            watch->Fail(rehearsal.failed.back());
             if (const auto site = rehearsal.failed.back().where.siteId) {
                 copy.GetConnection()->Execute(fmt::format(
                     "UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = {};", *site));

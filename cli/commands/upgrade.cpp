@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -21,6 +22,7 @@
 #include "cli/server/left_out.h"
 #include "cli/server/session.h"
 #include "cli/server/unfinished_core.h"
+#include "cli/terminal/decimal.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -173,6 +175,7 @@ struct UpgradeArguments {
     std::shared_ptr<Leftovers> leftovers;
     std::string jobs = "1";
     bool keepGoing = false;
+    unsigned reconnectSeconds = 0;
     std::string maxFailures;  ///< empty: any number with --keep-going, else none
 
     std::size_t MostFailures(std::size_t sites) const {
@@ -264,7 +267,19 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
                             VersionText(version), VersionText(kCurrentVersion),
                             Count(run.start.sites.size(), "site")));
     TellLeftOut(leftOut, console);
-    const auto resumed = SetResumeVersions(*run.marks, run.start.sites, console);
+    auto resumed = SetResumeVersions(*run.marks, run.start.sites, console);
+    run.again = [&] {
+        run.marks->ReadAgain();
+        run.start.sites = InState(installation.Sites(), SiteState::kOld);
+        std::erase_if(run.start.sites, [&](const SiteRow& site) {
+            return std::any_of(
+                run.refused.begin(), run.refused.end(),
+                [&](const RefusedSite& other) { return other.site.siteId == site.siteId; });
+        });
+        resumed = SetResumeVersions(*run.marks, run.start.sites, console);
+    };
+    run.retries.lockWaits = !options.ddlTimeoutSeconds;
+    run.retries.reconnect = std::chrono::seconds(arguments.reconnectSeconds);
     run.beforeSites = [&](Update& update, Utility& host) {
         UpgradeResumed(update, host, *run.marks, resumed);
     };
@@ -284,6 +299,8 @@ constexpr const char* kNeeds = R"(What an upgrade needs:
              A second Ctrl-C stops at once.
   Failures   The run ends at the first site that fails. --keep-going upgrades the
              other sites too and ends with exit status 6.
+  Retries    A deadlock, a wait for a lock or a lost connection is tried again.
+             --reconnect SECONDS waits for a server that restarts.
   Resuming   Repeat the command. If it names an interrupted step, run
              'twupdate repair' first, or repeat the command with --repair.
 
@@ -312,6 +329,13 @@ void AddUpgrade(CLI::App& app, Invocation& invocation) {
                      "Keep going until more than this number, or percentage, of sites has failed")
         ->type_name("N|P%")
         ->check(FaultOfFailureLimit);
+    command
+        ->add_option("--reconnect", arguments->reconnectSeconds,
+                     "Wait this long for a server that cannot be reached any more (default: a few "
+                     "attempts)")
+        ->type_name("SECONDS")
+        ->transform(Decimal())
+        ->check(CLI::Range(0, 31536000));
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Upgrade(options, console, *arguments);

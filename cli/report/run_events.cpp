@@ -11,6 +11,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <numeric>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -182,6 +183,7 @@ class RunReader::Builder {
             Leave(run.databases[index]);
         }
         open_.clear();
+        retried_.clear();
         inRun_ = false;
     }
 
@@ -224,7 +226,22 @@ class RunReader::Builder {
         inRun_ = true;
     }
 
+    /// The database begins again; its record goes on.
+    void Retried(const Event& event, EventTime /*time*/) {
+        DatabaseRecord* database = InHand(event);
+        if (database == nullptr) {
+            return;
+        }
+        retried_.insert(database->name);
+        if (!database->steps.empty() && !database->steps.back().ended) {
+            database->steps.pop_back();
+        }
+    }
+
     void DatabaseStarted(const Event& event, EventTime time) {
+        if (InHand(event) != nullptr && retried_.erase(NameOf(event)) > 0) {
+            return;
+        }
         if (InHand(event) != nullptr) {
             throw BadLine("a database begins again before it has ended");
         }
@@ -369,6 +386,7 @@ class RunReader::Builder {
 
     std::vector<RunRecord> runs_;
     bool inRun_ = false;
+    std::set<std::string, std::less<>> retried_;  ///< databases that will begin again
     std::map<std::string, std::size_t>
         open_;  ///< databases that have not ended; places in the list
 };
@@ -382,6 +400,7 @@ const std::map<std::string, RunReader::Builder::Handler, std::less<>> RunReader:
     {"site-finished", &Builder::DatabaseFinished},
     {"central-finished", &Builder::DatabaseFinished},
     {"service", &Builder::Service},
+    {"retry", &Builder::Retried},
     {"site-failed", &Builder::SiteFailed},
     {"run-failed", &Builder::RunFailed},
     {"run-incomplete", &Builder::RunFailed},

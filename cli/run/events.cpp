@@ -21,12 +21,15 @@ double Milliseconds(std::chrono::nanoseconds duration) {
 }  // namespace
 
 std::string TimeNow() {
-    const auto now = std::chrono::system_clock::now();
+    return TimeText(std::chrono::system_clock::now());
+}
+
+std::string TimeText(std::chrono::system_clock::time_point time) {
     const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+        std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count() %
         1000;
     return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z",
-                       fmt::gmtime(std::chrono::system_clock::to_time_t(now)), milliseconds);
+                       fmt::gmtime(std::chrono::system_clock::to_time_t(time)), milliseconds);
 }
 
 Events::Events(const std::filesystem::path& file, Console& console)
@@ -162,7 +165,7 @@ void Events::CallEnded(const Position& where, const Call& call) {
     write_(line);
 }
 
-void Events::WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts) {
+nlohmann::ordered_json Events::FailureOf(std::string_view event, const RunFailure& failure) const {
     auto line = Line(event, failure.where);
     if (!failure.statement.empty()) {
         line["statement"] = ShortStatement(failure.statement);
@@ -172,8 +175,34 @@ void Events::WriteFailure(std::string_view event, const RunFailure& failure, con
         line["sqlstate"] = failure.sqlState;
     }
     line["error"] = failure.text;
+    return line;
+}
+
+void Events::WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts) {
+    auto line = FailureOf(event, failure);
     AddCounts(line, counts);
     write_(line);
+}
+
+void Events::Retrying(const RunRetry& retry) {
+    auto line = FailureOf("retry", retry.failure);
+    line["attempt"] = retry.attempt;
+    line["pause"] = retry.pause.count();
+    lines_.Write(line);
+}
+
+void Events::Waiting(const RunWait& wait) {
+    auto line = Line("waiting");
+    line["reason"] = wait.reason;
+    line["since"] = TimeText(wait.since);
+    lines_.Write(line);
+}
+
+void Events::WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) {
+    auto line = Line("waited");
+    line["reason"] = wait.reason;
+    line["ms"] = Milliseconds(duration);
+    lines_.Write(line);
 }
 
 void Events::SiteFailed(const RunFailure& failure, const Counts& counts) {

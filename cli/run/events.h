@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -15,6 +16,8 @@ namespace twupdate::cli {
 
 /// The time now, UTC, as "2026-11-21T09:05:03.120Z".
 std::string TimeNow();
+/// The same of another time.
+std::string TimeText(std::chrono::system_clock::time_point time);
 
 /// How a run goes on, for tools: a JSON object for each event. The format is described in
 /// docs/operating/during.md and carries its version.
@@ -40,6 +43,9 @@ class Events final : public RunSink {
     void DatabaseEnded(const DatabaseDone& done, const Counts& counts) override;
     void CallEnded(const Position& where, const Call& call) override;
     void SiteFailed(const RunFailure& failure, const Counts& counts) override;
+    void Retrying(const RunRetry& retry) override;
+    void Waiting(const RunWait& wait) override;
+    void WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) override;
     void SitesFailed(const std::vector<RunFailure>& failures) override;
     void RunFailed(const RunFailure& failure, const Counts& counts) override;
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
@@ -47,6 +53,7 @@ class Events final : public RunSink {
   private:
     nlohmann::ordered_json Line(std::string_view event) const;
     nlohmann::ordered_json Line(std::string_view event, const Position& where) const;
+    nlohmann::ordered_json FailureOf(std::string_view event, const RunFailure& failure) const;
     void WriteFailure(std::string_view event, const RunFailure& failure, const Counts& counts);
     void AddCounts(nlohmann::ordered_json& line, const Counts& counts) const;
 

@@ -38,12 +38,11 @@ class Jobs::Job {
           session_(jobs.session_),
           watch_(std::make_shared<RunWatch>(jobs.watch_, number,
                                             session_.GetConnection()->ThreadId())) {
-        const auto marks = std::make_shared<ProgressMarks>(session_.GetConnection(), jobs.marks_);
-        marks->SiteWalkStarting();
-        for (auto& sink : jobs.makeSinks_(session_, marks)) {
+        marks_ = std::make_shared<ProgressMarks>(session_.GetConnection(), jobs.marks_);
+        marks_->SiteWalkStarting();
+        for (auto& sink : jobs.makeSinks_(session_, marks_)) {
             watch_->AddSink(std::move(sink));
         }
-        marks_ = marks;
         host_ = session_.ForComponent(watch_, watch_);
         watch_->SetAfterLadders([this](std::int32_t siteId) { RecordVersion(*host_, siteId); });
         update_.Configure(host_);
@@ -52,34 +51,40 @@ class Jobs::Job {
     unsigned Number() const { return number_; }
     ServiceCounts Services() const { return session_.Services(); }
 
-    void Upgrade(std::int64_t siteId) {
+    /// @param again  an earlier job has not completed it
+    void Upgrade(std::int64_t siteId, bool again) {
         // Since the run began, the platform may have set the site aside.
         const auto site = Installation(session_.Own()).Site(siteId);
         if (site && site->State() == SiteState::kOld) {
             const std::string database = fmt::format("tw_{}", siteId);
+            if (again) {
+                marks_->ReadAgain(database);
+            }
             update_.UpdateSite(static_cast<std::int32_t>(siteId),
                                marks_->ResumeVersion(database, *site->version));
         }
     }
 
-    RunFailure Fail(const std::exception& error) { return watch_->FailSite(error); }
+    RunFailure Leave(const std::exception& error) { return watch_->Leave(error); }
+    host::Connection& GetConnection() const { return *session_.GetConnection(); }
 
   private:
     unsigned number_;
     Session session_;
     std::shared_ptr<RunWatch> watch_;
-    std::shared_ptr<const ProgressMarks> marks_;
+    std::shared_ptr<ProgressMarks> marks_;
     std::shared_ptr<Utility> host_;
     Update update_;
 };
 
 Jobs::Jobs(const Session& session, RunWatch& watch, const ProgressMarks& marks, MakeSinks makeSinks,
-           JobOptions options, Console& console)
+           JobOptions options, Retries& retries, Console& console)
     : session_(session),
       watch_(watch),
       marks_(marks),
       makeSinks_(std::move(makeSinks)),
       options_(options),
+      retries_(retries),
       console_(console) {}
 
 Jobs::~Jobs() {
@@ -87,6 +92,7 @@ Jobs::~Jobs() {
 }
 
 void Jobs::Upgrade(std::vector<SiteRow> sites, const std::vector<RefusedSite>& refused) {
+    failures_.clear();  // of an earlier call
     Refuse(refused);
     SortLongestFirst(sites, *session_.GetConnection());
     sites_.assign(sites.begin(), sites.end());
@@ -94,10 +100,7 @@ void Jobs::Upgrade(std::vector<SiteRow> sites, const std::vector<RefusedSite>& r
     try {
         Run();
     } catch (...) {
-        {
-            const std::lock_guard lock(mutex_);
-            ending_ = true;
-        }
+        EndRun();
         Join();
         throw;
     }
@@ -189,21 +192,12 @@ void Jobs::Begin(std::unique_lock<std::mutex>& lock) {
 
 void Jobs::Work(std::unique_ptr<Job> job) {
     const unsigned number = job->Number();
-    while (const auto site = Next()) {
-        try {
-            job->Upgrade(site->siteId);
-        } catch (const std::exception& error) {
-            const bool endsRun = dynamic_cast<const LockLost*>(&error) != nullptr;
-            if (!Failed(job->Fail(error), endsRun)) {
-                break;
-            }
-            // What a statement has left in the session is not for another site.
-            AddServicesOf(*job);
-            job = Replace(number);
-            if (!job) {
-                break;
-            }
+    while (job) {
+        const auto site = Next();
+        if (!site) {
+            break;
         }
+        Upgrade(job, *site);
     }
     if (job) {
         AddServicesOf(*job);
@@ -214,15 +208,72 @@ void Jobs::Work(std::unique_ptr<Job> job) {
     changed_.notify_all();
 }
 
-std::unique_ptr<Jobs::Job> Jobs::Replace(unsigned number) {
-    try {
-        return std::make_unique<Job>(*this, number);
-    } catch (const std::exception& error) {
+void Jobs::Upgrade(std::unique_ptr<Job>& job, const SiteRow& site) {
+    const unsigned number = job->Number();
+    std::optional<RunRetry> retry;
+    while (true) {
         RunFailure failure;
-        failure.where.job = number;
-        failure.text = ErrorText(error);
-        Failed(std::move(failure), true);
-        return nullptr;
+        bool endsRun = false;
+        try {
+            if (retry) {
+                job = Replace(number, *retry);
+            }
+            job->Upgrade(site.siteId, retry.has_value());
+            return;
+        } catch (const ServerGone& gone) {
+            failure = retry->failure;
+            endsRun = true;
+            if (!gone.IsFirst()) {
+                EndRun();
+                return;
+            }
+        } catch (const std::exception& error) {
+            failure = job ? job->Leave(error) : FailureOf(error, {});
+            if (retry && !failure.where.siteId) {
+                failure.where = retry->failure.where;
+            }
+            endsRun = dynamic_cast<const LockLost*>(&error) != nullptr ||
+                      (!job && dynamic_cast<const HostError*>(&error) == nullptr);
+        }
+        if (job) {
+            AddServicesOf(*job);
+            job.reset();
+        }
+        retry = endsRun ? std::nullopt : retries_.Next(site.siteId, failure);
+        if (!retry) {
+            watch_.FailSite(failure);
+            if (Failed(failure, endsRun)) {
+                GoOn(job, number, failure);
+            }
+            return;
+        }
+        watch_.Retry(*retry);
+    }
+}
+
+std::unique_ptr<Jobs::Job> Jobs::Replace(unsigned number, const RunRetry& retry) {
+    std::unique_ptr<Job> job;
+    retries_.Reconnect(retry, [&]() -> host::Connection& {
+        job = std::make_unique<Job>(*this, number);
+        return job->GetConnection();
+    });
+    return job;
+}
+
+void Jobs::GoOn(std::unique_ptr<Job>& job, unsigned number, const RunFailure& failure) {
+    try {
+        job = Replace(number, {failure, 1, std::chrono::seconds(0)});
+    } catch (const StopRequested&) {
+        // No other site is begun.
+    } catch (const ServerGone& gone) {
+        EndRun();
+        if (gone.IsFirst()) {
+            console_.Error(gone.what());
+        }
+    } catch (const std::exception& error) {
+        RunFailure ended = FailureOf(error, {});
+        ended.where.job = number;
+        Failed(std::move(ended), true);
     }
 }
 
@@ -255,6 +306,11 @@ bool Jobs::Failed(RunFailure failure, bool endsRun) {
         failures_.begin(), failures_.end(), [](const RunFailure& one) { return !one.stopped; }));
     ending_ = ending_ || !isOfSite || failed > options_.mostFailures;
     return !ending_;
+}
+
+void Jobs::EndRun() {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
 }
 
 bool Jobs::IsEnding() const {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "cli/run/progress_marks.h"
+#include "cli/run/retries.h"
 #include "cli/run/run_watch.h"
 #include "cli/server/installation.h"
 #include "cli/server/session.h"
@@ -74,7 +75,7 @@ class Jobs {
     /// @param session  must outlive this, as all that follows; it is not used while jobs are at
     /// work
     Jobs(const Session& session, RunWatch& watch, const ProgressMarks& marks, MakeSinks makeSinks,
-         JobOptions options, Console& console);
+         JobOptions options, Retries& retries, Console& console);
     ~Jobs();
     Jobs(const Jobs&) = delete;
     Jobs& operator=(const Jobs&) = delete;
@@ -94,14 +95,20 @@ class Jobs {
     void Run();
     void Begin(std::unique_lock<std::mutex>& lock);
     void Work(std::unique_ptr<Job> job);
-    /// A job on a new connection; nullptr, and the run ends, when there is none.
-    std::unique_ptr<Job> Replace(unsigned number);
+    /// Upgrades the site, and tries again what may be tried again.
+    /// @param job  is another one afterwards, if a new connection was needed; nullptr when it ends
+    void Upgrade(std::unique_ptr<Job>& job, const SiteRow& site);
+    /// The same job on a new connection.
+    std::unique_ptr<Job> Replace(unsigned number, const RunRetry& retry);
+    /// What a site has left in the session is not for another one.
+    void GoOn(std::unique_ptr<Job>& job, unsigned number, const RunFailure& failure);
     std::optional<SiteRow> Next();
     /// @returns whether the job goes on
     bool Failed(RunFailure failure, bool endsRun);
     void Refuse(const std::vector<RefusedSite>& refused);
     void AddServicesOf(const Job& job);
     [[noreturn]] void ThrowFailures();
+    void EndRun();
     bool IsEnding() const;
     void Join();
 
@@ -110,6 +117,7 @@ class Jobs {
     const ProgressMarks& marks_;
     const MakeSinks makeSinks_;
     const JobOptions options_;
+    Retries& retries_;
     Console& console_;
     std::vector<std::thread> threads_;
 

@@ -50,6 +50,22 @@ void Progress::SiteFailed(const RunFailure& failure, const Counts& /*counts*/) {
     }
 }
 
+void Progress::Retrying(const RunRetry& retry) {
+    {
+        const std::lock_guard lock(mutex_);
+        SiteLeft(retry.failure.where.job);
+    }
+    console_.Warn(RetryLine(retry));
+}
+
+void Progress::Waiting(const RunWait& wait) {
+    console_.Warn("waits: " + wait.reason);
+}
+
+void Progress::WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) {
+    console_.Say(fmt::format("goes on after {}: {}", DurationText(duration), wait.reason));
+}
+
 void Progress::RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {
     End();
 }

@@ -57,6 +57,9 @@ class Progress final : public RunSink {
     void DatabaseEnded(const DatabaseDone& done, const Counts& counts) override;
     void CallStarting(const Position& where) override;
     void CallEnded(const Position& where, const Call& call) override;
+    void Retrying(const RunRetry& retry) override;
+    void Waiting(const RunWait& wait) override;
+    void WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) override;
     void SiteFailed(const RunFailure& failure, const Counts& counts) override;
     void RunFailed(const RunFailure& failure, const Counts& counts) override;
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;

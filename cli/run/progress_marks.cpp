@@ -40,6 +40,11 @@ std::string CreateStatement(const std::string& database) {
 
 ProgressMarks::ProgressMarks(std::shared_ptr<host::Connection> connection)
     : connection_(std::move(connection)) {
+    ReadAgain();
+}
+
+void ProgressMarks::ReadAgain() {
+    marks_.clear();
     const auto rows = connection_->Query(
         fmt::format("SELECT table_schema FROM information_schema.tables WHERE table_name = '{}' "
                     "AND table_schema LIKE 'tw\\_%';",
@@ -51,6 +56,18 @@ ProgressMarks::ProgressMarks(std::shared_ptr<host::Connection> connection)
 
 ProgressMarks::ProgressMarks(std::shared_ptr<host::Connection> connection, const ProgressMarks& run)
     : connection_(std::move(connection)), marks_(run.marks_) {}
+
+void ProgressMarks::ReadAgain(const std::string& database) {
+    marks_.erase(database);
+    try {
+        Read(database);
+    } catch (const HostError& error) {
+        if (!IsMissing(error)) {
+            throw;
+        }
+        marks_.erase(database);
+    }
+}
 
 void ProgressMarks::Read(const std::string& database) {
     auto& marks = marks_[database];

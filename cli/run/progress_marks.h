@@ -30,6 +30,14 @@ class ProgressMarks final : public RunSink {
     /// one job alone.
     ProgressMarks(std::shared_ptr<host::Connection> connection, const ProgressMarks& run);
 
+    /// Reads the marks of a database again, as another connection has left them.
+    /// @throws HostError
+    void ReadAgain(const std::string& database);
+
+    /// Reads all marks again.
+    /// @throws HostError
+    void ReadAgain();
+
     /// What the marks tell of a step; nothing in a database that has none.
     StepHistory History(const std::string& database, const LadderStep& step) const;
 

@@ -41,6 +41,13 @@ std::string Holder(host::Connection& connection) {
                              process->Get(1).ToText(), process->Get(2).ToText(), id);
 }
 
+CommandError Refused() {
+    return CommandError(
+        "the server refuses the run lock\nhint: if no other run can be in progress, use "
+        "--no-lock",
+        kLocked);
+}
+
 /// "upgrade, process 4711 on web1".
 std::string NoteOf(const std::string& command) {
     std::array<char, HOST_NAME_MAX + 1> machine{};
@@ -80,10 +87,7 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options, const std
     }
     console.ClearProgress();
     if (got.IsNull()) {
-        throw CommandError(
-            "the server refuses the run lock\nhint: if no other run can be in progress, use "
-            "--no-lock",
-            kLocked);
+        throw Refused();
     }
     if (!got.ToBool()) {
         throw CommandError(fmt::format("another run is in progress on this server: {}\nhint: wait "
@@ -92,7 +96,8 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options, const std
                            kLocked);
     }
     // The time of the last statement on this connection tells since when the lock is held.
-    ShowNote(*connection_, NoteOf(command));
+    note_ = NoteOf(command);
+    ShowNote(*connection_, note_);
 }
 
 Value RunLock::Take(unsigned waitSeconds) const {
@@ -107,13 +112,43 @@ Value RunLock::Take(unsigned waitSeconds) const {
     }
 }
 
+bool RunLock::IsHeld(host::Connection& connection) const {
+    const auto rows = connection.Query(
+        fmt::format("SELECT IS_USED_LOCK('{}') <=> {};", kName, connection_->ThreadId()));
+    return rows->Next() && rows->Get(0).ToBool();
+}
+
+void RunLock::HoldAgain(host::Connection& connection) const {
+    if (!connection_) {
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    // A server that was restarted may have given its number to the connection of another run.
+    const bool isLost = connection_->IsLost();
+    if (!isLost && IsHeld(connection)) {
+        return;
+    }
+    if (isLost) {
+        connection_->Reopen();
+        const Value got = Take(0);
+        if (got.IsNull()) {
+            throw Refused();
+        }
+        if (got.ToBool()) {
+            ShowNote(*connection_, note_);
+            return;
+        }
+    }
+    throw LockLost(fmt::format("the run has lost its lock, and another run is in progress: {}",
+                               Holder(connection)));
+}
+
 void RunLock::RequireHeld(host::Connection& connection) const {
     if (!connection_) {
         return;
     }
-    const auto rows = connection.Query(
-        fmt::format("SELECT IS_USED_LOCK('{}') <=> {};", kName, connection_->ThreadId()));
-    if (!rows->Next() || !rows->Get(0).ToBool()) {
+    const std::lock_guard lock(mutex_);
+    if (!IsHeld(connection)) {
         throw LockLost(
             fmt::format("the run has lost its lock, because the server ended connection {}; "
                         "another run may have begun",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 
@@ -34,6 +35,14 @@ class RunLock {
     /// @throws LockLost when it does not
     void RequireHeld(host::Connection& connection) const;
 
+    /// Takes the lock again if its connection was lost, as when the server was restarted. Several
+    /// jobs may call it at the same time.
+    /// @param connection  a new one, through which nothing else has been sent yet
+    /// @throws LockLost when another run is in progress
+    /// @throws CommandError when the server refuses the lock
+    /// @throws HostError
+    void HoldAgain(host::Connection& connection) const;
+
     /// The name under which the server knows it.
     static constexpr const char* kName = "twupdate.run";
 
@@ -41,7 +50,10 @@ class RunLock {
     /// The server's answer: true, false when somebody else has it, NULL when it refuses.
     /// @throws CommandError
     Value Take(unsigned waitSeconds) const;
+    bool IsHeld(host::Connection& connection) const;
 
+    std::string note_;                              ///< for those whom the lock keeps out
+    mutable std::mutex mutex_;                      ///< guards the connection once jobs are at work
     std::shared_ptr<host::Connection> connection_;  ///< none with --no-lock
 };
 

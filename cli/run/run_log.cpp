@@ -62,6 +62,11 @@ class RunLog final : public RunSink {
             log_.error("failed: {}", FailureLine(failure));
         }
     }
+    void Retrying(const RunRetry& retry) override { log_.warn("{}", RetryLine(retry)); }
+    void Waiting(const RunWait& wait) override { log_.warn("waits: {}", wait.reason); }
+    void WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) override {
+        log_.info("goes on after {}: {}", DurationText(duration), wait.reason);
+    }
     void SitesFailed(const std::vector<RunFailure>& failures) override {
         for (const FailedSites& group : GroupFailures(failures)) {
             log_.error("{}", GroupText(group));

@@ -85,6 +85,22 @@ struct RunFailure {
     bool isOfOneSite = false;  ///< the other sites of the run are done
 };
 
+/// A failure that may pass by itself: what has failed is tried again.
+struct RunRetry {
+    RunFailure failure;
+    unsigned attempt = 1;           ///< which one follows
+    std::chrono::seconds pause{0};  ///< before it
+};
+
+/// Something outside for which the whole run waits.
+struct RunWait {
+    std::string reason;  ///< e.g. "replica db2 is 75 s behind, …"
+    std::chrono::system_clock::time_point since = std::chrono::system_clock::now();
+};
+
+/// "database tw_7, …: server error 1213 (40001): Deadlock found; attempt 1 of 3 follows in 1 s".
+std::string RetryLine(const RunRetry& retry);
+
 /// "database tw_7, site schema ladder, step SiteSchemaStep_1_0028: statement: server error 1060
 /// (42S21): Duplicate column name"; on one line. Of a stop the place alone.
 std::string FailureLine(const RunFailure& failure);
@@ -107,6 +123,10 @@ class RunSink {
     virtual void CallEnded(const Position& /*where*/, const Call& /*call*/) {}
     /// An error has ended the upgrade of a site; the run goes on or fails thereafter.
     virtual void SiteFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
+    /// A site, or the run, goes on after a pause on a new connection, from what it has completed.
+    virtual void Retrying(const RunRetry& /*retry*/) {}
+    virtual void Waiting(const RunWait& /*wait*/) {}
+    virtual void WaitEnded(const RunWait& /*wait*/, std::chrono::nanoseconds /*duration*/) {}
     /// All failures of sites, before the run ends.
     virtual void SitesFailed(const std::vector<RunFailure>& /*failures*/) {}
     virtual void RunFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}

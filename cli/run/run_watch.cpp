@@ -34,6 +34,19 @@ std::string FailureLine(const RunFailure& failure) {
            DescribeError(failure.statement, failure.code, failure.sqlState, failure.text);
 }
 
+RunFailure FailureOf(const std::exception& error, const Position& where) {
+    RunFailure failure;
+    failure.where = where;
+    failure.text = ErrorText(error);
+    if (const auto* hostError = dynamic_cast<const HostError*>(&error)) {
+        failure.statement = WithoutPasswords(hostError->Statement());
+        failure.code = hostError->Code();
+        failure.sqlState = hostError->SqlState();
+    }
+    failure.stopped = dynamic_cast<const StopRequested*>(&error) != nullptr;
+    return failure;
+}
+
 RunWatch::RunWatch() : run_(std::make_shared<Run>()) {}
 
 RunWatch::RunWatch(const RunWatch& run, unsigned job, std::uint64_t connection) : run_(run.run_) {
@@ -72,40 +85,32 @@ void RunWatch::End() {
     TellSinks([&](RunSink& sink) { sink.RunEnded(run_->counts, elapsed); });
 }
 
-RunFailure RunWatch::FailureOf(const std::exception& error) const {
-    RunFailure failure;
-    failure.where = where_;
-    failure.text = ErrorText(error);
-    if (const auto* hostError = dynamic_cast<const HostError*>(&error)) {
-        failure.statement = WithoutPasswords(hostError->Statement());
-        failure.code = hostError->Code();
-        failure.sqlState = hostError->SqlState();
-    }
-    failure.stopped = dynamic_cast<const StopRequested*>(&error) != nullptr;
-    return failure;
-}
-
-RunFailure RunWatch::FailSite(const std::exception& error) {
-    RunFailure failure = FailureOf(error);
-    if (failure.where.siteId && !failure.stopped) {
-        FailSite(failure);
-    }
+RunFailure RunWatch::Leave(const std::exception& error) {
+    const RunFailure failure = FailureOf(error, where_);
     Leave();
     return failure;
 }
 
+void RunWatch::Retry(const RunRetry& retry) {
+    TellSinks([&](RunSink& sink) { sink.Retrying(retry); });
+}
+
+void RunWatch::Waiting(const RunWait& wait) {
+    TellSinks([&](RunSink& sink) { sink.Waiting(wait); });
+}
+
+void RunWatch::WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) {
+    TellSinks([&](RunSink& sink) { sink.WaitEnded(wait, duration); });
+}
+
 void RunWatch::FailSite(const RunFailure& failure) {
-    TellSinks([&](RunSink& sink) { sink.SiteFailed(failure, run_->counts); });
+    if (failure.where.siteId && !failure.stopped) {
+        TellSinks([&](RunSink& sink) { sink.SiteFailed(failure, run_->counts); });
+    }
 }
 
 void RunWatch::FailSites(const std::vector<RunFailure>& failures) {
     TellSinks([&](RunSink& sink) { sink.SitesFailed(failures); });
-}
-
-RunFailure RunWatch::Fail(const std::exception& error) {
-    const RunFailure failure = FailSite(error);
-    Fail(failure);
-    return failure;
 }
 
 void RunWatch::Fail(const RunFailure& failure) {
@@ -168,9 +173,15 @@ void RunWatch::DatabaseEnded() {
     current_.duration = Clock::now() - databaseStarted_;
     {
         const std::lock_guard lock(run_->mutex);
+        auto& databases = run_->databases;
+        if (!current_.siteId) {  // a run that is tried again walks the central ladders again
+            run_->counts.databases -= std::erase_if(databases, [&](const DatabaseDone& done) {
+                return done.database == current_.database && !done.siteId;
+            });
+        }
         ++run_->counts.databases;
         run_->counts.sites += current_.siteId ? 1U : 0U;
-        run_->databases.push_back(current_);
+        databases.push_back(current_);
     }
     TellSinks([&](RunSink& sink) { sink.DatabaseEnded(current_, run_->counts); });
     Leave();

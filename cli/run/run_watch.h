@@ -12,6 +12,9 @@
 
 namespace twupdate::cli {
 
+/// What an error means for a run that stands there.
+RunFailure FailureOf(const std::exception& error, const Position& where);
+
 /// Watches one operation of the component: keeps where it stands and what it has done, and tells
 /// the sinks. Where a run has several jobs, each has a watch of its own, in its own thread; they
 /// share the counts and the sinks that record the run.
@@ -25,6 +28,9 @@ class RunWatch final : public Observer, public host::StatementListener {
     void AddSink(std::shared_ptr<RunSink> sink);
     /// A sink of the run, told of every job, of one call at a time.
     void AddSharedSink(std::shared_ptr<RunSink> sink);
+
+    /// The server's number of the connection, when it is another one now.
+    void SetConnection(std::uint64_t connection) { where_.connection = connection; }
 
     /// What is done when the central ladders have ended, before the component looks for sites.
     void SetBeforeSites(std::function<void()> beforeSites);
@@ -41,15 +47,16 @@ class RunWatch final : public Observer, public host::StatementListener {
     void Start(const RunStart& start);
     /// The operation has ended well.
     void End();
-    /// The operation has ended with this error.
-    RunFailure Fail(const std::exception& error);
-    /// The same, for an operation of which the failures are told already.
-    void Fail(const RunFailure& failure);
-    /// The current site, if any, has ended with this error. Unless it was a stop, the sinks are
-    /// told. What follows is another site.
-    RunFailure FailSite(const std::exception& error);
-    /// A site that the run leaves out has failed.
+    /// What has ended here with this error. What follows is another site, or the same once more.
+    RunFailure Leave(const std::exception& error);
+    /// It is tried again.
+    void Retry(const RunRetry& retry);
+    void Waiting(const RunWait& wait);
+    void WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration);
+    /// A site has failed, unless it was a stop.
     void FailSite(const RunFailure& failure);
+    /// The run has ended with this failure.
+    void Fail(const RunFailure& failure);
     /// All failures of sites, before Fail().
     void FailSites(const std::vector<RunFailure>& failures);
 
@@ -77,7 +84,6 @@ class RunWatch final : public Observer, public host::StatementListener {
         Clock::time_point started = Clock::now();
     };
 
-    RunFailure FailureOf(const std::exception& error) const;
     void CallEnded(const Call& call);
     void DatabaseStarting(const std::string& database, double version);
     void DatabaseEnded();

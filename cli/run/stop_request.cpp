@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstring>
+#include <thread>
 
 namespace twupdate::cli {
 namespace {
@@ -48,6 +50,22 @@ StopSignals::~StopSignals() {
 
 bool StopSignals::Requested() {
     return stopRequested;
+}
+
+void PauseUnlessStopped(std::chrono::milliseconds time) {
+    constexpr std::chrono::milliseconds kLook{100};
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (true) {
+        if (StopSignals::Requested()) {
+            throw StopRequested();
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end - std::chrono::steady_clock::now());
+        if (left <= left.zero()) {
+            return;
+        }
+        std::this_thread::sleep_for(std::min(left, kLook));
+    }
 }
 
 }  // namespace twupdate::cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 
 namespace twupdate::cli {
@@ -23,5 +24,9 @@ class StopSignals {
     /// True once a signal has come.
     static bool Requested();
 };
+
+/// Lets time pass.
+/// @throws StopRequested as soon as the run is to stop
+void PauseUnlessStopped(std::chrono::milliseconds time);
 
 }  // namespace twupdate::cli

@@ -155,16 +155,13 @@ LockWaitFinder::LockWaitFinder(const Session& session)
 
 std::optional<LockWait> LockWaitFinder::Find(const std::string& database,
                                              std::uint64_t connection) {
-    if (failed_) {
-        return std::nullopt;
-    }
     try {
         if (!connection_) {
             connection_ = session_.Connect();
         }
         return FindLockWait(*connection_, connection == 0 ? waiting_ : connection, database);
     } catch (const std::exception&) {
-        failed_ = true;  // the run itself reports what is wrong with the server
+        connection_.reset();  // the run itself reports what is wrong with the server
         return std::nullopt;
     }
 }

@@ -41,7 +41,6 @@ class LockWaitFinder {
     const Session& session_;
     std::uint64_t waiting_;  ///< the server's number of the session's connection
     std::shared_ptr<host::Connection> connection_;
-    bool failed_ = false;  ///< the server takes no more connections, or has closed this one
 };
 
 }  // namespace twupdate::cli

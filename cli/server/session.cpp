@@ -37,6 +37,19 @@ std::unique_ptr<host::PrivateServer> StartPrivateServer(const fs::path& folder, 
     }
 }
 
+/// @throws CannotConnect
+template <typename Connect>
+auto Connected(const Connect& connect) {
+    try {
+        return connect();
+    } catch (const HostError& error) {
+        throw CannotConnect(
+            fmt::format("cannot connect to the server: {}{}", error.what(),
+                        error.Code() == 0 ? "" : fmt::format(" ({})", error.Code())),
+            error.Code());
+    }
+}
+
 fs::path ProgramFolder() {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
@@ -69,13 +82,11 @@ void Session::Open() {
 }
 
 std::shared_ptr<host::Connection> Session::Connect() const {
-    try {
-        return host::Connection::Open(connectOptions_);
-    } catch (const HostError& error) {
-        throw CommandError(
-            fmt::format("cannot connect to the server: {}{}", error.what(),
-                        error.Code() == 0 ? "" : fmt::format(" ({})", error.Code())));
-    }
+    return Connected([&] { return host::Connection::Open(connectOptions_); });
+}
+
+void Session::Reconnect() const {
+    Connected([&] { connection_->Reopen(); });
 }
 
 std::string Session::ServerText() const {

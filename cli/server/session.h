@@ -8,12 +8,25 @@
 
 #include "cli/server/options.h"
 #include "cli/terminal/console.h"
+#include "cli/terminal/failure.h"
 #include "twupdate/host.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/mariadb_utility.h"
 #include "twupdate_host/private_server.h"
 
 namespace twupdate::cli {
+
+/// A connection could not be opened.
+class CannotConnect : public CommandError {
+  public:
+    /// @param serverCode  the server's or the client library's error number
+    CannotConnect(const std::string& line, std::uint32_t serverCode)
+        : CommandError(line), serverCode_(serverCode) {}
+    std::uint32_t ServerCode() const noexcept { return serverCode_; }
+
+  private:
+    std::uint32_t serverCode_;
+};
 
 /// What became of the calls to component services.
 struct ServiceCounts {
@@ -54,8 +67,11 @@ class Session {
     ServiceCounts Services() const;
 
     /// Opens one more connection like the session's own.
-    /// @throws CommandError
+    /// @throws CannotConnect
     std::shared_ptr<host::Connection> Connect() const;
+    /// Opens the session's own connection again, for all who use it.
+    /// @throws CannotConnect
+    void Reconnect() const;
     /// "10.11.19-MariaDB on db1, port 3306"; without the port where it takes no network.
     std::string ServerText() const;
     /// The account as the server knows it, e.g. "root@localhost".

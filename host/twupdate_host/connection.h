@@ -60,7 +60,7 @@ class Rows {
 
 /// One connection to a MariaDB or MySQL server. It sends one statement at a time, never several
 /// in one text, hands the server no local file, and never connects again by itself: a connection
-/// that is lost is an error at once, and every later statement fails likewise.
+/// that is lost is an error at once, and every later statement fails likewise, until Reopen().
 ///
 /// Escaped text is only safe where a backslash or a quote is never part of a longer character and
 /// where the server takes a backslash for an escape. So the character sets big5, cp932, gb18030,
@@ -74,6 +74,12 @@ class Connection {
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
+
+    /// Asks the server whether it still serves this connection.
+    bool IsLost();
+    /// Connects again as Open() did, with another ThreadId(). Whatever the session held is gone.
+    /// @throws HostError as Open(); the connection is then a lost one
+    void Reopen();
 
     /// Runs one statement and returns the rows of its first result (none for a statement without
     /// rows: ColumnCount() is 0). Further results are read and dropped.
@@ -108,7 +114,7 @@ class Connection {
   private:
     struct Prepared;
 
-    Connection();
+    explicit Connection(ConnectionOptions options);
     void Connect(const ConnectionOptions& options);
     void SetUpSession(const ConnectionOptions& options);
     void RefuseTooLarge(std::string_view sql, std::size_t bytes) const;
@@ -120,6 +126,7 @@ class Connection {
                                           std::span<const Value> parameters);
     [[noreturn]] void Fail(std::string_view sql);
 
+    ConnectionOptions options_;
     st_mysql* mysql_ = nullptr;
     std::size_t maxPacket_ = 0;  ///< the session's max_allowed_packet
     std::uint64_t lastInsertId_ = 0;
