@@ -27,6 +27,18 @@ constexpr const char* kInstallation = "tw_tarnwick.installation";
 constexpr const char* kSite = "tw_tarnwick.site";
 constexpr double kFirstVersion = 1.0;
 
+/// Counts something for as long as it lives.
+class UnderWay {
+  public:
+    explicit UnderWay(std::atomic<unsigned>& number) : number_(number) { ++number_; }
+    ~UnderWay() { --number_; }
+    UnderWay(const UnderWay&) = delete;
+    UnderWay& operator=(const UnderWay&) = delete;
+
+  private:
+    std::atomic<unsigned>& number_;
+};
+
 }  // namespace
 
 Backup::Backup(const Session& session, const GlobalOptions& options, const RunStart& start,
@@ -196,6 +208,7 @@ std::optional<Backup::Task> Backup::Prepare(const std::string& database, double 
 void Backup::Dump(const Position& where, const std::optional<Task>& task) {
     if (task) {
         progress_->Doing(where, "dumping " + task->database);
+        const UnderWay dump(dumps_);
         DumpDatabase(client_, task->database, task->file);
     }
 }

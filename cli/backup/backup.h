@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -40,6 +41,9 @@ class Backup final : public RunSink {
 
     const std::filesystem::path& Folder() const { return run_.folder; }
 
+    /// Dumps that are being made at the moment, each by a program with a connection of its own.
+    unsigned DumpsUnderWay() const { return dumps_; }
+
     /// The run has succeeded: marks its backup, and removes old ones as --keep requires. A failure
     /// here is a warning.
     void RunEnded(const Counts& counts, std::chrono::nanoseconds duration) override;
@@ -69,6 +73,7 @@ class Backup final : public RunSink {
                                 const std::string& source);
     void Dump(const Position& where, const std::optional<Task>& task);
 
+    std::atomic<unsigned> dumps_ = 0;
     std::mutex mutex_;  ///< for all but the dump of a site: jobs dump several at once
     std::shared_ptr<host::Connection> connection_;
     std::shared_ptr<Utility> own_;  ///< on a connection of its own

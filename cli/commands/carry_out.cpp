@@ -387,6 +387,7 @@ void RecordNothingToDo(const Session& session, const GlobalOptions& options, Con
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
+    const auto care = ServerCare::For(run.care, session, *watch);
     const RunStart start = WithServer(run.start, session);
     const auto progress = std::make_shared<Progress>(
         console, [finder = std::make_shared<LockWaitFinder>(session)](const Position& where) {
@@ -404,6 +405,11 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
         watch->AddSink(std::move(sink));
     }
     AddRecords(*watch, options, progress, console);
+    if (care) {
+        watch->SetPause([&](const Position& where) {
+            care->Pause(where, backup ? backup->DumpsUnderWay() : 0);
+        });
+    }
     const auto host = session.ForComponent(watch, watch);
     Retries retries(run.retries, *watch, run.lock);
     std::optional<Jobs> jobs;

@@ -12,6 +12,7 @@
 #include "cli/run/retries.h"
 #include "cli/run/run_lock.h"
 #include "cli/run/run_sink.h"
+#include "cli/run/server_care.h"
 #include "cli/server/installation.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
@@ -39,6 +40,7 @@ struct Run {
     /// Without it nothing is tried again.
     std::function<void()> again;
     RetryOptions retries;
+    CareOptions care;
     const RunLock* lock = nullptr;
     std::shared_ptr<ProgressMarks> marks;  ///< none for a creation, which walks no ladder
     Leftovers leftovers = Leftovers::kRefuse;

@@ -18,6 +18,7 @@
 #include "cli/run/pending_services.h"
 #include "cli/run/resume.h"
 #include "cli/run/run_lock.h"
+#include "cli/run/server_care.h"
 #include "cli/server/data_files.h"
 #include "cli/server/left_out.h"
 #include "cli/server/session.h"
@@ -171,11 +172,31 @@ std::string FaultOfFailureLimit(const std::string& text) {
                : fmt::format("'{}' is not a number of sites, such as 10 or 5%", text);
 }
 
+/// The value of --max-load; nothing for a text that is none.
+std::optional<std::int64_t> MostRunningOf(std::string_view text) {
+    constexpr std::string_view kName = "Threads_running=";
+    if (!text.starts_with(kName)) {
+        return std::nullopt;
+    }
+    text.remove_prefix(kName.size());
+    std::uint32_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return rest == end && error == std::errc() ? std::optional<std::int64_t>(number) : std::nullopt;
+}
+
+std::string FaultOfMaxLoad(const std::string& text) {
+    return MostRunningOf(text) ? ""
+                               : fmt::format("'{}' is not a load such as Threads_running=25", text);
+}
+
 struct UpgradeArguments {
     std::shared_ptr<Leftovers> leftovers;
     std::string jobs = "1";
     bool keepGoing = false;
     unsigned reconnectSeconds = 0;
+    std::string maxLoad;
+    CareOptions care;         ///< without the limit of --max-load
     std::string maxFailures;  ///< empty: any number with --keep-going, else none
 
     std::size_t MostFailures(std::size_t sites) const {
@@ -200,7 +221,23 @@ void TellRefused(const std::vector<RefusedSite>& refused, std::size_t most, Cons
     }
 }
 
+/// @throws CommandError for a lag of no replica
+CareOptions CareOf(const UpgradeArguments& arguments) {
+    CareOptions care = arguments.care;
+    if (care.mostLag && care.replicas.empty()) {
+        throw CommandError(
+            "no replica is named, so no lag can be seen; nothing was done\nhint: name each with "
+            "--replica HOST[:PORT]",
+            kUsageError);
+    }
+    if (!arguments.maxLoad.empty()) {
+        care.mostRunning = MostRunningOf(arguments.maxLoad);
+    }
+    return care;
+}
+
 int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArguments& arguments) {
+    const CareOptions care = CareOf(arguments);
     const Leftovers leftovers = *arguments.leftovers;
     InstallFolderWithData(options);  // a usage error is reported before anything is done
     Session session(options);
@@ -278,6 +315,7 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
         });
         resumed = SetResumeVersions(*run.marks, run.start.sites, console);
     };
+    run.care = care;
     run.retries.lockWaits = !options.ddlTimeoutSeconds;
     run.retries.reconnect = std::chrono::seconds(arguments.reconnectSeconds);
     run.beforeSites = [&](Update& update, Utility& host) {
@@ -299,6 +337,8 @@ constexpr const char* kNeeds = R"(What an upgrade needs:
              A second Ctrl-C stops at once.
   Failures   The run ends at the first site that fails. --keep-going upgrades the
              other sites too and ends with exit status 6.
+  Load       --max-load Threads_running=N and --max-replica-lag SECONDS make the run
+             wait while the server or a replica has too much to do.
   Retries    A deadlock, a wait for a lock or a lost connection is tried again.
              --reconnect SECONDS waits for a server that restarts.
   Resuming   Repeat the command. If it names an interrupted step, run
@@ -329,6 +369,24 @@ void AddUpgrade(CLI::App& app, Invocation& invocation) {
                      "Keep going until more than this number, or percentage, of sites has failed")
         ->type_name("N|P%")
         ->check(FaultOfFailureLimit);
+    command
+        ->add_option("--max-load", arguments->maxLoad,
+                     "Wait while more threads of others than this run a statement on the server")
+        ->type_name("Threads_running=N")
+        ->check(FaultOfMaxLoad);
+    auto* lag = command
+                    ->add_option("--max-replica-lag", arguments->care.mostLag,
+                                 "Wait while a replica is further behind than this")
+                    ->type_name("SECONDS")
+                    ->transform(Decimal())
+                    ->check(CLI::Range(0, 31536000));
+    command
+        ->add_option("--replica", arguments->care.replicas,
+                     "A replica whose lag counts; may be given several times")
+        ->type_name("HOST[:PORT]")
+        ->allow_extra_args(false)
+        ->check(FaultOfReplica)
+        ->needs(lag);
     command
         ->add_option("--reconnect", arguments->reconnectSeconds,
                      "Wait this long for a server that cannot be reached any more (default: a few "

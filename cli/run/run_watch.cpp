@@ -49,7 +49,8 @@ RunFailure FailureOf(const std::exception& error, const Position& where) {
 
 RunWatch::RunWatch() : run_(std::make_shared<Run>()) {}
 
-RunWatch::RunWatch(const RunWatch& run, unsigned job, std::uint64_t connection) : run_(run.run_) {
+RunWatch::RunWatch(const RunWatch& run, unsigned job, std::uint64_t connection)
+    : run_(run.run_), pause_(run.pause_) {
     where_.job = job;
     where_.connection = connection;
 }
@@ -60,6 +61,10 @@ void RunWatch::AddSink(std::shared_ptr<RunSink> sink) {
 
 void RunWatch::AddSharedSink(std::shared_ptr<RunSink> sink) {
     run_->sinks.push_back(std::move(sink));
+}
+
+void RunWatch::SetPause(std::function<void(const Position&)> pause) {
+    pause_ = std::move(pause);
 }
 
 void RunWatch::SetBeforeSites(std::function<void()> beforeSites) {
@@ -210,6 +215,9 @@ void RunWatch::LadderEnded(Ladder ladder, const std::string& /*database*/) {
 }
 
 void RunWatch::StepStarting(const LadderStep& step, const std::string& /*database*/) {
+    if (pause_) {
+        pause_(where_);  // outside of the step, so that an end there needs no repair
+    }
     where_.step = step;
     stepStatements_ = 0;
     stepStarted_ = Clock::now();
@@ -239,6 +247,9 @@ void RunWatch::SiteStarting(std::int32_t siteId, double version) {
     DatabaseStarting(SiteDatabaseName(siteId), version);
     current_.siteId = siteId;
     where_.siteId = siteId;
+    if (pause_) {
+        pause_(where_);
+    }
     TellSinks([&](RunSink& sink) { sink.SiteStarting(where_, version); });
 }
 

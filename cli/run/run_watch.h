@@ -32,6 +32,9 @@ class RunWatch final : public Observer, public host::StatementListener {
     /// The server's number of the connection, when it is another one now.
     void SetConnection(std::uint64_t connection) { where_.connection = connection; }
 
+    /// What is done before each site and each step, for example to wait; it may throw. The jobs'
+    /// watches that are made afterwards do it too.
+    void SetPause(std::function<void(const Position& where)> pause);
     /// What is done when the central ladders have ended, before the component looks for sites.
     void SetBeforeSites(std::function<void()> beforeSites);
     /// What is done when the ladders of a site have ended and it is not yet told as done.
@@ -103,6 +106,7 @@ class RunWatch final : public Observer, public host::StatementListener {
 
     std::shared_ptr<Run> run_;
     std::vector<std::shared_ptr<RunSink>> sinks_;
+    std::function<void(const Position&)> pause_;
     std::function<void()> beforeSites_;
     std::function<void(std::int32_t)> afterLadders_;
     Position where_;
