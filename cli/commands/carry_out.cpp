@@ -199,8 +199,9 @@ EndedRun End(RunWatch& watch, const JobsEnded& ended) {
 
 /// Carries out the operation, and again what may be tried again.
 /// @returns how it has ended before its time
-std::optional<EndedRun> Operate(const Run& run, const Session& session, Update& update,
-                                Utility& host, Retries& retries, RunWatch& watch) {
+std::optional<EndedRun> Operate(const Run& run, const Session& session,
+                                const std::function<void()>& operation, Retries& retries,
+                                RunWatch& watch) {
     std::optional<RunRetry> retry;
     while (true) {
         try {
@@ -212,7 +213,7 @@ std::optional<EndedRun> Operate(const Run& run, const Session& session, Update& 
                 });
                 run.again();
             }
-            run.operation(update, host);
+            operation();
             return std::nullopt;
         } catch (const JobsEnded& ended) {
             watch.Leave(ended);
@@ -250,6 +251,15 @@ void ReconnectIfLost(const Session& session, const RunLock* lock) {
     }
 }
 
+/// By jobs, in the place of the component's walk.
+void UpgradeSites(const Run& run, Jobs& jobs, const Session& session) {
+    jobs.Upgrade(run.start.sites, run.refused);
+    ReconnectIfLost(session, run.lock);
+    if (run.afterSites) {
+        run.afterSites();
+    }
+}
+
 /// Tells of the sites that have failed in groups, unless it is the one that has ended the run.
 void ExplainGroups(Console& console, const EndedRun& end, const JobOptions& jobs) {
     const auto groups = GroupFailures(end.failures);
@@ -261,7 +271,8 @@ void ExplainGroups(Console& console, const EndedRun& end, const JobOptions& jobs
         return;
     }
     if (end.status == kIncomplete) {
-        console.Error(fmt::format("{} failed; all other sites are done", Count(sites, "site")));
+        console.Error(
+            fmt::format("{} failed; all other sites of the run are done", Count(sites, "site")));
     } else if (jobs.mostFailures > 0 && sites > jobs.mostFailures) {
         console.Error(
             fmt::format("{} failed, more than --max-failures allows; no further site was "
@@ -413,7 +424,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     const auto host = session.ForComponent(watch, watch);
     Retries retries(run.retries, *watch, run.lock);
     std::optional<Jobs> jobs;
-    if (run.jobs.AreWanted()) {
+    if (run.jobs.AreWanted() || run.isOfTheseSitesAlone) {
         jobs.emplace(session, *watch, *run.marks, sinksOf, run.jobs, retries, console);
     }
     const StopSignals stopSignals;
@@ -421,14 +432,18 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     Update update;
     update.Configure(host);
     if (jobs) {
-        watch->SetBeforeSites([&] {
-            jobs->Upgrade(run.start.sites, run.refused);
-            ReconnectIfLost(session, run.lock);
-        });
+        watch->SetBeforeSites([&] { UpgradeSites(run, *jobs, session); });
     } else if (run.beforeSites) {
         watch->SetBeforeSites([&] { run.beforeSites(update, *host); });
     }
-    if (const auto end = Operate(run, session, update, *host, retries, *watch)) {
+    const auto operation = [&] {
+        if (run.operation) {
+            run.operation(update, *host);
+        } else {
+            UpgradeSites(run, *jobs, session);
+        }
+    };
+    if (const auto end = Operate(run, session, operation, retries, *watch)) {
         for (const RunFailure& failure : end->failures) {
             ExplainFailure(session, console, failure, jobs && failure.where.siteId);
         }

@@ -28,13 +28,20 @@ namespace twupdate::cli {
 /// One operation of the component and its context.
 struct Run {
     RunStart start;
-    /// Calls the component, and does what belongs to the host afterwards.
+    /// Calls the component, and does what belongs to the host afterwards. Empty where jobs upgrade
+    /// sites and nothing else is to be done.
     std::function<void(Update&, Utility&)> operation;
     /// Upgrades the sites that the component's own walk must not begin from their recorded version,
     /// after the central ladders. May be empty.
     std::function<void(Update&, Utility&)> beforeSites;
     /// How many sites are upgraded at a time. With one the component does it in its walk.
     JobOptions jobs;
+    /// Only the sites of `start` are upgraded, not all that the component's walk would find: jobs
+    /// do so, even if it is one.
+    bool isOfTheseSitesAlone = false;
+    /// What is done when jobs have upgraded the sites, before the component looks for others. May
+    /// be empty; may throw to end the component's operation.
+    std::function<void()> afterSites;
     std::vector<RefusedSite> refused;  ///< sites that are left out and count as failed
     /// Finds out what is left to do when the operation is carried out again on a new connection.
     /// Without it nothing is tried again.

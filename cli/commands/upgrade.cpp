@@ -2,19 +2,19 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
-#include <chrono>
-#include <cmath>
-#include <limits>
+#include <cstdint>
+#include <exception>
+#include <initializer_list>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string_view>
-#include <system_error>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/commands/carry_out.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/many_sites.h"
+#include "cli/commands/site_option.h"
 #include "cli/run/pending_services.h"
 #include "cli/run/resume.h"
 #include "cli/run/run_lock.h"
@@ -30,37 +30,26 @@
 namespace twupdate::cli {
 namespace {
 
-constexpr const char* kAuto = "auto";
-constexpr unsigned kMostJobs = 64;
-
-std::vector<SiteRow> InState(const std::vector<SiteRow>& sites, SiteState state) {
-    std::vector<SiteRow> chosen;
-    std::copy_if(sites.begin(), sites.end(), std::back_inserter(chosen),
-                 [state](const SiteRow& site) { return site.State() == state; });
-    return chosen;
-}
-
-/// Hard-deleted sites are gone permanently; any other site that is left out was perhaps forgotten.
-void TellLeftOut(const LeftOut& leftOut, Console& console) {
-    for (const auto& [state, ids] : leftOut) {
-        const std::string text = LeftOutText(state, ids);
-        if (state == SiteState::kHardDeleted) {
-            console.Say("Left out, " + text);
-        } else {
-            console.Warn("left out, " + text);
+std::vector<std::int64_t> IdsIn(const std::vector<SiteRow>& sites,
+                                std::initializer_list<SiteState> states) {
+    std::vector<std::int64_t> ids;
+    for (const SiteRow& site : sites) {
+        if (std::find(states.begin(), states.end(), site.State()) != states.end()) {
+            ids.push_back(site.siteId);
         }
     }
+    return ids;
 }
 
 int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& console) {
     console.Say(
         fmt::format("The installation is at {} already; nothing was done.", VersionText(version)));
-    const auto old = InState(sites, SiteState::kOld);
+    const auto old = IdsIn(sites, {SiteState::kOld});
     if (!old.empty()) {
         console.Warn(
             fmt::format("{} older than the installation (the first is site {}); an upgrade of a "
-                        "current installation skips them\nhint: run upgrade-site for each",
-                        Count(old.size(), "site is", "sites are"), old.front().siteId));
+                        "current installation skips them\nhint: run upgrade-site --all-old",
+                        Count(old.size(), "site is", "sites are"), old.front()));
     }
     const LeftOut leftOut = SitesLeftOut(sites);
     TellLeftOut(leftOut, console);
@@ -70,20 +59,6 @@ int NothingToDo(double version, const std::vector<SiteRow>& sites, Console& cons
                     {"older_sites", old.size()},
                     {"left_out", JsonOf(leftOut)}});
     return kDone;
-}
-
-/// Why a run must not begin this site, since it would end at an interrupted step or at a mark;
-/// empty when it may.
-std::string FaultOf(const Session& session, ProgressMarks& marks, const SiteRow& site,
-                    Leftovers leftovers) {
-    const SteppedDatabase database{fmt::format("tw_{}", site.siteId), "", *site.version};
-    try {
-        marks.RequireWritable(database.name, Ladder::kSiteSchema, Ladder::kSiteContent,
-                              database.version);
-        return InterruptionText(session, marks, {database}, leftovers);
-    } catch (const CommandError& error) {
-        return error.what();
-    }
 }
 
 /// Checks before the first statement what would end the run at an interrupted step or a mark.
@@ -97,151 +72,75 @@ void RefuseWhatCannotBeResumed(const Session& session, ProgressMarks& marks, dou
     }
 }
 
-/// Takes the sites out that have no database.
-std::vector<RefusedSite> TakeOutWithoutDatabase(Installation& installation,
-                                                std::vector<SiteRow>& sites) {
-    std::vector<RefusedSite> refused;
-    for (const SiteRow& site : installation.WithoutDatabase(sites)) {
-        refused.push_back({site, "no database that this account can see"});
-        std::erase_if(sites, [&](const SiteRow& other) { return other.siteId == site.siteId; });
-    }
-    return refused;
-}
-
-/// Takes the sites out that would end the run at an interrupted step or a mark.
-void TakeOutFaulty(const Session& session, ProgressMarks& marks, Leftovers leftovers,
-                   std::vector<SiteRow>& sites, std::vector<RefusedSite>& refused) {
-    std::erase_if(sites, [&](const SiteRow& site) {
-        const std::string fault = FaultOf(session, marks, site, leftovers);
-        if (!fault.empty()) {
-            refused.push_back({site, fault});
-        }
-        return !fault.empty();
-    });
-}
-
-/// The value of --jobs.
-JobOptions JobsOf(const std::string& text) {
-    JobOptions jobs;
-    jobs.isAuto = text == kAuto;
-    if (!jobs.isAuto) {
-        jobs.number = static_cast<unsigned>(std::stoul(text));
-    }
-    return jobs;
-}
-
-std::string FaultOfJobs(const std::string& text) {
-    unsigned number = 0;
-    const char* end = text.data() + text.size();
-    const bool isNumber = std::from_chars(text.data(), end, number).ptr == end;
-    return text == kAuto || (isNumber && number >= 1 && number <= kMostJobs)
-               ? ""
-               : fmt::format("'{}' is not a number of jobs; that is 1 to {}, or auto", text,
-                             kMostJobs);
-}
-
-/// The value of --max-failures: of sites, or of them a hundred "%".
-struct FailureLimit {
-    double number = 0;
-    bool isPercent = false;
-
-    std::size_t Of(std::size_t sites) const {
-        return static_cast<std::size_t>(
-            isPercent ? std::floor(number * static_cast<double>(sites) / 100) : number);
-    }
-};
-
-/// Nothing for a text that is none.
-std::optional<FailureLimit> FailureLimitOf(std::string_view text) {
-    FailureLimit limit;
-    limit.isPercent = text.ends_with('%');
-    text.remove_suffix(limit.isPercent ? 1 : 0);
-    unsigned number = 0;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (rest != end || error != std::errc() || (limit.isPercent && number > 100)) {
-        return std::nullopt;
-    }
-    limit.number = number;
-    return limit;
-}
-
-std::string FaultOfFailureLimit(const std::string& text) {
-    return FailureLimitOf(text)
-               ? ""
-               : fmt::format("'{}' is not a number of sites, such as 10 or 5%", text);
-}
-
-/// The value of --max-load; nothing for a text that is none.
-std::optional<std::int64_t> MostRunningOf(std::string_view text) {
-    constexpr std::string_view kName = "Threads_running=";
-    if (!text.starts_with(kName)) {
-        return std::nullopt;
-    }
-    text.remove_prefix(kName.size());
-    std::uint32_t number = 0;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    return rest == end && error == std::errc() ? std::optional<std::int64_t>(number) : std::nullopt;
-}
-
-std::string FaultOfMaxLoad(const std::string& text) {
-    return MostRunningOf(text) ? ""
-                               : fmt::format("'{}' is not a load such as Threads_running=25", text);
-}
-
 struct UpgradeArguments {
     std::shared_ptr<Leftovers> leftovers;
-    std::string jobs = "1";
-    bool keepGoing = false;
-    unsigned reconnectSeconds = 0;
-    std::string maxLoad;
-    CareOptions care;         ///< without the limit of --max-load
-    std::string maxFailures;  ///< empty: any number with --keep-going, else none
+    ManySites many;
+    std::vector<std::int32_t> siteIds;  ///< empty: all older sites
+    bool centralOnly = false;
 
-    std::size_t MostFailures(std::size_t sites) const {
-        if (maxFailures.empty()) {
-            return keepGoing ? std::numeric_limits<std::size_t>::max() : 0;
-        }
-        return FailureLimitOf(maxFailures)->Of(sites);
+    bool IsOfAll() const { return siteIds.empty() && !centralOnly; }
+    std::string Command() const {
+        return centralOnly       ? "upgrade --central-only"
+               : siteIds.empty() ? "upgrade"
+                                 : "upgrade --site";
     }
 };
 
-/// Reports the sites that the run leaves out, or refuses the run when they are too many.
-void TellRefused(const std::vector<RefusedSite>& refused, std::size_t most, Console& console) {
-    if (refused.size() > most) {
-        std::vector<std::string> texts;
-        for (const RefusedSite& one : refused) {
-            texts.push_back(fmt::format("site {}: {}", one.site.siteId, one.why));
-        }
-        throw CommandError(JoinMessages(texts, "; nothing was done"));
+/// Ends the component's upgrade before it walks over the sites: there are older ones that the run
+/// is not to upgrade, so the installation's version is not to be recorded.
+class OlderSitesLeft : public std::exception {
+  public:
+    explicit OlderSitesLeft(std::vector<std::int64_t> sites) : sites_(std::move(sites)) {}
+    const char* what() const noexcept override { return "older sites are left"; }
+    const std::vector<std::int64_t>& Sites() const { return sites_; }
+
+  private:
+    std::vector<std::int64_t> sites_;
+};
+
+ChosenSites Choose(Installation& installation, const UpgradeArguments& arguments) {
+    if (arguments.centralOnly) {
+        return {};
     }
-    for (const RefusedSite& one : refused) {
-        console.Warn(fmt::format("left out, site {}: {}", one.site.siteId, one.why));
+    return arguments.siteIds.empty() ? AllOldSites(installation, arguments.many)
+                                     : NamedSites(installation, arguments.siteIds, arguments.many);
+}
+
+/// The component's upgrade of the installation. Where the run is of some sites alone, its version
+/// is recorded only when no older site is left.
+void UpgradeInstallation(Update& update, double version, Console& console, Run& run) {
+    try {
+        update.UpdateServer(version);
+        run.marks->Recorded("tw_tarnwick", Ladder::kServer, Ladder::kServerData);
+    } catch (const OlderSitesLeft& left) {
+        const auto& sites = left.Sites();
+        run.result["older_sites"] = sites.size();
+        console.Say(fmt::format(
+            "The installation stays at {}, because {} ({}); run upgrade for {}.",
+            VersionText(version), Count(sites.size(), "site is older", "sites are older"),
+            IdsText(sites), sites.size() == 1 ? "it" : "them"));
     }
 }
 
-/// @throws CommandError for a lag of no replica
-CareOptions CareOf(const UpgradeArguments& arguments) {
-    CareOptions care = arguments.care;
-    if (care.mostLag && care.replicas.empty()) {
-        throw CommandError(
-            "no replica is named, so no lag can be seen; nothing was done\nhint: name each with "
-            "--replica HOST[:PORT]",
-            kUsageError);
+std::string Beginning(double version, std::size_t sites, const UpgradeArguments& arguments) {
+    const std::string to = VersionText(kCurrentVersion);
+    if (!IsBelow(version, kCurrentVersion)) {
+        return fmt::format("Upgrading {} to {}.", Count(sites, "site"), to);
     }
-    if (!arguments.maxLoad.empty()) {
-        care.mostRunning = MostRunningOf(arguments.maxLoad);
+    if (arguments.centralOnly) {
+        return fmt::format("Upgrading the central database from {} to {}.", VersionText(version),
+                           to);
     }
-    return care;
+    return fmt::format("Upgrading the installation from {} to {}; {} to upgrade.",
+                       VersionText(version), to, Count(sites, "site"));
 }
 
 int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArguments& arguments) {
-    const CareOptions care = CareOf(arguments);
+    const CareOptions care = arguments.many.Care();
     const Leftovers leftovers = *arguments.leftovers;
     InstallFolderWithData(options);  // a usage error is reported before anything is done
     Session session(options);
-    const RunLock lock(session, options, "upgrade", console);
+    const RunLock lock(session, options, arguments.Command(), console);
     Installation installation(session.Own());
     const double version = installation.Version();
     if (version > kCurrentVersion) {
@@ -250,77 +149,83 @@ int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArgumen
             "done",
             VersionText(version), VersionText(kCurrentVersion)));
     }
-    auto sites = installation.Sites();
-    if (!IsBelow(version, kCurrentVersion)) {
+    const bool centralIsOld = IsBelow(version, kCurrentVersion);
+    if (!centralIsOld && arguments.siteIds.empty()) {
+        const auto sites = installation.Sites();
         if (const auto unfinished = UnfinishedCore(session, InstallFolder(options));
             !unfinished.empty()) {
             console.Warn(unfinished);
         }
-        RunStart start{"upgrade", version, {}};
+        RunStart start{arguments.Command(), version, {}};
         start.leftOut = SitesLeftOut(sites);
         RecordNothingToDo(session, options, console, std::move(start));
         return NothingToDo(version, sites, console);
     }
-    const std::size_t most = arguments.MostFailures(InState(sites, SiteState::kOld).size());
-    std::vector<RefusedSite> refused;
-    if (most > 0) {
-        refused = TakeOutWithoutDatabase(installation, sites);
-    }
-    if (const auto refusals = Refusals(installation, sites); !refusals.empty()) {
-        throw CommandError(JoinMessages(refusals, "; nothing was done"));
-    }
+    ChosenSites chosen = Choose(installation, arguments);
     Run run;
     run.lock = &lock;
     run.marks = std::make_shared<ProgressMarks>(session.GetConnection());
     run.leftovers = leftovers;
-    run.jobs = JobsOf(arguments.jobs);
-    run.jobs.mostFailures = most;
-    run.start = {"upgrade", version, InState(sites, SiteState::kOld)};
-    if (most > 0) {
-        TakeOutFaulty(session, *run.marks, leftovers, run.start.sites, refused);
-        TellRefused(refused, most, console);
-        run.refused = refused;
+    if (chosen.MayFail()) {
+        TakeOutFaulty(session, *run.marks, leftovers, chosen);
     }
+    TellRefused(chosen, console);
+    TellCurrent(chosen, console);
+    if (!centralIsOld && chosen.IsEmpty()) {
+        return NoSiteToUpgrade(session, options, console, {arguments.Command(), version, {}});
+    }
+    run.jobs = chosen.jobs;
+    run.refused = chosen.refused;
+    run.start = {arguments.Command(), version, chosen.old};
+    run.start.leftOut = chosen.leftOut;
     if (!run.start.sites.empty()) {
         RequireSiteFiles(options);
     }
     RequireSoundDataFiles(InstallFolder(options));
-    std::vector<RunPart> parts{CentralPart(session, version)};
+    std::vector<RunPart> parts;
+    if (centralIsOld) {
+        parts.push_back(CentralPart(session, version));
+    }
     for (const SiteRow& site : run.start.sites) {
         parts.push_back(SitePart(static_cast<std::int32_t>(site.siteId), *site.version));
     }
     RequireServices(session, options, parts);
     RefuseWhatCannotBeResumed(session, *run.marks, version,
-                              most > 0 ? std::vector<SiteRow>{} : run.start.sites, leftovers);
+                              chosen.MayFail() ? std::vector<SiteRow>{} : run.start.sites,
+                              leftovers);
+    run.result["command"] = "upgrade";  // without the option that chooses sites
     run.result["from"] = VersionText(version);
-    const LeftOut leftOut = SitesLeftOut(sites);
-    run.start.leftOut = leftOut;
-    run.result["left_out"] = JsonOf(leftOut);
-    run.operation = [&](Update& update, Utility& /*host*/) {
-        update.UpdateServer(version);
-        run.marks->Recorded("tw_tarnwick", Ladder::kServer, Ladder::kServerData);
-    };
-    console.Say(fmt::format("Upgrading the installation from {} to {}; {} to upgrade.",
-                            VersionText(version), VersionText(kCurrentVersion),
-                            Count(run.start.sites.size(), "site")));
-    TellLeftOut(leftOut, console);
+    run.result["left_out"] = JsonOf(chosen.leftOut);
+    if (centralIsOld) {
+        run.operation = [&](Update& update, Utility& /*host*/) {
+            UpgradeInstallation(update, version, console, run);
+        };
+    }
+    console.Say(Beginning(version, run.start.sites.size(), arguments));
+    TellLeftOut(chosen.leftOut, console);
     auto resumed = SetResumeVersions(*run.marks, run.start.sites, console);
     run.again = [&] {
         run.marks->ReadAgain();
-        run.start.sites = InState(installation.Sites(), SiteState::kOld);
-        std::erase_if(run.start.sites, [&](const SiteRow& site) {
-            return std::any_of(
-                run.refused.begin(), run.refused.end(),
-                [&](const RefusedSite& other) { return other.site.siteId == site.siteId; });
-        });
+        run.start.sites = StillOld(installation, chosen);
         resumed = SetResumeVersions(*run.marks, run.start.sites, console);
     };
     run.care = care;
-    run.retries.lockWaits = !options.ddlTimeoutSeconds;
-    run.retries.reconnect = std::chrono::seconds(arguments.reconnectSeconds);
-    run.beforeSites = [&](Update& update, Utility& host) {
-        UpgradeResumed(update, host, *run.marks, resumed);
-    };
+    run.retries = arguments.many.Retries(options);
+    if (arguments.IsOfAll()) {
+        run.beforeSites = [&](Update& update, Utility& host) {
+            UpgradeResumed(update, host, *run.marks, resumed);
+        };
+    } else {
+        run.isOfTheseSitesAlone = true;
+    }
+    if (run.isOfTheseSitesAlone && centralIsOld) {
+        run.afterSites = [&] {
+            auto left = IdsIn(installation.Sites(), {SiteState::kOld, SiteState::kNoVersion});
+            if (!left.empty()) {
+                throw OlderSitesLeft(std::move(left));
+            }
+        };
+    }
     return CarryOut(session, options, console, run);
 }
 
@@ -356,45 +261,15 @@ void AddUpgrade(CLI::App& app, Invocation& invocation) {
     command->footer(kNeeds);
     const auto arguments = std::make_shared<UpgradeArguments>();
     arguments->leftovers = AddRepairFlag(*command);
+    AddManySitesOptions(*command, arguments->many);
+    AddSiteOption(*command, arguments->siteIds,
+                  "Upgrade only this site after the central database (may be repeated)");
     command
-        ->add_option("--jobs", arguments->jobs,
-                     "Upgrade this many sites at a time; auto: as many as the server gains from")
-        ->type_name("N|auto")
-        ->check(FaultOfJobs)
-        ->capture_default_str();
-    command->add_flag("--keep-going", arguments->keepGoing,
-                      "Upgrade the other sites too if one fails; exit status 6 names those");
-    command
-        ->add_option("--max-failures", arguments->maxFailures,
-                     "Keep going until more than this number, or percentage, of sites has failed")
-        ->type_name("N|P%")
-        ->check(FaultOfFailureLimit);
-    command
-        ->add_option("--max-load", arguments->maxLoad,
-                     "Wait while more threads of others than this run a statement on the server")
-        ->type_name("Threads_running=N")
-        ->check(FaultOfMaxLoad);
-    auto* lag = command
-                    ->add_option("--max-replica-lag", arguments->care.mostLag,
-                                 "Wait while a replica is further behind than this")
-                    ->type_name("SECONDS")
-                    ->transform(Decimal())
-                    ->check(CLI::Range(0, 31536000));
-    command
-        ->add_option("--replica", arguments->care.replicas,
-                     "A replica whose lag counts; may be given several times")
-        ->type_name("HOST[:PORT]")
-        ->allow_extra_args(false)
-        ->check(FaultOfReplica)
-        ->needs(lag);
-    command
-        ->add_option("--reconnect", arguments->reconnectSeconds,
-                     "Wait this long for a server that cannot be reached any more (default: a few "
-                     "attempts)")
-        ->type_name("SECONDS")
-        ->transform(Decimal())
-        ->check(CLI::Range(0, 31536000));
+        ->add_flag("--central-only", arguments->centralOnly,
+                   "Upgrade only the central database; the sites stay as they are")
+        ->excludes(command->get_option("--site"));
     command->callback([&invocation, arguments] {
+        RefuseTwins(arguments->siteIds);
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Upgrade(options, console, *arguments);
         };

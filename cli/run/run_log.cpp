@@ -74,7 +74,7 @@ class RunLog final : public RunSink {
     }
     void RunFailed(const RunFailure& failure, const Counts& /*counts*/) override {
         if (failure.isOfOneSite) {
-            log_.warn("incomplete: all other sites are done");
+            log_.warn("incomplete: all other sites of the run are done");
         } else if (failure.stopped) {
             log_.warn("stopped as requested: {}", FailureLine(failure));
         } else {

@@ -402,7 +402,7 @@ TEST_F(Jobs, KeepGoingPastSitesThatFail) {
     EXPECT_EQ(outcome.status, 6) << outcome.err;
     EXPECT_THAT(outcome.err, HasSubstr("warning: left out, site 31: no database that this account "
                                        "can see\n"));
-    EXPECT_THAT(outcome.err, HasSubstr("3 sites failed; all other sites are done\n"
+    EXPECT_THAT(outcome.err, HasSubstr("3 sites failed; all other sites of the run are done\n"
                                        "twupdate: 2 sites: SiteSchemaStep_1_0264, 1347 'tw_"));
     EXPECT_THAT(outcome.err,
                 AllOf(HasSubstr(": 5, 23\n"),

@@ -35,7 +35,7 @@ TEST(Usage, TakesSiteIdsFrom1ToTheLargest32BitInteger) {
         ExpectUsageError({"upgrade-site", id}, id);
         ExpectUsageError({"import-master-data", id}, id);
     }
-    ExpectUsageError({"upgrade-site"}, "ID is required");
+    ExpectUsageError({"upgrade-site"}, "ID, or --all-old, is required");
 }
 
 TEST(Usage, TakesNoVersionBelow0) {
