@@ -188,21 +188,21 @@ void Events::Retrying(const RunRetry& retry) {
     auto line = FailureOf("retry", retry.failure);
     line["attempt"] = retry.attempt;
     line["pause"] = retry.pause.count();
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::Waiting(const RunWait& wait) {
     auto line = Line("waiting");
     line["reason"] = wait.reason;
     line["since"] = TimeText(wait.since);
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) {
     auto line = Line("waited");
     line["reason"] = wait.reason;
     line["ms"] = Milliseconds(duration);
-    lines_.Write(line);
+    write_(line);
 }
 
 void Events::SiteFailed(const RunFailure& failure, const Counts& counts) {

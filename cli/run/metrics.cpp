@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -79,7 +80,9 @@ std::string Metrics::Exposition(std::string_view state) const {
     text += Head("twupdate_jobs", "gauge", "Jobs at work.") +
             fmt::format("twupdate_jobs {}\n", figures.jobs);
     text += Head("twupdate_waiting", "gauge", "Jobs that wait, by what they wait for.") +
-            fmt::format("twupdate_waiting{{reason=\"lock\"}} {}\n", figures.waiting);
+            fmt::format("twupdate_waiting{{reason=\"lock\"}} {}\n", figures.waiting) +
+            fmt::format("twupdate_waiting{{reason=\"load\"}} {}\n",
+                        figures.isPaused ? std::max<std::uint64_t>(figures.jobs, 1) : 0);
     if (figures.left && state == kRunning) {
         text +=
             Metric("twupdate_time_left_seconds", "gauge",

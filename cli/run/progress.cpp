@@ -59,10 +59,18 @@ void Progress::Retrying(const RunRetry& retry) {
 }
 
 void Progress::Waiting(const RunWait& wait) {
+    {
+        const std::lock_guard lock(mutex_);
+        runWait_ = wait;
+    }
     console_.Warn("waits: " + wait.reason);
 }
 
 void Progress::WaitEnded(const RunWait& wait, std::chrono::nanoseconds duration) {
+    {
+        const std::lock_guard lock(mutex_);
+        runWait_.reset();
+    }
     console_.Say(fmt::format("goes on after {}: {}", DurationText(duration), wait.reason));
 }
 
@@ -80,6 +88,7 @@ void Progress::End() {
     const std::lock_guard lock(mutex_);
     jobs_.clear();
     jobs_[0].atWork = false;
+    runWait_.reset();
 }
 
 void Progress::Doing(const Position& where, const std::string& activity) {
@@ -217,6 +226,7 @@ ProgressFigures Progress::Figures() const {
     figures.sitesFailed = sitesFailed_;
     figures.statements = statements_;
     figures.left = timeLeft_.Estimate();
+    figures.isPaused = runWait_.has_value();
     for (const auto& [number, job] : jobs_) {
         const bool isAtWork = job.atWork && (number > 0 || !HasJobs());
         figures.jobs += isAtWork ? 1U : 0U;
@@ -229,6 +239,10 @@ ProgressFigures Progress::Figures() const {
 /// How the run goes on as a whole.
 std::vector<std::string> Progress::WholeLine() const {
     std::vector<std::string> parts;
+    if (runWait_) {
+        const auto time = std::chrono::system_clock::now() - runWait_->since;
+        parts.push_back(fmt::format("waits {}: {}", DurationText(time), runWait_->reason));
+    }
     if (sites_ > 0) {
         parts.push_back(fmt::format("{} of {}", Grouped(sitesDone_), Count(sites_, "site")));
     }

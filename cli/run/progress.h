@@ -26,6 +26,7 @@ struct ProgressFigures {
     std::uint64_t statements = 0;
     std::uint64_t jobs = 0;     ///< at work; 1 while the run has none of its own
     std::uint64_t waiting = 0;  ///< statements that wait for a lock, as far as that is known
+    bool isPaused = false;      ///< because the server or a replica has too much to do
     std::optional<std::chrono::nanoseconds> left;
 };
 
@@ -98,6 +99,7 @@ class Progress final : public RunSink {
     mutable std::mutex mutex_;  ///< guards what follows
     TimeLeft timeLeft_;
     std::map<unsigned, Job> jobs_;  ///< by number; the run is 0
+    std::optional<RunWait> runWait_;  ///< that of all jobs
     std::uint64_t sites_ = 0;
     std::uint64_t sitesDone_ = 0;
     std::uint64_t sitesFailed_ = 0;
