@@ -10,10 +10,13 @@ constexpr std::chrono::seconds kLong{5};
 }  // namespace
 
 RestoreWatch::RestoreWatch(const Session& session, const ClientNumber& client, Console& console,
-                           CountedProgress& progress)
-    : client_(client), console_(console), progress_(progress), finder_(session), ticker_([this] {
-          Look();
-      }) {}
+                           CountedProgress& progress, unsigned job)
+    : client_(client),
+      console_(console),
+      progress_(progress),
+      job_(job),
+      finder_(session),
+      ticker_([this] { Look(); }) {}
 
 void RestoreWatch::In(const std::string& database) {
     const std::lock_guard lock(mutex_);
@@ -38,14 +41,14 @@ void RestoreWatch::Look() {
     if (!wait) {
         since_.reset();
         told_ = false;
-        progress_.Waiting("");
+        progress_.Waiting("", job_);
         return;
     }
     since_ = since_.value_or(now);
     if (now - *since_ < kLong) {
         return;
     }
-    progress_.Waiting(wait->brief);
+    progress_.Waiting(wait->brief, job_);
     if (!told_ && !console_.Interactive()) {
         console_.Warn(fmt::format("{}: {}", database, wait->Text()));
     }

@@ -20,8 +20,9 @@ namespace twupdate::cli {
 class RestoreWatch {
   public:
     /// All of them must outlive this.
+    /// @param job  of several that restore
     RestoreWatch(const Session& session, const ClientNumber& client, Console& console,
-                 CountedProgress& progress);
+                 CountedProgress& progress, unsigned job = 0);
 
     /// What follows is done in this database.
     void In(const std::string& database);
@@ -33,6 +34,7 @@ class RestoreWatch {
     const ClientNumber& client_;
     Console& console_;
     CountedProgress& progress_;
+    const unsigned job_;
     LockWaitFinder finder_;
     std::mutex mutex_;
     std::string database_;  ///< guarded by it

@@ -321,8 +321,8 @@ std::string FirstKey(host::Connection& connection, const Question& question,
                         : "";
 }
 
-void Ask(host::Connection& connection, const Question& question,
-         std::vector<CheckFinding>& findings) {
+void AskOne(host::Connection& connection, const Question& question,
+            std::vector<CheckFinding>& findings) {
     std::vector<std::string> sums;
     for (const Condition& condition : question.conditions) {
         sums.push_back(fmt::format("COALESCE(SUM({}), 0)", condition.sql));
@@ -356,20 +356,26 @@ void Ask(host::Connection& connection, const Question& question,
 
 }  // namespace
 
-void CheckRows(const ServerState& server, const host::Catalogue& stored, const Walk& walk,
-               CountedProgress& progress, std::vector<CheckFinding>& findings) {
-    const auto questions = Questions(stored, server.IsStrict()).Of(walk.record);
-    for (const std::string& database : walk.databases) {
-        progress.Next(database);
-        for (Question question : questions) {
-            question.from = WithDatabase(question.from, walk.database, database);
-            for (Condition& condition : question.conditions) {
-                condition.sql = WithDatabase(condition.sql, walk.database, database);
-                condition.table.database =
-                    WithDatabase(condition.table.database, walk.database, database);
-            }
-            Ask(server.connection, question, findings);
+struct RowQuestions::Content {
+    std::string walked;  ///< the database of the walk
+    std::vector<Question> questions;
+};
+
+RowQuestions::RowQuestions(const ServerState& server, const host::Catalogue& stored,
+                           const Walk& walk)
+    : content_(std::make_shared<const Content>(
+          Content{walk.database, Questions(stored, server.IsStrict()).Of(walk.record)})) {}
+
+void RowQuestions::Ask(host::Connection& connection, const std::string& database,
+                       std::vector<CheckFinding>& findings) const {
+    for (Question question : content_->questions) {
+        question.from = WithDatabase(question.from, content_->walked, database);
+        for (Condition& condition : question.conditions) {
+            condition.sql = WithDatabase(condition.sql, content_->walked, database);
+            condition.table.database =
+                WithDatabase(condition.table.database, content_->walked, database);
         }
+        AskOne(connection, question, findings);
     }
 }
 

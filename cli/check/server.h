@@ -20,6 +20,8 @@ struct ServerState {
     std::set<std::string> modes;  ///< of sql_mode
 
     static ServerState Of(host::Connection& connection);
+    /// The same for another connection of the program.
+    ServerState On(host::Connection& other) const { return {other, version, variables, modes}; }
 
     /// Empty where the server does not have the variable.
     std::string Get(const std::string& name) const;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 
 #include "cli/server/queries.h"
@@ -60,26 +61,31 @@ std::map<std::string, std::uint64_t> RowsByDatabase(const Session& session) {
 }
 
 /// The sites in groups of those that are like each other; the first of a group is walked.
-std::vector<std::vector<PendingSite>> Groups(const Session& session, const WalkScope& scope,
+std::vector<std::vector<PendingSite>> Groups(const JobSessions& sessions, const WalkScope& scope,
                                              const host::Catalogue& stored) {
-    std::map<std::string, std::size_t> groupOf;
-    std::vector<std::vector<PendingSite>> groups;
-    for (const PendingSite& site : scope.sites) {
+    std::vector<std::string> kinds(scope.sites.size());
+    const auto findKind = [&](unsigned job, std::size_t place) {
+        const PendingSite& site = scope.sites[place];
         const std::string database = site.Database();
         const bool hasForms = stored.Find(database, "formfield") != nullptr;
-        const std::string kind =
-            fmt::format("{} {}\n{}", site.version, hasForms ? FieldsOfForms(session, database) : "",
-                        LayoutText(stored, database));
-        const auto [group, isNew] = groupOf.emplace(kind, groups.size());
+        kinds[place] = fmt::format("{} {}\n{}", site.version,
+                                   hasForms ? FieldsOfForms(sessions.Of(job), database) : "",
+                                   LayoutText(stored, database));
+    };
+    InParallel(sessions.Count(), kinds.size(), {findKind, {}, {}});
+    std::map<std::string, std::size_t> groupOf;
+    std::vector<std::vector<PendingSite>> groups;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        const auto [group, isNew] = groupOf.emplace(kinds[i], groups.size());
         if (isNew) {
             groups.emplace_back();
         }
-        groups[group->second].push_back(site);
+        groups[group->second].push_back(scope.sites[i]);
     }
     if (groups.size() < scope.sites.size()) {
         std::map<std::string, std::uint64_t> rows;
         try {
-            rows = RowsByDatabase(session);
+            rows = RowsByDatabase(sessions.Of(0));
         } catch (const HostError&) {
             return groups;  // whoever may not see it takes the first of each
         }
@@ -221,22 +227,24 @@ host::Catalogue ReadLayouts(const Session& session, const WalkScope& scope) {
     return host::ReadCatalogue(*session.GetConnection(), databases);
 }
 
-std::vector<Walk> WalkLadders(const Session& session, const WalkScope& scope,
+std::vector<Walk> WalkLadders(const JobSessions& sessions, const WalkScope& scope,
                               const host::Catalogue& stored, Console& console) {
     std::vector<Walk> walks;
     host::Catalogue central;  // as the sites find it
     if (scope.centralVersion) {
         central = stored;
-        walks.push_back(WalkOne(session, scope, stored, central, kCentral, [&](Update& update) {
-            update.UpdateServer(*scope.centralVersion);
-        }));
+        walks.push_back(
+            WalkOne(sessions.Of(0), scope, stored, central, kCentral,
+                    [&](Update& update) { update.UpdateServer(*scope.centralVersion); }));
         central = Only(central, {kCentral});
     } else {
         central = Only(stored, {kCentral});
     }
-    const auto groups = Groups(session, scope, stored);
+    const auto groups = Groups(sessions, scope, stored);
+    std::vector<Walk> ofSites(groups.size());
     CountedProgress progress(console, "layout", groups.size());
-    for (const auto& group : groups) {
+    const auto walkGroup = [&](unsigned job, std::size_t place) {
+        const auto& group = groups[place];
         const PendingSite& site = group.front();
         const std::string database = site.Database();
         progress.Next(database);
@@ -244,13 +252,15 @@ std::vector<Walk> WalkLadders(const Session& session, const WalkScope& scope,
         if (const auto own = stored.Databases().find(database); own != stored.Databases().end()) {
             layout.AddDatabase(database, own->second);
         }
-        walks.push_back(
-            WalkOne(session, scope, Only(stored, {kCentral, database}), layout, database,
-                    [&](Update& update) { update.UpdateSite(site.siteId, site.version); }));
+        ofSites[place] =
+            WalkOne(sessions.Of(job), scope, Only(stored, {kCentral, database}), layout, database,
+                    [&](Update& update) { update.UpdateSite(site.siteId, site.version); });
         for (std::size_t i = 1; i < group.size(); ++i) {
-            walks.back().databases.push_back(group[i].Database());
+            ofSites[place].databases.push_back(group[i].Database());
         }
-    }
+    };
+    InParallel(sessions.Count(), groups.size(), {walkGroup, {}, {}});
+    std::move(ofSites.begin(), ofSites.end(), std::back_inserter(walks));
     return walks;
 }
 

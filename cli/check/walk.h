@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/check/finding.h"
+#include "cli/run/parallel.h"
 #include "cli/server/session.h"
 #include "cli/terminal/console.h"
 #include "twupdate_host/catalogue.h"
@@ -72,7 +73,8 @@ struct WalkScope {
 host::Catalogue ReadLayouts(const Session& session, const WalkScope& scope);
 
 /// The walk of the central database where it is upgraded, then one for each kind of site.
-std::vector<Walk> WalkLadders(const Session& session, const WalkScope& scope,
+/// @param sessions  of the jobs that walk
+std::vector<Walk> WalkLadders(const JobSessions& sessions, const WalkScope& scope,
                               const host::Catalogue& stored, Console& console);
 
 }  // namespace twupdate::cli

@@ -7,6 +7,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "cli/check/files.h"
 #include "cli/check/finding.h"
@@ -19,8 +21,10 @@
 #include "cli/check/walk.h"
 #include "cli/check/writes.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/jobs_option.h"
 #include "cli/commands/site_option.h"
 #include "cli/repair/repair_finding.h"
+#include "cli/run/parallel.h"
 #include "cli/run/run_lock.h"
 #include "cli/server/data_files.h"
 #include "cli/server/installation.h"
@@ -41,6 +45,11 @@ CheckFinding NewerFinding(const std::string& database, double version) {
                         VersionText(version), VersionText(kCurrentVersion)),
             "use the program that brought it there"};
 }
+
+struct CheckArguments {
+    std::optional<std::int32_t> siteId;
+    JobsOption jobs;
+};
 
 struct Checked {
     std::vector<CheckFinding> findings;
@@ -217,26 +226,57 @@ void LeaveOutUnreadable(host::Connection& connection, WalkScope& scope,
     }
 }
 
-/// What each walk's statements would meet.
+/// What each walk's statements would meet, in the order of the walks and their databases, however
+/// many jobs look.
 void CheckWalks(const ServerState& server, const host::Catalogue& stored,
-                const std::vector<Walk>& walks, Console& console,
+                const std::vector<Walk>& walks, const JobSessions& sessions, Console& console,
                 std::vector<CheckFinding>& findings) {
-    std::size_t databases = 0;
-    for (const Walk& walk : walks) {
-        databases += walk.databases.size();
+    struct Found {
+        std::vector<CheckFinding> findings;  ///< of the statements
+        std::optional<RowQuestions> questions;
+        std::vector<std::vector<CheckFinding>> ofRows;  ///< of each database
+    };
+    std::vector<Found> found(walks.size());
+    const auto checkWalk = [&](unsigned job, std::size_t place) {
+        const Walk& walk = walks[place];
+        const ServerState own = server.On(sessions.ConnectionOf(job));
+        CheckRefusals(own, stored, walk, found[place].findings);
+        CheckWrites(own, stored, walk, found[place].findings);
+        CheckNextIds(own, walk, found[place].findings);
+        CheckTableSizes(own, walk, found[place].findings);
+        found[place].questions.emplace(own, stored, walk);
+        found[place].ofRows.resize(walk.databases.size());
+    };
+    InParallel(sessions.Count(), walks.size(), {checkWalk, {}, {}});
+    std::vector<std::pair<std::size_t, std::size_t>> databases;  // of which walk, which of them
+    for (std::size_t walk = 0; walk < walks.size(); ++walk) {
+        for (std::size_t i = 0; i < walks[walk].databases.size(); ++i) {
+            databases.emplace_back(walk, i);
+        }
     }
-    CountedProgress progress(console, "database", databases);
-    for (const Walk& walk : walks) {
-        CheckRefusals(server, stored, walk, findings);
-        CheckWrites(server, stored, walk, findings);
-        CheckNextIds(server, walk, findings);
-        CheckTableSizes(server, walk, findings);
-        CheckRows(server, stored, walk, progress, findings);
+    CountedProgress progress(console, "database", databases.size());
+    const auto askRows = [&](unsigned job, std::size_t place) {
+        const std::size_t walk = databases[place].first;
+        const std::size_t i = databases[place].second;
+        const std::string& database = walks[walk].databases[i];
+        progress.Next(database);
+        found[walk].questions->Ask(sessions.ConnectionOf(job), database, found[walk].ofRows[i]);
+    };
+    InParallel(sessions.Count(), databases.size(), {askRows, {}, {}});
+    const auto add = [&](std::vector<CheckFinding>& some) {
+        for (CheckFinding& finding : some) {
+            AddOnce(std::move(finding), findings);
+        }
+    };
+    for (Found& ofWalk : found) {
+        add(ofWalk.findings);
+        std::for_each(ofWalk.ofRows.begin(), ofWalk.ofRows.end(), add);
     }
 }
 
 Checked CheckAll(const Session& session, const GlobalOptions& options, Console& console,
-                 std::optional<std::int32_t> siteId) {
+                 const CheckArguments& arguments) {
+    const auto& siteId = arguments.siteId;
     Checked checked;
     auto& findings = checked.findings;
     host::Connection& connection = *session.GetConnection();
@@ -261,9 +301,10 @@ Checked CheckAll(const Session& session, const GlobalOptions& options, Console& 
         }
         return missing;
     });
-    const auto walks = WalkLadders(session, scope, stored, console);
+    const JobSessions sessions(session, arguments.jobs.Number(), scope.sites.size(), console);
+    const auto walks = WalkLadders(sessions, scope, stored, console);
     const ServerState server = ServerState::Of(connection);
-    CheckWalks(server, stored, walks, console, findings);
+    CheckWalks(server, stored, walks, sessions, console, findings);
     TellOfInterruptions(FindInterruptions(session, scope, stored), findings);
     CheckPrivileges(connection, walks, siteId && !scope.sites.empty(), findings);
     CheckServer(server, walks, findings);
@@ -274,9 +315,9 @@ Checked CheckAll(const Session& session, const GlobalOptions& options, Console& 
     return checked;
 }
 
-int Check(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
+int Check(const GlobalOptions& options, Console& console, const CheckArguments& arguments) {
     Session session(options);
-    const auto [findings, notes] = CheckAll(session, options, console, siteId);
+    const auto [findings, notes] = CheckAll(session, options, console, arguments);
     auto list = nlohmann::ordered_json::array();
     for (const CheckFinding& finding : findings) {
         console.Print(finding.Text());
@@ -302,11 +343,12 @@ int Check(const GlobalOptions& options, Console& console, std::optional<std::int
 
 void AddCheck(CLI::App& app, Invocation& invocation) {
     auto* command = app.add_subcommand("check", "Find what would make an upgrade fail; read-only");
-    const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    AddSiteOption(*command, *siteId, "Check only this site");
-    command->callback([&invocation, siteId] {
-        invocation.run = [siteId](const GlobalOptions& options, Console& console) {
-            return Check(options, console, *siteId);
+    const auto arguments = std::make_shared<CheckArguments>();
+    AddSiteOption(*command, arguments->siteId, "Check only this site");
+    AddJobsOption(*command, arguments->jobs, "Check this many sites at a time");
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return Check(options, console, *arguments);
         };
     });
 }

@@ -25,29 +25,6 @@
 namespace twupdate::cli {
 namespace {
 
-constexpr const char* kAuto = "auto";
-constexpr unsigned kMostJobs = 64;
-
-/// The value of --jobs.
-JobOptions JobsOf(const std::string& text) {
-    JobOptions jobs;
-    jobs.isAuto = text == kAuto;
-    if (!jobs.isAuto) {
-        jobs.number = static_cast<unsigned>(std::stoul(text));
-    }
-    return jobs;
-}
-
-std::string FaultOfJobs(const std::string& text) {
-    unsigned number = 0;
-    const char* end = text.data() + text.size();
-    const bool isNumber = std::from_chars(text.data(), end, number).ptr == end;
-    return text == kAuto || (isNumber && number >= 1 && number <= kMostJobs)
-               ? ""
-               : fmt::format("'{}' is not a number of jobs; that is 1 to {}, or auto", text,
-                             kMostJobs);
-}
-
 /// The value of --max-failures: of sites, or of them a hundred "%".
 struct FailureLimit {
     double number = 0;
@@ -155,7 +132,9 @@ std::string FaultOf(const Session& session, ProgressMarks& marks, const SiteRow&
 }  // namespace
 
 JobOptions ManySites::Jobs(std::size_t sites) const {
-    JobOptions options = JobsOf(jobs);
+    JobOptions options;
+    options.isAuto = jobs.IsAuto();
+    options.number = jobs.Number();
     if (!maxFailures.empty()) {
         options.mostFailures = FailureLimitOf(maxFailures)->Of(sites);
     } else if (keepGoing) {
@@ -183,12 +162,8 @@ CareOptions ManySites::Care() const {
 }
 
 void AddManySitesOptions(CLI::App& command, ManySites& many) {
-    command
-        .add_option("--jobs", many.jobs,
-                    "Upgrade this many sites at a time; auto: as many as the server gains from")
-        ->type_name("N|auto")
-        ->check(FaultOfJobs)
-        ->capture_default_str();
+    AddJobsOption(command, many.jobs,
+                  "Upgrade this many sites at a time; auto: as many as the server gains from");
     command.add_flag("--keep-going", many.keepGoing,
                      "Upgrade the other sites too if one fails; exit status 6 names those");
     command

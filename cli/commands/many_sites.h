@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/commands/jobs_option.h"
 #include "cli/repair/repair_finding.h"
 #include "cli/run/jobs.h"
 #include "cli/run/progress_marks.h"
@@ -24,7 +25,7 @@ namespace twupdate::cli {
 
 /// The options of a command that upgrades many sites, as they are written.
 struct ManySites {
-    std::string jobs = "1";
+    JobsOption jobs;
     bool keepGoing = false;
     std::string maxFailures;  ///< empty: any number with --keep-going, else none
     unsigned reconnectSeconds = 0;

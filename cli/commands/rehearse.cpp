@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -11,10 +12,12 @@
 #include "cli/backup/copy_database.h"
 #include "cli/backup/dump.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/jobs_option.h"
 #include "cli/commands/rehearsed_files.h"
 #include "cli/commands/site_option.h"
 #include "cli/repair/repair_finding.h"
 #include "cli/run/events.h"
+#include "cli/run/parallel.h"
 #include "cli/run/progress.h"
 #include "cli/run/resume.h"
 #include "cli/run/run_watch.h"
@@ -46,6 +49,7 @@ struct RehearseArguments {
     std::size_t sample = 0;
     fs::path workdir;
     bool schemaOnly = false;
+    JobsOption jobs;
 };
 
 struct RehearsalResult {
@@ -252,26 +256,27 @@ void MakeDefiners(host::Connection& source, host::Connection& copy, const std::s
     }
 }
 
-/// Copies one database after the other. What the user may not read of them is noted.
+/// Copies the databases. What the user may not read of them is noted.
 void CopyAll(const Session& source, const Session& copy, const GlobalOptions& options,
              const GlobalOptions& copyOptions, const std::vector<std::string>& databases,
-             bool schemaOnly, Console& console, std::vector<std::string>& notes) {
+             const RehearseArguments& arguments, Console& console,
+             std::vector<std::string>& notes) {
     const ClientOptionFile from(source, options);
     const ClientOptionFile to(copy, copyOptions);
     host::Connection& connection = *source.GetConnection();
-    CopyScope scope;
-    scope.routines = MayReadRoutines(connection);
-    if (!scope.routines) {
+    const bool routines = MayReadRoutines(connection);
+    if (!routines) {
         notes.emplace_back(
             "procedures and functions are not copied: the account cannot read them (SELECT on "
             "mysql.proc)");
     }
+    std::vector<CopyScope> scopes;
     std::vector<std::string> withoutTriggers;
-    CountedProgress progress(console, "database", databases.size());
     for (const std::string& database : databases) {
-        progress.Next("copying " + database);
+        CopyScope& scope = scopes.emplace_back();
+        scope.routines = routines;
         // The versions are rows of the central database, so it is always copied whole.
-        scope.rows = !schemaOnly || database == "tw_tarnwick";
+        scope.rows = !arguments.schemaOnly || database == "tw_tarnwick";
         // A view may show another database, which is not copied; no step reads one.
         scope.leftOut = FirstColumn(
             connection, fmt::format("SELECT table_name FROM information_schema.tables WHERE "
@@ -281,9 +286,17 @@ void CopyAll(const Session& source, const Session& copy, const GlobalOptions& op
             withoutTriggers.push_back(database);
         }
         MakeDefiners(connection, *copy.GetConnection(), database);
-        CopyDatabase(from, to, database, scope);
-        console.Say(fmt::format("{}: copied ({})", database, progress.Place()));
     }
+    CountedProgress progress(console, "database", databases.size());
+    const auto copyOne = [&](unsigned /*job*/, std::size_t place) {
+        progress.Next("copying " + databases[place]);
+        CopyDatabase(from, to, databases[place], scopes[place]);
+    };
+    const auto tell = [&](std::size_t place) {
+        console.Say(fmt::format("{}: copied ({} of {})", databases[place], Grouped(place + 1),
+                                Grouped(databases.size())));
+    };
+    InParallel(arguments.jobs.Number(), databases.size(), {copyOne, tell, {}});
     if (!withoutTriggers.empty()) {
         notes.push_back(
             fmt::format("triggers are not copied: the account lacks the privilege TRIGGER on {}",
@@ -340,15 +353,21 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
     }
 }
 
-void VerifyCopy(const Session& copy, RehearsalResult& rehearsal, Console& console) {
-    CountedProgress progress(console, "database", rehearsal.done.size());
-    for (const DatabaseDone& done : rehearsal.done) {
+void VerifyCopy(const Session& copy, unsigned jobs, RehearsalResult& rehearsal, Console& console) {
+    const auto& databases = rehearsal.done;
+    std::vector<std::vector<LayoutFinding>> found(databases.size());
+    const JobSessions sessions(copy, jobs, databases.size(), console);
+    CountedProgress progress(console, "database", databases.size());
+    const auto compare = [&](unsigned job, std::size_t place) {
+        const DatabaseDone& done = databases[place];
         progress.Next("comparing " + done.database);
         std::vector<std::string> absent;
-        for (auto& finding : Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
-                                     ReadLayout(*copy.GetConnection(), done.database), absent)) {
-            rehearsal.findings.push_back(std::move(finding));
-        }
+        found[place] = Compare(done.database, done.siteId ? SiteLayout() : CentralLayout(),
+                               ReadLayout(sessions.ConnectionOf(job), done.database), absent);
+    };
+    InParallel(sessions.Count(), databases.size(), {compare, {}, {}});
+    for (auto& some : found) {
+        std::move(some.begin(), some.end(), std::back_inserter(rehearsal.findings));
     }
 }
 
@@ -483,8 +502,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     });
     const InnoDbSettings settings = InnoDbSettings::Of(*source.GetConnection());
     PrepareForCopies(*copy.GetConnection(), settings);
-    CopyAll(source, copy, options, copyOptions, databases, arguments.schemaOnly, console,
-            rehearsal.notes);
+    CopyAll(source, copy, options, copyOptions, databases, arguments, console, rehearsal.notes);
     FinishCopies(*source.GetConnection(), *copy.GetConnection(), settings, databases);
     TakeSettings(*source.GetConnection(), *copy.GetConnection());
     if (!arguments.schemaOnly) {
@@ -507,7 +525,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     if (!arguments.schemaOnly) {
         EstimateWholeUpgrade(all, *times, rehearsal);
     }
-    VerifyCopy(copy, rehearsal, console);
+    VerifyCopy(copy, arguments.jobs.Number(), rehearsal, console);
     Print(rehearsal, console);
     const bool clean =
         rehearsal.refusals.empty() && rehearsal.failed.empty() && rehearsal.findings.empty();
@@ -533,6 +551,7 @@ void AddRehearse(CLI::App& app, Invocation& invocation) {
         ->required();
     command->add_flag("--schema-only", arguments->schemaOnly,
                       "Copy the tables of the sites without their rows");
+    AddJobsOption(*command, arguments->jobs, "Copy and compare this many sites at a time");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Rehearse(options, console, *arguments);

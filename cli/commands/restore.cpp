@@ -13,7 +13,9 @@
 #include "cli/backup/restore_view.h"
 #include "cli/backup/restore_watch.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/jobs_option.h"
 #include "cli/commands/site_option.h"
+#include "cli/run/parallel.h"
 #include "cli/run/run_lock.h"
 #include "cli/run/stop_request.h"
 #include "cli/server/blockers.h"
@@ -219,6 +221,7 @@ void RestoreDatabase(const Session& session, const GlobalOptions& options,
 struct RestoreArguments {
     fs::path folder;
     std::optional<std::int32_t> siteId;
+    JobsOption jobs;
     bool apply = false;
 };
 
@@ -266,17 +269,21 @@ VersionsToSet FindVersions(const Session& session, const fs::path& folder,
 }
 
 /// Checks everything that can be known to fail before the first database is dropped.
-void RequireAll(host::Connection& connection, const fs::path& folder,
+void RequireAll(const JobSessions& sessions, const fs::path& folder,
                 const std::vector<std::string>& databases, const VersionsToSet& versions,
                 Console& console) {
+    host::Connection& connection = sessions.ConnectionOf(0);
     RequireTablePrivileges(connection, databases);
     RequirePrivilege((versions.dumped.empty() && versions.others.empty()) || MayRecord(connection),
                      kCentral, "UPDATE", ", which sets the versions of sites");
     CountedProgress progress(console, "database", databases.size());
-    for (const std::string& database : databases) {
+    const auto require = [&](unsigned job, std::size_t place) {
+        const std::string& database = databases[place];
         progress.Next("reading the dump of " + database);
-        RequirePrivilegesFor(CheckDump(DumpFile(folder, database), database), connection, database);
-    }
+        RequirePrivilegesFor(CheckDump(DumpFile(folder, database), database),
+                             sessions.ConnectionOf(job), database);
+    };
+    InParallel(sessions.Count(), databases.size(), {require, {}, {}});
 }
 
 nlohmann::ordered_json ResultOf(const char* result, const std::vector<std::string>& databases,
@@ -311,13 +318,42 @@ void NoteRestore(const fs::path& folder, Console& console) {
     }
 }
 
-int Apply(const Session& session, const GlobalOptions& options, Console& console,
+/// The sites at the same time, then the other databases one after the other: what belongs to a
+/// site, such as a view, may need a table of these while it is created.
+/// @returns how many are done
+std::size_t RestoreInOrder(const JobSessions& sessions, const std::vector<std::string>& databases,
+                           const ParallelWork& work) {
+    const auto other = std::find_if(databases.begin(), databases.end(),
+                                    [](const std::string& name) { return !SiteOfDatabase(name); });
+    const auto sites = static_cast<std::size_t>(other - databases.begin());
+    const std::size_t done = InParallel(sessions.Count(), sites, work);
+    if (done < sites || (done > 0 && !work.goesOn())) {
+        return done;
+    }
+    const auto behind = [&](std::size_t place) { return place + sites; };
+    return sites +
+           InParallel(1, databases.size() - sites,
+                      {[&](unsigned job, std::size_t place) { work.work(job, behind(place)); },
+                       [&](std::size_t place) { work.done(behind(place)); }, work.goesOn});
+}
+
+/// What one job restores with.
+struct Restorer {
+    Restorer(const Session& session, Console& console, CountedProgress& progress, unsigned job)
+        : watch(session, number, console, progress, job) {}
+
+    ClientNumber number;
+    RestoreWatch watch;
+};
+
+int Apply(const JobSessions& sessions, const GlobalOptions& options, Console& console,
           const fs::path& folder, const std::vector<std::string>& databases,
           const RestoreView& view) {
+    const Session& session = sessions.Of(0);
     host::Connection& connection = *session.GetConnection();
     const StopSignals stopSignals("database");
     const VersionsToSet versions = FindVersions(session, folder, databases);
-    RequireAll(connection, folder, databases, versions, console);
+    RequireAll(sessions, folder, databases, versions, console);
     const ClientOptionFile client(session, options);
     if (StopSignals::Requested()) {
         throw CommandError("stopped as requested; nothing was restored", kStopped);
@@ -327,22 +363,31 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
         KeepVersions(folder, versions.others);
     }
     CountedProgress progress(console, "database", databases.size());
-    const ClientNumber number;
-    RestoreWatch watch(session, number, console, progress);
+    std::vector<std::unique_ptr<Restorer>> restorers;
+    for (unsigned job = 0; job < sessions.Count(); ++job) {
+        restorers.push_back(std::make_unique<Restorer>(sessions.Of(job), console, progress, job));
+    }
+    RestoreWatch& watch = restorers.front()->watch;
     for (const std::string& database : databases) {
         watch.In(database);
         MarkForRestore(connection, database);
     }
     watch.In(kCentral);
     Record(connection, versions.dumped);  // before the drop: no old layout under a new version
-    for (std::size_t i = 0; i < databases.size(); ++i) {
-        if (i > 0 && StopSignals::Requested()) {
-            return Stopped(databases, i, view, console);
-        }
-        progress.Next("restoring " + databases[i]);
-        watch.In(databases[i]);
-        RestoreDatabase(session, options, client, number, folder, databases[i], console);
-        console.Say(fmt::format("{}: restored ({})", databases[i], progress.Place()));
+    const auto restore = [&](unsigned job, std::size_t place) {
+        progress.Next("restoring " + databases[place]);
+        restorers[job]->watch.In(databases[place]);
+        RestoreDatabase(sessions.Of(job), options, client, restorers[job]->number, folder,
+                        databases[place], console);
+    };
+    const auto tell = [&](std::size_t place) {
+        console.Say(fmt::format("{}: restored ({} of {})", databases[place], Grouped(place + 1),
+                                Grouped(databases.size())));
+    };
+    const auto goesOn = [] { return !StopSignals::Requested(); };
+    const std::size_t done = RestoreInOrder(sessions, databases, {restore, tell, goesOn});
+    if (done < databases.size()) {
+        return Stopped(databases, done, view, console);
     }
     watch.In(kCentral);
     if (Contains(databases, kCentral)) {
@@ -360,14 +405,16 @@ int Apply(const Session& session, const GlobalOptions& options, Console& console
 int Restore(const GlobalOptions& options, Console& console, const RestoreArguments& arguments) {
     const auto databases = ChosenDatabases(arguments);
     Session session(options);
+    const unsigned jobs = arguments.jobs.Number();
     if (arguments.apply) {
         const RunLock lock(session, options, "restore", console);
         const RestoreView view = ViewRestore(session, arguments.folder, databases);
         Print(view, console);
-        return Apply(session, options, console, arguments.folder, databases, view);
+        const JobSessions sessions(session, jobs, databases.size(), console);
+        return Apply(sessions, options, console, arguments.folder, databases, view);
     }
     const RestoreView view = ViewRestore(session, arguments.folder, databases);
-    RequireAll(*session.GetConnection(), arguments.folder, databases,
+    RequireAll(JobSessions(session, jobs, databases.size(), console), arguments.folder, databases,
                FindVersions(session, arguments.folder, databases), console);
     Print(view, console);
     console.Say(fmt::format("Nothing was restored; --apply restores {}.",
@@ -386,6 +433,7 @@ void AddRestore(CLI::App& app, Invocation& invocation) {
         ->required()
         ->check(CLI::ExistingDirectory);
     AddSiteOption(*command, arguments->siteId, "Restore only this site");
+    AddJobsOption(*command, arguments->jobs, "Restore this many sites at a time");
     command->add_flag("--apply", arguments->apply, "Restore; changes since the dump are lost");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {

@@ -7,11 +7,15 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "cli/backup/backup.h"
 #include "cli/backup/dump.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/jobs_option.h"
 #include "cli/commands/site_option.h"
+#include "cli/run/parallel.h"
 #include "cli/server/beyond_layout.h"
 #include "cli/server/installation.h"
 #include "cli/server/layout.h"
@@ -85,7 +89,21 @@ std::string TextOf(const LayoutFinding& finding) {
                : finding.Text();
 }
 
-VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
+/// What was found in one database follows what was found before.
+void Append(VerifyResult& to, VerifyResult one) {
+    Append(to.databases, std::move(one.databases));
+    Append(to.findings, std::move(one.findings));
+    Append(to.notes, std::move(one.notes));
+    Append(to.absent, std::move(one.absent));
+}
+
+struct VerifyArguments {
+    std::optional<std::int32_t> siteId;
+    JobsOption jobs;
+};
+
+VerifyResult VerifyAll(Session& session, const VerifyArguments& arguments, Console& console) {
+    const auto& siteId = arguments.siteId;
     Installation installation(session.Own());
     const bool defaults = ServerVersion::Of(*session.GetConnection()).TakesLongTextDefaults();
     const auto onThisServer = [defaults](const Layout& layout) {
@@ -104,6 +122,7 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
         }
     }
     bool found = false;
+    std::vector<std::int64_t> sites;  // to be compared
     for (const SiteRow& site : installation.Sites()) {
         const auto state = site.State();
         if ((siteId && site.siteId != *siteId) || state == SiteState::kHardDeleted ||
@@ -111,17 +130,25 @@ VerifyResult VerifyAll(Session& session, std::optional<std::int32_t> siteId) {
             continue;
         }
         found = true;
-        const std::string database = fmt::format("tw_{}", site.siteId);
         if (!site.version || IsBelow(*site.version, kCurrentVersion)) {
-            verifyResult.notUpgraded.push_back(database);
+            verifyResult.notUpgraded.push_back(fmt::format("tw_{}", site.siteId));
         } else {
-            VerifyDatabase(*session.GetConnection(), database, site.siteId, siteLayout,
-                           verifyResult);
+            sites.push_back(site.siteId);
         }
     }
     if (siteId && !found) {
         throw CommandError(
             fmt::format("tw_tarnwick.site has no site {}, or it is hard-deleted", *siteId));
+    }
+    std::vector<VerifyResult> ofSites(sites.size());
+    const JobSessions sessions(session, arguments.jobs.Number(), sites.size(), console);
+    const auto verifySite = [&](unsigned job, std::size_t place) {
+        VerifyDatabase(sessions.ConnectionOf(job), fmt::format("tw_{}", sites[place]), sites[place],
+                       siteLayout, ofSites[place]);
+    };
+    InParallel(sessions.Count(), sites.size(), {verifySite, {}, {}});
+    for (VerifyResult& one : ofSites) {
+        Append(verifyResult, std::move(one));
     }
     return verifyResult;
 }
@@ -176,31 +203,48 @@ std::optional<fs::path> FolderWithDump(const fs::path& backup, const std::string
 }
 
 /// Makes findings of the optional tables that a database lacks and that its last dump has.
-void CompareWithBackup(const fs::path& backup, VerifyResult& verifyResult, Console& console) {
-    bool found = false;
-    CountedProgress progress(console, "database", verifyResult.absent.size());
-    for (auto& [name, absent] : verifyResult.absent) {
-        const std::string& database = name;  // a lambda cannot capture the binding
-        progress.Next("reading the dump of " + database);
-        const auto folder = FolderWithDump(backup, database);
-        if (!folder) {
-            continue;
-        }
-        found = true;
-        const DumpContents dump = ReadDump(DumpFile(*folder, database), database);
-        const auto note = ReadNote(*folder, database);
-        std::erase_if(absent, [&](const std::string& table) {
-            const bool isInDump = dump.Tables().contains(table);
-            if (isInDump) {
-                verifyResult.findings.push_back(
-                    {database, table, "", "", "", "",
-                     fmt::format("the table is missing, but the dump of {} has it",
-                                 note ? note->time : folder->string())});
-            }
-            return isInDump;
-        });
+/// @returns false when there is no dump
+bool CompareWithBackup(const fs::path& backup, const std::string& database,
+                       std::vector<std::string>& absent, std::vector<LayoutFinding>& findings) {
+    const auto folder = FolderWithDump(backup, database);
+    if (!folder) {
+        return false;
     }
-    if (!found) {
+    const DumpContents dump = ReadDump(DumpFile(*folder, database), database);
+    const auto note = ReadNote(*folder, database);
+    std::erase_if(absent, [&](const std::string& table) {
+        const bool isInDump = dump.Tables().contains(table);
+        if (isInDump) {
+            findings.push_back({database, table, "", "", "", "",
+                                fmt::format("the table is missing, but the dump of {} has it",
+                                            note ? note->time : folder->string())});
+        }
+        return isInDump;
+    });
+    return true;
+}
+
+/// The same of all databases.
+void CompareWithBackup(const fs::path& backup, unsigned jobs, VerifyResult& verifyResult,
+                       Console& console) {
+    auto& databases = verifyResult.absent;
+    struct Found {
+        bool hasDump = false;
+        std::vector<LayoutFinding> findings;
+    };
+    std::vector<Found> found(databases.size());
+    CountedProgress progress(console, "database", databases.size());
+    const auto compare = [&](unsigned /*job*/, std::size_t place) {
+        const std::string& database = databases[place].first;
+        progress.Next("reading the dump of " + database);
+        found[place].hasDump =
+            CompareWithBackup(backup, database, databases[place].second, found[place].findings);
+    };
+    InParallel(jobs, databases.size(), {compare, {}, {}});
+    for (Found& one : found) {
+        Append(verifyResult.findings, std::move(one.findings));
+    }
+    if (std::none_of(found.begin(), found.end(), [](const Found& one) { return one.hasDump; })) {
         throw CommandError(
             fmt::format("{} has no dump of these databases\nhint: --backup names the folder of the "
                         "upgrade's backups",
@@ -209,11 +253,11 @@ void CompareWithBackup(const fs::path& backup, VerifyResult& verifyResult, Conso
     }
 }
 
-int Verify(const GlobalOptions& options, Console& console, std::optional<std::int32_t> siteId) {
+int Verify(const GlobalOptions& options, Console& console, const VerifyArguments& arguments) {
     Session session(options);
-    VerifyResult verifyResult = VerifyAll(session, siteId);
+    VerifyResult verifyResult = VerifyAll(session, arguments, console);
     if (!options.backup.empty()) {
-        CompareWithBackup(options.backup, verifyResult, console);
+        CompareWithBackup(options.backup, arguments.jobs.Number(), verifyResult, console);
     }
     for (const LayoutFinding& finding : verifyResult.findings) {
         console.Print(TextOf(finding));
@@ -235,11 +279,12 @@ int Verify(const GlobalOptions& options, Console& console, std::optional<std::in
 void AddVerify(CLI::App& app, Invocation& invocation) {
     auto* command =
         app.add_subcommand("verify", "Compare the upgraded databases with the expected layout");
-    const auto siteId = std::make_shared<std::optional<std::int32_t>>();
-    AddSiteOption(*command, *siteId, "Examine only this site");
-    command->callback([&invocation, siteId] {
-        invocation.run = [siteId](const GlobalOptions& options, Console& console) {
-            return Verify(options, console, *siteId);
+    const auto arguments = std::make_shared<VerifyArguments>();
+    AddSiteOption(*command, arguments->siteId, "Examine only this site");
+    AddJobsOption(*command, arguments->jobs, "Compare this many sites at a time");
+    command->callback([&invocation, arguments] {
+        invocation.run = [arguments](const GlobalOptions& options, Console& console) {
+            return Verify(options, console, *arguments);
         };
     });
 }

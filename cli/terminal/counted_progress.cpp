@@ -44,9 +44,13 @@ void CountedProgress::Next(std::string label) {
     }
 }
 
-void CountedProgress::Waiting(std::string forWhat) {
+void CountedProgress::Waiting(std::string forWhat, unsigned job) {
     const std::lock_guard lock(mutex_);
-    waitsFor_ = std::move(forWhat);
+    if (forWhat.empty()) {
+        waitsFor_.erase(job);
+    } else {
+        waitsFor_[job] = std::move(forWhat);
+    }
 }
 
 std::string CountedProgress::Place() const {
@@ -64,7 +68,7 @@ std::vector<std::string> CountedProgress::Parts() const {
     }
     std::vector<std::string> parts;
     if (!waitsFor_.empty()) {
-        parts.push_back("waits for " + waitsFor_);
+        parts.push_back("waits for " + waitsFor_.begin()->second);
     }
     parts.push_back(fmt::format("{} of {}", Grouped(number_), Count(total_, noun_)));
     parts.push_back(std::move(time));

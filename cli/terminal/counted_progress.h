@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -12,9 +13,10 @@
 
 namespace twupdate::cli {
 
-/// Shows the progress of a command that processes one thing after another: "3 of 60 databases  12
-/// s, about 4 min 05 s left  tw_3". On a terminal, this is a line that is redrawn every second; on
-/// one that cannot redraw, a plain line every five seconds; elsewhere nothing.
+/// Shows the progress of a command that processes one thing after another, or a few at a time: "3
+/// of 60 databases  12 s, about 4 min 05 s left  tw_3". On a terminal, this is a line that is
+/// redrawn every second; on one that cannot redraw, a plain line every five seconds; elsewhere
+/// nothing.
 class CountedProgress {
   public:
     using Clock = std::chrono::steady_clock;
@@ -30,7 +32,8 @@ class CountedProgress {
     void Next(std::string label);
     /// What the current one waits for, e.g. "connection 45 of app@web1"; empty if it does not wait.
     /// May be called by any thread.
-    void Waiting(std::string forWhat);
+    /// @param job  of several that process one each
+    void Waiting(std::string forWhat, unsigned job = 0);
     /// "3 of 60", of the current one.
     std::string Place() const;
 
@@ -45,7 +48,7 @@ class CountedProgress {
     mutable std::mutex mutex_;  ///< guards what follows
     std::size_t number_ = 0;    ///< of the current one, from 1
     std::string label_;
-    std::string waitsFor_;
+    std::map<unsigned, std::string> waitsFor_;  ///< of the jobs that wait
     Clock::time_point drawn_;
     std::optional<Ticker> ticker_;
 };
