@@ -324,6 +324,7 @@ TEST_F(Retries, WaitForAServerThatRestarts) {
             Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
         }
         std::filesystem::remove(log_);
+        std::filesystem::remove(events_);
         MakeSitesInUse({7, 8, 9, 10});
         Program run(Upgrade({"--jobs", jobs, "--reconnect", "60", "--backup",
                              (folder_ / "backup" / jobs).string()}));
@@ -342,6 +343,9 @@ TEST_F(Retries, WaitForAServerThatRestarts) {
         }
         EXPECT_EQ(InstallationVersion(), kCurrentStored);
         EXPECT_THAT(ContentOf(log_), HasSubstr("goes on after "));
+        for (const auto& retry : RetriesIn(events_)) {
+            EXPECT_TRUE(retry.contains("site")) << retry;  // the central part is done already
+        }
         EXPECT_EQ(LockHolder(), "NULL");
     }
 }
