@@ -6,6 +6,7 @@
 
 #include "cli/commands/command_line.h"
 #include "cli/commands/writable.h"
+#include "cli/server/server_errors.h"
 #include "cli/terminal/console.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/message_json.h"
@@ -41,7 +42,8 @@ int Main(int argc, char** argv) {
     } catch (const CommandError& error) {
         return fail(error, error.Code());
     } catch (const HostError& error) {
-        return fail(CommandError(DescribeError(error)), kFailed);
+        return fail(CommandError(DescribeError(error)),
+                    MayPass(error.Code()) ? kTryAgain : kFailed);
     } catch (const std::exception& error) {
         return fail(error, kFailed);
     }

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,24 +87,13 @@ std::string OptionLines(const host::ConnectionOptions& connect) {
 }  // namespace
 
 ClientOptionFile::ClientOptionFile(const Session& session, const GlobalOptions& options)
-    : file_(memfd_create("twupdate-client", MFD_CLOEXEC)),
-      alone_(!options.datadir.empty() || !options.defaultsFile.empty()) {
-    std::string content;
-    if (!options.defaultsFile.empty()) {
-        content = "!include " + fs::absolute(options.defaultsFile).string() + "\n";
-    }
-    content += OptionLines(session.ConnectOptions());
-    // A file that others may write is skipped by the clients.
-    if (file_.Get() < 0 || fchmod(file_.Get(), S_IRUSR | S_IWUSR) != 0 ||
-        !WriteAll(file_.Get(), content)) {
-        throw CommandError(std::string("cannot pass the credentials to the client: ") +
-                           std::strerror(errno));
-    }
-}
+    : file_(MemoryFile((options.clientOptions && options.datadir.empty()
+                            ? options.clientOptions->ForPrograms()
+                            : std::string()) +
+                       OptionLines(session.ConnectOptions()))) {}
 
 std::string ClientOptionFile::Argument() const {
-    return fmt::format("{}=/proc/{}/fd/{}", alone_ ? "--defaults-file" : "--defaults-extra-file",
-                       getpid(), file_.Get());
+    return fmt::format("--defaults-file={}", PathOf(file_).string());
 }
 
 void DumpDatabase(const ClientOptionFile& client, const std::string& database,

@@ -24,7 +24,6 @@ class ClientOptionFile {
 
   private:
     Descriptor file_;
-    bool alone_;
 };
 
 /// Dumps a database into a compressed file, which is there, whole, or not at all.

@@ -123,8 +123,16 @@ void AddRecords(RunWatch& watch, const GlobalOptions& options,
     }
 }
 
+/// The name that the groups of the option files give the installation: "eu1" for -eu1.
+std::string InstallationName(const GlobalOptions& options) {
+    const std::string& suffix = options.files.suffix;
+    const auto begin = suffix.find_first_not_of("-_.");
+    return begin == std::string::npos ? "" : suffix.substr(begin);
+}
+
 /// The run with the server's description.
-RunStart WithServer(RunStart start, const Session& session) {
+RunStart WithServer(RunStart start, const Session& session, const GlobalOptions& options) {
+    start.installation = InstallationName(options);
     start.server = session.ServerText();
     start.account = session.Account();
     return start;
@@ -260,6 +268,18 @@ void UpgradeSites(const Run& run, Jobs& jobs, const Session& session) {
     }
 }
 
+/// Whether the same command may well succeed later: nothing has failed but what passes by itself. A
+/// failure that the server does not name may be the consequence of one that passes, such as that
+/// of the next connection.
+bool IsWorthARetry(const std::vector<RunFailure>& failures) {
+    const auto passes = [](const RunFailure& failure) { return MayPass(failure.code); };
+    const auto stays = [](const RunFailure& failure) {
+        return failure.code != 0 && !MayPass(failure.code);
+    };
+    return std::any_of(failures.begin(), failures.end(), passes) &&
+           std::none_of(failures.begin(), failures.end(), stays);
+}
+
 /// Tells of the sites that have failed in groups, unless it is the one that has ended the run.
 void ExplainGroups(Console& console, const EndedRun& end, const JobOptions& jobs) {
     const auto groups = GroupFailures(end.failures);
@@ -391,7 +411,7 @@ void RecordNothingToDo(const Session& session, const GlobalOptions& options, Con
     RunWatch watch;
     const auto nobodyWaits = [](const Position&) { return std::optional<LockWait>(); };
     AddRecords(watch, options, std::make_shared<Progress>(console, nobodyWaits), console);
-    watch.Start(WithServer(std::move(start), session));
+    watch.Start(WithServer(std::move(start), session, options));
     watch.End();
 }
 
@@ -399,7 +419,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
     const auto care = ServerCare::For(run.care, session, *watch);
-    const RunStart start = WithServer(run.start, session);
+    const RunStart start = WithServer(run.start, session, options);
     const auto progress = std::make_shared<Progress>(
         console, [finder = std::make_shared<LockWaitFinder>(session)](const Position& where) {
             return finder->Find(where.database, where.connection);
@@ -427,7 +447,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     if (run.jobs.AreWanted() || run.isOfTheseSitesAlone) {
         jobs.emplace(session, *watch, *run.marks, sinksOf, run.jobs, retries, console);
     }
-    const StopSignals stopSignals;
+    const StopSignals stopSignals("statement", options.graceSeconds.value_or(0));
     watch->Start(start);
     Update update;
     update.Configure(host);
@@ -443,7 +463,10 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
             UpgradeSites(run, *jobs, session);
         }
     };
-    if (const auto end = Operate(run, session, operation, retries, *watch)) {
+    if (auto end = Operate(run, session, operation, retries, *watch)) {
+        if (end->status == kFailed && IsWorthARetry(end->failures)) {
+            end->status = kTryAgain;
+        }
         for (const RunFailure& failure : end->failures) {
             ExplainFailure(session, console, failure, jobs && failure.where.siteId);
         }

@@ -14,8 +14,10 @@
 #include <utility>
 #include <vector>
 
+#include "cli/commands/option_sources.h"
 #include "cli/server/server_options.h"
 #include "cli/terminal/decimal.h"
+#include "cli/terminal/failure.h"
 #include "cli/terminal/help_formatter.h"
 #include "cli/terminal/text.h"
 #include "twupdate/ladder.h"
@@ -96,6 +98,12 @@ void AddRunOptions(CLI::App& app, GlobalOptions& options) {
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()))
         ->needs(app.get_option("--backup"))
         ->group(kRunGroup);
+    app.add_option("--grace", options.graceSeconds,
+                   "After SIGTERM, end the current statement too if it takes longer than this")
+        ->type_name("SECONDS")
+        ->transform(Decimal())
+        ->check(CLI::Range(1, 31536000))
+        ->group(kRunGroup);
     app.add_option("--ddl-timeout", options.ddlTimeoutSeconds,
                    "Fail if a statement waits this long for a lock (default: the server's setting)")
         ->type_name("SECONDS")
@@ -152,6 +160,8 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     app.fallthrough();
     app.formatter(std::make_shared<HelpFormatter>());
     AddServerOptions(app, invocation.global);
+    const auto sources = std::make_shared<OptionSources>(app, invocation.global);
+    app.config_formatter(sources);
     AddComponentOptions(app, invocation.global);
     AddRunOptions(app, invocation.global);
     AddOutputOptions(app, invocation.global);
@@ -166,7 +176,11 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
         return true;
     } catch (const CLI::Success& request) {
         std::ostringstream text;
-        app.exit(request, text);
+        if (dynamic_cast<const OptionSources::PrintDefaults*>(&request) != nullptr) {
+            text << sources->Defaults();
+        } else {
+            app.exit(request, text);
+        }
         const bool isWritten = PutText(text.str());
         status = isWritten ? kDone : kFailed;
         if (!isWritten) {
@@ -175,9 +189,13 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     } catch (const CLI::ParseError& error) {
         // A word that is no command would be reported as a missing command otherwise.
         const bool noCommand = app.get_subcommands().empty() && app.remaining_size() > 0;
-        std::cerr << MessageLines(noCommand ? "unknown: " + app.remaining().front() : error.what())
+        std::cerr << MessageLines(noCommand ? "unknown: " + app.remaining().front()
+                                            : sources->WithPlace(error.what()))
                   << "\nTry 'twupdate --help' or 'twupdate COMMAND --help'.\n";
         status = kUsageError;
+    } catch (const CommandError& error) {
+        std::cerr << MessageLines(error.what()) << "\n";
+        status = error.Code();
     }
     return false;
 }

@@ -351,7 +351,7 @@ int Apply(const JobSessions& sessions, const GlobalOptions& options, Console& co
           const RestoreView& view) {
     const Session& session = sessions.Of(0);
     host::Connection& connection = *session.GetConnection();
-    const StopSignals stopSignals("database");
+    const StopSignals stopSignals("database", options.graceSeconds.value_or(0));
     const VersionsToSet versions = FindVersions(session, folder, databases);
     RequireAll(sessions, folder, databases, versions, console);
     const ClientOptionFile client(session, options);

@@ -112,8 +112,11 @@ void RequireWritable(const GlobalOptions& options) {
     if (!options.passwordFile.empty()) {
         files.emplace("--password-file", options.passwordFile);
     }
-    if (!options.defaultsFile.empty()) {
-        files.emplace("--defaults-file", options.defaultsFile);
+    if (!options.files.only.empty()) {
+        files.emplace("--defaults-file", options.files.only);
+    }
+    if (!options.files.extra.empty()) {
+        files.emplace("--defaults-extra-file", options.files.extra);
     }
     RequireDifferent(files);
 }

@@ -81,6 +81,9 @@ void Events::RunStarting(const RunStart& start) {
     line["left_out"] = JsonOf(start.leftOut);
     line["server"] = start.server;
     line["account"] = start.account;
+    if (!start.installation.empty()) {
+        line["installation"] = start.installation;
+    }
     write_(line);
 }
 

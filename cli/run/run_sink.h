@@ -72,6 +72,7 @@ struct RunStart {
     LeftOut leftOut = {};                               ///< sites that the run will not upgrade
     std::string server = {};                            ///< as Session::ServerText() has it
     std::string account = {};                           ///< by which the run signs in there
+    std::string installation = {};  ///< its name among several; empty without one
 };
 
 /// What ended a run before its time.

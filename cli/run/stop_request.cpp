@@ -14,16 +14,26 @@ namespace {
 std::atomic<bool> stopRequested = false;  // written by the handler, read by every job
 static_assert(std::atomic<bool>::is_always_lock_free);
 const char* volatile unitInHand = "statement";
+volatile std::sig_atomic_t grace = 0;  // seconds
 
 void Tell(const char* text) {
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text, std::strlen(text));
 }
 
-void Request(int /*signal*/) {
+void Request(int signal) {
     stopRequested = true;
+    if (signal == SIGTERM && grace > 0) {
+        alarm(static_cast<unsigned>(grace));
+    }
     Tell("\ntwupdate: stopping after the current ");
     Tell(unitInHand);
     Tell("; repeat to stop at once\n");
+}
+
+void EndGrace(int /*signal*/) {
+    Tell("\ntwupdate: the time of --grace is over; stopping at once\n");
+    std::signal(SIGTERM, SIG_DFL);
+    std::raise(SIGTERM);
 }
 
 void Handle(int signal, void (*handler)(int)) {
@@ -37,13 +47,17 @@ void Handle(int signal, void (*handler)(int)) {
 
 }  // namespace
 
-StopSignals::StopSignals(const char* unit) {
+StopSignals::StopSignals(const char* unit, unsigned graceSeconds) {
     unitInHand = unit;
+    grace = static_cast<std::sig_atomic_t>(graceSeconds);
+    Handle(SIGALRM, EndGrace);
     Handle(SIGINT, Request);
     Handle(SIGTERM, Request);
 }
 
 StopSignals::~StopSignals() {
+    alarm(0);
+    Handle(SIGALRM, SIG_DFL);
     Handle(SIGINT, SIG_DFL);
     Handle(SIGTERM, SIG_DFL);
 }

@@ -16,7 +16,9 @@ class StopRequested : public std::runtime_error {
 class StopSignals {
   public:
     /// @param unit  what is still finished after the first signal, e.g. "statement"; a literal
-    explicit StopSignals(const char* unit = "statement");
+    /// @param graceSeconds  how long after SIGTERM that may take before the program is ended as by
+    ///                      a second one; 0: as long as it takes
+    explicit StopSignals(const char* unit = "statement", unsigned graceSeconds = 0);
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;

@@ -1,15 +1,21 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+
+#include "cli/server/option_files.h"
 
 namespace twupdate::cli {
 
 /// The options that every command takes.
 struct GlobalOptions {
+    OptionFileChoice files;
+    /// What the option files say to the client library; without it the library reads the files.
+    std::shared_ptr<const ClientOptions> clientOptions;
+
     // Connection options; those that are not given come from the option files.
-    std::string defaultsFile;
     std::string socket;
     std::string host;
     std::optional<unsigned> port;
@@ -28,6 +34,7 @@ struct GlobalOptions {
     bool noLock = false;
     unsigned lockWaitSeconds = 0;
     std::optional<unsigned> ddlTimeoutSeconds;
+    std::optional<unsigned> graceSeconds;  ///< after SIGTERM; without one a run takes its time
 
     // For the component.
     std::filesystem::path installFolder;

@@ -34,4 +34,9 @@ constexpr bool IsLostConnection(std::uint32_t code) {
     return std::find(kLostConnection.begin(), kLostConnection.end(), code) != kLostConnection.end();
 }
 
+/// Whether what has failed with this error may well succeed later, with nothing changed.
+constexpr bool MayPass(std::uint32_t code) {
+    return IsLostConnection(code) || code == kDeadlock || code == kLockWaitTimeout;
+}
+
 }  // namespace twupdate::cli

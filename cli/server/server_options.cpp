@@ -48,8 +48,7 @@ std::string PasswordFrom(const std::filesystem::path& file) {
 }  // namespace
 
 void AddServerOptions(CLI::App& app, GlobalOptions& options) {
-    app.add_option("--defaults-file", options.defaultsFile,
-                   "Read only this option file (groups [client] and [twupdate])")
+    app.add_option("--defaults-file", options.files.only, "Read only this option file")
         ->type_name("FILE")
         ->check(CLI::ExistingFile)
         ->group(kServerGroup);
@@ -124,8 +123,11 @@ std::vector<std::string> WordsOf(int argc, char** argv) {
 
 host::ConnectionOptions ConnectionOptionsFrom(const GlobalOptions& options) {
     host::ConnectionOptions connect;
-    if (!options.defaultsFile.empty()) {
-        connect.defaultsFile = options.defaultsFile;
+    connect.readOptionFiles = !options.files.none;
+    if (options.clientOptions) {
+        connect.defaultsFile = options.clientOptions->ForLibrary();
+    } else if (!options.files.only.empty()) {
+        connect.defaultsFile = options.files.only;
     }
     connect.host = IfGiven(options.host);
     connect.port = options.port;

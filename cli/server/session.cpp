@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/server/queries.h"
+#include "cli/server/server_errors.h"
 #include "cli/server/server_options.h"
 #include "cli/server/server_version.h"
 #include "cli/terminal/failure.h"

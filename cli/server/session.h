@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cli/server/options.h"
+#include "cli/server/server_errors.h"
 #include "cli/terminal/console.h"
 #include "cli/terminal/failure.h"
 #include "twupdate/host.h"
@@ -21,7 +22,7 @@ class CannotConnect : public CommandError {
   public:
     /// @param serverCode  the server's or the client library's error number
     CannotConnect(const std::string& line, std::uint32_t serverCode)
-        : CommandError(line), serverCode_(serverCode) {}
+        : CommandError(line, MayPass(serverCode) ? kTryAgain : kFailed), serverCode_(serverCode) {}
     std::uint32_t ServerCode() const noexcept { return serverCode_; }
 
   private:

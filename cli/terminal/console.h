@@ -9,15 +9,16 @@
 
 namespace twupdate::cli {
 
-/// How a command ends, as the exit status of the program.
+/// How a command ends, as the exit status of the program: what a scheduler decides on.
 enum ExitCode : int {
     kDone = 0,
-    kFailed = 1,
+    kFailed = 1,  ///< and would fail again: the data, a privilege, the state of the installation
     kUsageError = 2,
     kFindings = 3,    ///< a check has found something
     kLocked = 4,      ///< another run is in progress, or the server refuses the run lock
     kStopped = 5,     ///< stopped between two statements as requested; the same command resumes
     kIncomplete = 6,  ///< done but for sites that have failed, each of which is named
+    kTryAgain = 7,    ///< the server was not reached or went away, or a lock was not free in time
 };
 
 /// What the program prints. Results go to the standard output, warnings and errors to the

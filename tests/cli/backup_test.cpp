@@ -800,7 +800,7 @@ TEST_F(Backup, NeitherShowsNorLeavesThePassword) {
          "--no-site-files", "--no-services", "--backup", backup_.string(), "upgrade-site", "1"},
         {{"PATH", path}, {"TMPDIR", folder_.Path().string()}});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("--defaults-extra-file="));
+    EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("--defaults-file=/proc/"));
     EXPECT_THAT(ContentOf(folder_ / "seen"), Not(HasSubstr("hush")));
     // In no folder even while it is read: a run that is killed leaves nothing.
     EXPECT_THAT(ContentOf(folder_ / "seen"), HasSubstr("\npassword\n"));

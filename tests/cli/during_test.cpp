@@ -158,7 +158,7 @@ TEST_F(During, ALockThatDoesNotComeInTimeIsAnErrorThatNamesItsHolder) {
     MakeSite(7);
     const auto reader = ReaderOfSite();
     const Outcome outcome = Run({"--ddl-timeout", "1", "upgrade-site", "7"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.err, ContainsRegex("tw_7.setting.*: server error 1205"));
     EXPECT_THAT(outcome.err,
                 HasSubstr("a lock may be held by connection " + std::to_string(reader->ThreadId()) +
@@ -178,7 +178,7 @@ TEST_F(During, AnAccountThatMayNotSeeTheOthersLearnsWhichPrivilegeIsMissing) {
     const Outcome outcome =
         RunProgram({"--socket", socket, "--user", "blind", "--no-site-files", "--no-services",
                     "--ddl-timeout", "1", "upgrade-site", "7"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.err,
                 HasSubstr("twupdate: a lock may be held by a connection that only users with the "
                           "privilege PROCESS are shown\n"));
@@ -199,7 +199,7 @@ TEST_F(During, TheServersPluginTellsExactlyWhoHoldsTheLock) {
     bystander->Execute("START TRANSACTION;");
     bystander->Query("SELECT COUNT(*) FROM tw_9.setting;");
     const Outcome outcome = Run({"--ddl-timeout", "1", "upgrade-site", "7"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.err, ContainsRegex("a lock may be held by connection " +
                                            std::to_string(reader->ThreadId()) +
                                            " of root@localhost, idle for [0-9]+ s, holds "
