@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "cli/commands/commands.h"
+#include "cli/report/fleet.h"
 #include "cli/report/page.h"
 #include "cli/server/replace_file.h"
 #include "cli/server/server_options.h"
@@ -39,40 +40,40 @@ void CheckPage(const Arguments& arguments) {
     }
 }
 
-/// The runs of all files in the order of time.
-std::vector<RunRecord> ReadAll(const std::vector<fs::path>& files) {
-    std::vector<RunRecord> runs;
-    for (const fs::path& file : files) {
-        for (RunRecord& run : ReadRuns(file)) {
-            runs.push_back(std::move(run));
-        }
+/// Replaces the page completely or not at all.
+void WritePage(const fs::path& file, std::string_view page) {
+    if (!ReplaceFile(file, page, FileReaders::kUsual)) {
+        throw CommandError(fmt::format("cannot write {}: {}", file.string(), std::strerror(errno)));
     }
-    std::stable_sort(runs.begin(), runs.end(),
-                     [](const RunRecord& a, const RunRecord& b) { return a.start < b.start; });
-    return runs;
 }
 
-std::string_view EndText(RunEnd end) {
-    switch (end) {
-        case RunEnd::kFinished:
-            return "finished";
-        case RunEnd::kFailed:
-            return "failed";
-        case RunEnd::kStopped:
-            return "stopped";
-        case RunEnd::kNone:
-            return "did not end";
+int ReportFleet(Console& console, const Arguments& arguments,
+                const std::vector<InstallationRuns>& installations) {
+    WritePage(arguments.page, FleetPage(installations));
+    const auto done = static_cast<std::size_t>(std::count_if(
+        installations.begin(), installations.end(), [](const auto& one) { return one.IsDone(); }));
+    console.Say(fmt::format("{}: {}, {} of them finished.", arguments.page.string(),
+                            Count(installations.size(), "installation"), done));
+    auto list = nlohmann::ordered_json::array();
+    for (const InstallationRuns& one : installations) {
+        list.push_back(JsonOf(one));
     }
-    return "";
+    console.Result({{"command", "report"},
+                    {"result", "done"},
+                    {"file", arguments.page.string()},
+                    {"finished", done},
+                    {"installations", list}});
+    return kDone;
 }
 
 int Report(Console& console, const Arguments& arguments) {
     CheckPage(arguments);
-    const std::vector<RunRecord> runs = ReadAll(arguments.events);
-    if (!ReplaceFile(arguments.page, ReportPage(runs), FileReaders::kUsual)) {
-        throw CommandError(
-            fmt::format("cannot write {}: {}", arguments.page.string(), std::strerror(errno)));
+    const std::vector<RunRecord> runs = ReadAllRuns(arguments.events);
+    const auto installations = ByInstallation(runs);
+    if (installations.size() > 1) {
+        return ReportFleet(console, arguments, installations);
     }
+    WritePage(arguments.page, ReportPage(runs));
     const std::string_view end = EndText(runs.back().end);
     console.Say(fmt::format("{}: {}, the last one {}.", arguments.page.string(),
                             Count(runs.size(), "run"), end));
@@ -95,7 +96,8 @@ void AddReport(CLI::App& app, Invocation& invocation) {
         ->check(FaultOfEmptyValue);
     command
         ->add_option("--events", arguments->events,
-                     "Events file of a run; repeat the option for several runs")
+                     "Events file of one or more runs; repeat the option for more files. Runs of "
+                     "several installations make one page about all of them")
         ->type_name("FILE")
         ->check(FaultOfEmptyValue)
         ->expected(1)

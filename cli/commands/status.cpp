@@ -1,10 +1,14 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/commands/commands.h"
+#include "cli/report/fleet.h"
 #include "cli/run/progress_marks.h"
 #include "cli/server/installation.h"
 #include "cli/server/session.h"
@@ -131,6 +135,74 @@ void PrintInterrupted(const ProgressMarks& marks, Console& console) {
     }
 }
 
+/// Where the run of an installation stands, or how it ended.
+std::string StateOf(const InstallationRuns& one) {
+    if (one.Last().end != RunEnd::kNone) {
+        return std::string(EndText(one.Last().end));
+    }
+    const DatabaseRecord* inHand = one.Last().InHand();
+    return inHand == nullptr ? "running" : fmt::format("running, in {}", Printable(inHand->name));
+}
+
+std::string AgeOf(EventTime time) {
+    return DurationText(std::max<EventDuration>(std::chrono::system_clock::now() - time,
+                                                EventDuration::zero())) +
+           " ago";
+}
+
+/// "eu1: tw_7, tw_9; eu2: tw_3".
+std::string PlacesOf(const FleetFailure& failure) {
+    std::string text;
+    const InstallationRuns* last = nullptr;
+    for (const auto& [installation, in] : failure.occurrences) {
+        if (in.resolved) {
+            continue;
+        }
+        text += installation != last
+                    ? fmt::format("{}{}: ", text.empty() ? "" : "; ", Printable(installation->name))
+                    : ", ";
+        text += Printable(in.failure->database);
+        last = installation;
+    }
+    return text;
+}
+
+/// The same from what runs have recorded, without the server, for one installation or many.
+int StatusOfEvents(const std::vector<std::filesystem::path>& files, Console& console,
+                   bool exitCode) {
+    using Align = TextTable::Align;
+    const auto installations = ByInstallation(ReadAllRuns(files));
+    TextTable table({{"Installation"},
+                     {"Last run"},
+                     {"Sites", Align::kRight},
+                     {"Steps", Align::kRight},
+                     {"Open failures", Align::kRight},
+                     {"Last event"}});
+    auto list = nlohmann::ordered_json::array();
+    std::size_t done = 0;
+    for (const InstallationRuns& one : installations) {
+        table.AddRow({Printable(one.name), StateOf(one),
+                      fmt::format("{} of {}", Grouped(one.sitesEnded), Grouped(one.sites)),
+                      Grouped(one.steps), Grouped(one.openFailures), AgeOf(one.Last().lastEvent)});
+        list.push_back(JsonOf(one));
+        done += one.IsDone() ? 1U : 0U;
+    }
+    for (const std::string& line : table.Lines()) {
+        console.Print(line);
+    }
+    for (const FleetFailure& failure : FleetFailures(installations)) {
+        if (const std::string places = PlacesOf(failure); !places.empty()) {
+            const FailureRecord& latest = failure.Latest();
+            console.Print(fmt::format("{}{}{}: {}", latest.step, latest.step.empty() ? "" : ": ",
+                                      ShortStatement(latest.error), places));
+        }
+    }
+    console.Print(fmt::format("Total: {} of {} finished.", done,
+                              Count(installations.size(), "installation")));
+    console.Result({{"command", "status"}, {"finished", done}, {"installations", list}});
+    return exitCode && done < installations.size() ? kFindings : kDone;
+}
+
 int Status(const GlobalOptions& options, Console& console, bool exitCode) {
     Session session(options);
     Installation installation(session.Own());
@@ -169,10 +241,25 @@ void AddStatus(CLI::App& app, Invocation& invocation) {
     auto* command =
         app.add_subcommand("status", "Show the versions of the installation and its sites");
     const auto exitCode = std::make_shared<bool>(false);
-    command->add_flag("--exit-code", *exitCode, "Exit with status 3 if steps are pending");
-    command->callback([&invocation, exitCode] {
-        invocation.run = [exitCode](const GlobalOptions& options, Console& console) {
-            return Status(options, console, *exitCode);
+    const auto events = std::make_shared<std::vector<std::filesystem::path>>();
+    command->add_flag("--exit-code", *exitCode,
+                      "Exit with status 3 if steps are pending, or with --events if a run has not "
+                      "finished");
+    command
+        ->add_option("--events", *events,
+                     "Show what the runs of these files have done, of one installation or many, "
+                     "without asking a server")
+        ->type_name("FILE ...")
+        ->check(FaultOfEmptyValue)
+        ->configurable(false);
+    command->callback([&invocation, exitCode, events] {
+        if (events->empty() && !invocation.global.events.empty()) {
+            // Named before the command; it is read here, not written.
+            events->push_back(std::exchange(invocation.global.events, {}));
+        }
+        invocation.run = [exitCode, events](const GlobalOptions& options, Console& console) {
+            return events->empty() ? Status(options, console, *exitCode)
+                                   : StatusOfEvents(*events, console, *exitCode);
         };
     });
 }

@@ -9,11 +9,10 @@
 #include <vector>
 
 #include "cli/report/html.h"
+#include "cli/report/page_parts.h"
 #include "cli/report/run_figures.h"
-#include "cli/report/style.h"
 #include "cli/report/timeline.h"
 #include "cli/terminal/text.h"
-#include "twupdate/twupdate.h"
 
 namespace twupdate::cli {
 namespace {
@@ -26,85 +25,6 @@ constexpr std::size_t kMostFailures = 30;
 constexpr std::size_t kMostNames = 20;
 constexpr std::size_t kMostRuns = 100;
 constexpr std::size_t kMostDatabases = 5000;
-constexpr std::size_t kMostText = 1000;  // bytes of a statement or an error
-
-// --- parts of a page -----------------------------------------------------------------------------
-
-std::string Sql(std::string_view statement) {
-    return fmt::format("<code class=\"sql\">{}</code>\n",
-                       Html(ShortStatement(statement, kMostText)));
-}
-
-std::string Figure(std::string_view id, std::string_view name, std::string_view value) {
-    return fmt::format("<div><dt>{}</dt><dd id=\"{}\">{}</dd></div>\n", name, id, value);
-}
-
-/// A section with its heading.
-std::string Section(std::string_view id, std::string_view title, std::string_view content) {
-    return fmt::format(
-        "<section aria-labelledby=\"{0}-title\" id=\"{0}\">\n<h2 id=\"{0}-title\">{1}</h2>\n"
-        "{2}</section>\n",
-        id, title, content);
-}
-
-/// A table that scrolls if the page is too narrow for it.
-class Table {
-  public:
-    /// @param columns  titles; one that begins with # is of numbers, with ~ of whole sentences
-    Table(std::string_view id, std::string_view caption,
-          const std::vector<std::string_view>& columns)
-        : html_(fmt::format(
-              "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"{1}\">\n"
-              "<table id=\"{0}\"><caption>{1}</caption>\n<thead><tr>",
-              id, caption)) {
-        for (const std::string_view column : columns) {
-            const bool isMarked = column.starts_with('#') || column.starts_with('~');
-            kinds_.push_back(isMarked ? column.front() : ' ');
-            html_ += fmt::format("<th scope=\"col\"{}>{}</th>", Kind(kinds_.size() - 1),
-                                 isMarked ? column.substr(1) : column);
-        }
-        html_ += "</tr></thead>\n<tbody>\n";
-    }
-    /// The first cell names the row.
-    void AddRow(const std::vector<std::string>& cells) {
-        html_ += "<tr>";
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            html_ += i == 0 ? fmt::format("<th scope=\"row\"{}>{}</th>", Kind(i), cells[i])
-                            : fmt::format("<td{}>{}</td>", Kind(i), cells[i]);
-        }
-        html_ += "</tr>\n";
-    }
-    std::string Done() const { return html_ + "</tbody></table></div>\n"; }
-
-  private:
-    std::string_view Kind(std::size_t i) const {
-        return kinds_[i] == '#' ? " class=\"number\"" : kinds_[i] == '~' ? " class=\"words\"" : "";
-    }
-
-    std::vector<char> kinds_;
-    std::string html_;
-};
-
-std::string AndMore(std::size_t all, std::size_t shown, std::string_view noun) {
-    return all > shown ? fmt::format("<p class=\"quiet\">{} not shown.</p>\n",
-                                     Count(all - shown, fmt::format("more {} is", noun),
-                                           fmt::format("more {}s are", noun)))
-                       : "";
-}
-
-std::string EndWord(RunEnd end) {
-    switch (end) {
-        case RunEnd::kFinished:
-            return "<span class=\"good-word\">✓ finished</span>";
-        case RunEnd::kFailed:
-            return "<span class=\"bad-word\">✗ failed</span>";
-        case RunEnd::kStopped:
-            return "◼ stopped";
-        case RunEnd::kNone:
-            return "… did not end";
-    }
-    return "";
-}
 
 // --- the summary ---------------------------------------------------------------------------------
 
@@ -557,24 +477,14 @@ std::string Title(std::span<const RunRecord> runs) {
 std::string ReportPage(std::span<const RunRecord> runs,
                        std::optional<std::chrono::seconds> renewed) {
     const std::string title = Title(runs);
-    const std::string reload =
-        renewed && runs.back().end == RunEnd::kNone
-            ? fmt::format("<meta http-equiv=\"refresh\" content=\"{}\">\n", renewed->count())
-            : "";
-    return fmt::format(
-               "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-               "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-               "<meta name=\"color-scheme\" content=\"light dark\">\n"
-               "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
-               "style-src 'unsafe-inline'; img-src data:; base-uri 'none'; form-action 'none'\">\n"
-               "{}<meta name=\"generator\" content=\"twupdate {}\">\n<title>twupdate: {}</title>\n"
-               "<link rel=\"icon\" href=\"data:,\">\n<style>{}</style>\n</head>\n<body>\n<main>\n"
+    const bool isRunning = runs.back().end == RunEnd::kNone;
+    return PageHead(title, isRunning ? renewed : std::nullopt) +
+           fmt::format(
                "<header>\n<h1>twupdate: {}</h1>\n<p class=\"quiet\">From version {} to {}. Times "
                "are UTC.</p>\n{}</header>\n",
-               reload, twu_version(), title, kReportStyle, title, VersionText(runs.front().from),
-               VersionText(runs.back().to), Servers(runs)) +
+               title, VersionText(runs.front().from), VersionText(runs.back().to), Servers(runs)) +
            Summary(runs, renewed) + Failures(runs) + Timelines(runs) + AllDatabases(runs) +
-           Steps(runs) + Statements(runs) + Services(runs) + "</main>\n</body>\n</html>\n";
+           Steps(runs) + Statements(runs) + Services(runs) + std::string(kPageEnd);
 }
 
 }  // namespace twupdate::cli

@@ -221,6 +221,13 @@ class RunReader::Builder {
         run.leftOut = event.IdLists("left_out");
         run.server = event.Text("server");
         run.account = event.Text("account");
+        run.installation = event.Text("installation");
+        if (run.installation.empty()) {  // the server, whatever its version
+            constexpr std::string_view kOn = " on ";
+            const auto at = run.server.find(kOn);
+            run.installation =
+                at == std::string::npos ? run.server : run.server.substr(at + kOn.size());
+        }
         run.start = run.lastEvent = time;
         runs_.push_back(std::move(run));
         inRun_ = true;

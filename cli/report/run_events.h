@@ -91,6 +91,8 @@ struct PlannedSite {
 /// What the events tell of one run.
 struct RunRecord {
     std::string command;
+    /// Of which it is: by its name in the events, else by its server; empty in events without both.
+    std::string installation;
     std::string server;   ///< empty in events without it
     std::string account;  ///< the same
     double from = 0;

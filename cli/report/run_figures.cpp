@@ -62,6 +62,20 @@ bool IsFixed(const FailureRecord& failure, const RunRecord& run, std::span<const
 
 }  // namespace
 
+std::string_view EndText(RunEnd end) {
+    switch (end) {
+        case RunEnd::kFinished:
+            return "finished";
+        case RunEnd::kFailed:
+            return "failed";
+        case RunEnd::kStopped:
+            return "stopped";
+        case RunEnd::kNone:
+            return "did not end";
+    }
+    return "";
+}
+
 std::vector<StepTotal> StepTotals(std::span<const RunRecord> runs) {
     std::map<std::string_view, StepTotal> byName;
     ForEachStep(runs, [&](const StepRun& stepRun) {
@@ -151,6 +165,7 @@ std::vector<DatabaseTotal> DatabaseTotals(std::span<const RunRecord> runs) {
             DatabaseTotal& total = found->second;
             if (isNew) {
                 total.name = database.name;
+                total.isSite = database.siteId.has_value();
                 total.from = database.from;
             }
             total.sum += database.duration;
@@ -167,6 +182,7 @@ std::vector<DatabaseTotal> DatabaseTotals(std::span<const RunRecord> runs) {
             const auto [found, isNew] = byId.try_emplace({site.siteId, name});
             if (isNew) {
                 found->second.name = name;
+                found->second.isSite = true;
                 found->second.from = site.from;
             }
         }

@@ -5,12 +5,16 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/report/run_events.h"
 
 // What the records of runs add up to. The records must outlive what names them.
 namespace twupdate::cli {
+
+/// "finished", "failed", "stopped" or "did not end".
+std::string_view EndText(RunEnd end);
 
 /// A step over all databases.
 struct StepTotal {
@@ -71,6 +75,7 @@ struct DatabaseTotal {
     enum class Outcome : std::uint8_t { kUpgraded, kFailed, kStopped, kNotEnded, kNotBegun };
 
     std::string name;
+    bool isSite = false;
     double from = 0;           ///< where the first run began
     std::optional<double> to;  ///< nothing where no run came to the end
     EventDuration sum{0};

@@ -24,8 +24,8 @@ std::string RetryLine(const RunRetry& retry) {
 }
 
 std::optional<RunRetry> Retries::Next(std::int64_t siteId, const RunFailure& failure) {
-    const bool passes = failure.code == kDeadlock || IsLostConnection(failure.code) ||
-                        (failure.code == kLockWaitTimeout && options_.lockWaits);
+    const bool passes =
+        MayPass(failure.code) && (failure.code != kLockWaitTimeout || options_.lockWaits);
     const bool mayRepeat = !failure.where.step || failure.where.step->repeatable;
     if (!passes || !mayRepeat || failure.stopped) {
         return std::nullopt;
