@@ -1,0 +1,166 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "cli/installation_fixture.h"
+#include "cli/program.h"
+#include "support/lines.h"
+#include "support/versions.h"
+
+namespace twupdate::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+
+constexpr const char* kRecipes = TWUPDATE_SOURCE_FOLDER "/examples/fleet";
+
+bool IsThere(const std::string& program) {
+    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+/// Waits as long as three upgrades may take.
+bool WaitLong(const std::function<bool()>& condition) {
+    for (int i = 0; i < 1200 && !condition(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return condition();
+}
+
+/// Three servers, each with an installation at 1.0000 that has one site, and the recipes of
+/// examples/fleet to upgrade them.
+class Fleet : public InstallationTest {
+  protected:
+    static constexpr std::array<const char*, 3> kNames{"eu1", "eu2", "us1"};
+
+    void MakeInstallations() {
+        std::string options = "[twupdate]\nuser=root\nno-services\nno-site-files\n";
+        std::string list;
+        for (const char* name : kNames) {
+            host::PrivateServerOptions server;
+            server.fast = true;
+            servers_.push_back(std::make_unique<host::PrivateServer>(folder_ / name, server));
+            UseServer(servers_.size() - 1);
+            MakeCentralDatabase();
+            MakeSite(7);
+            options += std::string("[twupdate-") + name +
+                       "]\nsocket=" + servers_.back()->Socket().string() + "\n";
+            list += std::string(name) + "\n";
+        }
+        WriteFile(folder_ / "fleet.cnf", options);
+        WriteFile(List(), list);
+    }
+    ~Fleet() override { CliServer::Get().UseInstead(std::nullopt); }
+
+    void UseServer(std::size_t number) {
+        CliServer::Get().UseInstead(servers_[number]->ConnectOptions());
+    }
+    std::string List() const { return (folder_ / "installations.txt").string(); }
+    std::string Night() const { return (folder_ / "night").string(); }
+    std::string Events(const std::string& name) const { return Night() + "/" + name + ".jsonl"; }
+
+    /// The program is found where it was built, and its options where the test has put them.
+    std::map<std::string, std::string> Environment() const {
+        return {{"PATH", BuiltProgram().parent_path().string() + ":/usr/bin:/bin"},
+                {"HOME", folder_.Path().string()},
+                {"TWUPDATE_DEFAULTS_FILE", (folder_ / "fleet.cnf").string()}};
+    }
+
+    /// The process that upgrades the installation; 0 without one.
+    pid_t RunOf(const std::string& name) const {
+        for (const auto& entry : fs::directory_iterator("/proc")) {
+            const std::string id = entry.path().filename();
+            std::error_code ignored;
+            if (id.find_first_not_of("0123456789") != std::string::npos ||
+                fs::read_symlink(entry.path() / "exe", ignored) != fs::canonical(BuiltProgram())) {
+                continue;
+            }
+            std::ifstream file(entry.path() / "cmdline", std::ios::binary);
+            const std::string words{std::istreambuf_iterator<char>(file), {}};
+            if (words.find(Events(name)) != std::string::npos) {
+                return static_cast<pid_t>(std::stol(id));
+            }
+        }
+        return 0;
+    }
+
+    /// Waits until the run of the second installation waits for the reader there, and kills it.
+    void KillTheSecond() {
+        UseServer(1);
+        ASSERT_TRUE(WaitLong([] { return SomebodyWaits(); }));
+        const pid_t run = RunOf("eu2");
+        ASSERT_NE(run, 0);
+        kill(run, SIGKILL);
+    }
+
+    void ExpectAllDone() {
+        for (std::size_t i = 0; i < kNames.size(); ++i) {
+            SCOPED_TRACE(kNames[i]);
+            UseServer(i);
+            EXPECT_EQ(InstallationVersion(), kCurrentStored);
+            EXPECT_EQ(SiteVersion(7), kCurrentStored);
+            const std::string suffix = std::string("--defaults-group-suffix=-") + kNames[i];
+            const Outcome verified = RunProgram({suffix, "verify"}, Environment());
+            EXPECT_EQ(verified.status, 0) << verified.out << verified.err;
+        }
+        const std::string page = (folder_ / "page.html").string();
+        const std::vector<std::string> events{"--events",    Events("eu1"), "--events",
+                                              Events("eu2"), "--events",    Events("us1")};
+        std::vector<std::string> report{"report", page};
+        report.insert(report.end(), events.begin(), events.end());
+        EXPECT_EQ(RunProgram(report).status, 0);
+        const std::string html = ContentOf(page);
+        for (const char* name : kNames) {
+            EXPECT_THAT(html, HasSubstr("<th scope=\"row\">" + std::string(name) +
+                                        "</th><td><span class=\"good-word\">✓ finished"));
+        }
+        EXPECT_THAT(html, HasSubstr(": did not end</title>")) << "the run that was killed";
+        EXPECT_THAT(html, HasSubstr("The last run of each of the 3 installations"));
+        std::vector<std::string> status{"status", "--exit-code"};
+        status.insert(status.end(), events.begin(), events.end());
+        EXPECT_EQ(RunProgram(status).status, 0);
+    }
+
+    std::vector<std::unique_ptr<host::PrivateServer>> servers_;
+};
+
+TEST_F(Fleet, GnuParallelRunsThreeInstallationsAndTheOneThatWasKilledAgain) {
+    if (!IsThere("parallel")) {
+        GTEST_SKIP() << "no GNU parallel; ./dev test installs it";
+    }
+    MakeInstallations();
+    UseServer(1);
+    auto reader = host::Connection::Open(servers_[1]->ConnectOptions());
+    reader->Execute("START TRANSACTION;");
+    reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
+    const std::vector<std::string> words{std::string(kRecipes) + "/parallel.sh", List(), Night(),
+                                         "--ddl-timeout", "60"};
+    {
+        Program night(words, Environment(), RunAs::kSelf, "/bin/bash");
+        KillTheSecond();
+        reader->Execute("COMMIT;");
+        const Outcome outcome = night.Wait();
+        EXPECT_EQ(outcome.status, 1) << outcome.err;  // the number of jobs that failed
+        EXPECT_THAT(outcome.out, AllOf(HasSubstr("eu1\tDone: "), HasSubstr("us1\tDone: ")));
+    }
+    const auto began = std::chrono::steady_clock::now();
+    Program again(words, Environment(), RunAs::kSelf, "/bin/bash");
+    const Outcome outcome = again.Wait();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("eu2\tDone: "));
+    EXPECT_EQ(outcome.out.find("eu1\t"), std::string::npos) << "only what had failed runs again";
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::minutes(2));
+    // Three jobs and one of them again, below the title.
+    EXPECT_EQ(LinesOf(ContentOf(Night() + "/joblog"), "").size(), 5u);
+    ExpectAllDone();
+}
+
+}  // namespace
+}  // namespace twupdate::test
