@@ -23,7 +23,7 @@ class ExitStatus : public InstallationTest {
         MakeSite(7);
         reader_ = ReaderOfSite();
         auto arguments = options;
-        arguments.insert(arguments.end(), {"upgrade-site", "7"});
+        arguments.insert(arguments.end(), {"--ddl-timeout", "30", "upgrade-site", "7"});
         run_ = std::make_unique<Program>(With(arguments));
         ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     }

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -10,6 +12,7 @@
 
 #include "cli/installation_fixture.h"
 #include "cli/program.h"
+#include "support/free_port.h"
 #include "support/lines.h"
 #include "support/versions.h"
 
@@ -130,6 +133,130 @@ class Fleet : public InstallationTest {
 
     std::vector<std::unique_ptr<host::PrivateServer>> servers_;
 };
+
+/// A controller and a daemon of Slurm for this user, on the loopback device; both end with the
+/// test.
+class Slurm {
+  public:
+    static constexpr const char* kFolder = TWUPDATE_SOURCE_FOLDER "/build/slurm";
+
+    explicit Slurm(const fs::path& folder) : folder_(folder) {
+        for (const char* part : {"", "state", "spool"}) {
+            fs::create_directories(folder_ / part);
+        }
+        WriteFile(folder_ / "munge.key", std::string(1024, 'k'));
+        chmod((folder_ / "munge.key").c_str(), 0600);
+        WriteFile(folder_ / "slurm.conf", Configuration());
+        Start("/usr/sbin/munged",
+              {"--force", "--foreground", "--socket", Path("munge.sock"), "--key-file",
+               Path("munge.key"), "--pid-file", Path("munged.pid"), "--log-file",
+               Path("munged.log"), "--seed-file", Path("munged.seed")});
+        EXPECT_TRUE(WaitUntil([&] { return fs::exists(Path("munge.sock")); }));
+        Start("/usr/sbin/slurmctld-wlm", {"-D", "-c"});
+        Start("/usr/sbin/slurmd-wlm",
+              {"-D", "-N", "localhost", "-d", Program("/usr/sbin/slurmstepd-wlm")});
+        EXPECT_TRUE(WaitLong([&] {
+            return Call("sinfo", {"--noheader", "--format=%t"}).out == "idle\n";
+        })) << ContentOf(Path("slurmctld.log"))
+            << ContentOf(Path("slurmd.log"));
+    }
+    ~Slurm() {
+        Call("scancel", {"--quiet", "--full", "--signal=KILL", "--name=twupdate"});
+        for (auto daemon = daemons_.rbegin(); daemon != daemons_.rend(); ++daemon) {
+            (*daemon)->Signal(SIGTERM);
+            (*daemon)->Wait();
+        }
+    }
+    Slurm(const Slurm&) = delete;
+    Slurm& operator=(const Slurm&) = delete;
+
+    /// Runs a program of the user, e.g. "squeue".
+    Outcome Call(const std::string& program, const std::vector<std::string>& arguments,
+                 std::map<std::string, std::string> environment = {}) const {
+        environment.merge(Environment());
+        return RunProgram(arguments, environment, RunAs::kSelf, Program("/usr/bin/" + program));
+    }
+
+    /// For the programs, and for the scripts that they run.
+    std::map<std::string, std::string> Environment() const {
+        return {{"SLURM_CONF", Path("slurm.conf")},
+                {"LD_LIBRARY_PATH", Plugins() + ":" + kFolder + "/usr/lib/x86_64-linux-gnu"}};
+    }
+
+  private:
+    std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+    static std::string Program(const std::string& path) { return kFolder + path; }
+    static std::string Plugins() {
+        return std::string(kFolder) + "/usr/lib/x86_64-linux-gnu/slurm-wlm";
+    }
+
+    std::string Configuration() const {
+        const std::string user = getpwuid(geteuid())->pw_name;
+        return "ClusterName=twupdate\nSlurmctldHost=localhost(127.0.0.1)\n"
+               "SlurmUser=" +
+               user + "\nSlurmdUser=" + user +
+               "\nAuthType=auth/munge\nCredType=cred/munge\n"
+               // A task that runs again waits until its first credential has expired.
+               "AuthInfo=socket=" +
+               Path("munge.sock") +
+               ",cred_expire=5\n"
+               "SlurmctldPort=" +
+               std::to_string(FreePort()) + "\nSlurmdPort=" + std::to_string(FreePort()) +
+               "\nPluginDir=" + Plugins() + "\nStateSaveLocation=" + Path("state") +
+               "\nSlurmdSpoolDir=" + Path("spool") + "\nSlurmctldPidFile=" + Path("slurmctld.pid") +
+               "\nSlurmdPidFile=" + Path("slurmd.pid") +
+               "\nSlurmctldLogFile=" + Path("slurmctld.log") +
+               "\nSlurmdLogFile=" + Path("slurmd.log") +
+               "\nProctrackType=proctrack/linuxproc\nTaskPlugin=task/none\n"
+               "JobAcctGatherType=jobacct_gather/none\nSwitchType=switch/none\nMpiDefault=none\n"
+               "SelectType=select/cons_tres\nSelectTypeParameters=CR_Core\n"
+               // Three tasks are to fit on any machine.
+               "SlurmdParameters=config_overrides\n"
+               "NodeName=localhost NodeAddr=127.0.0.1 CPUs=4 CoresPerSocket=4\n"
+               "PartitionName=night Nodes=ALL Default=YES MaxTime=INFINITE State=UP\n";
+    }
+
+    void Start(const std::string& path, const std::vector<std::string>& arguments) {
+        daemons_.push_back(
+            std::make_unique<test::Program>(arguments, Environment(), RunAs::kSelf, Program(path)));
+    }
+
+    fs::path folder_;
+    std::vector<std::unique_ptr<test::Program>> daemons_;
+};
+
+TEST_F(Fleet, SlurmRunsThreeInstallationsAndTheOneThatWasKilledAgain) {
+    if (std::getenv("TWUPDATE_SOAK") == nullptr) {
+        GTEST_SKIP() << "runs with TWUPDATE_SOAK=1";
+    }
+    if (!fs::exists(std::string(Slurm::kFolder) + "/usr/sbin/slurmctld-wlm")) {
+        GTEST_SKIP() << "no " << Slurm::kFolder << "; ./dev soak unpacks it";
+    }
+    MakeInstallations();
+    auto reader = host::Connection::Open(servers_[1]->ConnectOptions());
+    reader->Execute("START TRANSACTION;");
+    reader->Query("SELECT COUNT(*) FROM tw_7.setting;");
+    const Slurm slurm(folder_ / "slurm");
+    auto environment = Environment();
+    environment["PATH"] += std::string(":") + Slurm::kFolder + "/usr/bin";
+    const std::string log = (folder_ / "task-%a.log").string();
+    const Outcome submitted =
+        slurm.Call("sbatch",
+                   {"--array=1-3%2", "--output=" + log, std::string(kRecipes) + "/slurm.sh", List(),
+                    Night(), "--ddl-timeout", "60"},
+                   environment);
+    ASSERT_EQ(submitted.status, 0) << submitted.err;
+    KillTheSecond();
+    reader->Execute("COMMIT;");
+    EXPECT_TRUE(WaitLong([&] {
+        const Outcome queue = slurm.Call("squeue", {"--noheader"});
+        return queue.status == 0 && queue.out.empty();
+    })) << slurm.Call("squeue", {}).out;
+    // The second task has written its log twice, in one file.
+    EXPECT_THAT(ContentOf(folder_ / "task-2.log"),
+                AllOf(HasSubstr("DUE TO JOB REQUEUE"), HasSubstr("\nDone: ")));
+    ExpectAllDone();
+}
 
 TEST_F(Fleet, GnuParallelRunsThreeInstallationsAndTheOneThatWasKilledAgain) {
     if (!IsThere("parallel")) {
