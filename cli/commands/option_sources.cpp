@@ -165,7 +165,10 @@ bool OptionSources::IsOpen(const CLI::Option& option) const {
 
 /// Whether a source of higher precedence has said something that excludes the option.
 bool OptionSources::IsOverruled(const CLI::Option& option) const {
-    const auto& others = option.get_excludes();
+    auto others = option.get_excludes();
+    if (NameOf(option) == "host") {  // by which a socket would not be used
+        others.insert(app_.get_option("--socket"));
+    }
     return std::any_of(others.begin(), others.end(), [&](const CLI::Option* other) {
         return other->count() > 0 || settings_.contains(other);
     });

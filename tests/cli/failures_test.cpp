@@ -325,7 +325,7 @@ TEST_F(Failures, AFileThatCannotBeWrittenIsReportedWhenThereIsNothingToDoToo) {
     Execute("UPDATE tw_tarnwick.installation SET version = " + kCurrentStored + ";");
     WriteFile(folder_ / "file", "");
     for (const char* option : {"--trace", "--events", "--log", "--services-log"}) {
-        for (const char* command : {"upgrade", "status"}) {
+        for (const char* command : {"upgrade", "verify"}) {
             const std::string bad = (folder_ / "file" / "x").string();
             const Outcome outcome = Run({option, bad, command});
             EXPECT_EQ(outcome.status, 2) << option;
@@ -610,7 +610,7 @@ TEST_F(Failures, ALostServerEndsTheRun) {
     const Outcome outcome = upgrade.Wait();
     CliServer::Get().ForgetConnection();
     CliServer::Get().Server().Start();
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.err, ContainsRegex("server error 20(06|13)"));
     const Outcome again = Run({"upgrade"});
     EXPECT_EQ(again.status, 0) << again.err;
