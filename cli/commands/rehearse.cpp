@@ -17,6 +17,7 @@
 #include "cli/commands/site_option.h"
 #include "cli/repair/repair_finding.h"
 #include "cli/run/events.h"
+#include "cli/run/jobs.h"
 #include "cli/run/parallel.h"
 #include "cli/run/progress.h"
 #include "cli/run/resume.h"
@@ -62,6 +63,7 @@ struct RehearsalResult {
     /// The time that an upgrade of them all would take; nothing without rows, or if no step has
     /// run.
     std::optional<std::chrono::nanoseconds> wholeUpgrade;
+    unsigned jobs = 1;  ///< of that upgrade
 };
 
 /// Learns how long each step takes.
@@ -93,8 +95,8 @@ DatabaseDone Totals(const RehearsalResult& rehearsal) {
 }
 
 /// The measured time and, for each other site that an upgrade would visit, the time that its steps
-/// took elsewhere.
-void EstimateWholeUpgrade(const std::vector<SiteRow>& all, const StepTimes& times,
+/// took elsewhere. The jobs share the time of the sites.
+void EstimateWholeUpgrade(const std::vector<SiteRow>& all, const StepTimes& times, unsigned jobs,
                           RehearsalResult& rehearsal) {
     std::vector<double> others;
     for (const SiteRow& site : all) {
@@ -107,9 +109,17 @@ void EstimateWholeUpgrade(const std::vector<SiteRow>& all, const StepTimes& time
             others.push_back(site.version.value_or(0));
         }
     }
-    if (const auto rest = times.Of(others)) {
-        rehearsal.wholeUpgrade = Totals(rehearsal).duration + *rest;
+    const auto rest = times.Of(others);
+    if (!rest) {
+        return;
     }
+    std::chrono::nanoseconds central{0};
+    std::chrono::nanoseconds sites = *rest;
+    for (const DatabaseDone& done : rehearsal.done) {
+        (done.siteId ? sites : central) += done.duration;
+    }
+    rehearsal.jobs = jobs;
+    rehearsal.wholeUpgrade = central + sites / jobs;
 }
 
 /// A named site that an upgrade would not visit is a mistake; no other site is tried in its place.
@@ -353,6 +363,48 @@ void Upgrade(Session& copy, double version, std::vector<SiteRow> chosen,
     }
 }
 
+/// The same, several sites at a time. What it finds is in the order of the sites.
+void UpgradeWithJobs(Session& copy, double version, const std::vector<SiteRow>& chosen,
+                     unsigned number, const std::vector<std::shared_ptr<RunSink>>& sinks,
+                     RehearsalResult& rehearsal, Console& console) {
+    const auto marks = std::make_shared<ProgressMarks>(copy.GetConnection());
+    RunStart start{"rehearse", version, chosen};
+    SetResumeVersions(*marks, start.sites, console);
+    start.server = copy.ServerText();
+    start.account = copy.Account();
+    const auto watch = std::make_shared<RunWatch>();
+    watch->AddSink(marks);
+    for (const auto& sink : sinks) {
+        watch->AddSharedSink(sink);
+    }
+    JobOptions options;
+    options.number = number;
+    options.mostFailures = chosen.size();
+    const auto sinksOfJob = [](const Session& /*own*/,
+                               const std::shared_ptr<ProgressMarks>& ofJob) {
+        return std::vector<std::shared_ptr<RunSink>>{ofJob};
+    };
+    Jobs jobs(copy, *watch, *marks, sinksOfJob, options, console);
+    watch->SetBeforeSites([&] { jobs.Upgrade(start.sites, {}); });
+    Update update;
+    update.Configure(copy.ForComponent(watch, watch));
+    watch->Start(start);
+    try {
+        update.UpdateServer(version);
+        watch->End();
+    } catch (const JobsEnded& ended) {
+        rehearsal.failed = ended.Failures();
+        watch->FailSites(rehearsal.failed);
+        watch->Fail(rehearsal.failed.front());
+    } catch (const std::exception& error) {
+        rehearsal.failed.push_back(watch->Fail(error));
+    }
+    rehearsal.done = watch->Databases();
+    const auto siteOf = [](const RunFailure& failure) { return failure.where.siteId; };
+    std::ranges::stable_sort(rehearsal.failed, {}, siteOf);
+    std::ranges::stable_sort(rehearsal.done, {}, &DatabaseDone::siteId);  // the central one first
+}
+
 void VerifyCopy(const Session& copy, unsigned jobs, RehearsalResult& rehearsal, Console& console) {
     const auto& databases = rehearsal.done;
     std::vector<std::vector<LayoutFinding>> found(databases.size());
@@ -402,10 +454,11 @@ void Print(const RehearsalResult& rehearsal, Console& console) {
     }
     if (rehearsal.wholeUpgrade) {
         console.Say(fmt::format(
-            "An upgrade of the installation with {} would take about {} here, without backups.",
+            "An upgrade of the installation with {} would take about {} here{}, without backups.",
             rehearsal.sitesInAll == 1 ? "its one site"
                                       : "all " + Count(rehearsal.sitesInAll, "site"),
-            DurationText(*rehearsal.wholeUpgrade)));
+            DurationText(*rehearsal.wholeUpgrade),
+            rehearsal.jobs == 1 ? "" : fmt::format(" with --jobs {}", rehearsal.jobs)));
     }
     console.Say(fmt::format(
         "Rehearsed: {} upgraded, {}, {}.", Count(rehearsal.done.size(), "database"),
@@ -431,6 +484,7 @@ nlohmann::ordered_json JsonOf(const RehearsalResult& rehearsal, bool clean) {
     if (rehearsal.wholeUpgrade) {
         result["whole_upgrade"] = {
             {"sites", rehearsal.sitesInAll},
+            {"jobs", rehearsal.jobs},
             {"seconds", std::chrono::duration<double>(*rehearsal.wholeUpgrade).count()}};
     }
     auto& refusals = result["refusals"] = nlohmann::ordered_json::array();
@@ -513,7 +567,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     const auto times = std::make_shared<StepTimes>();
     std::vector<std::shared_ptr<RunSink>> sinks{
         times, std::make_shared<Progress>(console, [&lockWaits](const Position& where) {
-            return lockWaits.Find(where.database);
+            return lockWaits.Find(where.database, where.connection);
         })};
     if (!options.trace.empty()) {
         sinks.push_back(std::make_shared<Trace>(options.trace, console));
@@ -521,11 +575,16 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
     if (!options.events.empty()) {
         sinks.push_back(std::make_shared<Events>(options.events, console));
     }
-    Upgrade(copy, version, chosen, sinks, rehearsal, console);
-    if (!arguments.schemaOnly) {
-        EstimateWholeUpgrade(all, *times, rehearsal);
+    const unsigned jobs = arguments.jobs.Number();
+    if (jobs > 1) {
+        UpgradeWithJobs(copy, version, chosen, jobs, sinks, rehearsal, console);
+    } else {
+        Upgrade(copy, version, chosen, sinks, rehearsal, console);
     }
-    VerifyCopy(copy, arguments.jobs.Number(), rehearsal, console);
+    if (!arguments.schemaOnly) {
+        EstimateWholeUpgrade(all, *times, jobs, rehearsal);
+    }
+    VerifyCopy(copy, jobs, rehearsal, console);
     Print(rehearsal, console);
     const bool clean =
         rehearsal.refusals.empty() && rehearsal.failed.empty() && rehearsal.findings.empty();
@@ -551,7 +610,7 @@ void AddRehearse(CLI::App& app, Invocation& invocation) {
         ->required();
     command->add_flag("--schema-only", arguments->schemaOnly,
                       "Copy the tables of the sites without their rows");
-    AddJobsOption(*command, arguments->jobs, "Copy and compare this many sites at a time");
+    AddJobsOption(*command, arguments->jobs, "Copy, upgrade and compare this many sites at a time");
     command->callback([&invocation, arguments] {
         invocation.run = [arguments](const GlobalOptions& options, Console& console) {
             return Rehearse(options, console, *arguments);

@@ -282,28 +282,49 @@ TEST_F(JobsOfCommands, RestoreFinishesTheSitesUnderWayWhenItIsStopped) {
     EXPECT_EQ(Run({"upgrade"}).status, 0);
 }
 
-TEST_F(JobsOfCommands, RehearseCopiesAndFindsTheSame) {
+TEST_F(JobsOfCommands, RehearseFindsTheSame) {
     MakeCentralDatabase();
     for (const std::int32_t siteId : {1, 2, 3, 4}) {
         MakeSite(siteId);
     }
     Execute("DROP TABLE tw_2.layoutzone;");
+    Execute("DROP TABLE tw_4.layoutzone;");
     Execute("ALTER TABLE tw_3.setting ADD own INT;");
     const auto rehearse = [&](const std::string& folder, const std::string& jobs) {
         const Outcome outcome =
-            Run({"--json", "rehearse", "--workdir", (folder_ / folder).string(), "--jobs", jobs});
+            Run({"--json", "--events", (folder_ / (folder + ".events")).string(), "rehearse",
+                 "--workdir", (folder_ / folder).string(), "--jobs", jobs});
         EXPECT_EQ(outcome.status, 3) << outcome.err;
         auto result = outcome.Json();
         for (auto& database : result["upgraded"]) {
             database.erase("seconds");
         }
         result["totals"].erase("seconds");
-        result["whole_upgrade"].erase("seconds");
+        EXPECT_EQ(result["whole_upgrade"]["jobs"], std::stoi(jobs));
+        result["whole_upgrade"] = result["whole_upgrade"]["sites"];
         return result;
     };
     const auto expected = rehearse("one", "1");
-    EXPECT_EQ(expected["upgraded"].size(), 4U);
+    EXPECT_EQ(expected["upgraded"].size(), 3U);
+    EXPECT_EQ(expected["failures"].size(), 2U);
     EXPECT_EQ(rehearse("three", "3"), expected);
+    EXPECT_THAT(ContentOf(folder_ / "three.events"),
+                testing::AllOf(HasSubstr("\"job\":3"), HasSubstr("\"run-failed\"")));
+}
+
+TEST_F(JobsOfCommands, OfARehearsalShareTheTimeOfTheSites) {
+    MakeCentralDatabase();
+    MakeSite(1);
+    MakeSite(2);
+    const auto result =
+        Run({"--json", "rehearse", "--workdir", (folder_ / "r").string(), "--jobs", "2"}).Json();
+    ASSERT_EQ(result["upgraded"].size(), 3U);
+    const auto seconds = [&](std::size_t place) {
+        return result["upgraded"][place]["seconds"].get<double>();
+    };
+    EXPECT_EQ(result["upgraded"][2]["database"], "tw_2");
+    EXPECT_NEAR(result["whole_upgrade"]["seconds"].get<double>(),
+                seconds(0) + (seconds(1) + seconds(2)) / 2, 1e-6);
 }
 
 TEST_F(JobsOfCommands, AreAsManyAsTheServerTakes) {
