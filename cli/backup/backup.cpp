@@ -14,6 +14,7 @@
 #include "cli/server/replace_file.h"
 #include "cli/server/grants.h"
 #include "cli/server/root_site.h"
+#include "cli/server/server_errors.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 
@@ -134,29 +135,29 @@ void Backup::LadderStarting(const Position& where, double version) {
     if (where.ladder != Ladder::kServer) {
         return;
     }
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     ReopenIfLost();
     if (where.database != "tw_tarnwick") {
         // The copies of the central tables in a site.
-        Dump(where, Prepare(where.database, version, where.database + ".tw_installation"));
+        Dump(lock, where, Prepare(where.database, version, where.database + ".tw_installation"));
         return;
     }
-    DumpCentral(where);
+    DumpCentral(lock, where);
     if (IsBelow(version, 1.0030) && installation_.HasDatabase("tw_logs")) {
-        Dump(where, Prepare("tw_logs", version, kInstallation));  // gets indexes
+        Dump(lock, where, Prepare("tw_logs", version, kInstallation));  // gets indexes
     }
     if (const auto root = RootSite(*own_); root && IsBelow(version, 1.0252)) {
-        Dump(where, PrepareSite(*root));  // gets a domain from the central ladder already
+        Dump(lock, where, PrepareSite(*root));  // gets a domain from the central ladder already
     }
 }
 
 void Backup::SiteStarting(const Position& where, double /*version*/) {
     std::unique_lock lock(mutex_);
     ReopenIfLost();
-    DumpCentral(where);  // holds the version of every site, and some steps write more there
+    DumpCentral(lock, where);  // holds the version of every site, and some steps write more there
     const auto task = PrepareSite(*where.siteId);
     lock.unlock();
-    Dump(where, task);
+    Dump(lock, where, task);
 }
 
 void Backup::ReopenIfLost() {
@@ -165,16 +166,16 @@ void Backup::ReopenIfLost() {
     }
 }
 
-void Backup::DumpCentral(const Position& where) {
+void Backup::DumpCentral(std::unique_lock<std::mutex>& lock, const Position& where) {
     if (!dumped_.contains("tw_tarnwick") && installation_.HasDatabase("tw_tarnwick")) {
-        Dump(where, Prepare("tw_tarnwick", installation_.Version(), kInstallation));
+        Dump(lock, where, Prepare("tw_tarnwick", installation_.Version(), kInstallation));
     }
     dumped_.insert("tw_tarnwick");
 }
 
 std::optional<Backup::Task> Backup::PrepareSite(std::int64_t siteId) {
     const std::string database = fmt::format("tw_{}", siteId);
-    if (!dumped_.insert(database).second || !installation_.HasDatabase(database)) {
+    if (dumped_.contains(database) || !installation_.HasDatabase(database)) {
         return std::nullopt;  // a missing database is for the step to tell that needs it
     }
     const auto site =
@@ -190,6 +191,7 @@ std::optional<Backup::Task> Backup::Prepare(const std::string& database, double 
         const auto kept = ReadNote(run_.folder, database);
         console_.Say(
             fmt::format("{}: keeping the backup of {}", database, kept ? kept->time : "before"));
+        dumped_.insert(database);
         return std::nullopt;
     }
     const std::int64_t now = ServerSeconds(*own_);
@@ -205,12 +207,29 @@ std::optional<Backup::Task> Backup::Prepare(const std::string& database, double 
     return Task{database, file};
 }
 
-void Backup::Dump(const Position& where, const std::optional<Task>& task) {
-    if (task) {
-        progress_->Doing(where, "dumping " + task->database);
+void Backup::Dump(std::unique_lock<std::mutex>& lock, const Position& where,
+                  const std::optional<Task>& task) {
+    if (!task) {
+        return;
+    }
+    progress_->Doing(where, "dumping " + task->database);
+    const auto relock = [&lock] {
+        if (!lock.owns_lock()) {
+            lock.lock();
+        }
+    };
+    try {
         const UnderWay dump(dumps_);
         DumpDatabase(client_, task->database, task->file);
+    } catch (const CommandError& error) {
+        relock();
+        if (connection_->IsLost()) {  // the server's failure, which a run may try again
+            throw HostError("", kServerLost, "", error.what());
+        }
+        throw;
     }
+    relock();
+    dumped_.insert(task->database);
 }
 
 fs::path DumpFile(const fs::path& folder, const std::string& database) {

@@ -64,14 +64,17 @@ class Backup final : public RunSink {
     /// Whether the databases that were dumped are as an unfinished run leaves them.
     bool HasDumpsOfNow(const std::filesystem::path& folder);
     std::optional<double> VersionNow(const std::string& database, const BackupNote& note);
-    void DumpCentral(const Position& where);
+    void DumpCentral(std::unique_lock<std::mutex>& lock, const Position& where);
     /// Prepares the dump of a site's database; nothing when it is done already.
     std::optional<Task> PrepareSite(std::int64_t siteId);
     /// Writes the note beside the dump; nothing when an earlier run has dumped the database.
     /// @param source  the table that records the version
     std::optional<Task> Prepare(const std::string& database, double version,
                                 const std::string& source);
-    void Dump(const Position& where, const std::optional<Task>& task);
+    /// Makes the dump. A lock that is not held is taken for what follows the dump.
+    /// @throws HostError when the server was lost meanwhile
+    void Dump(std::unique_lock<std::mutex>& lock, const Position& where,
+              const std::optional<Task>& task);
 
     std::atomic<unsigned> dumps_ = 0;
     std::mutex mutex_;  ///< for all but the dump of a site: jobs dump several at once
@@ -82,7 +85,7 @@ class Backup final : public RunSink {
     std::filesystem::path parent_;
     std::optional<std::size_t> keep_;
     BackupRun run_;
-    std::set<std::string> dumped_;  ///< by this run
+    std::set<std::string> dumped_;  ///< that have their dump
     std::shared_ptr<Progress> progress_;
     Console& console_;
 };

@@ -418,7 +418,7 @@ void RecordNothingToDo(const Session& session, const GlobalOptions& options, Con
 int CarryOut(Session& session, const GlobalOptions& options, Console& console, const Run& run) {
     RefuseUnfinishedRestore(*session.Own());
     const auto watch = std::make_shared<RunWatch>();
-    const auto care = ServerCare::For(run.care, session, *watch);
+    const auto care = ServerCare::For(run.care, session, *watch, run.lock);
     const RunStart start = WithServer(run.start, session, options);
     const auto progress = std::make_shared<Progress>(
         console, [finder = std::make_shared<LockWaitFinder>(session)](const Position& where) {

@@ -35,21 +35,22 @@ std::optional<double> FlowControl::Next(std::uint64_t paused, Time now) {
 }
 
 std::unique_ptr<ServerCare> ServerCare::For(const CareOptions& options, const Session& session,
-                                            RunWatch& watch) {
+                                            RunWatch& watch, const RunLock* lock) {
     const bool isCluster = Status(*session.GetConnection(), kPaused).has_value();
     if (!options.mostRunning && !options.mostLag && !isCluster) {
         return nullptr;
     }
-    std::unique_ptr<ServerCare> care(new ServerCare(options, session, watch, isCluster));
+    std::unique_ptr<ServerCare> care(new ServerCare(options, session, watch, lock, isCluster));
     care->RequireLagVisible();
     return care;
 }
 
 ServerCare::ServerCare(const CareOptions& options, const Session& session, RunWatch& watch,
-                       bool isCluster)
+                       const RunLock* lock, bool isCluster)
     : options_(options),
       session_(session),
       watch_(watch),
+      lock_(lock),
       isCluster_(isCluster),
       connection_(session.Connect()) {
     for (const std::string& name : options_.replicas) {
@@ -80,7 +81,9 @@ void ServerCare::Pause(const Position& where, unsigned dumps) {
     std::unique_lock lock(mutex_);
     connections_[where.job] =
         where.connection == 0 ? session_.GetConnection()->ThreadId() : where.connection;
+    bool hasWaited = false;
     while (const auto excess = Look(dumps)) {
+        hasWaited = true;
         if (told_ != excess->cause) {
             if (!told_) {
                 began_ = Clock::now();
@@ -97,6 +100,9 @@ void ServerCare::Pause(const Position& where, unsigned dumps) {
     if (told_) {
         told_.reset();
         watch_.WaitEnded(wait_, Clock::now() - began_);
+    }
+    if (hasWaited && lock_ != nullptr) {
+        lock_->RequireHeld(*connection_);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/run/run_lock.h"
 #include "cli/run/run_sink.h"
 #include "cli/run/run_watch.h"
 #include "cli/server/replica.h"
@@ -42,15 +43,17 @@ class FlowControl {
 /// The jobs of a run share it: whatever their number, it asks at most once a second.
 class ServerCare {
   public:
+    /// @param lock  of the run, which is tested after a wait; nullptr when it has none
     /// @returns nullptr when there is nothing to care for: no limit, and no cluster
     /// @throws CommandError when a limit is given of which nothing can be seen
     static std::unique_ptr<ServerCare> For(const CareOptions& options, const Session& session,
-                                           RunWatch& watch);
+                                           RunWatch& watch, const RunLock* lock);
 
     /// Returns when no limit is exceeded any more. Jobs may call it at the same time.
     /// @param where  the job, and its connection
     /// @param dumps  programs of the run that are at work on the server too
     /// @throws StopRequested when the run is to stop meanwhile
+    /// @throws LockLost when the run has lost its lock meanwhile
     /// @throws HostError when the server cannot be asked
     void Pause(const Position& where, unsigned dumps);
 
@@ -62,7 +65,8 @@ class ServerCare {
         std::string reason;
     };
 
-    ServerCare(const CareOptions& options, const Session& session, RunWatch& watch, bool isCluster);
+    ServerCare(const CareOptions& options, const Session& session, RunWatch& watch,
+               const RunLock* lock, bool isCluster);
 
     void RequireLagVisible();
     std::optional<Excess> Look(unsigned dumps);
@@ -73,6 +77,7 @@ class ServerCare {
     const CareOptions options_;
     const Session& session_;
     RunWatch& watch_;
+    const RunLock* const lock_;
     const bool isCluster_;
 
     std::mutex mutex_;  ///< guards what follows

@@ -23,6 +23,7 @@ inline constexpr std::uint32_t kLockWaitTimeout = 1205;
 inline constexpr std::uint32_t kDeadlock = 1213;
 inline constexpr std::uint32_t kNeedsGlobalPrivilege = 1227;
 inline constexpr std::uint32_t kRunsWithoutGrants = 1290;
+inline constexpr std::uint32_t kServerLost = 2013;
 
 /// The server, or the way to it, is not there at the moment: it stops or starts, has no more
 /// connections, has ended this one, or is a node that has left its cluster.

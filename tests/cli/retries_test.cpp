@@ -350,6 +350,32 @@ TEST_F(Retries, WaitForAServerThatRestarts) {
     }
 }
 
+TEST_F(Retries, ADumpThatTheServersEndInterruptsIsMadeAgain) {
+    const auto backup = (folder_ / "backup").string();
+    for (const char* jobs : {"1", "2"}) {
+        for (const char* database : {"tw_7", "tw_tarnwick", "tw_logs"}) {
+            Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
+        }
+        std::filesystem::remove(log_);
+        std::filesystem::remove_all(backup);
+        MakeSitesInUse({7});
+        reader_->Execute("LOCK TABLES tw_7.formtemplateinstance WRITE;");
+        Program run(Upgrade({"--jobs", jobs, "--reconnect", "60", "--backup", backup, "--json"}));
+        ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
+        KillServer();
+        ASSERT_TRUE(WaitForText("waits: cannot connect to the server"));
+        CliServer::Get().Server().Start();
+        const Outcome outcome = run.Wait();
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(SiteVersion(7), kCurrentStored);
+        const auto folder = outcome.Json()["backup"].get<std::string>();
+        EXPECT_EQ(Run({"restore", folder, "--apply"}).status, 0);
+        EXPECT_EQ(Cell("SELECT COUNT(*) FROM information_schema.columns WHERE table_schema = "
+                       "'tw_7';"),
+                  "1");
+    }
+}
+
 TEST_F(Retries, EndTheRunWithOneLineWhenTheServerDoesNotComeBack) {
     MakeSitesInUse({7, 8, 9, 10});
     Program run(Upgrade({"--jobs", "4", "--keep-going"}));

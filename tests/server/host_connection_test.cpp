@@ -531,5 +531,28 @@ TEST_F(HostConnection, ServerThatDiesAndComesBackIsNotConnectedToAgain) {
     EXPECT_EQ(Cell(Connection::Open(Guest()), "SELECT 1"), "1");
 }
 
+TEST_F(HostConnection, LostConnectionIsANewOneAfterItIsReopened) {
+    ConnectionOptions options = Guest();
+    options.lockWaitTimeoutSeconds = 7;
+    const auto connection = Connection::Open(options);
+    EXPECT_FALSE(connection->IsLost());
+    connection->Execute("SET @mine = 5");
+    const std::vector<Value> one{1};
+    connection->ExecutePrepared("UPDATE tw_5.thing SET id = ?", one);
+    server->Kill();
+    EXPECT_TRUE(connection->IsLost());
+    EXPECT_THROW(connection->Reopen(), HostError);
+    EXPECT_TRUE(connection->IsLost());
+    EXPECT_THROW(connection->Query("SELECT 1"), HostError);
+    server->Start();
+    connection->Reopen();
+    EXPECT_FALSE(connection->IsLost());
+    EXPECT_EQ(Cell(connection, "SELECT CONNECTION_ID()"), std::to_string(connection->ThreadId()));
+    EXPECT_EQ(Cell(connection, "SELECT @mine IS NULL"), "1");
+    EXPECT_EQ(Cell(connection, "SELECT @@SESSION.lock_wait_timeout"), "7");
+    EXPECT_EQ(connection->LastInsertId(), 0U);
+    connection->ExecutePrepared("UPDATE tw_5.thing SET id = ?", one);
+}
+
 }  // namespace
 }  // namespace twupdate::test
