@@ -151,6 +151,11 @@ void OptionSources::ChooseFiles() const {
     }
 }
 
+/// A switch that is off counts as not given.
+bool OptionSources::IsGiven(const CLI::Option& option, const Setting& setting) {
+    return !IsFlag(option) || !IsFalse(setting.value, setting.place);
+}
+
 /// Whether the option may be set elsewhere than on the command line.
 bool OptionSources::IsOpen(const CLI::Option& option) const {
     const auto commands = app_.get_subcommands();
@@ -170,7 +175,8 @@ bool OptionSources::IsOverruled(const CLI::Option& option) const {
         others.insert(app_.get_option("--socket"));
     }
     return std::any_of(others.begin(), others.end(), [&](const CLI::Option* other) {
-        return other->count() > 0 || settings_.contains(other);
+        const auto found = settings_.find(other);
+        return other->count() > 0 || (found != settings_.end() && IsGiven(*other, found->second));
     });
 }
 
@@ -242,8 +248,8 @@ std::vector<CLI::ConfigItem> OptionSources::from_config(std::istream& /*stream*/
     for (const auto& [option, setting] : settings_) {
         CLI::ConfigItem item;
         item.name = NameOf(*option);
-        if (IsFlag(*option) && IsFalse(setting.value, setting.place)) {
-            continue;  // it would count as given
+        if (!IsGiven(*option, setting)) {
+            continue;
         }
         for (const CLI::App* app : Apps()) {
             if (app != &app_ && app->get_option_no_throw("--" + item.name) == option) {

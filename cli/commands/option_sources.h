@@ -51,6 +51,7 @@ class OptionSources final : public CLI::Config {
     void ChooseFiles() const;
     void TakeEnvironment() const;
     void TakeFiles(const OptionFiles& files) const;
+    static bool IsGiven(const CLI::Option& option, const Setting& setting);
     bool IsOpen(const CLI::Option& option) const;
     bool IsOverruled(const CLI::Option& option) const;
     std::vector<std::vector<std::string>> Rows() const;

@@ -183,6 +183,8 @@ TEST_F(OptionSources, AnOptionOfTheCommandLineBeatsWhatItExcludes) {
     const Defaults defaults =
         DefaultsOf({"--defaults-file", file, "--service-command", "x", "status"});
     EXPECT_FALSE(defaults.contains("no-services"));
+    EXPECT_TRUE(DefaultsOf({"--defaults-file", file, "upgrade"}, {{"TWUPDATE_NO_SERVICES", "0"}})
+                    .contains("services-log"));
     // Otherwise the client library would look for the server of the variable.
     EXPECT_THAT(Run({"--socket", "/nowhere/x", "status"}, {{"TWUPDATE_HOST", "192.0.2.1"}}).err,
                 HasSubstr("(2002)"));

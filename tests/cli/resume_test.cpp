@@ -135,7 +135,7 @@ TEST_F(Resume, TheServerMayBeKilledToo) {
     Program run(With({"upgrade"}));
     ASSERT_TRUE(WaitUntil([] { return Waiter() != "(no row)"; }));
     CliServer::Get().Server().Kill();
-    EXPECT_EQ(run.Wait().status, 1);
+    EXPECT_EQ(run.Wait().status, 7);
     CliServer::Get().ForgetConnection();
     CliServer::Get().Server().Start();
     WaitNoMore();
