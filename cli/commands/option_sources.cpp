@@ -29,8 +29,8 @@ constexpr std::array<std::string_view, 4> kChoosing{"defaults-file", "defaults-e
 /// Commands that only look, and what a run writes: a file of options for runs must not make them
 /// ask for files that this user may not write.
 constexpr std::array<std::string_view, 5> kLooking{"status", "plan", "check", "verify", "report"};
-constexpr std::array<std::string_view, 7> kWritten{"trace",  "events", "log",    "services-log",
-                                                   "backup", "keep",   "metrics"};
+constexpr std::array<std::string_view, 8> kWritten{"trace",  "events", "log",     "services-log",
+                                                   "backup", "keep",   "metrics", "report"};
 
 template <typename Names>
 bool Contains(const Names& names, std::string_view name) {
