@@ -184,8 +184,8 @@ void AddManySitesOptions(CLI::App& command, ManySites& many) {
                     ->check(CLI::Range(0, 31536000));
     command
         .add_option("--replica", many.care.replicas,
-                    "A replica whose lag counts; may be given several times")
-        ->type_name("HOST[:PORT]")
+                    "A replica whose lag counts, as HOST or HOST:PORT; may be given several times")
+        ->type_name("HOST")
         ->allow_extra_args(false)
         ->check(FaultOfReplica)
         ->needs(lag);
