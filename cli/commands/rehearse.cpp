@@ -21,6 +21,7 @@
 #include "cli/run/parallel.h"
 #include "cli/run/progress.h"
 #include "cli/run/resume.h"
+#include "cli/run/retries.h"
 #include "cli/run/run_watch.h"
 #include "cli/run/time_left.h"
 #include "cli/run/trace.h"
@@ -384,7 +385,8 @@ void UpgradeWithJobs(Session& copy, double version, const std::vector<SiteRow>& 
                                const std::shared_ptr<ProgressMarks>& ofJob) {
         return std::vector<std::shared_ptr<RunSink>>{ofJob};
     };
-    Jobs jobs(copy, *watch, *marks, sinksOfJob, options, console);
+    Retries retries({}, *watch, nullptr);
+    Jobs jobs(copy, *watch, *marks, sinksOfJob, options, retries, console);
     watch->SetBeforeSites([&] { jobs.Upgrade(start.sites, {}); });
     Update update;
     update.Configure(copy.ForComponent(watch, watch));
@@ -397,7 +399,9 @@ void UpgradeWithJobs(Session& copy, double version, const std::vector<SiteRow>& 
         watch->FailSites(rehearsal.failed);
         watch->Fail(rehearsal.failed.front());
     } catch (const std::exception& error) {
-        rehearsal.failed.push_back(watch->Fail(error));
+        rehearsal.failed.push_back(watch->Leave(error));
+        watch->FailSite(rehearsal.failed.back());
+        watch->Fail(rehearsal.failed.back());
     }
     rehearsal.done = watch->Databases();
     const auto siteOf = [](const RunFailure& failure) { return failure.where.siteId; };
