@@ -17,22 +17,7 @@ using testing::Not;
 
 class ChosenSites : public InstallationTest {
   protected:
-    /// A site at 1.0262 with the one table that its schema step alters.
-    static void MakeSmallSite(std::int32_t siteId) {
-        Execute(fmt::format("CREATE DATABASE tw_{};", siteId));
-        Execute(fmt::format("CREATE TABLE tw_{}.formtemplateinstance(featureid INT);", siteId));
-        Execute(fmt::format(
-            "INSERT INTO tw_tarnwick.site(siteid, sitename, version) VALUES({0}, 'Site {0}', "
-            "1.0262);",
-            siteId));
-    }
-
-    void MakeSmallSites() {
-        MakeNearlyCurrentInstallation();
-        for (const std::int32_t siteId : {7, 8, 9, 10}) {
-            MakeSmallSite(siteId);
-        }
-    }
+    void MakeFourSites() { MakeSmallSites({7, 8, 9, 10}); }
 
     static void SetVersion(std::int32_t siteId, const std::string& version) {
         Execute(fmt::format("UPDATE tw_tarnwick.site SET version = {} WHERE siteid = {};", version,
@@ -99,7 +84,7 @@ TEST_F(ChosenSites, SeveralEndAsEachWouldAlone) {
 }
 
 TEST_F(ChosenSites, TheOthersStayAsTheyAre) {
-    MakeSmallSites();
+    MakeFourSites();
     SetVersion(9, kCurrentStored);
     const Outcome outcome = Run({"upgrade-site", "9", "7", "10"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -114,7 +99,7 @@ TEST_F(ChosenSites, TheOthersStayAsTheyAre) {
 }
 
 TEST_F(ChosenSites, AllOldOnesOfACurrentInstallationTakeOneCommand) {
-    MakeSmallSites();
+    MakeFourSites();
     SetInstallationVersion(kCurrentStored);
     Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 10;");
     EXPECT_THAT(Run({"upgrade"}).err,
@@ -130,7 +115,7 @@ TEST_F(ChosenSites, AllOldOnesOfACurrentInstallationTakeOneCommand) {
 }
 
 TEST_F(ChosenSites, OneThatCannotBeUpgradedIsRefusedOrLeftOut) {
-    MakeSmallSites();
+    MakeFourSites();
     Execute("UPDATE tw_tarnwick.site SET harddeleted = -1 WHERE siteid = 8;");
     ForgetVersion(9);
     SetVersion(10, "1.5");
@@ -163,7 +148,7 @@ TEST_F(ChosenSites, OneThatCannotBeUpgradedIsRefusedOrLeftOut) {
 }
 
 TEST_F(ChosenSites, TheRestIsDoneIfSomeFail) {
-    MakeSmallSites();
+    MakeFourSites();
     MakeSiteThatFails(11);
     MakeSiteThatFails(12);
     const auto backup = (folder_ / "backup").string();
@@ -184,7 +169,7 @@ TEST_F(ChosenSites, TheRestIsDoneIfSomeFail) {
 }
 
 TEST_F(ChosenSites, TheFirstThatFailsEndsTheRunUnlessOthersMayFail) {
-    MakeSmallSites();
+    MakeFourSites();
     MakeSiteThatFails(11);
     SetVersion(7, "1.0264");  // less to do: the last
     const Outcome outcome = Run({"--json", "upgrade-site", "11", "7"});
@@ -289,7 +274,7 @@ TEST_F(ChosenSites, AfterTheCentralDatabaseEndLikeAWholeUpgradeOnceTheLastIsDone
 }
 
 TEST_F(ChosenSites, MayBeNoneButTheCentralDatabase) {
-    MakeSmallSites();
+    MakeFourSites();
     const std::string site = StateOf("tw_7");
     const auto trace = (folder_ / "trace").string();
     const Outcome outcome = Run({"--trace", trace, "upgrade", "--central-only"});
@@ -314,7 +299,7 @@ TEST_F(ChosenSites, MayBeNoneButTheCentralDatabase) {
 }
 
 TEST_F(ChosenSites, LeaveTheVersionOfTheInstallationToTheLastSite) {
-    MakeSmallSites();
+    MakeFourSites();
     MakeSiteThatFails(11);
     Execute("UPDATE tw_tarnwick.site SET transaction = -1 WHERE siteid = 8;");
     ForgetVersion(9);
@@ -334,7 +319,7 @@ TEST_F(ChosenSites, LeaveTheVersionOfTheInstallationToTheLastSite) {
 }
 
 TEST_F(ChosenSites, NeedNoUpgradeOfACurrentCentralDatabase) {
-    MakeSmallSites();
+    MakeFourSites();
     SetInstallationVersion(kCurrentStored);
     const Outcome outcome = Run({"--json", "upgrade", "--site", "8"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -196,17 +196,27 @@ void InstallationTest::MakeSmallSite(std::int32_t siteId) {
     MakeSiteRow(siteId, "1.0262");
 }
 
-void InstallationTest::MakeSitesInUse(const std::vector<std::int32_t>& sites) {
+void InstallationTest::MakeSmallSites(const std::vector<std::int32_t>& sites) {
     MakeNearlyCurrentInstallation();
-    reader_ = Application();
     for (const std::int32_t siteId : sites) {
         MakeSmallSite(siteId);
     }
-    reader_->Execute("START TRANSACTION;");
+}
+
+std::shared_ptr<host::Connection> InstallationTest::ReaderOfSmallSites(
+    const std::vector<std::int32_t>& sites) {
+    auto reader = Application();
+    reader->Execute("START TRANSACTION;");
     for (const std::int32_t siteId : sites) {
-        reader_->Query("SELECT COUNT(*) FROM tw_" + std::to_string(siteId) +
-                       ".formtemplateinstance;");
+        reader->Query("SELECT COUNT(*) FROM tw_" + std::to_string(siteId) +
+                      ".formtemplateinstance;");
     }
+    return reader;
+}
+
+void InstallationTest::MakeSitesInUse(const std::vector<std::int32_t>& sites) {
+    MakeSmallSites(sites);
+    reader_ = ReaderOfSmallSites(sites);
 }
 
 void InstallationTest::MakeSiteRow(std::int32_t siteId, const std::string& version) {

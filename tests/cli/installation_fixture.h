@@ -110,7 +110,13 @@ class InstallationTest : public testing::Test {
     void MakeSiteThatFails(std::int32_t siteId);
     /// A site at 1.0262 with the one table that its schema step alters.
     void MakeSmallSite(std::int32_t siteId);
-    /// Such sites, of which `reader_` has read that table: each run that begins one waits.
+    /// A nearly current installation with such sites.
+    void MakeSmallSites(const std::vector<std::int32_t>& sites);
+    /// An application that has read that table of such sites and not ended its transaction: a run
+    /// that begins one of them waits.
+    static std::shared_ptr<host::Connection> ReaderOfSmallSites(
+        const std::vector<std::int32_t>& sites);
+    /// Both; the application is `reader_`.
     void MakeSitesInUse(const std::vector<std::int32_t>& sites);
     /// The row alone.
     void MakeSiteRow(std::int32_t siteId, const std::string& version);

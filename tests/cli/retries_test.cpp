@@ -78,32 +78,6 @@ TEST(WhatIsTriedAgain, IsNoLockWaitForWhichATimeWasGiven) {
 
 class Retries : public InstallationTest {
   protected:
-    /// Sites at 1.0262 of which an application has read the one table that they still alter.
-    void MakeSitesInUse(const std::vector<std::int32_t>& sites) {
-        MakeNearlyCurrentInstallation();
-        for (const std::int32_t siteId : sites) {
-            Execute(fmt::format("CREATE DATABASE tw_{};", siteId));
-            Execute(
-                fmt::format("CREATE TABLE tw_{}.formtemplateinstance(featureid INT) ENGINE = "
-                            "InnoDB;",
-                            siteId));
-            MakeSiteRow(siteId, "1.0262");
-        }
-        Read(sites);
-    }
-    void Read(const std::vector<std::int32_t>& sites) {
-        reader_ = Application();
-        reader_->Execute("START TRANSACTION;");
-        for (const std::int32_t siteId : sites) {
-            reader_->Query(fmt::format("SELECT COUNT(*) FROM tw_{}.formtemplateinstance;", siteId));
-        }
-    }
-
-    static std::string Waiting() {
-        return Cell(
-            "SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE '%table "
-            "metadata lock%';");
-    }
     static std::string Waiter(const std::string& state = "%table metadata lock%") {
         return Cell(
             "SELECT MAX(id) FROM information_schema.processlist WHERE command <> 'Sleep' AND state "
@@ -134,7 +108,6 @@ class Retries : public InstallationTest {
     static constexpr const char* kTried = "attempt 1 of 3 follows";
     const std::string events_ = (folder_ / "events").string();
     const std::string log_ = (folder_ / "log").string();
-    std::shared_ptr<host::Connection> reader_;
 };
 
 TEST_F(Retries, ADeadlockIsTriedAgainByOneJobAndBySeveral) {
@@ -190,10 +163,10 @@ TEST_F(Retries, ALockWaitIsTriedAgainUnlessItsTimeWasGiven) {
         Execute("UPDATE tw_tarnwick.site SET version = 1.0262;");
         Execute("UPDATE tw_tarnwick.installation SET version = 1.0262;");
         Execute("ALTER TABLE tw_7.formtemplateinstance DROP COLUMN cachettl;");
-        Read({7});
+        reader_ = ReaderOfSmallSites({7});
     }
     const Outcome outcome = Run({"--ddl-timeout", "1", "upgrade"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.err, AllOf(HasSubstr("server error 1205"), Not(HasSubstr("attempt"))));
 }
 
@@ -201,7 +174,7 @@ TEST_F(Retries, AreThreeForASite) {
     MakeSitesInUse({7});
     const GlobalSetting soon("lock_wait_timeout", "1");
     const Outcome outcome = RunProgram(Upgrade({"--jobs", "2"}));
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.err, HasSubstr("failed: database tw_7, site schema ladder"));
     EXPECT_EQ(RetriesIn(events_).size(), 3U);
     EXPECT_EQ(SiteVersion(7), "1.0262");
@@ -221,7 +194,7 @@ TEST_F(Retries, AStopEndsThePause) {
         EXPECT_EQ(outcome.status, 5) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr("stopped as requested"));
         CliServer::Get().Server().Start();
-        Read({7});
+        reader_ = ReaderOfSmallSites({7});
     }
 }
 
@@ -267,7 +240,7 @@ TEST_F(Retries, AreNoneInAStepThatCannotSimplyBeRepeated) {
         ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
         Execute("KILL " + Waiter() + ";");
         const Outcome outcome = run.Wait();
-        EXPECT_EQ(outcome.status, 1) << outcome.err;
+        EXPECT_EQ(outcome.status, 7) << outcome.err;
         EXPECT_THAT(outcome.err, AllOf(HasSubstr("SiteSchemaStep_1_0035 cannot simply be repeated"),
                                        Not(HasSubstr("follows in"))));
     }
@@ -383,7 +356,7 @@ TEST_F(Retries, EndTheRunWithOneLineWhenTheServerDoesNotComeBack) {
     KillServer();
     const Outcome outcome = run.Wait();
     CliServer::Get().Server().Start();
-    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_EQ(outcome.status, 7) << outcome.err;
     for (const std::string once : {"failed: database tw_", "cannot connect"}) {
         EXPECT_NE(outcome.err.find(once), std::string::npos) << outcome.err;
         EXPECT_EQ(outcome.err.find(once), outcome.err.rfind(once)) << outcome.err;
@@ -392,6 +365,28 @@ TEST_F(Retries, EndTheRunWithOneLineWhenTheServerDoesNotComeBack) {
     const Outcome again = Run({"upgrade", "--jobs", "4"});
     EXPECT_EQ(again.status, 0) << again.err;
     EXPECT_EQ(SiteVersion(7) + SiteVersion(10), std::string(kCurrentStored) + kCurrentStored);
+}
+
+TEST_F(Retries, AreMadeForSitesByTheirIdsToo) {
+    MakeSitesInUse({7, 8});
+    for (const std::vector<std::string>& sites : {std::vector<std::string>{"7"}, {"7", "8"}}) {
+        std::vector<std::string> words{"upgrade-site"};
+        words.insert(words.end(), sites.begin(), sites.end());
+        Program run(With(words));
+        ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
+        Execute("KILL " + Waiter() + ";");
+        ASSERT_TRUE(WaitUntil([] { return !SomebodyWaits(); }));
+        ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
+        reader_->Execute("COMMIT;");
+        const Outcome outcome = run.Wait();
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr("tw_7, site schema ladder, step SiteSchemaStep_1_0264"));
+        EXPECT_THAT(outcome.err, HasSubstr("attempt 1 of 3 follows in 1 s"));
+        EXPECT_EQ(SiteVersion(7), kCurrentStored);
+        Execute("UPDATE tw_tarnwick.site SET version = 1.0262;");
+        Execute("ALTER TABLE tw_7.formtemplateinstance DROP COLUMN cachettl;");
+        reader_ = ReaderOfSmallSites({7, 8});
+    }
 }
 
 TEST_F(Retries, GoOnAtAnotherServerOfTheList) {

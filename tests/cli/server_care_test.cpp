@@ -65,26 +65,6 @@ class Load {
 
 class ServerCare : public InstallationTest {
   protected:
-    void MakeSites(const std::vector<std::int32_t>& sites) {
-        MakeNearlyCurrentInstallation();
-        for (const std::int32_t siteId : sites) {
-            Execute(fmt::format("CREATE DATABASE tw_{};", siteId));
-            Execute(
-                fmt::format("CREATE TABLE tw_{}.formtemplateinstance(featureid INT) ENGINE = "
-                            "InnoDB;",
-                            siteId));
-            MakeSiteRow(siteId, "1.0262");
-        }
-    }
-    /// An application that has read the one table of these sites that is still altered.
-    static std::shared_ptr<host::Connection> ReaderOf(const std::vector<std::int32_t>& sites) {
-        auto reader = Application();
-        reader->Execute("START TRANSACTION;");
-        for (const std::int32_t siteId : sites) {
-            reader->Query(fmt::format("SELECT COUNT(*) FROM tw_{}.formtemplateinstance;", siteId));
-        }
-        return reader;
-    }
     bool WaitForText(const std::string& text) const {
         return WaitUntil([&] {
             return std::filesystem::exists(log_) && ContentOf(log_).find(text) != std::string::npos;
@@ -106,7 +86,7 @@ class ServerCare : public InstallationTest {
 };
 
 TEST_F(ServerCare, ARunWaitsForTheThreadsOfOthers) {
-    MakeSites({7, 8});
+    MakeSmallSites({7, 8});
     for (const char* jobs : {"1", "2"}) {
         std::filesystem::remove(log_);
         std::filesystem::remove(events_);
@@ -140,9 +120,9 @@ TEST_F(ServerCare, ARunWaitsForTheThreadsOfOthers) {
 }
 
 TEST_F(ServerCare, TheRunsOwnThreadsDoNotCount) {
-    MakeSites({7, 8, 9, 10, 11, 12});
-    const auto reader = ReaderOf({7, 8, 9, 10});
-    const auto other = ReaderOf({11});
+    MakeSmallSites({7, 8, 9, 10, 11, 12});
+    const auto reader = ReaderOfSmallSites({7, 8, 9, 10});
+    const auto other = ReaderOfSmallSites({11});
     Program run(With(Upgrade({"--jobs", "5", "--max-load", "Threads_running=2"})));
     ASSERT_TRUE(WaitUntil([] {
         return Cell(
@@ -159,7 +139,7 @@ TEST_F(ServerCare, TheRunsOwnThreadsDoNotCount) {
 }
 
 TEST_F(ServerCare, ARunThatHasLostItsLockInTheWaitGoesNoFurther) {
-    MakeSites({7});
+    MakeSmallSites({7});
     auto load = std::make_unique<Load>(Application());
     Program run(With(Upgrade({"--jobs", "2", "--max-load", "Threads_running=0"})));
     ASSERT_TRUE(WaitForText("waits: "));
@@ -275,7 +255,7 @@ class ReplicaCare : public ServerCare {
 };
 
 TEST_F(ReplicaCare, ARunWaitsForAReplicaThatDoesNotReplicate) {
-    MakeSites({7});
+    MakeSmallSites({7});
     for (const char* thread : {"SQL_THREAD", "IO_THREAD"}) {
         std::filesystem::remove(log_);
         ASSERT_TRUE(WaitUntil([&] { return LagOfReplica() == "0"; }));
@@ -312,7 +292,7 @@ TEST_F(ReplicaCare, ARunWaitsForAReplicaThatDoesNotReplicate) {
 }
 
 TEST_F(ReplicaCare, ARunWaitsForAReplicaThatIsBehind) {
-    MakeSites({7});
+    MakeSmallSites({7});
     ASSERT_TRUE(WaitUntil([&] { return LagOfReplica() == "0"; }));
     replica_->Execute("FLUSH TABLES WITH READ LOCK;");
     Execute("CREATE DATABASE tw_99;");  // which the replica cannot carry out
@@ -329,7 +309,7 @@ TEST_F(ReplicaCare, ARunWaitsForAReplicaThatIsBehind) {
 }
 
 TEST_F(ReplicaCare, ARunThatCannotSeeTheLagDoesNotBegin) {
-    MakeSites({7});
+    MakeSmallSites({7});
     const auto refusal = [&](const std::string& user, int port) {
         const Outcome outcome = RunProgram(Remote(
             user, {"--max-replica-lag", "5", "--replica", fmt::format("127.0.0.1:{}", port)}));
