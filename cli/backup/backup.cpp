@@ -11,8 +11,8 @@
 #include <regex>
 #include <utility>
 
-#include "cli/server/replace_file.h"
 #include "cli/server/grants.h"
+#include "cli/server/replace_file.h"
 #include "cli/server/root_site.h"
 #include "cli/server/server_errors.h"
 #include "cli/terminal/failure.h"

@@ -98,7 +98,7 @@ class Progress final : public RunSink {
 
     mutable std::mutex mutex_;  ///< guards what follows
     TimeLeft timeLeft_;
-    std::map<unsigned, Job> jobs_;  ///< by number; the run is 0
+    std::map<unsigned, Job> jobs_;    ///< by number; the run is 0
     std::optional<RunWait> runWait_;  ///< that of all jobs
     std::uint64_t sites_ = 0;
     std::uint64_t sitesDone_ = 0;
