@@ -28,7 +28,6 @@ class ExitStatus : public InstallationTest {
         ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     }
 
-    std::shared_ptr<host::Connection> reader_;
     std::unique_ptr<Program> run_;
 };
 

@@ -27,7 +27,7 @@ class OptionSources : public testing::Test {
     }
 
     /// With HOME elsewhere, so that only these files count.
-    Outcome Run(std::vector<std::string> arguments,
+    Outcome Run(const std::vector<std::string>& arguments,
                 std::map<std::string, std::string> environment = {}) {
         environment.emplace("HOME", folder_.Path().string());
         return RunProgram(arguments, environment);
