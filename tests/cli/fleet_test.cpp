@@ -289,5 +289,79 @@ TEST_F(Fleet, GnuParallelRunsThreeInstallationsAndTheOneThatWasKilledAgain) {
     ExpectAllDone();
 }
 
+// --- the script of the Slurm recipe, without Slurm -----------------------------------------------
+
+/// The task of the second installation, with programs in the place of twupdate and of Slurm's.
+class SlurmScript : public testing::Test {
+  protected:
+    SlurmScript() {
+        WriteFile(folder_ / "installations.txt", "eu1\neu2\nus1\n");
+        WriteProgram("scontrol", "echo \"$@\" >> \"$HOME/scontrol\"");
+        WriteProgram("sleep", "exit 0");  // Slurm would end the script meanwhile
+    }
+
+    void WriteProgram(const std::string& name, const std::string& text) {
+        const fs::path file = folder_ / "bin" / name;
+        WriteFile(file, "#!/bin/sh\n" + text + "\n");
+        fs::permissions(file, fs::perms::owner_all);
+    }
+
+    std::vector<std::string> Words() const {
+        return {std::string(kRecipes) + "/slurm.sh", (folder_ / "installations.txt").string(),
+                (folder_ / "night").string(), "--ddl-timeout", "60"};
+    }
+    std::map<std::string, std::string> Environment(const std::string& restarts = "") const {
+        return {{"PATH", (folder_ / "bin").string() + ":/usr/bin:/bin"},
+                {"HOME", folder_.Path().string()},
+                {"SLURM_ARRAY_TASK_ID", "2"},
+                {"SLURM_JOB_ID", "4711"},
+                {"SLURM_RESTART_COUNT", restarts}};
+    }
+    /// What the script has asked Slurm for.
+    std::string Asked() const {
+        const fs::path file = folder_ / "scontrol";
+        return fs::exists(file) ? ContentOf(file) : "";
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(SlurmScript, RunsTheInstallationOfItsLine) {
+    WriteProgram("twupdate", "echo \"$@\"");
+    const Outcome outcome = RunProgram(Words(), Environment(), RunAs::kSelf, "/bin/bash");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "--defaults-group-suffix=-eu2 --grace 20 --events " +
+                               (folder_ / "night" / "eu2.jsonl").string() +
+                               " --ddl-timeout 60 upgrade\n");
+    EXPECT_EQ(Asked(), "");
+}
+
+TEST_F(SlurmScript, AsksToRunAgainOnlyForWhatMaySucceedThen) {
+    for (const int status : {1, 2, 3, 6}) {
+        WriteProgram("twupdate", "exit " + std::to_string(status));
+        EXPECT_EQ(RunProgram(Words(), Environment(), RunAs::kSelf, "/bin/bash").status, status);
+        EXPECT_EQ(Asked(), "") << status;
+    }
+    for (const int status : {4, 5, 7, 137, 143}) {
+        fs::remove(folder_ / "scontrol");
+        WriteProgram("twupdate", "exit " + std::to_string(status));
+        EXPECT_EQ(RunProgram(Words(), Environment("4"), RunAs::kSelf, "/bin/bash").status, status);
+        EXPECT_EQ(Asked(), "requeue 4711\n") << status;
+        fs::remove(folder_ / "scontrol");
+        EXPECT_EQ(RunProgram(Words(), Environment("5"), RunAs::kSelf, "/bin/bash").status, status);
+        EXPECT_EQ(Asked(), "") << "a sixth attempt after " << status;
+    }
+}
+
+TEST_F(SlurmScript, TellsTheRunThatItIsToStop) {
+    WriteProgram("twupdate",
+                 "trap 'exit 5' TERM; touch \"$HOME/began\"; while :; do /bin/sleep 0.05; done");
+    Program task(Words(), Environment(), RunAs::kSelf, "/bin/bash");
+    ASSERT_TRUE(WaitUntil([&] { return fs::exists(folder_ / "began"); }));
+    task.Signal(SIGTERM);
+    EXPECT_EQ(task.Wait().status, 5);
+    EXPECT_EQ(Asked(), "requeue 4711\n");
+}
+
 }  // namespace
 }  // namespace twupdate::test
