@@ -97,8 +97,9 @@ void AddServerOptions(CLI::App& app, GlobalOptions& options) {
                         ->type_name("DIR")
                         ->check(FaultOfEmptyValue)
                         ->group(kServerGroup);
+    // Option files may name it; what they say of connections is then not used.
     for (const char* other : {"--socket", "--host", "--port", "--user", "--password-file",
-                              "--ssl-ca", "--ssl-verify-server-cert", "--defaults-file"}) {
+                              "--ssl-ca", "--ssl-verify-server-cert"}) {
         datadir->excludes(app.get_option(other));
     }
 }

@@ -190,6 +190,15 @@ TEST_F(OptionSources, AnOptionOfTheCommandLineBeatsWhatItExcludes) {
                 HasSubstr("(2002)"));
 }
 
+TEST_F(OptionSources, ThePrivateServerMayStandInTheFileThatIsNamed) {
+    const std::string file =
+        File("x.cnf", "[client]\nsocket=/s\n[twupdate]\ndatadir=/nowhere/data\n");
+    EXPECT_EQ(DefaultsOf({"--defaults-file", file})["datadir"].first, "/nowhere/data");
+    const Outcome outcome = Run({"--defaults-file", file, "status"});
+    EXPECT_THAT(outcome.err, testing::HasSubstr("/nowhere/data"));
+    EXPECT_EQ(DefaultsOf({"--defaults-file", file, "--socket", "/t"}).count("datadir"), 0U);
+}
+
 TEST_F(OptionSources, RefusesAFileThatEverybodyMayWrite) {
     const std::string file = File("x.cnf", "[twupdate]\nservice-command=/tmp/evil\n");
     chmod(file.c_str(), 0666);
