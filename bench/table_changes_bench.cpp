@@ -20,7 +20,7 @@
 namespace twupdate {
 namespace {
 
-constexpr int kChanges = 60;  // of each connection
+constexpr int kChanges = 300;  // of each connection
 
 /// A private server, on the disk and as careful as any, with a table for each connection.
 class Server {

@@ -32,8 +32,8 @@ struct Forecast {
     EventDuration sites{0};    ///< all sites, one after the other
     EventDuration longest{0};  ///< site
 
-    /// How often the time of one connection the server saves at best when several change tables at
-    /// the same time. Measured; see docs/operating/before.md.
+    /// How many times as fast as one connection several change tables at best: an assumption for
+    /// any server. bench/table_changes_bench.cpp measures that of one.
     static constexpr double kMostGain = 3.4;
 
     /// With this number of jobs.
