@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <limits>
 #include <memory>
@@ -113,30 +114,21 @@ void AddRunOptions(CLI::App& app, GlobalOptions& options) {
 }
 
 void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
-    app.add_option("--trace", options.trace,
-                   "Record every call to the server in this file, one JSON object per line")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kOutputGroup);
-    app.add_option("--events", options.events,
-                   "Record the progress of the run in this file, one JSON object per line")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kOutputGroup);
-    app.add_option("--log", options.log, "Write a readable log of the run to this file")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kOutputGroup);
-    app.add_option("--metrics", options.metrics,
-                   "Keep the figures of the run in this file, for Prometheus (node exporter)")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kOutputGroup);
-    app.add_option("--report", options.report,
-                   "Keep an HTML report of the run in this file, to be watched in a browser")
-        ->type_name("FILE")
-        ->check(FaultOfEmptyValue)
-        ->group(kOutputGroup);
+    const auto addFile = [&app](const char* name, std::filesystem::path& file, const char* text) {
+        app.add_option(name, file, text)
+            ->type_name("FILE")
+            ->check(FaultOfEmptyValue)
+            ->group(kOutputGroup);
+    };
+    addFile("--trace", options.trace,
+            "Record every call to the server in this file, one JSON object per line");
+    addFile("--events", options.events,
+            "Record the progress of the run in this file, one JSON object per line");
+    addFile("--log", options.log, "Write a readable log of the run to this file");
+    addFile("--metrics", options.metrics,
+            "Keep the figures of the run in this file, for Prometheus (node exporter)");
+    addFile("--report", options.report,
+            "Keep an HTML report of the run in this file, to be watched in a browser");
     app.add_flag("--json", options.json, "Print the result as one JSON object")
         ->group(kOutputGroup);
     app.add_flag("--quiet,-q", options.quiet, "Print only errors and the requested output")

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <tuple>
 #include <utility>
 
 #include "cli/terminal/text.h"
@@ -70,12 +69,10 @@ std::vector<InstallationRuns> ByInstallation(std::vector<RunRecord> runs) {
 }
 
 std::vector<FleetFailure> FleetFailures(std::span<const InstallationRuns> installations) {
-    std::map<std::tuple<std::string, std::uint64_t, std::string>, FleetFailure> byCause;
+    std::map<FailureCause, FleetFailure> byCause;
     for (const InstallationRuns& installation : installations) {
         for (const FailureGroup& group : FailureGroups(installation.runs)) {
-            const FailureRecord& latest = group.Latest();
-            FleetFailure& failure =
-                byCause[{latest.step, latest.code, latest.code == 0 ? latest.error : ""}];
+            FleetFailure& failure = byCause[CauseOf(group.Latest())];
             for (const FailureGroup::Occurrence& occurrence : group.occurrences) {
                 failure.occurrences.push_back({&installation, occurrence});
             }

@@ -4,7 +4,6 @@
 #include <map>
 #include <set>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 namespace twupdate::cli {
@@ -118,15 +117,16 @@ std::vector<StepRun> SlowestStatements(std::span<const RunRecord> runs, std::siz
     return stepRuns;
 }
 
+FailureCause CauseOf(const FailureRecord& failure) {
+    return {failure.step, failure.code, failure.code == 0 ? failure.error : ""};
+}
+
 std::vector<FailureGroup> FailureGroups(std::span<const RunRecord> runs) {
-    std::map<std::tuple<std::string, std::uint64_t, std::string>, FailureGroup> groups;
+    std::map<FailureCause, FailureGroup> groups;
     for (std::size_t i = 0; i < runs.size(); ++i) {
         const RunRecord& run = runs[i];
         for (const FailureRecord& failure : run.failures) {
-            // The server's texts name tables and values, so errors are grouped by its code.
-            const auto key = std::tuple(failure.step, failure.code,
-                                        failure.code == 0 ? failure.error : std::string());
-            groups[key].occurrences.push_back(
+            groups[CauseOf(failure)].occurrences.push_back(
                 {&run, &failure, IsFixed(failure, run, runs.subspan(i + 1))});
         }
     }

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "cli/report/run_events.h"
@@ -40,6 +41,11 @@ std::vector<StepRun> LongestSteps(const RunRecord& run, std::size_t most);
 
 /// The steps whose slowest statement took longest; the longest first.
 std::vector<StepRun> SlowestStatements(std::span<const RunRecord> runs, std::size_t most);
+
+/// What failures have in common that are one group: the step and the server's error number, whose
+/// texts name tables and values; the text where the error is not the server's.
+using FailureCause = std::tuple<std::string, std::uint64_t, std::string>;
+FailureCause CauseOf(const FailureRecord& failure);
 
 /// Runs that failed in the same step with the same error.
 struct FailureGroup {
