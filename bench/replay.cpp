@@ -18,12 +18,6 @@ double SecondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-double Median(std::vector<double> numbers) {
-    std::sort(numbers.begin(), numbers.end());
-    const std::size_t middle = numbers.size() / 2;
-    return numbers.size() % 2 == 1 ? numbers[middle] : (numbers[middle - 1] + numbers[middle]) / 2;
-}
-
 [[noreturn]] void Fail(const std::string& sql, const char* text) {
     throw std::runtime_error("replay: " + std::string(text) + " in " + sql);
 }
@@ -170,6 +164,12 @@ Comparison Compare(const host::PrivateServer& server, const std::filesystem::pat
         ratios.push_back(component.back() / replay.back());
     }
     return {recorder->statements.size(), Median(component), Median(replay), Median(ratios)};
+}
+
+double Median(std::vector<double> numbers) {
+    std::sort(numbers.begin(), numbers.end());
+    const std::size_t middle = numbers.size() / 2;
+    return numbers.size() % 2 == 1 ? numbers[middle] : (numbers[middle - 1] + numbers[middle]) / 2;
 }
 
 int FromEnvironment(const char* name, int otherwise) {

@@ -48,6 +48,9 @@ Comparison Compare(const host::PrivateServer& server, const std::filesystem::pat
                    int rounds, const std::function<void()>& restore,
                    const std::function<void(const std::shared_ptr<Utility>&)>& upgrade);
 
+/// @param numbers  at least one
+double Median(std::vector<double> numbers);
+
 /// The number in that environment variable, or another one where it is not set.
 int FromEnvironment(const char* name, int otherwise);
 

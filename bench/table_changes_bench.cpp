@@ -6,14 +6,13 @@
 #include <fmt/format.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "bench/old_sites.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/private_server.h"
 
@@ -22,24 +21,12 @@ namespace {
 
 constexpr int kChanges = 300;  // of each connection
 
-/// A private server, on the disk and as careful as any, with a table for each connection.
+/// A careful private server on the disk, with a table for each connection.
 class Server {
   public:
     explicit Server(int milliseconds)
-        : folder_(MakeFolder()), server_(std::make_unique<host::PrivateServer>(folder_ / "data")) {
-        server_->Stop();
-        setenv("TWUPDATE_FSYNC_MS", std::to_string(milliseconds).c_str(), 1);
-        setenv("LD_PRELOAD", TWUPDATE_SLOW_FSYNC, 1);
-        server_->Start();
-        unsetenv("LD_PRELOAD");
-    }
-    ~Server() {
-        server_.reset();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
+        : server_(
+              bench::StartServer(folder_.Path() / "data", {.fsyncMilliseconds = milliseconds})) {}
 
     /// @returns the seconds for kChanges by each of the connections
     double Change(int connections) {
@@ -67,13 +54,7 @@ class Server {
     }
 
   private:
-    static std::filesystem::path MakeFolder() {
-        std::string form = (std::filesystem::temp_directory_path() / "twupdate-XXXXXX").string();
-        return mkdtemp(form.data()) == nullptr ? throw std::runtime_error("no temporary folder")
-                                               : std::filesystem::path(form);
-    }
-
-    std::filesystem::path folder_;
+    bench::DiskFolder folder_;
     std::unique_ptr<host::PrivateServer> server_;
 };
 

@@ -1,0 +1,92 @@
+#include "bench/old_sites.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+#include "cli/run/resume.h"
+#include "twupdate/update.h"
+
+namespace twupdate::bench {
+
+namespace fs = std::filesystem;
+
+DiskFolder::DiskFolder() {
+    std::string form = (fs::temp_directory_path() / "twupdate-XXXXXX").string();
+    if (mkdtemp(form.data()) == nullptr) {
+        throw std::runtime_error("no temporary folder can be made: " + form);
+    }
+    path_ = form;
+}
+
+DiskFolder::~DiskFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+}
+
+std::unique_ptr<host::PrivateServer> StartServer(const fs::path& folder,
+                                                 const ServerSettings& settings) {
+    setenv("TWUPDATE_FSYNC_MS", std::to_string(settings.fsyncMilliseconds).c_str(), 1);
+    setenv("LD_PRELOAD", TWUPDATE_SLOW_FSYNC, 1);
+    auto server = std::make_unique<host::PrivateServer>(
+        folder, host::PrivateServerOptions{.serverOptions = settings.options});
+    unsetenv("LD_PRELOAD");
+    return server;
+}
+
+OldSites::OldSites(std::int32_t sites, std::int32_t rows) {
+    options_.sites = sites;
+    options_.rows = rows;
+    options_.root = folder_.Path() / "installation";
+    Make(sites);
+    server_->Stop();
+    fs::rename(data_, kept_);
+}
+
+void OldSites::Make(std::int32_t sites) {
+    for (std::int32_t siteId = 1; siteId <= sites; ++siteId) {
+        sample::SitePlan plan;
+        plan.siteId = siteId;
+        plan.groups = sample::AllGroups();
+        plans_.push_back(plan);
+    }
+    sample::WriteFiles(options_, plans_);
+    server_ =
+        std::make_unique<host::PrivateServer>(data_, host::PrivateServerOptions{.fast = true});
+    const auto host = std::make_shared<host::MariaDbUtility>(
+        host::Connection::Open(server_->ConnectOptions()), host::MariaDbUtilityOptions{
+                                                               .installFolder = InstallFolder(),
+                                                           });
+    sample::MakeCentral(host, options_, plans_);
+    for (const sample::SitePlan& plan : plans_) {
+        sample::MakeSite(host, options_, plan);
+    }
+    sample::BringCentralTo(host, {kCurrentVersion, kCurrentVersion});
+}
+
+void OldSites::Restore(const ServerSettings& settings) {
+    server_.reset();
+    fs::remove_all(data_);
+    fs::copy(kept_, data_, fs::copy_options::recursive);
+    server_ = StartServer(data_, settings);
+}
+
+std::vector<std::vector<Statement>> OldSites::Record() {
+    Restore();
+    std::vector<std::vector<Statement>> recorded;
+    for (const sample::SitePlan& plan : plans_) {
+        const auto recorder = std::make_shared<Recorder>();
+        host::MariaDbUtilityOptions options;
+        options.installFolder = InstallFolder();
+        options.listener = recorder;
+        const auto host = std::make_shared<host::MariaDbUtility>(
+            host::Connection::Open(server_->ConnectOptions()), options);
+        Update update;
+        update.Configure(host);
+        update.UpdateSite(plan.siteId, plan.recordedVersion);
+        cli::RecordVersion(*host, plan.siteId);
+        recorded.push_back(recorder->statements);
+    }
+    return recorded;
+}
+
+}  // namespace twupdate::bench

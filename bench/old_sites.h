@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/replay.h"
+#include "sample/installation.h"
+#include "twupdate_host/private_server.h"
+
+namespace twupdate::bench {
+
+/// A new folder in TMPDIR, which names the disk to be measured. It is removed with the object.
+class DiskFolder {
+  public:
+    DiskFolder();
+    ~DiskFolder();
+    DiskFolder(const DiskFolder&) = delete;
+    DiskFolder& operator=(const DiskFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+/// How a server is started that is as careful with the disk as any.
+struct ServerSettings {
+    std::vector<std::string> options = {};  ///< of mariadbd, e.g. "--sync-binlog=1"
+    int fsyncMilliseconds = 0;              ///< that each fsync takes longer
+};
+
+/// Starts a careful private server in the folder.
+std::unique_ptr<host::PrivateServer> StartServer(const std::filesystem::path& folder,
+                                                 const ServerSettings& settings);
+
+/// Sites of every optional feature at 1.0000, on the disk, beside a current central database. They
+/// can be put back as they were, as often as needed.
+class OldSites {
+  public:
+    /// @param rows  in each of a site's large tables
+    OldSites(std::int32_t sites, std::int32_t rows);
+
+    /// Puts the data back as they were, and starts the server anew.
+    void Restore(const ServerSettings& settings = {});
+    /// Upgrades all sites once. @returns the statements of each
+    std::vector<std::vector<Statement>> Record();
+
+    const host::PrivateServer& Server() const { return *server_; }
+    std::filesystem::path InstallFolder() const { return options_.root / "update"; }
+
+  private:
+    void Make(std::int32_t sites);
+
+    DiskFolder folder_;
+    std::filesystem::path data_ = folder_.Path() / "data";
+    std::filesystem::path kept_ = folder_.Path() / "kept";
+    sample::InstallationOptions options_;
+    std::vector<sample::SitePlan> plans_;
+    std::unique_ptr<host::PrivateServer> server_;
+};
+
+}  // namespace twupdate::bench
