@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cmath>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -385,7 +386,8 @@ std::string JoinMessages(const std::vector<std::string>& messages, std::string_v
 std::string ErrorText(const std::exception& error) {
     const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error);
     if (file == nullptr) {
-        return error.what();
+        const bool isMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+        return isMemory ? "out of memory" : error.what();
     }
     std::string paths = file->path1().string();
     if (!file->path2().empty()) {

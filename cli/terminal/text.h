@@ -57,7 +57,8 @@ std::string DescribeError(std::string_view statement, std::uint32_t code, std::s
                           std::string_view text);
 std::string DescribeError(const HostError& error);
 
-/// The text of an exception for people; of one of the file system the path and the reason.
+/// The text of an exception for people; of one of the file system the path and the reason, and for
+/// std::bad_alloc "out of memory".
 std::string ErrorText(const std::exception& error);
 
 /// A message is one line with the fact, perhaps followed by lines that begin with "hint: ", which
