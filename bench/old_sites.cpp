@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 DiskFolder::DiskFolder() {
     std::string form = (fs::temp_directory_path() / "twupdate-XXXXXX").string();
     if (mkdtemp(form.data()) == nullptr) {
-        throw std::runtime_error("no temporary folder can be made: " + form);
+        throw std::runtime_error("no temporary folder");
     }
     path_ = form;
 }
