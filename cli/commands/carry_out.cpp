@@ -334,15 +334,13 @@ nlohmann::ordered_json JsonOf(const Run& run, const RunWatch& watch, const Servi
         return result;
     }
     result["error"] = JsonOf(end->first);
-    if (run.jobs.AreWanted()) {
-        result["failures"] = JsonOf(GroupFailures(end->failures));
-        auto& sites = result["failed_sites"] = nlohmann::ordered_json::array();
-        for (const RunFailure& failure : end->failures) {
-            if (failure.where.siteId && !failure.stopped) {
-                nlohmann::ordered_json site{{"site", *failure.where.siteId}};
-                site.update(JsonOf(failure));
-                sites.push_back(std::move(site));
-            }
+    result["failures"] = JsonOf(GroupFailures(end->failures));
+    auto& sites = result["failed_sites"] = nlohmann::ordered_json::array();
+    for (const RunFailure& failure : end->failures) {
+        if (failure.where.siteId && !failure.stopped) {
+            nlohmann::ordered_json site{{"site", *failure.where.siteId}};
+            site.update(JsonOf(failure));
+            sites.push_back(std::move(site));
         }
     }
     result["resume"] = resume;

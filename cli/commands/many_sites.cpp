@@ -133,8 +133,8 @@ std::string FaultOf(const Session& session, ProgressMarks& marks, const SiteRow&
 
 JobOptions ManySites::Jobs(std::size_t sites) const {
     JobOptions options;
-    options.isAuto = jobs.IsAuto();
-    options.number = jobs.Number();
+    options.isAuto = jobs.IsAuto() && sites > 1;
+    options.number = jobs.IsAuto() ? 1 : jobs.Number();
     if (!maxFailures.empty()) {
         options.mostFailures = FailureLimitOf(maxFailures)->Of(sites);
     } else if (keepGoing) {

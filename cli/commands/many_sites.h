@@ -25,14 +25,14 @@ namespace twupdate::cli {
 
 /// The options of a command that upgrades many sites, as they are written.
 struct ManySites {
-    JobsOption jobs;
+    JobsOption jobs{"auto"};
     bool keepGoing = false;
     std::string maxFailures;  ///< empty: any number with --keep-going, else none
     unsigned reconnectSeconds = 0;
     std::string maxLoad;  ///< may be empty
     CareOptions care;     ///< without the limit of --max-load
 
-    /// @param sites  how many there are to upgrade
+    /// @param sites  how many there are to upgrade; auto is one job for a single one
     JobOptions Jobs(std::size_t sites) const;
     RetryOptions Retries(const GlobalOptions& options) const;
     /// @throws CommandError for a limit to the lag of no replica

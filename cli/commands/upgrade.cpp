@@ -240,8 +240,10 @@ constexpr const char* kNeeds = R"(What an upgrade needs:
              --ddl-timeout SECONDS limits the wait for a table in use.
   Stopping   Ctrl-C stops before the next statement, with exit status 5.
              A second Ctrl-C stops at once.
-  Failures   The run ends at the first site that fails. --keep-going upgrades the
-             other sites too and ends with exit status 6.
+  Sites      Several are upgraded at a time; --jobs 1 upgrades one after the other.
+  Failures   The run ends at the first site that fails, once the others in progress
+             are finished. --keep-going upgrades the other sites too and ends with
+             exit status 6.
   Load       --max-load Threads_running=N and --max-replica-lag SECONDS make the run
              wait while the server or a replica has too much to do.
   Retries    A deadlock, a wait for a lock or a lost connection is tried again.

@@ -46,11 +46,11 @@ class CheckServer : public InstallationTest {
         MakeSite(8, "1.0000", groups);
     }
 
-    /// Runs the program as the user "half".
+    /// Runs the program as the user "half", for one site after the other.
     static Outcome RunAsHalf(const std::string& command) {
         const auto socket = CliServer::Get().Server().Socket().string();
-        return RunProgram(
-            {"--socket", socket, "--user", "half", "--no-site-files", "--no-services", command});
+        return RunProgram({"--socket", socket, "--user", "half", "--no-site-files", "--no-services",
+                           command, "--jobs", "1"});
     }
 
     /// A refused UPDATE interrupts a conversion where a repeat cannot go on.

@@ -172,7 +172,7 @@ TEST_F(ChosenSites, TheFirstThatFailsEndsTheRunUnlessOthersMayFail) {
     MakeFourSites();
     MakeSiteThatFails(11);
     SetVersion(7, "1.0264");  // less to do: the last
-    const Outcome outcome = Run({"--json", "upgrade-site", "11", "7"});
+    const Outcome outcome = Run({"--json", "upgrade-site", "11", "7", "--jobs", "1"});
     EXPECT_EQ(outcome.status, 1) << outcome.err;
     EXPECT_EQ(outcome.Json()["error"]["database"], "tw_11");
     EXPECT_EQ(SiteVersion(7), "1.0264");

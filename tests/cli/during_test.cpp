@@ -125,7 +125,7 @@ TEST_F(During, ARunThatHasLostItsLockStopsBeforeTheNextSite) {
     MakeSite(7);
     MakeSite(8);
     const auto reader = ReaderOfSite();
-    Program run(With({"upgrade"}));
+    Program run(With({"upgrade", "--jobs", "1"}));
     ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     const std::string holder = LockHolder();
     Execute("KILL " + holder + ";");

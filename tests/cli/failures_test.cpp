@@ -132,7 +132,7 @@ TEST_F(Failures, ASiteThatFailsStopsTheRunAndIsNamed) {
     MakeUpgradedSite(3, "1.0262");
     MakeSiteThatFails(8);
     MakeUpgradedSite(9, "1.0262");
-    const Outcome outcome = Run({"upgrade"});
+    const Outcome outcome = Run({"upgrade", "--jobs", "1"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err,
                 ContainsRegex("twupdate: failed: database tw_8, site schema ladder, step "
@@ -580,7 +580,7 @@ TEST_F(Failures, AnInterruptedRunIsResumedByTheSameCommand) {
     const fs::path trace = folder_ / "trace";
     {
         const auto reader = ReaderOfSite(2);  // holds the run at a statement that simply reruns
-        Program upgrade(With({"--trace", trace.string(), "upgrade"}));
+        Program upgrade(With({"--trace", trace.string(), "upgrade", "--jobs", "1"}));
         ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
         upgrade.Signal(SIGKILL);
         EXPECT_EQ(upgrade.Wait().status, 128 + SIGKILL);
@@ -603,7 +603,7 @@ TEST_F(Failures, ALostServerEndsTheRun) {
     MakeSite(1, "1.0000", sample::AllGroups());
     MakeSite(2, "1.0000", sample::AllGroups());
     const auto reader = ReaderOfSite(2);  // holds the run at a statement that simply reruns
-    Program upgrade(With({"upgrade"}));
+    Program upgrade(With({"upgrade", "--jobs", "1"}));
     ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
     EXPECT_EQ(SiteVersion(1), kCurrentStored);
     CliServer::Get().Server().Kill();

@@ -270,6 +270,24 @@ TEST_F(Jobs, AreAsManyAsTheServerTakes) {
     Execute("CREATE OR REPLACE USER 'few'@'localhost' WITH MAX_USER_CONNECTIONS 3;");
     Execute("GRANT ALL PRIVILEGES ON *.* TO 'few'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
+TEST_F(Jobs, AreNoneForASingleSiteUnlessTheirNumberIsGiven) {
+    for (const std::vector<std::string>& more :
+         std::vector<std::vector<std::string>>{{}, {"--jobs", "auto"}, {"--jobs", "2"}}) {
+        Execute("DROP DATABASE IF EXISTS tw_7;");
+        Execute("DROP DATABASE IF EXISTS tw_tarnwick;");
+        Execute("DROP DATABASE IF EXISTS tw_logs;");
+        MakeSmallSites({7});
+        const auto events = folder_ / "events";
+        std::filesystem::remove(events);
+        std::vector<std::string> words{"--events", events.string(), "upgrade"};
+        words.insert(words.end(), more.begin(), more.end());
+        EXPECT_EQ(Run(words).status, 0);
+        const bool hasJobs = ContentOf(events).find("\"job\":1") != std::string::npos;
+        EXPECT_EQ(hasJobs, !more.empty() && more.back() == "2") << testing::PrintToString(more);
+        EXPECT_EQ(SiteVersion(7), kCurrentStored);
+    }
+}
+
     Program run({"--socket", socket, "--user", "few", "--no-site-files", "--no-services", "upgrade",
                  "--jobs", "3"});
     ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
@@ -299,11 +317,11 @@ TEST_F(Jobs, DumpEachSiteBeforeTheyChangeIt) {
               "1");
 }
 
-TEST_F(Jobs, MayBeFoundOutByTheProgram) {
+TEST_F(Jobs, AreFoundOutByTheProgramUnlessTheirNumberIsGiven) {
     MakeSitesInUse({7, 8});
     MakeSmallSite(9);
     const auto events = (folder_ / "events").string();
-    Program run(With({"--events", events, "upgrade", "--jobs", "auto"}));
+    Program run(With({"--events", events, "upgrade"}));
     ASSERT_TRUE(WaitUntil([] { return Waiting() == "2"; }));
     reader_->Execute("COMMIT;");
     EXPECT_EQ(run.Wait().status, 0);
@@ -450,7 +468,7 @@ TEST_F(Jobs, BeginNoFurtherSiteBeyondMaxFailures) {
     Execute("UPDATE tw_tarnwick.site SET version = 1.0264 WHERE siteid >= 10;");  // the last
     // Of ten sites two may fail.
     for (const char* limit : {"2", "20%", "29%"}) {
-        const Outcome outcome = Run({"upgrade", "--max-failures", limit});
+        const Outcome outcome = Run({"upgrade", "--jobs", "1", "--max-failures", limit});
         EXPECT_EQ(outcome.status, 1) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr("3 sites failed, more than --max-failures allows; no "
                                            "further site was begun\ntwupdate: 3 sites: "));
@@ -486,7 +504,7 @@ TEST_F(Jobs, EndTheRunWhenTheLockIsLostAlsoWhenTheyKeepGoing) {
     MakeSitesInUse({7});
     MakeSmallSite(8);
     MakeSmallSite(9);
-    Program run(With({"upgrade", "--keep-going"}));
+    Program run(With({"upgrade", "--jobs", "1", "--keep-going"}));
     ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
     Execute("KILL " + Cell("SELECT IS_USED_LOCK('twupdate.run');") + ";");
     reader_->Execute("COMMIT;");
