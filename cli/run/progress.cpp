@@ -29,6 +29,7 @@ void Progress::RunStarting(const RunStart& start) {
         sitesDone_ = 0;
         sitesFailed_ = 0;
         statements_ = 0;
+        again_.clear();
         timeLeft_ = TimeLeft();
         std::vector<double> versions;
         for (const SiteRow& site : start.sites) {
@@ -43,6 +44,7 @@ void Progress::SiteFailed(const RunFailure& failure, const Counts& /*counts*/) {
     {
         const std::lock_guard lock(mutex_);
         ++sitesFailed_;
+        again_.erase(failure.where.siteId.value_or(0));
         SiteLeft(failure.where.job);
     }
     if (failure.where.job > 0) {  // the other jobs go on for a while
@@ -53,7 +55,10 @@ void Progress::SiteFailed(const RunFailure& failure, const Counts& /*counts*/) {
 void Progress::Retrying(const RunRetry& retry) {
     {
         const std::lock_guard lock(mutex_);
-        SiteLeft(retry.failure.where.job);
+        Rest(retry.failure.where.job);  // its steps are still to come
+        if (retry.failure.where.siteId) {
+            again_.insert(*retry.failure.where.siteId);
+        }
     }
     console_.Warn(RetryLine(retry));
 }
@@ -118,7 +123,11 @@ void Progress::StepEnded(const Position& where, std::chrono::nanoseconds duratio
 
 void Progress::SiteStarting(const Position& where, double version) {
     const std::lock_guard lock(mutex_);
-    timeLeft_.SiteStarting(version, where.job);
+    if (again_.erase(*where.siteId) > 0) {
+        timeLeft_.SiteAgain(version, where.job);
+    } else {
+        timeLeft_.SiteStarting(version, where.job);
+    }
     jobs_[where.job].atWork = true;
     jobs_[where.job].stepStarted = Clock::now();
     GoOn(where);
@@ -161,6 +170,10 @@ void Progress::DatabaseEnded(const DatabaseDone& done, const Counts& counts) {
 
 void Progress::SiteLeft(unsigned job) {
     timeLeft_.SiteEnded(job);
+    Rest(job);
+}
+
+void Progress::Rest(unsigned job) {
     jobs_[job] = Job();
     jobs_[job].atWork = job == 0;
 }

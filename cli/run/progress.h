@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -86,6 +87,8 @@ class Progress final : public RunSink {
     void GoOn(const Position& where);
     /// The job has no current site.
     void SiteLeft(unsigned job);
+    /// The job does nothing for now.
+    void Rest(unsigned job);
     bool HasJobs() const { return jobs_.size() > 1; }
     std::vector<std::string> WholeLine() const;
     std::vector<std::vector<std::string>> Lines() const;
@@ -99,6 +102,7 @@ class Progress final : public RunSink {
     mutable std::mutex mutex_;  ///< guards what follows
     TimeLeft timeLeft_;
     std::map<unsigned, Job> jobs_;    ///< by number; the run is 0
+    std::set<std::int32_t> again_;    ///< sites that have begun and will begin again
     std::optional<RunWait> runWait_;  ///< that of all jobs
     std::uint64_t sites_ = 0;
     std::uint64_t sitesDone_ = 0;

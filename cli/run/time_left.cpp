@@ -42,6 +42,10 @@ void TimeLeft::SiteStarting(double version, unsigned job) {
     if (group != toCome_.end() && --group->second == 0) {
         toCome_.erase(group);
     }
+    SiteAgain(version, job);
+}
+
+void TimeLeft::SiteAgain(double version, unsigned job) {
     auto& pending = pending_[job];
     pending.clear();
     for (const Ladder ladder : kSiteLadders) {

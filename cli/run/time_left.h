@@ -20,6 +20,8 @@ class TimeLeft {
     void StepMeasured(const LadderStep& step, std::chrono::nanoseconds duration, unsigned job = 0);
     /// The next site begins: it is no longer to come, but its steps are.
     void SiteStarting(double version, unsigned job = 0);
+    /// The site that this job had begun begins again, with these steps to come.
+    void SiteAgain(double version, unsigned job = 0);
     void SiteEnded(unsigned job = 0);
 
     /// Nothing while no step has been measured.

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "cli/run/progress.h"
+#include "cli/terminal/console.h"
+
 namespace twupdate::cli {
 namespace {
 
@@ -50,6 +53,43 @@ TEST(TimeLeft, TakesTheMeanForAStepThatHasNotRunYet) {
     EXPECT_EQ(left.Estimate(), (steps.size() - 1) * seconds(3));
     left.StepMeasured(steps[1], seconds(1));
     EXPECT_EQ(left.Estimate(), (steps.size() - 2) * seconds(2));
+}
+
+TEST(TimeLeft, CountsASiteOnceThatBeginsAgain) {
+    const auto steps = StepsOfASiteAt(1.0262);
+    Console console(false, true);
+    Progress progress(console, [](const Position&) { return std::optional<LockWait>(); });
+    RunStart start;
+    for (const std::int64_t siteId : {7, 8, 9}) {
+        start.sites.emplace_back();
+        start.sites.back().siteId = siteId;
+        start.sites.back().version = 1.0262;
+    }
+    progress.RunStarting(start);
+    Position where;
+    where.job = 1;
+    where.siteId = 7;
+    progress.SiteStarting(where, 1.0262);
+    where.step = steps.front();
+    progress.StepEnded(where, seconds(4), 1);
+    EXPECT_EQ(progress.Figures().left, (3 * steps.size() - 1) * seconds(4));
+    for (unsigned attempt = 1; attempt <= 2; ++attempt) {
+        RunRetry retry;
+        retry.failure.where = where;
+        progress.Retrying(retry);
+        EXPECT_GE(progress.Figures().left, (3 * steps.size() - 1) * seconds(4));
+        progress.SiteStarting(where, 1.0262);
+        EXPECT_EQ(progress.Figures().left, 3 * steps.size() * seconds(4));
+    }
+    // One that has failed is not to come any more.
+    RunRetry retry;
+    retry.failure.where = where;
+    progress.Retrying(retry);
+    progress.SiteFailed(retry.failure, {});
+    where.siteId = 8;
+    progress.SiteStarting(where, 1.0262);
+    EXPECT_EQ(progress.Figures().left, 2 * steps.size() * seconds(4));
+    progress.RunEnded({}, seconds(1));
 }
 
 }  // namespace
