@@ -275,7 +275,7 @@ int ShowPlan(const GlobalOptions& options, Console& console, const PlanOptions& 
         console.Print(fmt::format("Installation: version {} of {}; an upgrade would do nothing.",
                                   VersionText(plan.version), VersionText(kCurrentVersion)));
         for (const Group& group : plan.old) {
-            console.Print(fmt::format("Older all the same, {}: {} ({}); see upgrade-site",
+            console.Print(fmt::format("Older all the same, {}: {} ({}); run upgrade-site --all-old",
                                       VersionText(group.version), Count(group.sites.size(), "site"),
                                       IdsText(group.sites)));
         }

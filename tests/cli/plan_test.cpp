@@ -88,9 +88,10 @@ TEST_F(Plan, OfACurrentInstallationIsEmpty) {
     MakeSiteRow(3, "1.0262");
     const Outcome outcome = Run({"plan"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.out, "Installation: version " + kCurrentShown + " of " + kCurrentShown +
-                               "; an upgrade would do nothing.\n"
-                               "Older all the same, 1.0262: 1 site (3); see upgrade-site\n");
+    EXPECT_EQ(outcome.out,
+              "Installation: version " + kCurrentShown + " of " + kCurrentShown +
+                  "; an upgrade would do nothing.\n"
+                  "Older all the same, 1.0262: 1 site (3); run upgrade-site --all-old\n");
 }
 
 TEST_F(Plan, OfACurrentSiteSaysSo) {
