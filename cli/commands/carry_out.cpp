@@ -399,7 +399,10 @@ std::string WhatStands(const std::vector<DatabaseDone>& databases) {
 std::shared_ptr<Leftovers> AddRepairFlag(CLI::App& command) {
     auto leftovers = std::make_shared<Leftovers>(Leftovers::kRefuse);
     command.add_flag_function(
-        "--repair", [leftovers](std::int64_t) { *leftovers = Leftovers::kRepair; },
+        "--repair",
+        [leftovers](std::int64_t number) {  // below 1 for --repair=false
+            *leftovers = number > 0 ? Leftovers::kRepair : Leftovers::kRefuse;
+        },
         "First repair what an interrupted step has left in a database, as repair --apply does");
     return leftovers;
 }

@@ -183,7 +183,8 @@ TEST_F(Resume, AStepThatHasNotEndedIsRepairedBeforeItRunsAgain) {
         MakeAgain();
         EndIn("tw_7.charge", {"upgrade-site", "7"}, End::kKilled);
         for (const auto& words :
-             {std::vector<std::string>{"upgrade"}, std::vector<std::string>{"upgrade-site", "7"}}) {
+             {std::vector<std::string>{"upgrade"}, std::vector<std::string>{"upgrade-site", "7"},
+              std::vector<std::string>{"upgrade", "--repair=false"}}) {
             const Outcome refused = Run(words);
             EXPECT_EQ(refused.status, 1);
             EXPECT_THAT(
