@@ -29,6 +29,7 @@ namespace {
 
 constexpr const char* kComponentGroup = "Component";
 constexpr const char* kRunGroup = "Run";
+constexpr const char* kRecordGroup = "Records of a run";
 constexpr const char* kOutputGroup = "Output";
 
 /// What the central database's column of domain names takes.
@@ -118,7 +119,7 @@ void AddOutputOptions(CLI::App& app, GlobalOptions& options) {
         app.add_option(name, file, text)
             ->type_name("FILE")
             ->check(FaultOfEmptyValue)
-            ->group(kOutputGroup);
+            ->group(kRecordGroup);
     };
     addFile("--trace", options.trace,
             "Record every call to the server in this file, one JSON object per line");
@@ -165,6 +166,7 @@ bool Parse(int argc, char** argv, Invocation& invocation, int& status) {
     }
     try {
         app.parse(WordsOf(argc, argv));
+        sources->RefuseUnwrittenRecords();
         return true;
     } catch (const CLI::Success& request) {
         std::ostringstream text;

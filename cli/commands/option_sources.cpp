@@ -26,11 +26,15 @@ constexpr std::array<std::string_view, 5> kNotSet{"help", "version", "password",
 constexpr std::array<std::string_view, 4> kChoosing{"defaults-file", "defaults-extra-file",
                                                     "defaults-group-suffix", "no-defaults"};
 
-/// Commands that only look, and what a run writes: a file of options for runs must not make them
+/// Commands that are no runs, and what a run writes: a file of options for runs must not make them
 /// ask for files that this user may not write.
-constexpr std::array<std::string_view, 5> kLooking{"status", "plan", "check", "verify", "report"};
+constexpr std::array<std::string_view, 7> kNoRuns{"status", "plan",   "check",  "verify",
+                                                  "report", "repair", "restore"};
 constexpr std::array<std::string_view, 8> kWritten{"trace",  "events", "log",     "services-log",
                                                    "backup", "keep",   "metrics", "report"};
+/// What records a run, and what of it a rehearsal writes.
+constexpr std::array<std::string_view, 5> kRecords{"trace", "events", "log", "metrics", "report"};
+constexpr std::array<std::string_view, 2> kOfRehearsals{"trace", "events"};
 
 template <typename Names>
 bool Contains(const Names& names, std::string_view name) {
@@ -39,6 +43,10 @@ bool Contains(const Names& names, std::string_view name) {
 
 std::string NameOf(const CLI::Option& option) {
     return option.get_lnames().empty() ? "" : option.get_lnames().front();
+}
+
+bool Records(const std::string& command, const std::string& option) {
+    return command == "rehearse" ? Contains(kOfRehearsals, option) : !Contains(kNoRuns, command);
 }
 
 bool IsFlag(const CLI::Option& option) {
@@ -159,13 +167,15 @@ bool OptionSources::IsGiven(const CLI::Option& option, const Setting& setting) {
 /// Whether the option may be set elsewhere than on the command line.
 bool OptionSources::IsOpen(const CLI::Option& option) const {
     const auto commands = app_.get_subcommands();
-    const bool looksOnly = std::any_of(
-        commands.begin(), commands.end(),
-        [](const CLI::App* command) { return Contains(kLooking, command->get_name()); });
-    const bool isOfEveryCommand = app_.get_option_no_throw("--" + NameOf(option)) == &option;
+    const std::string name = NameOf(option);
+    const bool isUnused =
+        app_.get_option_no_throw("--" + name) == &option &&
+        std::any_of(commands.begin(), commands.end(), [&](const CLI::App* command) {
+            return (Contains(kNoRuns, command->get_name()) && Contains(kWritten, name)) ||
+                   (Contains(kRecords, name) && !Records(command->get_name(), name));
+        });
     return option.get_configurable() && option.count() == 0 && !settings_.contains(&option) &&
-           !IsOverruled(option) &&
-           !(looksOnly && isOfEveryCommand && Contains(kWritten, NameOf(option)));
+           !IsOverruled(option) && !isUnused;
 }
 
 /// Whether a source of higher precedence has said something that excludes the option.
@@ -241,7 +251,7 @@ std::vector<CLI::ConfigItem> OptionSources::from_config(std::istream& /*stream*/
     if (!files.options.empty()) {
         options_.clientOptions = std::make_shared<ClientOptions>(files);
     }
-    if (app_.get_option("--print-defaults")->count() > 0) {
+    if (IsOn("--print-defaults")) {
         throw PrintDefaults();
     }
     std::vector<CLI::ConfigItem> missing;
@@ -260,6 +270,25 @@ std::vector<CLI::ConfigItem> OptionSources::from_config(std::istream& /*stream*/
         missing.push_back(std::move(item));
     }
     return missing;
+}
+
+void OptionSources::RefuseUnwrittenRecords() const {
+    for (const CLI::App* command : app_.get_subcommands()) {
+        for (const std::string_view name : kRecords) {
+            const std::string option = fmt::format("--{}", name);
+            if (app_.get_option(option)->count() > 0 &&
+                command->get_option_no_throw(option) == nullptr &&
+                !Records(command->get_name(), std::string(name))) {
+                throw CLI::ValidationError(
+                    fmt::format("{} does not write the file of {}", command->get_name(), option));
+            }
+        }
+    }
+}
+
+bool OptionSources::IsOn(const std::string& flag) const {
+    const CLI::Option* option = app_.get_option(flag);
+    return option->count() > 0 && option->as<bool>();
 }
 
 std::string OptionSources::WithPlace(const std::string& message) const {
@@ -318,7 +347,7 @@ std::vector<std::vector<std::string>> OptionSources::Rows() const {
 
 std::string OptionSources::Defaults() const {
     const auto rows = Rows();
-    if (app_.get_option("--json")->count() > 0) {
+    if (IsOn("--json")) {
         auto list = nlohmann::ordered_json::array();
         for (const auto& row : rows) {
             list.push_back({{"option", row[0]}, {"value", row[1]}, {"from", row[2]}});

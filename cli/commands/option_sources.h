@@ -26,6 +26,10 @@ class OptionSources final : public CLI::Config {
     std::string to_config(const CLI::App* app, bool defaults, bool descriptions,
                           std::string prefix) const override;
 
+    /// @throws CLI::ValidationError for a file of the command line that records a run, if the
+    /// command is none
+    void RefuseUnwrittenRecords() const;
+
     /// A message of the parser, with the place of the value if it is not the command line.
     std::string WithPlace(const std::string& message) const;
 
@@ -47,6 +51,7 @@ class OptionSources final : public CLI::Config {
     std::vector<const CLI::App*> Apps() const;
     const CLI::Option* Find(const std::string& name) const;
     bool IsOfAnyCommand(const std::string& name) const;
+    bool IsOn(const std::string& flag) const;
     std::string ChoiceOf(const char* option) const;
     void ChooseFiles() const;
     void TakeEnvironment() const;

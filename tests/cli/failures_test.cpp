@@ -325,14 +325,12 @@ TEST_F(Failures, AFileThatCannotBeWrittenIsReportedWhenThereIsNothingToDoToo) {
     Execute("UPDATE tw_tarnwick.installation SET version = " + kCurrentStored + ";");
     WriteFile(folder_ / "file", "");
     for (const char* option : {"--trace", "--events", "--log", "--services-log"}) {
-        for (const char* command : {"upgrade", "verify"}) {
-            const std::string bad = (folder_ / "file" / "x").string();
-            const Outcome outcome = Run({option, bad, command});
-            EXPECT_EQ(outcome.status, 2) << option;
-            EXPECT_EQ(outcome.err, "twupdate: cannot write " + bad + ", the file of " + option +
-                                       ": Not a directory\n");
-            EXPECT_EQ(outcome.out, "");
-        }
+        const std::string bad = (folder_ / "file" / "x").string();
+        const Outcome outcome = Run({option, bad, "upgrade"});
+        EXPECT_EQ(outcome.status, 2) << option;
+        EXPECT_EQ(outcome.err, "twupdate: cannot write " + bad + ", the file of " + option +
+                                   ": Not a directory\n");
+        EXPECT_EQ(outcome.out, "");
     }
     EXPECT_EQ(Run({"--trace", (folder_ / "x").string(), "upgrade"}).status, 0);
 }

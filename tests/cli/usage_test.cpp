@@ -57,6 +57,43 @@ TEST(Usage, TakesNoEmptyValues) {
     ExpectUsageError({"rehearse", "--workdir", ""}, "must not be empty");
 }
 
+TEST(Usage, OffersRecordsOfARunToRunsAlone) {
+    const TemporaryFolder folder;
+    const std::string file = (folder / "record").string();
+    const auto refused = [&](std::vector<std::string> command, const std::string& option) {
+        const std::string text = command.front() + " does not write the file of " + option;
+        command.insert(command.end(), {"--socket", "/nowhere", option, file});
+        ExpectUsageError(command, text);
+        EXPECT_FALSE(std::filesystem::exists(file)) << text;
+    };
+    for (const char* option : {"--trace", "--events", "--log", "--metrics", "--report"}) {
+        for (const std::vector<std::string>& command :
+             std::vector<std::vector<std::string>>{{"check"},
+                                                   {"verify"},
+                                                   {"plan"},
+                                                   {"repair"},
+                                                   {"restore", folder.Path().string()}}) {
+            refused(command, option);
+        }
+    }
+    refused({"rehearse", "--workdir", "x"}, "--log");
+    for (const char* option : {"--trace", "--log", "--metrics", "--report"}) {
+        refused({"status"}, option);
+    }
+    // One file of options for all commands.
+    const std::string options = (folder / "options.cnf").string();
+    WriteFile(options, "[twupdate]\nlog=" + file + "\nevents=" + file + "x\n");
+    for (const char* command : {"check", "repair", "verify"}) {
+        EXPECT_THAT(RunProgram({"--defaults-file", options, "--socket", "/nowhere", command}).err,
+                    HasSubstr("(2002)"));
+    }
+}
+
+TEST(Usage, ASwitchMayBeOff) {
+    EXPECT_THAT(RunProgram({"--print-defaults=false", "--socket", "/nowhere", "status"}).err,
+                HasSubstr("(2002)"));
+}
+
 TEST(Usage, TakesAnEmptySqlMode) {
     for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
              {"--sql-mode=", "--socket", "/nowhere", "status"},
