@@ -451,6 +451,11 @@ void Connection::Connect(const ConnectionOptions& options) {
     }
     const auto seconds = static_cast<unsigned>(options.connectTimeout.count());
     mysql_options(mysql_, MYSQL_OPT_CONNECT_TIMEOUT, &seconds);
+    if (options.answerTimeout) {
+        const auto answer = static_cast<unsigned>(options.answerTimeout->count());
+        mysql_options(mysql_, MYSQL_OPT_READ_TIMEOUT, &answer);
+        mysql_options(mysql_, MYSQL_OPT_WRITE_TIMEOUT, &answer);
+    }
     mysql_options(mysql_, MYSQL_SET_CHARSET_NAME, options.charset.c_str());
     if (options.sslCa) {
         mysql_options(mysql_, MYSQL_OPT_SSL_CA, options.sslCa->c_str());

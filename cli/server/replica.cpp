@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <utility>
 
 #include "cli/server/queries.h"
@@ -14,6 +15,8 @@ namespace twupdate::cli {
 namespace {
 
 constexpr unsigned kHighestPort = 65535;
+// A replica that hangs is one of which nothing is known; the question takes no time otherwise.
+constexpr std::chrono::seconds kLongestAnswer{5};
 
 struct Address {
     std::string host;
@@ -72,6 +75,8 @@ Replica::Replica(std::string name, host::ConnectionOptions primary)
         options_.port = address->port;
     }
     options_.socket.reset();
+    options_.connectTimeout = kLongestAnswer;
+    options_.answerTimeout = kLongestAnswer;
 }
 
 std::optional<std::int64_t> Replica::Lag() {

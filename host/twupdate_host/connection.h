@@ -41,6 +41,9 @@ struct ConnectionOptions {
     /// How long a statement waits for a lock on a table or row before it fails.
     std::optional<unsigned> lockWaitTimeoutSeconds = {};
     std::chrono::seconds connectTimeout{10};
+    /// How long the server may leave a statement without an answer before the connection counts as
+    /// lost; without one any time, since a change of a large table takes hours.
+    std::optional<std::chrono::seconds> answerTimeout = {};
 };
 
 /// Every row that a statement returned, copied from the server: independent of the connection and

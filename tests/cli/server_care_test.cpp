@@ -291,6 +291,31 @@ TEST_F(ReplicaCare, ARunWaitsForAReplicaThatDoesNotReplicate) {
     EXPECT_EQ(run.Wait().status, 0);
 }
 
+TEST_F(ReplicaCare, AReplicaThatHangsIsOneOfWhichNothingIsKnown) {
+    MakeSmallSites({7});
+    ASSERT_TRUE(WaitUntil([&] { return LagOfReplica() == "0"; }));
+    kill(server_->Pid(), SIGSTOP);
+    Program begins(Limited("60", "2"));
+    EXPECT_TRUE(WaitUntil([&] { return !begins.Running(); }));
+    const Outcome refused = begins.Wait();
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr(fmt::format("cannot see the lag of replica 127.0.0.1:{}: ",
+                                                   replicaPort_)));
+    kill(server_->Pid(), SIGCONT);
+    // And one that hangs while the run is at work.
+    replica_->Execute("STOP SLAVE;");
+    std::filesystem::remove(log_);
+    Program run(Limited("60", "2"));
+    ASSERT_TRUE(WaitForText("waits: replica"));
+    kill(server_->Pid(), SIGSTOP);
+    usleep(1500000);  // it asks again
+    run.Signal(SIGTERM);
+    EXPECT_TRUE(WaitUntil([&] { return !run.Running(); }));
+    EXPECT_EQ(run.Wait().status, 5);
+    kill(server_->Pid(), SIGCONT);
+    EXPECT_EQ(SiteVersion(7), "1.0262");
+}
+
 TEST_F(ReplicaCare, ARunWaitsForAReplicaThatIsBehind) {
     MakeSmallSites({7});
     ASSERT_TRUE(WaitUntil([&] { return LagOfReplica() == "0"; }));
