@@ -10,6 +10,7 @@
 #include "cli/run/failures.h"
 #include "cli/run/job_number.h"
 #include "cli/sample_fixture.h"
+#include "cli/shops_fixture.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -71,46 +72,8 @@ TEST(JobNumber, LearnsNothingFromARoundOfFewStatements) {
 
 // --- runs ---------------------------------------------------------------------------------------
 
-class Jobs : public InstallationTest {
+class Jobs : public ShopsTest {
   protected:
-    /// Sites with what a resumed run must not do twice.
-    void MakeSites() {
-        MakeCentralDatabase();
-        MakeShop(7);
-        MakeShop(8);
-        MakeShop(9);
-        MakeShop(10);
-        MakeShop(11);
-    }
-
-    void MakeShop(std::int32_t siteId) {
-        MakeSite(siteId, "1.0000", sample::AllGroups());
-        const std::string db = fmt::format("tw_{}.", siteId);
-        Execute("INSERT INTO " + db +
-                "charge(chargeid, featureid, name, sequence) VALUES(1, 3, 'Post', 1), (2, 3, "
-                "'Wrap', 2), (3, 3, 'Ins', 3);");
-        Execute("DELETE FROM " + db + "email;");
-        Execute("INSERT INTO " + db +
-                "email(emailid, fromlist, subject) VALUES(1, 'a <a@a.example>', 's'), "
-                "(2, 'b <b@b.example>', 's'), (3, 'c <c@c.example>', 's');");
-    }
-
-    static void DropSites() {
-        for (const int siteId : kSites) {
-            Execute(fmt::format("DROP DATABASE IF EXISTS tw_{};", siteId));
-        }
-        Execute("DROP DATABASE IF EXISTS tw_tarnwick;");
-        Execute("DROP DATABASE IF EXISTS tw_logs;");
-    }
-
-    static std::map<int, std::string> States() {
-        std::map<int, std::string> states;
-        for (const int siteId : kSites) {
-            states[siteId] = StateOf(fmt::format("tw_{}", siteId));
-        }
-        return states;
-    }
-
     /// What the trace tells of each site, in order: the statements of its ladders, its services,
     /// and the record of its version.
     static std::map<std::string, std::vector<std::string>> CallsBySite(
@@ -132,8 +95,6 @@ class Jobs : public InstallationTest {
         calls.erase("tw_tarnwick");
         return calls;
     }
-
-    static constexpr int kSites[] = {7, 8, 9, 10, 11};
 };
 
 TEST_F(Jobs, SendForEachSiteWhatTheWalkSends) {
@@ -142,7 +103,6 @@ TEST_F(Jobs, SendForEachSiteWhatTheWalkSends) {
     ASSERT_EQ(Run({"--trace", trace, "upgrade", "--jobs", "1"}).status, 0);
     const auto expected = CallsBySite(trace);
     const auto states = States();
-    const std::string central = StateOf("tw_tarnwick");
     DropSites();
     MakeSites();
     const Outcome outcome = Run({"--json", "--trace", trace, "upgrade", "--jobs", "4"});
@@ -155,7 +115,6 @@ TEST_F(Jobs, SendForEachSiteWhatTheWalkSends) {
         EXPECT_THAT(lines.back(), HasSubstr("UPDATE tw_tarnwick.site SET version = ?"));
     }
     EXPECT_EQ(States(), states);
-    EXPECT_EQ(StateOf("tw_tarnwick"), central);
     EXPECT_EQ(InstallationVersion(), kCurrentStored);
     // The walk that follows found nothing: behind its one query come the application's refresh and
     // the installation's version.
@@ -270,24 +229,6 @@ TEST_F(Jobs, AreAsManyAsTheServerTakes) {
     Execute("CREATE OR REPLACE USER 'few'@'localhost' WITH MAX_USER_CONNECTIONS 3;");
     Execute("GRANT ALL PRIVILEGES ON *.* TO 'few'@'localhost';");
     const auto socket = CliServer::Get().Server().Socket().string();
-TEST_F(Jobs, AreNoneForASingleSiteUnlessTheirNumberIsGiven) {
-    for (const std::vector<std::string>& more :
-         std::vector<std::vector<std::string>>{{}, {"--jobs", "auto"}, {"--jobs", "2"}}) {
-        Execute("DROP DATABASE IF EXISTS tw_7;");
-        Execute("DROP DATABASE IF EXISTS tw_tarnwick;");
-        Execute("DROP DATABASE IF EXISTS tw_logs;");
-        MakeSmallSites({7});
-        const auto events = folder_ / "events";
-        std::filesystem::remove(events);
-        std::vector<std::string> words{"--events", events.string(), "upgrade"};
-        words.insert(words.end(), more.begin(), more.end());
-        EXPECT_EQ(Run(words).status, 0);
-        const bool hasJobs = ContentOf(events).find("\"job\":1") != std::string::npos;
-        EXPECT_EQ(hasJobs, !more.empty() && more.back() == "2") << testing::PrintToString(more);
-        EXPECT_EQ(SiteVersion(7), kCurrentStored);
-    }
-}
-
     Program run({"--socket", socket, "--user", "few", "--no-site-files", "--no-services", "upgrade",
                  "--jobs", "3"});
     ASSERT_TRUE(WaitUntil([] { return Waiting() == "1"; }));
@@ -327,6 +268,24 @@ TEST_F(Jobs, AreFoundOutByTheProgramUnlessTheirNumberIsGiven) {
     EXPECT_EQ(run.Wait().status, 0);
     EXPECT_EQ(SiteVersion(9), kCurrentStored);
     EXPECT_THAT(ContentOf(events), AllOf(HasSubstr("\"job\":2"), Not(HasSubstr("\"job\":3"))));
+}
+
+TEST_F(Jobs, AreNoneForASingleSiteUnlessTheirNumberIsGiven) {
+    for (const std::vector<std::string>& more :
+         std::vector<std::vector<std::string>>{{}, {"--jobs", "auto"}, {"--jobs", "2"}}) {
+        Execute("DROP DATABASE IF EXISTS tw_7;");
+        Execute("DROP DATABASE IF EXISTS tw_tarnwick;");
+        Execute("DROP DATABASE IF EXISTS tw_logs;");
+        MakeSmallSites({7});
+        const auto events = folder_ / "events";
+        std::filesystem::remove(events);
+        std::vector<std::string> words{"--events", events.string(), "upgrade"};
+        words.insert(words.end(), more.begin(), more.end());
+        EXPECT_EQ(Run(words).status, 0);
+        const bool hasJobs = ContentOf(events).find("\"job\":1") != std::string::npos;
+        EXPECT_EQ(hasJobs, !more.empty() && more.back() == "2") << testing::PrintToString(more);
+        EXPECT_EQ(SiteVersion(7), kCurrentStored);
+    }
 }
 
 TEST_F(Jobs, ThatAreKilledAreResumedByTheSameCommand) {

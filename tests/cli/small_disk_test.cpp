@@ -1,4 +1,5 @@
 // A disk that is full: what `check` says before, how a run fails there, and that nothing is lost.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -100,6 +101,50 @@ TEST_F(SmallDisk, IsFoundBeforeAnUpgradeFailsThereAndNothingIsLost) {
     EXPECT_EQ(SiteVersion(8), kCurrentStored);
     EXPECT_EQ(Cell("SELECT COUNT(*) FROM tw_8.customerorder WHERE grossamount = orderid;"),
               "25000");
+}
+
+TEST_F(SmallDisk, FailsFourJobsOfWhichNothingIsLost) {
+    if (RanThere()) {
+        return;
+    }
+    const auto makeShops = [&] {
+        MakeCentralDatabase();
+        for (const int site : {8, 9, 10, 11}) {
+            MakeSite(site, "1.0000", {sample::Group::kShop});
+            Execute(fmt::format(
+                "INSERT INTO tw_{0}.customerorder(grossamount, billingname, billingaddress, "
+                "shippingaddress) SELECT seq, REPEAT('n', 100), REPEAT('b', 200), REPEAT('s', "
+                "200) FROM tw_{0}.seq_1_to_8000;",
+                site));
+        }
+    };
+    const auto states = [] {
+        std::string all = StateOf("tw_tarnwick");
+        for (const int site : {8, 9, 10, 11}) {
+            all += StateOf(fmt::format("tw_{}", site));
+        }
+        return all;
+    };
+    makeShops();
+    ASSERT_EQ(Run({"upgrade", "--jobs", "1"}).status, 0);
+    const std::string undisturbed = states();
+    for (const char* database : {"tw_tarnwick", "tw_logs", "tw_8", "tw_9", "tw_10", "tw_11"}) {
+        Execute(fmt::format("DROP DATABASE {};", database));
+    }
+    makeShops();
+    const std::vector<std::string> command{"upgrade", "--jobs", "4", "--repair"};
+    LeaveFree(10000000);
+    const Outcome failed = Run(command);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err, ContainsRegex("failed: database tw_[0-9]+, site schema ladder, step "
+                                          ".*: server error (1114|1021|1030|1005)"));
+    for (const int site : {8, 9, 10, 11}) {
+        EXPECT_EQ(Cell(fmt::format("SELECT COUNT(*) FROM tw_{}.customerorder;", site)), "8000");
+    }
+    MakeRoom();
+    const Outcome again = Run(command);
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(states(), undisturbed);
 }
 
 // After 1.0092, which gives it its last index, no step rewrites the table of orders.
