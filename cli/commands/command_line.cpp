@@ -87,7 +87,15 @@ void AddRunOptions(CLI::App& app, GlobalOptions& options) {
         ->transform(Decimal())
         ->check(CLI::Range(0, 31536000))
         ->group(kRunGroup);
+    app.add_option("--lease", options.leaseSeconds,
+                   "Let another run take the lock if this one cannot renew it for so long (on a "
+                   "cluster always; default: 60)")
+        ->type_name("SECONDS")
+        ->transform(Decimal())
+        ->check(CLI::Range(6, 3600))
+        ->group(kRunGroup);
     app.add_flag("--no-lock", options.noLock, "Do not take the lock that excludes other runs")
+        ->excludes(app.get_option("--lease"))
         ->group(kRunGroup);
     app.add_option("--backup", options.backup,
                    "Dump each database before its first change, into a new folder below DIR")

@@ -203,7 +203,8 @@ void RestoreDatabase(const Session& session, const GlobalOptions& options,
                      const ClientOptionFile& client, const ClientNumber& number,
                      const fs::path& folder, const std::string& database, Console& console) {
     try {
-        LoadDump(client, DumpFile(folder, database), database, ClientSettings(options),
+        LoadDump(client, DumpFile(folder, database), database,
+                 session.NamingForClient() + ClientSettings(options),
                  RestoreMarkStatement(database), number);
     } catch (const CommandError& error) {
         if (options.ddlTimeoutSeconds) {  // the client's own message tells whether that was it

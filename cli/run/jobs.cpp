@@ -11,6 +11,7 @@
 #include "cli/run/run_lock.h"
 #include "cli/run/site_order.h"
 #include "cli/run/stop_request.h"
+#include "cli/server/cluster.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
 #include "twupdate/update.h"
@@ -22,11 +23,6 @@ constexpr unsigned kMostAuto = 8;
 // A cluster runs statements that change tables one after the other on all of its nodes.
 constexpr unsigned kMostAutoOnACluster = 2;
 constexpr std::chrono::seconds kRound{5};  // after which the number of jobs is thought over
-
-bool IsCluster(host::Connection& connection) {
-    const auto rows = connection.Query("SHOW GLOBAL VARIABLES LIKE 'wsrep\\_on';");
-    return rows->Next() && rows->Get(1).ToText() == "ON";
-}
 
 }  // namespace
 
@@ -138,7 +134,7 @@ void Jobs::Refuse(const std::vector<RefusedSite>& refused) {
 void Jobs::Run() {
     std::optional<JobNumber> number;
     if (options_.isAuto) {
-        number.emplace(IsCluster(*session_.GetConnection()) ? kMostAutoOnACluster : kMostAuto);
+        number.emplace(IsClusterNode(*session_.GetConnection()) ? kMostAutoOnACluster : kMostAuto);
     }
     auto roundBegan = Clock::now();
     std::uint64_t statementsBefore = 0;

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "cli/run/session_note.h"
+#include "cli/server/cluster.h"
 #include "cli/server/queries.h"
 #include "cli/terminal/failure.h"
 #include "cli/terminal/text.h"
@@ -58,12 +59,31 @@ std::string NoteOf(const std::string& command) {
 }  // namespace
 
 RunLock::RunLock(const Session& session, const GlobalOptions& options, const std::string& command,
-                 Console& console) {
+                 Console& console)
+    : session_(session), note_(NoteOf(command)) {
     if (options.noLock) {
         return;
     }
+    const bool isCluster = IsClusterNode(*session.GetConnection());
+    if (isCluster || options.leaseSeconds) {
+        lease_ = Lease::Take(
+            session,
+            {std::chrono::seconds(options.leaseSeconds.value_or(LeaseTerms::kDefaultSeconds))},
+            note_, std::chrono::seconds(options.lockWaitSeconds), console);
+        session.Watch(lease_);
+    }
+    if (!isCluster) {  // where it would hold on one node only
+        TakeOfServer(options, console);
+    }
+}
+
+RunLock::~RunLock() {
+    session_.Watch(nullptr);
+}
+
+void RunLock::TakeOfServer(const GlobalOptions& options, Console& console) {
     // The server hears of a closed connection a moment later; the next command may come sooner.
-    const auto connection = session.Connect();
+    const auto connection = session_.Connect();
     connection_ =
         std::shared_ptr<host::Connection>(connection.get(), [connection](host::Connection* held) {
             try {
@@ -96,7 +116,6 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options, const std
                            kLocked);
     }
     // The time of the last statement on this connection tells since when the lock is held.
-    note_ = NoteOf(command);
     ShowNote(*connection_, note_);
 }
 
@@ -118,7 +137,14 @@ bool RunLock::IsHeld(host::Connection& connection) const {
     return rows->Next() && rows->Get(0).ToBool();
 }
 
+void RunLock::RequireLease() const {
+    if (lease_) {
+        lease_->Require();
+    }
+}
+
 void RunLock::HoldAgain(host::Connection& connection) const {
+    RequireLease();
     if (!connection_) {
         return;
     }
@@ -129,7 +155,7 @@ void RunLock::HoldAgain(host::Connection& connection) const {
         return;
     }
     if (isLost) {
-        connection_->Reopen();
+        session_.Reopen(*connection_);
         const Value got = Take(0);
         if (got.IsNull()) {
             throw Refused();
@@ -144,6 +170,7 @@ void RunLock::HoldAgain(host::Connection& connection) const {
 }
 
 void RunLock::RequireHeld(host::Connection& connection) const {
+    RequireLease();
     if (!connection_) {
         return;
     }
@@ -161,6 +188,10 @@ LockWatch::LockWatch(const RunLock& lock, std::shared_ptr<host::Connection> conn
 
 void LockWatch::SiteStarting(const Position& /*where*/, double /*version*/) {
     lock_.RequireHeld(*connection_);
+}
+
+void LockWatch::CallStarting(const Position& /*where*/) {
+    lock_.RequireLease();
 }
 
 }  // namespace twupdate::cli

@@ -2,9 +2,9 @@
 
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 #include <string>
 
+#include "cli/run/lease.h"
 #include "cli/run/run_sink.h"
 #include "cli/server/options.h"
 #include "cli/server/session.h"
@@ -12,14 +12,9 @@
 
 namespace twupdate::cli {
 
-/// The run is not the only one any more.
-class LockLost : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 /// The lock that makes a run the only one on its server. It lives on a connection of its own, so
-/// that the server lets go of it when the program ends, in whatever way.
+/// that the server lets go of it when the program ends, in whatever way. On a cluster it is a
+/// lease; with --lease it is both.
 class RunLock {
   public:
     /// Takes the lock, unless --no-lock was given. Waits for it as long as --lock-wait says, and
@@ -28,6 +23,14 @@ class RunLock {
     /// @throws CommandError (exit 4) naming who holds it, or that the server refuses it
     RunLock(const Session& session, const GlobalOptions& options, const std::string& command,
             Console& console);
+    ~RunLock();
+    RunLock(const RunLock&) = delete;
+    RunLock& operator=(const RunLock&) = delete;
+
+    /// To be called before each statement: ends the run when its lease was not renewed in time.
+    /// Costs nothing without one.
+    /// @throws LockLost
+    void RequireLease() const;
 
     /// Tests that the server still holds the lock for this run: it lets go of it when it ends that
     /// connection.
@@ -47,21 +50,26 @@ class RunLock {
     static constexpr const char* kName = "twupdate.run";
 
   private:
+    void TakeOfServer(const GlobalOptions& options, Console& console);
     /// The server's answer: true, false when somebody else has it, NULL when it refuses.
     /// @throws CommandError
     Value Take(unsigned waitSeconds) const;
     bool IsHeld(host::Connection& connection) const;
 
+    const Session& session_;
+    std::shared_ptr<Lease> lease_;                  ///< none on a single server
     std::string note_;                              ///< for those whom the lock keeps out
     mutable std::mutex mutex_;                      ///< guards the connection once jobs are at work
-    std::shared_ptr<host::Connection> connection_;  ///< none with --no-lock
+    std::shared_ptr<host::Connection> connection_;  ///< none with --no-lock and on a cluster
 };
 
-/// Ends a run before its next site when the run has lost its lock.
+/// Ends a run before its next site when the run has lost its lock, and before its next statement
+/// when its lease was not renewed in time.
 class LockWatch final : public RunSink {
   public:
     LockWatch(const RunLock& lock, std::shared_ptr<host::Connection> connection);
     void SiteStarting(const Position& where, double version) override;
+    void CallStarting(const Position& where) override;
 
   private:
     const RunLock& lock_;

@@ -78,6 +78,9 @@ void ServerCare::RequireLagVisible() {
 }
 
 void ServerCare::Pause(const Position& where, unsigned dumps) {
+    if (lock_ != nullptr) {
+        lock_->RequireLease();
+    }
     std::unique_lock lock(mutex_);
     connections_[where.job] =
         where.connection == 0 ? session_.GetConnection()->ThreadId() : where.connection;
@@ -111,7 +114,7 @@ std::optional<ServerCare::Excess> ServerCare::Look(unsigned dumps) {
         return excess_;
     }
     if (connection_->IsLost()) {
-        connection_->Reopen();
+        session_.Reopen(*connection_);
     }
     excess_ = Load(dumps);
     if (!excess_) {

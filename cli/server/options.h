@@ -33,6 +33,7 @@ struct GlobalOptions {
     // How the run coexists with others.
     bool noLock = false;
     unsigned lockWaitSeconds = 0;
+    std::optional<unsigned> leaseSeconds;  ///< the lock is a lease
     std::optional<unsigned> ddlTimeoutSeconds;
     std::optional<unsigned> graceSeconds;  ///< after SIGTERM; without one a run takes its time
 

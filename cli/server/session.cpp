@@ -71,7 +71,7 @@ Session::Session(const GlobalOptions& options, DataFolder folder)
 }
 
 Session::Session(const Session& other)
-    : options_(other.options_), connectOptions_(other.connectOptions_) {
+    : options_(other.options_), connectOptions_(other.connectOptions_), watch_(other.watch_) {
     Open();
 }
 
@@ -83,11 +83,38 @@ void Session::Open() {
 }
 
 std::shared_ptr<host::Connection> Session::Connect() const {
-    return Connected([&] { return host::Connection::Open(connectOptions_); });
+    Opening();
+    return Connected([&] {
+        auto connection = host::Connection::Open(connectOptions_);
+        Opened(*connection);
+        return connection;
+    });
 }
 
 void Session::Reconnect() const {
-    Connected([&] { connection_->Reopen(); });
+    Connected([&] { Reopen(*connection_); });
+}
+
+void Session::Reopen(host::Connection& connection) const {
+    Opening();
+    connection.Reopen();
+    Opened(connection);
+}
+
+void Session::Opening() const {
+    if (watch_) {
+        watch_->Opening();
+    }
+}
+
+void Session::Opened(host::Connection& connection) const {
+    if (watch_) {
+        watch_->Opened(connection);
+    }
+}
+
+std::string Session::NamingForClient() const {
+    return watch_ ? watch_->Naming(*connection_) : "";
 }
 
 std::string Session::ServerText() const {

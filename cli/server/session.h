@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "cli/server/options.h"
 #include "cli/server/server_errors.h"
@@ -42,6 +43,21 @@ enum class DataFolder : std::uint8_t {
     kAnyOrNew,  ///< a missing or empty one too, in which a server's data is then made
 };
 
+/// Who must know every connection of a run before a statement of the run comes over it.
+class ConnectionWatch {
+  public:
+    virtual ~ConnectionWatch() = default;
+    /// @throws to keep it from being opened
+    virtual void Opening() = 0;
+    /// It is open, and nothing of the run was sent.
+    /// @throws HostError, and other errors to refuse it
+    virtual void Opened(host::Connection& connection) = 0;
+    /// A statement for a client program of the run to begin with, which connects to where this
+    /// connection does.
+    /// @throws as Opening()
+    virtual std::string Naming(host::Connection& connection) const = 0;
+};
+
 /// The server and the host for the time of one command: the private server when one is asked for,
 /// the connection, and the host's objects.
 class Session {
@@ -73,6 +89,15 @@ class Session {
     /// Opens the session's own connection again, for all who use it.
     /// @throws CannotConnect
     void Reconnect() const;
+    /// Opens again a connection that Connect() has opened.
+    /// @throws HostError
+    void Reopen(host::Connection& connection) const;
+
+    /// From now on, this hears of the connections of the session, and of sessions made from it.
+    /// @param watch  nullptr: nobody does
+    void Watch(std::shared_ptr<ConnectionWatch> watch) const { watch_ = std::move(watch); }
+    /// What a client program of the run must send first; may be empty.
+    std::string NamingForClient() const;
     /// "10.11.19-MariaDB on db1, port 3306"; without the port where it takes no network.
     std::string ServerText() const;
     /// The account as the server knows it, e.g. "root@localhost".
@@ -82,6 +107,8 @@ class Session {
 
   private:
     void Open();
+    void Opening() const;
+    void Opened(host::Connection& connection) const;
 
     const GlobalOptions& options_;
     std::unique_ptr<host::PrivateServer> server_;
@@ -89,6 +116,7 @@ class Session {
     std::shared_ptr<host::Connection> connection_;
     std::shared_ptr<Utility> own_;
     std::shared_ptr<host::MariaDbUtility> component_;
+    mutable std::shared_ptr<ConnectionWatch> watch_;
 };
 
 /// The component's folder: the one that is named, or the first of these that holds `resources`:
