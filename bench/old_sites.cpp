@@ -27,8 +27,11 @@ std::unique_ptr<host::PrivateServer> StartServer(const fs::path& folder,
                                                  const ServerSettings& settings) {
     setenv("TWUPDATE_FSYNC_MS", std::to_string(settings.fsyncMilliseconds).c_str(), 1);
     setenv("LD_PRELOAD", TWUPDATE_SLOW_FSYNC, 1);
+    // In memory the server would map its redo log and do without fsync.
+    std::vector<std::string> options{"--loose-skip-innodb-log-file-mmap"};
+    options.insert(options.end(), settings.options.begin(), settings.options.end());
     auto server = std::make_unique<host::PrivateServer>(
-        folder, host::PrivateServerOptions{.serverOptions = settings.options});
+        folder, host::PrivateServerOptions{.serverOptions = options});
     unsetenv("LD_PRELOAD");
     return server;
 }
