@@ -167,13 +167,16 @@ std::string InterruptionText(const Session& session, const ProgressMarks& marks,
         return "";
     }
     const RepairFinding& first = findings.front();
+    const bool isInOneDatabase =
+        std::all_of(findings.begin(), findings.end(),
+                    [&](const RepairFinding& found) { return found.database == first.database; });
     const std::string others =
         findings.size() == 1 ? "" : fmt::format(" (and {} more)", findings.size() - 1);
     return fmt::format(
         "{} was interrupted: {}{}\nhint: {}", first.step->name, first.Text(), others,
         first.CanBeApplied()
             ? fmt::format("run {} first, or repeat this command with --repair",
-                          RepairCommand(first.database))
+                          RepairCommand(isInOneDatabase ? first.database : "tw_tarnwick"))
             : "compare by hand, as the manual's page on recovery says, then repeat the command");
 }
 

@@ -200,9 +200,11 @@ TEST_F(JobsFaults, TheProgramIsKilledInStepsThatCannotSimplyRunAgain) {
     LetGo();
     const Outcome refused = Run({"upgrade", "--jobs", "4"});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.err, ContainsRegex("SiteContentStep_1_0007 was interrupted: "
-                                           "tw_7.chargegroup: 1 group of an unfinished "
-                                           "conversion.*\\(and 3 more\\); nothing was done"));
+    EXPECT_THAT(refused.err,
+                ContainsRegex("SiteContentStep_1_0007 was interrupted: "
+                              "tw_7.chargegroup: 1 group of an unfinished "
+                              "conversion.*\\(and 3 more\\); nothing was done\n"
+                              "twupdate: hint: run twupdate repair --apply first, or "));
     ExpectResumed(Upgrade());
 }
 
@@ -235,7 +237,9 @@ TEST_F(JobsFaults, TheServerIsKilled) {
 TEST_F(JobsFaults, SomebodyHoldsTheirTables) {
     HoldTables();
     const auto limited = Upgrade({"--ddl-timeout", "1"});
-    const Outcome outcome = Run(limited);
+    Program limitedRun(With(limited));
+    ASSERT_TRUE(WaitUntil([&] { return !limitedRun.Running(); }));
+    const Outcome outcome = limitedRun.Wait();
     EXPECT_EQ(outcome.status, 7) << outcome.err;
     for (const int site : {7, 8, 9, 10}) {
         EXPECT_THAT(outcome.err, ContainsRegex(fmt::format(
