@@ -391,7 +391,7 @@ TEST_F(Resume, TheMarksCostAtMostTwentyStatementsASite) {
         }
         Execute("UPDATE tw_tarnwick.installation SET version = 1.0264;");
         const long before = questions();
-        const Outcome outcome = Run({"--json", "upgrade"});
+        const Outcome outcome = Run({"--json", "upgrade", "--jobs", "1"});
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         return questions() - before - outcome.Json()["statements"].get<long>();
     };
