@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "cli/run/progress_marks.h"
+#include "cli/server/cluster.h"
 #include "cli/server/grants.h"
 #include "cli/server/queries.h"
 
@@ -193,6 +194,32 @@ void CheckPrivileges(host::Connection& connection, const std::vector<Walk>& walk
     const std::string account = AccountOf(connection);
     for (const auto& [database, lack] : missing) {
         Tell(database, lack, account, findings);
+    }
+}
+
+void CheckLeasePrivileges(host::Connection& connection, std::vector<CheckFinding>& findings) {
+    const auto grants = Grants::Of(connection);
+    if (!grants) {
+        return;
+    }
+    const std::string account = AccountOf(connection);
+    const std::string database = "twupdate";
+    const EffectivePrivileges effective(connection, *grants, database);
+    Missing missing{{}, "lease", ""};
+    for (const std::string_view privilege : {"SELECT", "INSERT", "UPDATE", "CREATE"}) {
+        if (!effective.Has(privilege, missing.table)) {
+            missing.privileges.push_back(privilege);
+        }
+    }
+    if (!missing.privileges.empty()) {
+        Tell(database, missing, account, findings);
+    }
+    const std::string system = "mysql";
+    if (IsClusterNode(connection) &&
+        !EffectivePrivileges(connection, *grants, system).Has("SELECT", "wsrep_cluster_members")) {
+        findings.push_back({system, "wsrep_cluster_members", "",
+                            "the account lacks the privilege SELECT",
+                            "GRANT SELECT ON mysql.wsrep_cluster_members TO " + account});
     }
 }
 

@@ -18,4 +18,7 @@ std::set<std::string> UnreadableDatabases(host::Connection& connection,
 void CheckPrivileges(host::Connection& connection, const std::vector<Walk>& walks,
                      bool recordsVersion, std::vector<CheckFinding>& findings);
 
+/// What the account lacks for a run lock that is a lease.
+void CheckLeasePrivileges(host::Connection& connection, std::vector<CheckFinding>& findings);
+
 }  // namespace twupdate::cli

@@ -109,6 +109,10 @@ void CheckStart(const Session& session, std::vector<CheckFinding>& findings) {
             {"", "", "",
              fmt::format("another run is in progress (connection {})", used->Get(0).ToText()),
              "wait for its end"});
+    } else if (const auto lease = FindLease(*session.GetConnection());
+               lease && !lease->holder.empty()) {
+        findings.push_back({"", "", "", "another run is in progress: " + lease->note,
+                            "wait for its end; if it has died, use --lock-wait"});
     }
 }
 
@@ -307,6 +311,9 @@ Checked CheckAll(const Session& session, const GlobalOptions& options, Console& 
     CheckWalks(server, stored, walks, sessions, console, findings);
     TellOfInterruptions(FindInterruptions(session, scope, stored), findings);
     CheckPrivileges(connection, walks, siteId && !scope.sites.empty(), findings);
+    if (RunLock::IsLease(connection, options)) {
+        CheckLeasePrivileges(connection, findings);
+    }
     CheckServer(server, walks, findings);
     CheckSpace(connection, walks, findings, checked.notes);
     CheckFiles(scope.installFolder, scope.sites, findings);

@@ -193,6 +193,9 @@ std::shared_ptr<Lease> Lease::Take(const Session& session, LeaseTerms terms,
                         standby.Seen().seconds),
             kLocked);
     }
+    if (session.GetConnection()->IsLost()) {
+        session.Reconnect();  // its node may have died while this run waited
+    }
     std::shared_ptr<Lease> lease(new Lease(connection, terms, wanted.holder));
     lease->Opened(*connection);
     lease->Opened(*session.GetConnection());

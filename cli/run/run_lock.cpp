@@ -64,17 +64,20 @@ RunLock::RunLock(const Session& session, const GlobalOptions& options, const std
     if (options.noLock) {
         return;
     }
-    const bool isCluster = IsClusterNode(*session.GetConnection());
-    if (isCluster || options.leaseSeconds) {
+    if (IsLease(*session.GetConnection(), options)) {
         lease_ = Lease::Take(
             session,
             {std::chrono::seconds(options.leaseSeconds.value_or(LeaseTerms::kDefaultSeconds))},
             note_, std::chrono::seconds(options.lockWaitSeconds), console);
         session.Watch(lease_);
     }
-    if (!isCluster) {  // where it would hold on one node only
+    if (!IsClusterNode(*session.GetConnection())) {  // where it would hold on one node only
         TakeOfServer(options, console);
     }
+}
+
+bool RunLock::IsLease(host::Connection& connection, const GlobalOptions& options) {
+    return !options.noLock && (options.leaseSeconds || IsClusterNode(connection));
 }
 
 RunLock::~RunLock() {

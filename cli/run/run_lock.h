@@ -27,6 +27,9 @@ class RunLock {
     RunLock(const RunLock&) = delete;
     RunLock& operator=(const RunLock&) = delete;
 
+    /// Whether the lock of a run with these options is a lease.
+    static bool IsLease(host::Connection& connection, const GlobalOptions& options);
+
     /// To be called before each statement: ends the run when its lease was not renewed in time.
     /// Costs nothing without one.
     /// @throws LockLost

@@ -100,6 +100,10 @@ class ClusterRun : public InstallationTest {
     std::string Holder(unsigned node) const {
         return CellOf(node, "SELECT holder FROM twupdate.lease WHERE id = 1;");
     }
+    /// How often those who wait have looked.
+    int Looks() const {
+        return std::stoi(CellOf(2, "SELECT counter FROM twupdate.lease WHERE id = 2;"));
+    }
     bool IsHeldBy(unsigned node, const Program& program) const {
         try {
             return CellOf(node, "SELECT note FROM twupdate.lease WHERE id = 1;")
@@ -145,7 +149,7 @@ TEST_F(ClusterRun, KeepsOutASecondRunAtAnotherNode) {
 }
 
 TEST_F(ClusterRun, StandsByAtAnotherNode) {
-    BeginWithSites(60);
+    BeginWithSites(100);
     Program first(Upgrade({0}, {"--lease", "6"}));
     ASSERT_TRUE(WaitForSites(1));
     first.Signal(SIGSTOP);
@@ -159,12 +163,15 @@ TEST_F(ClusterRun, StandsByAtAnotherNode) {
     const Outcome stopped = first.Wait();
     EXPECT_EQ(stopped.status, 1);
     EXPECT_THAT(stopped.err, HasSubstr("the run has lost its lock: it could not be renewed for "));
-    // The whole machine of the second one dies, and a node with it.
+    // The whole machine of the second one dies, and a node with it, to which the third one talks.
+    const int looks = Looks();
+    Program standby(Upgrade({1, 2}, {"--lease", "6", "--lock-wait", "100"}));
+    ASSERT_TRUE(WaitUntil([&] { return Looks() > looks; }));
     second.Signal(SIGKILL);
     second.Wait();
     EXPECT_NE(OldSites(2), "0");
     cluster_->Node(1).Kill();
-    const Outcome third = RunProgram(Upgrade({2}, {"--lease", "6", "--lock-wait", "100"}));
+    const Outcome third = standby.Wait();
     EXPECT_EQ(third.status, 0) << third.err;
     EXPECT_THAT(third.err, HasSubstr("the other run has shown no sign for 6"));
     EXPECT_TRUE(WaitUntil([&] { return Holder(0).empty(); }));

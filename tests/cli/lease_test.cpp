@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -20,6 +21,7 @@ namespace {
 using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
+using testing::Not;
 using namespace std::chrono_literals;
 
 // --- when it may be taken -----------------------------------------------------------------------
@@ -302,6 +304,47 @@ TEST_F(Lease, ConnectionsOfAnotherAccountAreNotTakenForGone) {
     EXPECT_THAT(second.err, HasSubstr("the lock cannot be taken over yet: its connections are of "
                                       "the account root, this one's are of narrow"));
     EXPECT_TRUE(IsHeldBy(first));
+}
+
+TEST_F(Lease, CheckSaysWhatItNeedsAndWhoHasIt) {
+    MakeNearlyCurrentInstallation();
+    Execute("CREATE OR REPLACE USER 'narrow'@'localhost';");
+    Execute("GRANT ALL ON `tw\\_%`.* TO 'narrow'@'localhost';");
+    auto words = With({"--lease", "60", "check"});
+    std::replace(words.begin(), words.end(), std::string("root"), std::string("narrow"));
+    EXPECT_THAT(RunProgram(words).out,
+                HasSubstr("GRANT SELECT, INSERT, UPDATE, CREATE ON `twupdate`.* TO "
+                          "'narrow'@'localhost'"));
+    words.erase(words.begin() +
+                    std::distance(words.begin(), std::find(words.begin(), words.end(), "--lease")),
+                std::find(words.begin(), words.end(), "check"));
+    EXPECT_THAT(RunProgram(words).out, Not(HasSubstr("`twupdate`")));
+    EXPECT_EQ(RunProgram(With({"--lease", "60", "upgrade"})).status, 0);
+    Execute(
+        "UPDATE twupdate.lease SET holder = 'other', note = 'upgrade, process 5 on web1' "
+        "WHERE id = 1;");
+    EXPECT_THAT(Run({"check"}).out,
+                HasSubstr("another run is in progress: upgrade, process 5 on web1"));
+}
+
+TEST_F(Lease, TheClientsOfARestoreEnterThemselvesFirst) {
+    MakeSmallSites({7});
+    const std::string backup = (folder_ / "backup").string();
+    ASSERT_EQ(Run({"--backup", backup, "upgrade"}).status, 0);
+    const auto dumps = std::filesystem::directory_iterator(backup)->path().string();
+    const GlobalSetting toTable("log_output", "'TABLE'");
+    const GlobalSetting log("general_log", "ON");
+    Execute("TRUNCATE TABLE mysql.general_log;");
+    const Outcome restored = Run({"--lease", "60", "restore", dumps, "--apply"});
+    ASSERT_EQ(restored.status, 0) << restored.err;
+    const std::string loads =
+        "SELECT COUNT(DISTINCT thread_id) FROM mysql.general_log l WHERE command_type = 'Init DB' "
+        "AND argument LIKE 'tw\\_%'";
+    EXPECT_EQ(Cell(loads + ";"), "2");  // the central database and the site
+    EXPECT_EQ(Cell(loads + " AND NOT EXISTS(SELECT 1 FROM mysql.general_log n WHERE n.thread_id = "
+                           "l.thread_id AND n.event_time <= l.event_time AND n.argument LIKE "
+                           "'UPDATE twupdate.lease SET%connections = CONCAT%');"),
+              "0");
 }
 
 }  // namespace
