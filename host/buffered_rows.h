@@ -1,14 +1,39 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "sql_tokens.h"
 #include "twupdate/host.h"
+#include "twupdate_host/catalogue.h"
 #include "twupdate_host/connection.h"
 
 namespace twupdate::host {
+
+/// The rows of a result in memory.
+class RowsInMemory : public Rows {
+  public:
+    explicit RowsInMemory(ResultSet result) : result_(std::move(result)) {}
+    std::size_t ColumnCount() const override { return result_.columns.size(); }
+    std::optional<std::size_t> Find(std::string_view column) const override {
+        const auto found =
+            std::find_if(result_.columns.begin(), result_.columns.end(),
+                         [&](const std::string& name) { return EqualNames(name, column); });
+        return found == result_.columns.end()
+                   ? std::nullopt
+                   : std::optional(static_cast<std::size_t>(found - result_.columns.begin()));
+    }
+    bool Next() override { return next_++ < result_.rows.size(); }
+    Value Get(std::size_t column) const override { return result_.rows.at(next_ - 1).at(column); }
+
+  private:
+    ResultSet result_;
+    std::size_t next_ = 0;
+};
 
 /// The rows of one statement with a cursor; the base of both kinds of result.
 class Cursor {

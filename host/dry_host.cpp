@@ -20,27 +20,6 @@ namespace fs = std::filesystem;
 constexpr std::size_t kMostRows = 5000;
 constexpr std::size_t kMostLongRows = 20;
 
-/// The rows of a result in memory.
-class RowsInMemory : public Rows {
-  public:
-    explicit RowsInMemory(ResultSet result) : result_(std::move(result)) {}
-    std::size_t ColumnCount() const override { return result_.columns.size(); }
-    std::optional<std::size_t> Find(std::string_view column) const override {
-        const auto found =
-            std::find_if(result_.columns.begin(), result_.columns.end(),
-                         [&](const std::string& name) { return EqualNames(name, column); });
-        return found == result_.columns.end()
-                   ? std::nullopt
-                   : std::optional(static_cast<std::size_t>(found - result_.columns.begin()));
-    }
-    bool Next() override { return next_++ < result_.rows.size(); }
-    Value Get(std::size_t column) const override { return result_.rows.at(next_ - 1).at(column); }
-
-  private:
-    ResultSet result_;
-    std::size_t next_ = 0;
-};
-
 /// A statement with a LIMIT of its own keeps it.
 std::string Limited(const std::string& sql, std::size_t rows) {
     int depth = 0;

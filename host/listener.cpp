@@ -16,6 +16,8 @@ std::string_view OperationText(Operation operation) {
             return "service";
         case Operation::kRefresh:
             return "refresh";
+        case Operation::kBatch:
+            return "batch";
     }
     return "";
 }

@@ -19,9 +19,10 @@ enum class Operation : std::uint8_t {
     kCommand,  ///< a parameterised statement, run either way
     kService,  ///< a component service
     kRefresh,  ///< the application's refresh
+    kBatch,    ///< what had waited; see BatchingUtility
 };
 
-/// "query", "reader", "execute", "command", "service" or "refresh".
+/// "query", "reader", "execute", "command", "service", "refresh" or "batch".
 std::string_view OperationText(Operation operation);
 
 /// One call that goes out: a statement to the server or a service of the platform. Everything in
