@@ -103,10 +103,11 @@ std::shared_ptr<Events> ReportFile(const std::filesystem::path& file, Console& c
 }
 
 /// What shows a run while it goes on, and what is kept of it.
-void AddRecords(RunWatch& watch, const GlobalOptions& options,
+/// @param batches  whether statements are batched
+void AddRecords(RunWatch& watch, const GlobalOptions& options, bool batches,
                 const std::shared_ptr<Progress>& progress, Console& console) {
     if (!options.trace.empty()) {
-        watch.AddSharedSink(std::make_shared<Trace>(options.trace, console));
+        watch.AddSharedSink(std::make_shared<Trace>(options.trace, batches, console));
     }
     if (!options.events.empty()) {
         watch.AddSharedSink(std::make_shared<Events>(options.events, console));
@@ -411,7 +412,7 @@ void RecordNothingToDo(const Session& session, const GlobalOptions& options, Con
                        RunStart start) {
     RunWatch watch;
     const auto nobodyWaits = [](const Position&) { return std::optional<LockWait>(); };
-    AddRecords(watch, options, std::make_shared<Progress>(console, nobodyWaits), console);
+    AddRecords(watch, options, false, std::make_shared<Progress>(console, nobodyWaits), console);
     watch.Start(WithServer(std::move(start), session, options));
     watch.End();
 }
@@ -436,13 +437,14 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     for (auto& sink : sinksOf(session, run.marks)) {
         watch->AddSink(std::move(sink));
     }
-    AddRecords(*watch, options, progress, console);
+    AddRecords(*watch, options, run.jobs.batches, progress, console);
     if (care) {
         watch->SetPause([&](const Position& where) {
             care->Pause(where, backup ? backup->DumpsUnderWay() : 0);
         });
     }
-    const auto host = session.ForComponent(watch, watch);
+    const auto host =
+        session.ForComponent(watch, watch, run.jobs.batches ? watch->ForBatchedCalls() : nullptr);
     Retries retries(run.retries, *watch, run.lock);
     std::optional<Jobs> jobs;
     if (run.jobs.AreWanted() || run.isOfTheseSitesAlone) {
@@ -459,7 +461,7 @@ int CarryOut(Session& session, const GlobalOptions& options, Console& console, c
     }
     const auto operation = [&] {
         if (run.operation) {
-            run.operation(update, *host);
+            session.Run([&] { run.operation(update, *host); });
         } else {
             UpgradeSites(run, *jobs, session);
         }

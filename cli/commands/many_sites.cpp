@@ -135,6 +135,7 @@ JobOptions ManySites::Jobs(std::size_t sites) const {
     JobOptions options;
     options.isAuto = jobs.IsAuto() && sites > 1;
     options.number = jobs.IsAuto() ? 1 : jobs.Number();
+    options.batches = batch;
     if (!maxFailures.empty()) {
         options.mostFailures = FailureLimitOf(maxFailures)->Of(sites);
     } else if (keepGoing) {
@@ -164,6 +165,9 @@ CareOptions ManySites::Care() const {
 void AddManySitesOptions(CLI::App& command, ManySites& many) {
     AddJobsOption(command, many.jobs,
                   "Upgrade this many sites at a time; auto: as many as the server gains from");
+    command.add_flag("--batch", many.batch,
+                     "Wait less for the server's disk: join changes of a table, and write rows in "
+                     "transactions");
     command.add_flag("--keep-going", many.keepGoing,
                      "Upgrade the other sites too if one fails; exit status 6 names those");
     command
@@ -196,6 +200,15 @@ void AddManySitesOptions(CLI::App& command, ManySites& many) {
         ->type_name("SECONDS")
         ->transform(Decimal())
         ->check(CLI::Range(0, 31536000));
+}
+
+void RequireLockForBatch(const ManySites& many, const GlobalOptions& options) {
+    if (many.batch && options.noLock) {
+        throw CommandError(
+            "--batch keeps the layouts of sites in memory, so no other run may change them; "
+            "nothing was done\nhint: omit --no-lock or --batch",
+            kUsageError);
+    }
 }
 
 void RefuseTwins(std::vector<std::int32_t> siteIds) {

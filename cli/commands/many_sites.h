@@ -27,6 +27,7 @@ namespace twupdate::cli {
 struct ManySites {
     JobsOption jobs{"auto"};
     bool keepGoing = false;
+    bool batch = false;       ///< see host::BatchingUtility
     std::string maxFailures;  ///< empty: any number with --keep-going, else none
     unsigned reconnectSeconds = 0;
     std::string maxLoad;  ///< may be empty
@@ -40,6 +41,10 @@ struct ManySites {
 };
 
 void AddManySitesOptions(CLI::App& command, ManySites& many);
+
+/// Refuses --batch without the run's lock.
+/// @throws CommandError (exit 2)
+void RequireLockForBatch(const ManySites& many, const GlobalOptions& options);
 
 /// @throws CLI::ValidationError when an id is there twice
 void RefuseTwins(std::vector<std::int32_t> siteIds);

@@ -574,7 +574,7 @@ int Rehearse(const GlobalOptions& options, Console& console, const RehearseArgum
             return lockWaits.Find(where.database, where.connection);
         })};
     if (!options.trace.empty()) {
-        sinks.push_back(std::make_shared<Trace>(options.trace, console));
+        sinks.push_back(std::make_shared<Trace>(options.trace, false, console));
     }
     if (!options.events.empty()) {
         sinks.push_back(std::make_shared<Events>(options.events, console));

@@ -138,6 +138,7 @@ std::string Beginning(double version, std::size_t sites, const UpgradeArguments&
 int Upgrade(const GlobalOptions& options, Console& console, const UpgradeArguments& arguments) {
     const CareOptions care = arguments.many.Care();
     const Leftovers leftovers = *arguments.leftovers;
+    RequireLockForBatch(arguments.many, options);
     InstallFolderWithData(options);  // a usage error is reported before anything is done
     Session session(options);
     const RunLock lock(session, options, arguments.Command(), console);

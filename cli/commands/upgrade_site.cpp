@@ -62,6 +62,7 @@ double StartingVersion(Installation& installation, const SiteArguments& argument
 
 int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArguments& arguments) {
     const CareOptions care = arguments.many.Care();
+    RequireLockForBatch(arguments.many, options);
     Session session(options);
     const RunLock lock(session, options, fmt::format("upgrade-site {}", arguments.siteId), console);
     Installation installation(session.Own());
@@ -107,6 +108,7 @@ int UpgradeSite(const GlobalOptions& options, Console& console, const SiteArgume
         SetResumeVersions(*run.marks, run.start.sites, console);
     };
     run.care = care;
+    run.jobs.batches = arguments.many.batch;
     run.retries = arguments.many.Retries(options);
     run.result["site"] = arguments.siteId;
     run.result["from"] = VersionText(version);
@@ -145,6 +147,7 @@ double LowestVersion(const std::vector<SiteRow>& sites) {
 
 int UpgradeSites(const GlobalOptions& options, Console& console, const SiteArguments& arguments) {
     const CareOptions care = arguments.many.Care();
+    RequireLockForBatch(arguments.many, options);
     Session session(options);
     const RunLock lock(session, options,
                        arguments.allOld ? "upgrade-site --all-old"

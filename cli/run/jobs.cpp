@@ -39,7 +39,8 @@ class Jobs::Job {
         for (auto& sink : jobs.makeSinks_(session_, marks_)) {
             watch_->AddSink(std::move(sink));
         }
-        host_ = session_.ForComponent(watch_, watch_);
+        host_ = session_.ForComponent(watch_, watch_,
+                                      jobs.options_.batches ? watch_->ForBatchedCalls() : nullptr);
         watch_->SetAfterLadders([this](std::int32_t siteId) { RecordVersion(*host_, siteId); });
         update_.Configure(host_);
     }
@@ -56,8 +57,10 @@ class Jobs::Job {
             if (again) {
                 marks_->ReadAgain(database);
             }
-            update_.UpdateSite(static_cast<std::int32_t>(siteId),
-                               marks_->ResumeVersion(database, *site->version));
+            session_.Run([&] {
+                update_.UpdateSite(static_cast<std::int32_t>(siteId),
+                                   marks_->ResumeVersion(database, *site->version));
+            });
         }
     }
 

@@ -30,6 +30,8 @@ struct JobOptions {
     unsigned number = 1;  ///< of the jobs, unless that is found out
     /// How many sites may fail while others are still begun.
     std::size_t mostFailures = 0;
+    /// Statements are batched, also in the component's own walk; see host::BatchingUtility.
+    bool batches = false;
 
     /// Otherwise the component's own walk upgrades the sites.
     bool AreWanted() const { return isAuto || number > 1 || mostFailures > 0; }

@@ -43,6 +43,12 @@ struct Call {
     std::chrono::nanoseconds duration{0};
 };
 
+/// A statement that went to the server.
+struct SentStatement {
+    std::string sql;
+    std::chrono::nanoseconds duration{0};
+};
+
 /// What a run has done so far.
 struct Counts {
     std::uint64_t databases = 0;  ///< of which all ladders have ended
@@ -122,6 +128,10 @@ class RunSink {
     virtual void DatabaseEnded(const DatabaseDone& /*done*/, const Counts& /*counts*/) {}
     virtual void CallStarting(const Position& /*where*/) {}
     virtual void CallEnded(const Position& /*where*/, const Call& /*call*/) {}
+    /// Where statements are batched, CallEnded() tells of those that go to the server, and this of
+    /// the component's calls with what was sent meanwhile.
+    virtual void BatchedCallEnded(const Position& /*where*/, const Call& /*call*/,
+                                  const std::vector<SentStatement>& /*sent*/) {}
     /// An error has ended the upgrade of a site; the run goes on or fails thereafter.
     virtual void SiteFailed(const RunFailure& /*failure*/, const Counts& /*counts*/) {}
     /// A site, or the run, goes on after a pause on a new connection, from what it has completed.

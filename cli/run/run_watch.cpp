@@ -7,6 +7,7 @@
 #include "cli/run/stop_request.h"
 #include "cli/terminal/text.h"
 #include "twupdate/error.h"
+#include "twupdate_host/batching_utility.h"
 
 namespace twupdate::cli {
 namespace {
@@ -15,6 +16,21 @@ constexpr const char* kCentralDatabase = "tw_tarnwick";
 
 std::string SiteDatabaseName(std::int32_t siteId) {
     return "tw_" + std::to_string(siteId);
+}
+
+/// A call as the sinks hear of it.
+Call CallOf(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
+            const HostError* error) {
+    Call call;
+    call.operation = event.operation;
+    call.sql = event.sql;
+    call.params = event.params;
+    call.service = event.service;
+    call.siteId = event.siteId;
+    call.componentId = event.componentId;
+    call.duration = elapsed;
+    call.failed = error != nullptr;
+    return call;
 }
 
 }  // namespace
@@ -43,9 +59,35 @@ RunFailure FailureOf(const std::exception& error, const Position& where) {
         failure.code = hostError->Code();
         failure.sqlState = hostError->SqlState();
     }
+    if (const auto* late = dynamic_cast<const host::LateError*>(&error)) {
+        failure.where.step = late->Step();
+        failure.where.ladder = late->Step() ? std::optional(late->Step()->ladder) : std::nullopt;
+    }
     failure.stopped = dynamic_cast<const StopRequested*>(&error) != nullptr;
     return failure;
 }
+
+/// The component's calls, where statements are batched.
+class RunWatch::BatchedCalls : public host::StatementListener {
+  public:
+    explicit BatchedCalls(RunWatch& watch) : watch_(watch) {}
+
+    void Before(const host::StatementEvent& event) override {
+        watch_.sent_.clear();
+        if (event.operation != host::Operation::kBatch) {
+            watch_.EndIfStopped();
+        }
+    }
+    void After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
+               const HostError* error) override {
+        watch_.TellSinks([&](RunSink& sink) {
+            sink.BatchedCallEnded(watch_.where_, CallOf(event, elapsed, error), watch_.sent_);
+        });
+    }
+
+  private:
+    RunWatch& watch_;
+};
 
 RunWatch::RunWatch() : run_(std::make_shared<Run>()) {}
 
@@ -129,26 +171,31 @@ void RunWatch::Leave() {
     where_.step.reset();
 }
 
-void RunWatch::Before(const host::StatementEvent& /*event*/) {
+std::shared_ptr<host::StatementListener> RunWatch::ForBatchedCalls() {
+    batches_ = true;
+    return std::make_shared<BatchedCalls>(*this);
+}
+
+void RunWatch::EndIfStopped() const {
     // A step that cannot simply run again is not stopped inside: the same command then resumes.
     if (StopSignals::Requested() && (!where_.step || where_.step->repeatable)) {
         throw StopRequested();
+    }
+}
+
+void RunWatch::Before(const host::StatementEvent& /*event*/) {
+    if (!batches_) {
+        EndIfStopped();
     }
     TellSinks([&](RunSink& sink) { sink.CallStarting(where_); });
 }
 
 void RunWatch::After(const host::StatementEvent& event, std::chrono::nanoseconds elapsed,
                      const HostError* error) {
-    Call call;
-    call.operation = event.operation;
-    call.sql = event.sql;
-    call.params = event.params;
-    call.service = event.service;
-    call.siteId = event.siteId;
-    call.componentId = event.componentId;
-    call.duration = elapsed;
-    call.failed = error != nullptr;
-    CallEnded(call);
+    CallEnded(CallOf(event, elapsed, error));
+    if (batches_ && !event.sql.empty()) {
+        sent_.push_back({std::string(event.sql), elapsed});
+    }
 }
 
 void RunWatch::CallEnded(const Call& call) {

@@ -40,6 +40,10 @@ class RunWatch final : public Observer, public host::StatementListener {
     /// What is done when the ladders of a site have ended and it is not yet told as done.
     void SetAfterLadders(std::function<void(std::int32_t siteId)> afterLadders);
 
+    /// For a host that batches statements: hears of the component's calls, while this watch itself
+    /// hears of what goes to the server. A stop is then before a call. Must not outlive the watch.
+    std::shared_ptr<host::StatementListener> ForBatchedCalls();
+
     const Position& Where() const { return where_; }
     Counts Done() const;
     /// Once the jobs have ended.
@@ -78,6 +82,8 @@ class RunWatch final : public Observer, public host::StatementListener {
                     const std::filesystem::path& destination) override;
 
   private:
+    class BatchedCalls;
+
     /// What the watches of a run share.
     struct Run {
         std::mutex mutex;  ///< guards what follows
@@ -87,6 +93,7 @@ class RunWatch final : public Observer, public host::StatementListener {
         Clock::time_point started = Clock::now();
     };
 
+    void EndIfStopped() const;
     void CallEnded(const Call& call);
     void DatabaseStarting(const std::string& database, double version);
     void DatabaseEnded();
@@ -114,6 +121,9 @@ class RunWatch final : public Observer, public host::StatementListener {
     Clock::time_point databaseStarted_;
     Clock::time_point stepStarted_;
     std::uint64_t stepStatements_ = 0;
+    bool batches_ = false;
+    std::vector<SentStatement>
+        sent_;  ///< in the component's call; only where statements are batched
 };
 
 }  // namespace twupdate::cli

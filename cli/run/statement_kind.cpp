@@ -9,7 +9,8 @@ StatementKind KindOf(std::string_view sql) {
             return StatementKind::kTableChange;
         }
     }
-    for (const std::string_view write : {"INSERT", "UPDATE", "DELETE", "REPLACE"}) {
+    for (const std::string_view write :
+         {"INSERT", "UPDATE", "DELETE", "REPLACE", "START", "COMMIT;"}) {
         if (word == write) {
             return StatementKind::kWrite;
         }

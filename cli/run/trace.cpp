@@ -7,6 +7,13 @@
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
+namespace {
+
+double Milliseconds(std::chrono::nanoseconds duration) {
+    return std::round(std::chrono::duration<double, std::milli>(duration).count() * 1000) / 1000;
+}
+
+}  // namespace
 
 nlohmann::ordered_json JsonOf(const Value& value) {
     struct Convert {
@@ -19,6 +26,23 @@ nlohmann::ordered_json JsonOf(const Value& value) {
 }
 
 void Trace::CallEnded(const Position& where, const Call& call) {
+    if (!batches_ || !call.operation) {
+        lines_.Write(LineOf(where, call));
+    }
+}
+
+void Trace::BatchedCallEnded(const Position& where, const Call& call,
+                             const std::vector<SentStatement>& sent) {
+    nlohmann::ordered_json line = LineOf(where, call);
+    auto& list = line["sent"] = nlohmann::ordered_json::array();
+    for (const SentStatement& statement : sent) {
+        list.push_back(
+            {{"sql", WithoutPasswords(statement.sql)}, {"ms", Milliseconds(statement.duration)}});
+    }
+    lines_.Write(line);
+}
+
+nlohmann::ordered_json Trace::LineOf(const Position& where, const Call& call) {
     nlohmann::ordered_json line;
     line["seq"] = ++seq_;
     line["op"] = call.operation ? host::OperationText(*call.operation) : "copy";
@@ -51,9 +75,8 @@ void Trace::CallEnded(const Position& where, const Call& call) {
         line["source"] = call.source;
         line["destination"] = call.destination;
     }
-    line["ms"] =
-        std::round(std::chrono::duration<double, std::milli>(call.duration).count() * 1000) / 1000;
-    lines_.Write(line);
+    line["ms"] = Milliseconds(call.duration);
+    return line;
 }
 
 }  // namespace twupdate::cli

@@ -11,16 +11,24 @@ namespace twupdate::cli {
 /// A parameter of a command, as JSON.
 nlohmann::ordered_json JsonOf(const Value& value);
 
-/// --trace: one line for each call that the component makes. It holds stored data, so only the
+/// --trace: one line for each call that the component makes; where statements are batched, with
+/// what went to the server meanwhile. It holds stored data, so only the
 /// owner may read the file.
 class Trace final : public RunSink {
   public:
-    Trace(const std::filesystem::path& file, Console& console)
-        : lines_(file, JsonLines::Readers::kOwner, JsonLines::Existing::kReplaced, console) {}
+    /// @param batches  whether statements are batched
+    Trace(const std::filesystem::path& file, bool batches, Console& console)
+        : lines_(file, JsonLines::Readers::kOwner, JsonLines::Existing::kReplaced, console),
+          batches_(batches) {}
     void CallEnded(const Position& where, const Call& call) override;
+    void BatchedCallEnded(const Position& where, const Call& call,
+                          const std::vector<SentStatement>& sent) override;
 
   private:
+    nlohmann::ordered_json LineOf(const Position& where, const Call& call);
+
     JsonLines lines_;
+    const bool batches_;
     std::uint64_t seq_ = 0;
 };
 

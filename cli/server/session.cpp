@@ -130,8 +130,9 @@ std::string Session::Account() const {
     return FirstCell(*connection_, "SELECT CURRENT_USER();").value_or("");
 }
 
-std::shared_ptr<Utility> Session::ForComponent(std::shared_ptr<Observer> observer,
-                                               std::shared_ptr<host::StatementListener> listener) {
+std::shared_ptr<Utility> Session::ForComponent(
+    std::shared_ptr<Observer> observer, std::shared_ptr<host::StatementListener> listener,
+    std::shared_ptr<host::StatementListener> batchedCalls) {
     host::MariaDbUtilityOptions options;
     options.installFolder = InstallFolder(options_);
     options.localHostName = options_.localHostName;
@@ -140,7 +141,26 @@ std::shared_ptr<Utility> Session::ForComponent(std::shared_ptr<Observer> observe
     options.services.serviceCommand = options_.serviceCommand;
     options.services.servicesLog = WithFolders(options_.servicesLog);
     component_ = std::make_shared<host::MariaDbUtility>(connection_, options);
-    return component_;
+    if (!batchedCalls) {
+        return component_;
+    }
+    batching_ = std::make_shared<host::BatchingUtility>(
+        component_,
+        host::BatchingOptions{.readLayout =
+                                  [connection = connection_](const std::string& database) {
+                                      return host::ReadCatalogue(*connection, {database});
+                                  },
+                              .servicesChangeLayout = component_->GetServices()->HasCommand(),
+                              .listener = std::move(batchedCalls)});
+    return batching_;
+}
+
+void Session::Run(const std::function<void()>& operation) const {
+    if (batching_) {
+        batching_->Run(operation);
+    } else {
+        operation();
+    }
 }
 
 ServiceCounts Session::Services() const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@
 #include "cli/terminal/console.h"
 #include "cli/terminal/failure.h"
 #include "twupdate/host.h"
+#include "twupdate_host/batching_utility.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/mariadb_utility.h"
 #include "twupdate_host/private_server.h"
@@ -77,8 +79,15 @@ class Session {
     std::shared_ptr<Utility> Own() const { return own_; }
 
     /// For the component: the observer hears of its run, the listener of every call.
-    std::shared_ptr<Utility> ForComponent(std::shared_ptr<Observer> observer,
-                                          std::shared_ptr<host::StatementListener> listener);
+    /// @param batchedCalls  given one, statements are batched: it hears of the component's calls,
+    ///                      and the listener of what goes to the server
+    std::shared_ptr<Utility> ForComponent(
+        std::shared_ptr<Observer> observer, std::shared_ptr<host::StatementListener> listener,
+        std::shared_ptr<host::StatementListener> batchedCalls = nullptr);
+
+    /// Runs an operation of the component on that host; what was batched is on the server when it
+    /// has ended, with an error too.
+    void Run(const std::function<void()>& operation) const;
 
     /// Of the component's host.
     ServiceCounts Services() const;
@@ -116,6 +125,7 @@ class Session {
     std::shared_ptr<host::Connection> connection_;
     std::shared_ptr<Utility> own_;
     std::shared_ptr<host::MariaDbUtility> component_;
+    std::shared_ptr<host::BatchingUtility> batching_;  ///< in front of it; may be null
     mutable std::shared_ptr<ConnectionWatch> watch_;
 };
 
