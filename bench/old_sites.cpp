@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include "cli/run/resume.h"
 #include "twupdate/update.h"
@@ -26,6 +27,11 @@ DiskFolder::~DiskFolder() {
 std::unique_ptr<host::PrivateServer> StartServer(const fs::path& folder,
                                                  const ServerSettings& settings) {
     setenv("TWUPDATE_FSYNC_MS", std::to_string(settings.fsyncMilliseconds).c_str(), 1);
+    if (settings.fsyncCount.empty()) {
+        unsetenv("TWUPDATE_FSYNC_COUNT");
+    } else {
+        setenv("TWUPDATE_FSYNC_COUNT", settings.fsyncCount.c_str(), 1);
+    }
     setenv("LD_PRELOAD", TWUPDATE_SLOW_FSYNC, 1);
     // In memory the server would map its redo log and do without fsync.
     std::vector<std::string> options{"--loose-skip-innodb-log-file-mmap"};
@@ -55,10 +61,7 @@ void OldSites::Make(std::int32_t sites) {
     sample::WriteFiles(options_, plans_);
     server_ =
         std::make_unique<host::PrivateServer>(data_, host::PrivateServerOptions{.fast = true});
-    const auto host = std::make_shared<host::MariaDbUtility>(
-        host::Connection::Open(server_->ConnectOptions()), host::MariaDbUtilityOptions{
-                                                               .installFolder = InstallFolder(),
-                                                           });
+    const auto host = MakeHost(Connect());
     sample::MakeCentral(host, options_, plans_);
     for (const sample::SitePlan& plan : plans_) {
         sample::MakeSite(host, options_, plan);
@@ -73,23 +76,35 @@ void OldSites::Restore(const ServerSettings& settings) {
     server_ = StartServer(data_, settings);
 }
 
-std::vector<std::vector<Statement>> OldSites::Record() {
+std::vector<std::vector<Statement>> OldSites::Record(const Work& work) {
     Restore();
     std::vector<std::vector<Statement>> recorded;
     for (const sample::SitePlan& plan : plans_) {
         const auto recorder = std::make_shared<Recorder>();
-        host::MariaDbUtilityOptions options;
-        options.installFolder = InstallFolder();
-        options.listener = recorder;
-        const auto host = std::make_shared<host::MariaDbUtility>(
-            host::Connection::Open(server_->ConnectOptions()), options);
-        Update update;
-        update.Configure(host);
-        update.UpdateSite(plan.siteId, plan.recordedVersion);
-        cli::RecordVersion(*host, plan.siteId);
+        work(plan.siteId, MakeHost(Connect(), recorder));
         recorded.push_back(recorder->statements);
     }
     return recorded;
+}
+
+void OldSites::Upgrade(std::int32_t siteId, const std::shared_ptr<Utility>& host) {
+    Update update;
+    update.Configure(host);
+    update.UpdateSite(siteId, 1.0);
+    cli::RecordVersion(*host, siteId);
+}
+
+std::shared_ptr<host::Connection> OldSites::Connect() const {
+    return host::Connection::Open(server_->ConnectOptions());
+}
+
+std::shared_ptr<Utility> OldSites::MakeHost(
+    std::shared_ptr<host::Connection> connection,
+    std::shared_ptr<host::StatementListener> listener) const {
+    host::MariaDbUtilityOptions options;
+    options.installFolder = InstallFolder();
+    options.listener = std::move(listener);
+    return std::make_shared<host::MariaDbUtility>(std::move(connection), options);
 }
 
 }  // namespace twupdate::bench

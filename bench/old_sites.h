@@ -2,12 +2,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "bench/replay.h"
 #include "sample/installation.h"
+#include "twupdate_host/connection.h"
+#include "twupdate_host/listener.h"
 #include "twupdate_host/private_server.h"
 
 namespace twupdate::bench {
@@ -30,6 +33,8 @@ class DiskFolder {
 struct ServerSettings {
     std::vector<std::string> options = {};  ///< of mariadbd, e.g. "--sync-binlog=1"
     int fsyncMilliseconds = 0;              ///< that each fsync takes longer
+    /// Its first eight bytes count the calls of fsync; empty: nobody counts.
+    std::filesystem::path fsyncCount = {};
 };
 
 /// Starts a careful private server in the folder.
@@ -45,11 +50,21 @@ class OldSites {
 
     /// Puts the data back as they were, and starts the server anew.
     void Restore(const ServerSettings& settings = {});
-    /// Upgrades all sites once. @returns the statements of each
-    std::vector<std::vector<Statement>> Record();
+    /// What is done with a site.
+    using Work = std::function<void(std::int32_t siteId, const std::shared_ptr<Utility>& host)>;
+    /// Does the work once with all sites, each with a host of its own. @returns the statements of
+    /// each
+    std::vector<std::vector<Statement>> Record(const Work& work = Upgrade);
+    /// Upgrades a site and records its version.
+    static void Upgrade(std::int32_t siteId, const std::shared_ptr<Utility>& host);
 
+    const std::vector<sample::SitePlan>& Plans() const { return plans_; }
     const host::PrivateServer& Server() const { return *server_; }
     std::filesystem::path InstallFolder() const { return options_.root / "update"; }
+    std::shared_ptr<host::Connection> Connect() const;
+    std::shared_ptr<Utility> MakeHost(
+        std::shared_ptr<host::Connection> connection,
+        std::shared_ptr<host::StatementListener> listener = nullptr) const;
 
   private:
     void Make(std::int32_t sites);
