@@ -245,7 +245,7 @@ void Lease::Require() const {
 void Lease::Opened(host::Connection& connection) {
     const std::string naming = NamingStatement(connection, holder_);
     if (AgainAfterDeadlock([&] { return connection.Execute(naming); }) != 1) {
-        Lose("another run has taken it over");
+        Lose("the run has lost its lock: another run has taken it over");
         Require();
     }
 }
@@ -269,7 +269,8 @@ void Lease::Renew() {
     }
     if (now - renewed >= terms_.GivenUpAfter()) {
         // Also when the program was stopped for so long: nothing more may reach the server.
-        Lose(fmt::format("it could not be renewed for {}", DurationText(now - renewed)));
+        Lose(fmt::format("the run has lost its lock: it could not be renewed for {}",
+                         DurationText(now - renewed)));
         return;
     }
     if (now - began < terms_.Renewed()) {
@@ -277,7 +278,7 @@ void Lease::Renew() {
     }
     try {
         if (!RenewNow()) {
-            Lose("another run has taken it over");
+            Lose("the run has lost its lock: another run has taken it over");
             return;
         }
         const std::lock_guard lock(mutex_);
@@ -300,7 +301,7 @@ bool Lease::RenewNow() {
 
 void Lease::Lose(const std::string& why) {
     const std::lock_guard lock(mutex_);
-    lost_ = "the run has lost its lock: " + why;
+    lost_ = why;
     changed_.notify_all();
 }
 

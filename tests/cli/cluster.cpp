@@ -99,7 +99,7 @@ std::vector<std::string> Cluster::Options(unsigned number, bool isFirst) const {
         fmt::format("--wsrep-sst-receive-address=127.0.0.1:{}", ports_[3 * number + 2]),
         // A dead node is found out after a second instead of five.
         fmt::format("--wsrep-provider-options=gmcast.listen_addr=tcp://127.0.0.1:{};ist.recv_addr="
-                    "127.0.0.1:{};gcache.size=64M;pc.recovery=no;gcs.fc_limit=2;gcs.fc_factor=0.5;"
+                    "127.0.0.1:{};gcache.size=64M;pc.recovery=no;"
                     "evs.suspect_timeout=PT1S;evs.inactive_timeout=PT3S;evs.install_timeout=PT3S;"
                     "evs.keepalive_period=PT0.2S;evs.inactive_check_period=PT0.2S;"
                     "evs.join_retrans_period=PT0.3S;gmcast.peer_timeout=PT1S",

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <set>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "cli/installation_fixture.h"
+#include "cli/run/lease_row.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -181,11 +183,16 @@ TEST_F(ClusterRun, StandsByAtAnotherNode) {
 
 TEST_F(ClusterRun, WaitsWhileANodeCannotKeepUpAndHasTwoJobsAtMost) {
     BeginWithSites(150);
-    Program run(Upgrade({0}, {}, {"--jobs", "auto"}));
-    ASSERT_TRUE(WaitForSites(1));
+    // A node waits for this lock before it goes on with the statements of the others.
     const auto slow = cluster_->Connect(2);
-    slow->Execute("FLUSH TABLES WITH READ LOCK;");
-    std::this_thread::sleep_for(3s);
+    slow->Execute("LOCK TABLES tw_100.formtemplateinstance READ;");
+    Program run(Upgrade({0}, {}, {"--jobs", "auto"}));
+    ASSERT_TRUE(WaitUntil([&] {
+        return CellOf(0,
+                      "SELECT variable_value FROM information_schema.global_status WHERE "
+                      "variable_name = 'wsrep_flow_control_active';") == "true";
+    }));
+    std::this_thread::sleep_for(2s);
     EXPECT_TRUE(run.Running());
     slow->Execute("UNLOCK TABLES;");
     const Outcome outcome = run.Wait();
@@ -203,6 +210,34 @@ TEST_F(ClusterRun, WaitsWhileANodeCannotKeepUpAndHasTwoJobsAtMost) {
     EXPECT_EQ(jobs, (std::set<int>{1, 2}));
     EXPECT_TRUE(WaitUntil([&] { return OldSites(2) == "0"; }));
     EXPECT_EQ(StateOf(0), StateOf(2));
+}
+
+TEST_F(ClusterRun, OfTwoNodesThatTakeTheLeaseAtTheSameTimeOneGetsIt) {
+    BeginWithSites(0);
+    const std::vector<std::shared_ptr<host::Connection>> connections{cluster_->Connect(0),
+                                                                     cluster_->Connect(1)};
+    cli::RequireLeaseTable(*connections[0]);
+    for (int round = 0; round < 30; ++round) {
+        ASSERT_TRUE(WaitUntil([&] {
+            return cli::FindLease(*connections[1]) && cli::ReadLease(*connections[1]).counter ==
+                                                          cli::ReadLease(*connections[0]).counter;
+        }));
+        const cli::LeaseRow free = cli::ReadLease(*connections[0]);
+        std::atomic<int> taken = 0;
+        const auto take = [&](std::size_t node) {
+            cli::LeaseRow wanted;
+            wanted.holder = fmt::format("node {}", node);
+            try {
+                taken += cli::TakeLease(*connections[node], free, wanted) ? 1 : 0;
+            } catch (const HostError& error) {
+                EXPECT_EQ(error.Code(), 1213U) << error.what();
+            }
+        };
+        std::thread other(take, 1);
+        take(0);
+        other.join();
+        EXPECT_EQ(taken, 1) << round;
+    }
 }
 
 }  // namespace

@@ -144,6 +144,10 @@ TEST_F(Lease, ARunThatWasStoppedSendsNothingMoreAfterAnotherHasTakenOver) {
     EXPECT_EQ(SiteVersion(7), kCurrentStored);
     EXPECT_EQ(SiteVersion(8), kCurrentStored);
 
+    ASSERT_TRUE(WaitUntil([] {  // the server hears of the second one's end a moment later
+        return Cell("SELECT COUNT(*) FROM information_schema.processlist WHERE user = 'root';") ==
+               "1";
+    }));
     const GlobalSetting toTable("log_output", "'TABLE'");
     const GlobalSetting log("general_log", "ON");
     Execute("TRUNCATE TABLE mysql.general_log;");
@@ -195,6 +199,25 @@ TEST_F(Lease, OfTwoWhoWaitOneTakesOver) {
     EXPECT_EQ(twoEnded.status, 0) << twoEnded.err;
     EXPECT_THAT(oneEnded.out + twoEnded.out, HasSubstr("already; nothing was done."));
     EXPECT_EQ(SiteVersion(7), kCurrentStored);
+}
+
+TEST_F(Lease, OnlyTheOneWhoHasSeenItsLastStateTakesIt) {
+    const auto one = Application();
+    cli::RequireLeaseTable(*one);
+    const cli::LeaseRow free = cli::ReadLease(*one);
+    cli::LeaseRow first;
+    first.holder = "first";
+    EXPECT_TRUE(cli::TakeLease(*one, free, first));
+    cli::LeaseRow second;
+    second.holder = "second";
+    EXPECT_FALSE(cli::TakeLease(*Application(), free, second)) << "another one was faster";
+    const cli::LeaseRow held = cli::ReadLease(*one);
+    EXPECT_TRUE(cli::RenewLease(*one, "first"));
+    EXPECT_FALSE(cli::TakeLease(*one, held, second)) << "the holder lives";
+    EXPECT_FALSE(cli::RenewLease(*one, "second"));
+    EXPECT_TRUE(cli::TakeLease(*one, cli::ReadLease(*one), second));
+    cli::FreeLease(*one, "first");
+    EXPECT_EQ(Holder(), "second");
 }
 
 TEST_F(Lease, TheEndOfARunFreesItAtOnce) {
