@@ -186,17 +186,23 @@ TEST_F(ClusterRun, WaitsWhileANodeCannotKeepUpAndHasTwoJobsAtMost) {
     // A node waits for this lock before it goes on with the statements of the others.
     const auto slow = cluster_->Connect(2);
     slow->Execute("LOCK TABLES tw_100.formtemplateinstance READ;");
-    Program run(Upgrade({0}, {}, {"--jobs", "auto"}));
+    Program run(Upgrade({0}, {"--lease", "6"}, {"--jobs", "auto"}));
     ASSERT_TRUE(WaitUntil([&] {
         return CellOf(0,
                       "SELECT variable_value FROM information_schema.global_status WHERE "
                       "variable_name = 'wsrep_flow_control_active';") == "true";
     }));
-    std::this_thread::sleep_for(2s);
+    // Longer than a lease, which nobody can renew meanwhile.
+    Program standby(Upgrade({1}, {"--lease", "6", "--lock-wait", "100"}));
+    std::this_thread::sleep_for(9s);
     EXPECT_TRUE(run.Running());
     slow->Execute("UNLOCK TABLES;");
     const Outcome outcome = run.Wait();
     EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const Outcome second = standby.Wait();
+    EXPECT_EQ(second.status, 0) << second.err;
+    EXPECT_THAT(second.out, HasSubstr("already; nothing was done."));
+    EXPECT_EQ(second.err, "");
     const auto waits = Events("waiting");
     ASSERT_FALSE(waits.empty());
     EXPECT_THAT(waits.front()["reason"].get<std::string>(),
