@@ -179,7 +179,7 @@ TEST_F(JobsFaults, ASecondCtrlC) {
     usleep(100000);
     EXPECT_TRUE(run.Running());
     run.Signal(SIGINT);
-    EXPECT_TRUE(WaitUntil([&] { return !run.Running(); }));
+    ASSERT_TRUE(WaitUntil([&] { return !run.Running(); }));
     EXPECT_EQ(run.Wait().status, 128 + SIGINT);
     ASSERT_TRUE(WaitUntil([] { return !SomebodyWaits(); }));
     ExpectResumed(Upgrade());
