@@ -282,7 +282,7 @@ TEST_F(Jobs, AreNoneForASingleSiteUnlessTheirNumberIsGiven) {
         std::vector<std::string> words{"--events", events.string(), "upgrade"};
         words.insert(words.end(), more.begin(), more.end());
         EXPECT_EQ(Run(words).status, 0);
-        const bool hasJobs = ContentOf(events).find("\"job\":1") != std::string::npos;
+        const bool hasJobs = ContentOf(events).find("\"job\":") != std::string::npos;
         EXPECT_EQ(hasJobs, !more.empty() && more.back() == "2") << testing::PrintToString(more);
         EXPECT_EQ(SiteVersion(7), kCurrentStored);
     }

@@ -370,7 +370,7 @@ TEST_F(Retries, EndTheRunWithOneLineWhenTheServerDoesNotComeBack) {
 TEST_F(Retries, AreMadeForSitesByTheirIdsToo) {
     MakeSitesInUse({7, 8});
     for (const std::vector<std::string>& sites : {std::vector<std::string>{"7"}, {"7", "8"}}) {
-        std::vector<std::string> words{"upgrade-site"};
+        std::vector<std::string> words{"upgrade-site", "--jobs", "1"};
         words.insert(words.end(), sites.begin(), sites.end());
         Program run(With(words));
         ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
