@@ -276,13 +276,16 @@ TEST_F(Batching, WhatWaitsGoesOutBeforeItsTableIsReadAndBeforeAnythingIsWritten)
 }
 
 TEST_F(Batching, WhatWaitsGoesOutBeforeAService) {
-    Add("a.p");
     Execute("UPDATE tw_7.b SET x = 1;");
+    Add("a.p");
     batching_->GetComponentHost()->ResetSiteComponent(7, 100);
+    Execute("UPDATE tw_7.b SET x = 1;");
+    batching_->GetComponentHost()->GetApplication()->Refresh();
     EXPECT_THAT(Sent(),
-                ElementsAre("execute ALTER TABLE tw_7.a ADD COLUMN p INT;",
-                            "execute START TRANSACTION;", "execute UPDATE tw_7.b SET x = 1;",
-                            "execute COMMIT;", "service ResetSiteComponent 7 100"));
+                ElementsAre("execute START TRANSACTION;", "execute UPDATE tw_7.b SET x = 1;",
+                            "execute COMMIT;", "execute ALTER TABLE tw_7.a ADD COLUMN p INT;",
+                            "service ResetSiteComponent 7 100", "execute START TRANSACTION;",
+                            "execute UPDATE tw_7.b SET x = 1;", "execute COMMIT;", "refresh"));
 }
 
 // --- steps
