@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <map>
 
-#include "cli/installation_fixture.h"
+#include "cli/shops_fixture.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -16,34 +16,11 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class Batch : public InstallationTest {
+class Batch : public ShopsTest {
   protected:
-    /// Shops with what a resumed run must not do twice.
     void MakeShops() {
-        for (const int siteId : kSites) {
-            Execute(fmt::format("DROP DATABASE IF EXISTS tw_{};", siteId));
-        }
-        Execute("DROP DATABASE IF EXISTS tw_tarnwick;");
-        Execute("DROP DATABASE IF EXISTS tw_logs;");
-        MakeCentralDatabase();
-        for (const int siteId : kSites) {
-            MakeSite(siteId, "1.0000", sample::AllGroups());
-            const std::string db = fmt::format("tw_{}.", siteId);
-            Execute("INSERT INTO " + db +
-                    "charge(chargeid, featureid, name, sequence) VALUES(1, 3, 'Post', 1), (2, 3, "
-                    "'Wrap', 2), (3, 3, 'Ins', 3);");
-            Execute("DELETE FROM " + db + "email;");
-            Execute("INSERT INTO " + db +
-                    "email(emailid, fromlist, subject) VALUES(1, 'a <a@a.example>', 's'), "
-                    "(2, 'b <b@b.example>', 's'), (3, 'c <c@c.example>', 's');");
-        }
-    }
-    static std::map<int, std::string> States() {
-        std::map<int, std::string> states;
-        for (const int siteId : kSites) {
-            states[siteId] = StateOf(fmt::format("tw_{}", siteId));
-        }
-        return states;
+        DropSites();
+        MakeSites();
     }
 
     /// The component's calls in a site, and what went to the server in a batched run.
@@ -70,14 +47,12 @@ class Batch : public InstallationTest {
         }
         return traced;
     }
-
-    static constexpr int kSites[] = {7, 8, 9, 10};
 };
 
 TEST_F(Batch, SitesEndAsWithoutItInTheWalkAndInJobs) {
     const auto trace = folder_ / "trace";
     MakeShops();
-    const Outcome plain = Run({"--json", "--trace", trace.string(), "upgrade"});
+    const Outcome plain = Run({"--json", "--trace", trace.string(), "upgrade", "--jobs", "1"});
     ASSERT_EQ(plain.status, 0) << plain.err;
     const auto states = States();
     const Traced expected = TraceOf(trace, "tw_7");

@@ -158,6 +158,7 @@ TEST_F(ClusterRun, StandsByAtAnotherNode) {
     // It ends the connections of the first one at their node.
     Program second(Upgrade({1}, {"--lease", "6", "--lock-wait", "100"}));
     ASSERT_TRUE(WaitUntil([&] { return IsHeldBy(1, second); }));
+    second.Signal(SIGSTOP);  // before it has done all sites
     EXPECT_EQ(
         CellOf(0, "SELECT COUNT(*) FROM information_schema.processlist WHERE user = 'upgrade';"),
         "0");

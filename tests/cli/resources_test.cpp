@@ -34,17 +34,19 @@ class Resources : public InstallationTest {
 
 TEST_F(Resources, WithoutFileDescriptorsARunEndsWithOneLine) {
     MakeSmallSites({7, 8, 9, 10, 11, 12, 13, 14});
-    EXPECT_THAT(RunWithLimit("nofile=4", {"upgrade"}).err,
-                StrEq("twupdate: cannot connect to the server: Can't create UNIX socket (24) "
-                      "(2001)\n"));
-    // Data files next, then the connections of the jobs, of which one is enough.
-    for (int files = 5; files <= 14; ++files) {
+    // First the connection lacks one, then the data files, then the connections of the jobs, of
+    // which one is enough. How many there are at the start depends on who starts the tests.
+    bool connectionLacksOne = false;
+    for (int files = 6; files <= 20; ++files) {
         const Outcome outcome =
             RunWithLimit("nofile=" + std::to_string(files), {"--quiet", "upgrade", "--jobs", "8"});
         EXPECT_THAT(outcome.status, AnyOf(0, 1)) << files;
         EXPECT_THAT(outcome.err, AnyOf("", MatchesRegex("twupdate: [^\n]*\n"))) << files;
         EXPECT_TRUE(outcome.status == 0 || !outcome.err.empty()) << files;
+        connectionLacksOne |= outcome.err.starts_with(
+            "twupdate: cannot connect to the server: Can't create UNIX socket (24) (2001)");
     }
+    EXPECT_TRUE(connectionLacksOne);
     EXPECT_EQ(Run({"upgrade"}).status, 0);
     EXPECT_EQ(CurrentSites(), "8");
 }
@@ -80,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(Jobs, RevokedPrivilege, testing::Values("1", "4"));
 TEST_P(RevokedPrivilege, EndsTheRunAndTheNextOneCompletesIt) {
     MakeSitesInUse({7});
     MakeSmallSite(8);
-    Execute("CREATE USER 'half'@'localhost';");
+    Execute("CREATE OR REPLACE USER 'half'@'localhost';");
     Execute(kAll);
     std::vector<std::string> words = With({"upgrade", "--jobs", GetParam()});
     words.at(3) = "half";

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -142,6 +145,32 @@ int HostConnection::port = 0;
 
 TEST_F(HostConnection, SignsInWithAPassword) {
     EXPECT_EQ(Cell(Connection::Open(Guest()), "SELECT USER()"), "guest@localhost");
+}
+
+TEST_F(HostConnection, ThePeerOfATcpConnectionIsProbedEveryMinute) {
+    const auto connection = Connection::Open(GuestOverTcp());
+    int found = 0;
+    for (int file = 3; file < 1024; ++file) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof(peer);
+        if (getpeername(file, reinterpret_cast<sockaddr*>(&peer), &size) != 0 ||
+            peer.sin_family != AF_INET || ntohs(peer.sin_port) != port) {
+            continue;
+        }
+        ++found;
+        const auto number = [file](int level, int option) {
+            int value = 0;
+            socklen_t length = sizeof(value);
+            getsockopt(file, level, option, &value, &length);
+            return value;
+        };
+        EXPECT_EQ(number(SOL_SOCKET, SO_KEEPALIVE), 1);
+        EXPECT_EQ(number(IPPROTO_TCP, TCP_KEEPIDLE), 60);
+        EXPECT_EQ(number(IPPROTO_TCP, TCP_KEEPINTVL), 10);
+        EXPECT_EQ(number(IPPROTO_TCP, TCP_KEEPCNT), 6);
+        EXPECT_EQ(number(IPPROTO_TCP, TCP_USER_TIMEOUT), 120'000);
+    }
+    EXPECT_EQ(found, 1);
 }
 
 TEST_F(HostConnection, WrongPasswordIsTheServersErrorAndStaysOutOfTheMessage) {
