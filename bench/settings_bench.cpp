@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,7 @@ std::vector<Setting> Settings(const std::string& memory) {
 
 int main(int argc, char** argv) {
     const twupdate::test::TemporaryFolder memory;
+    setenv("TWUPDATE_FAST_FOLDER", memory.Path().c_str(), 1);  // for the servers, as another device
     for (const twupdate::Setting& setting : twupdate::Settings(memory.Path().string())) {
         benchmark::RegisterBenchmark(setting.name.c_str(), twupdate::WithSetting, setting)
             ->Iterations(1)

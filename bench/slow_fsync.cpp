@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 
 namespace {
 
@@ -42,9 +44,23 @@ void Count() {
     }
 }
 
+/// Whether the file is on a device that is as fast as ever: in the folder TWUPDATE_FAST_FOLDER.
+bool IsFast(int fd) {
+    static const char* const folder = std::getenv("TWUPDATE_FAST_FOLDER");
+    if (folder == nullptr) {
+        return false;
+    }
+    char path[4096] = {};
+    const std::string link = "/proc/self/fd/" + std::to_string(fd);
+    return readlink(link.c_str(), path, sizeof(path) - 1) > 0 &&
+           std::strncmp(path, folder, std::strlen(folder)) == 0;
+}
+
 int Call(const char* name, int fd) {
     Count();
-    Wait();
+    if (!IsFast(fd)) {
+        Wait();
+    }
     const auto next = reinterpret_cast<int (*)(int)>(dlsym(RTLD_NEXT, name));
     return next(fd);
 }
