@@ -372,10 +372,13 @@ class RunReader::Builder {
         EndOfEvents();
     }
 
-    /// The counts include statements outside of steps.
+    /// The counts include statements outside of steps, and those that other jobs have sent in steps
+    /// that have not ended, which would be added a second time at their end.
     void TakeCounts(const Event& event) {
         const std::uint64_t statements = event.Object("counts").Number("statements");
-        runs_.back().statements = std::max(runs_.back().statements, statements);
+        if (statements > 0) {
+            runs_.back().statements = statements;
+        }
     }
 
     /// The database has no more events.

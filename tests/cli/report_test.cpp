@@ -218,6 +218,29 @@ TEST(RunEvents, OfSeveralJobsAreMixed) {
     EXPECT_EQ(run.InHand()->name, "tw_8");
 }
 
+TEST(RunEvents, CountTheStatementsOfAStepThatRunsWhileAnotherSiteEndsOnce) {
+    const auto where = [](const char* site) {
+        return Where(site, "site schema", "SiteSchemaStep_1_0264");
+    };
+    const std::string begun =
+        RunStarted(0, 2) + SiteStarted(11, 7) + SiteStarted(12, 8) +
+        Line(15, "step-started", where("tw_7")) + Line(16, "step-started", where("tw_8")) +
+        Line(18, "step-finished", where("tw_7") + R"(,"ms":3,"statements":4)");
+    // Of its six statements the other site has sent two.
+    const std::string ended =
+        begun + Line(19, "site-finished",
+                     R"("database":"tw_7","site":7,"ms":8000,"statements":4,"counts":)"
+                     R"({"databases":1,"sites":1,"sites_to_do":2,"steps":1,"statements":6})");
+    EXPECT_EQ(Runs(begun).at(0).statements, 4U);
+    EXPECT_EQ(Runs(ended).at(0).statements, 6U);
+    const std::string all = ended +
+                            Line(20, "step-finished", where("tw_8") + R"(,"ms":4,"statements":6)") +
+                            Line(21, "run-failed",
+                                 where("tw_8") + R"(,"counts":{"databases":1,"sites":1,)"
+                                                 R"("sites_to_do":2,"steps":2,"statements":10})");
+    EXPECT_EQ(Runs(all).at(0).statements, 10U);
+}
+
 TEST(RunEvents, OfALastLineWithoutItsBreakCount) {
     std::string events = WholeRun();
     events.pop_back();

@@ -50,7 +50,7 @@ class RealRuns:
     def upgrade(self, i, *options):
         return twupdate("--datadir", self.folder / "data", "--install-folder",
                         self.folder / "platform" / "update", "--events", self.events[i], *options,
-                        "upgrade")
+                        "upgrade", "--jobs", "1")  # site 3 comes last
 
     def sql(self, statement):
         subprocess.run(["mariadbd", "--no-defaults", "--bootstrap", "--user=root",
