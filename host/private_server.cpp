@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <thread>
@@ -144,16 +145,14 @@ std::vector<std::string> StorageOptions(const PrivateServerOptions& options) {
     if (!options.fast) {
         return {};
     }
-    // The doublewrite buffer stays on: a killed server may leave a page half written. The redo log
-    // is not mapped into memory: in /dev/shm a killed server may leave it torn.
+    // The doublewrite buffer stays on: a killed server may leave a page half written.
     return {"--innodb-flush-log-at-trx-commit=2",
             "--innodb-flush-method=nosync",
             "--innodb-log-file-size=32M",
             "--innodb-buffer-pool-size=64M",
             "--aria-pagecache-buffer-size=8M",
             "--key-buffer-size=1M",
-            "--sync-frm=0",
-            "--loose-skip-innodb-log-file-mmap"};
+            "--sync-frm=0"};
 }
 
 }  // namespace
@@ -307,6 +306,10 @@ void PrivateServer::InitialiseIfEmpty() {
     for (const auto& more : {UserOption(), StorageOptions(options_)}) {
         words.insert(words.end(), more.begin(), more.end());
     }
+    // InnoDB's options decide what is created, e.g. the folder of its redo log.
+    std::copy_if(options_.serverOptions.begin(), options_.serverOptions.end(),
+                 std::back_inserter(words),
+                 [](const std::string& option) { return option.starts_with("--innodb-"); });
     pid_ = StartProgram(std::move(words), ErrorLog(), -1);
     WaitForEnd();
     if (end_ != EndInWords(0)) {

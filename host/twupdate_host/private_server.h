@@ -33,7 +33,8 @@ struct PrivateServerOptions {
     /// to disk and little memory is taken, for tests and trials; the data survives the server's
     /// death, but not the machine's.
     bool fast = false;
-    /// Further options for mariadbd, e.g. "--max-allowed-packet=1G". They come last and win.
+    /// Further options for mariadbd, e.g. "--max-allowed-packet=1G". They come last and win. Those
+    /// that begin with "--innodb-" hold for the initialisation too.
     std::vector<std::string> serverOptions = {};
     std::chrono::seconds startTimeout{60};
     std::chrono::seconds stopTimeout{120};

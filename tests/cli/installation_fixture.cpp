@@ -83,10 +83,12 @@ void CliServer::UseInstead(std::optional<host::ConnectionOptions> other) {
 void CliServer::Start(const std::vector<std::string>& options) {
     if (!folder_) {
         folder_ = std::make_unique<TemporaryFolder>();
+        redoLog_ = std::make_unique<RedoLogFolder>();
     }
     host::PrivateServerOptions server;
     server.fast = true;
-    server.serverOptions = options;
+    server.serverOptions = redoLog_->ServerOptions();
+    server.serverOptions.insert(server.serverOptions.end(), options.begin(), options.end());
     server_ = std::make_unique<host::PrivateServer>(*folder_ / "server", server);
 }
 
@@ -99,6 +101,7 @@ void CliServer::RestartWith(const std::vector<std::string>& options) {
 void CliServer::ShutDown() {
     root_.reset();
     server_.reset();
+    redoLog_.reset();
     folder_.reset();
 }
 

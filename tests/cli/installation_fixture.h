@@ -11,6 +11,7 @@
 
 #include "cli/program.h"
 #include "sample/layouts.h"
+#include "support/redo_log_folder.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/private_server.h"
 
@@ -37,6 +38,7 @@ class CliServer {
     void Start(const std::vector<std::string>& options);
 
     std::unique_ptr<TemporaryFolder> folder_;
+    std::unique_ptr<RedoLogFolder> redoLog_;
     std::unique_ptr<host::PrivateServer> server_;
     std::optional<host::ConnectionOptions> other_;
     std::shared_ptr<host::Connection> root_;

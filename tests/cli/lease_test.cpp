@@ -164,8 +164,7 @@ TEST_F(Lease, AStandbyTakesOverFromAKilledRunAndResumes) {
     MakeSmallSites({7, 8});
     reader_ = ReaderOfSmallSites({8});
     Program first(Upgrade());
-    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits(); }));
-    EXPECT_EQ(SiteVersion(7), kCurrentStored);
+    ASSERT_TRUE(WaitUntil([] { return SomebodyWaits() && SiteVersion(7) == kCurrentStored; }));
     Program standby(Upgrade());
     std::this_thread::sleep_for(8s);  // longer than a lease, which the first one renews
     EXPECT_TRUE(IsHeldBy(first)) << Note();

@@ -191,7 +191,9 @@ class ReplicaCare : public ServerCare {
         CliServer::Get().RestartWith(NetworkOptions(1, port_));
         host::PrivateServerOptions options;
         options.fast = true;
-        options.serverOptions = NetworkOptions(2, replicaPort_);
+        options.serverOptions = redoLog_.ServerOptions();
+        const auto network = NetworkOptions(2, replicaPort_);
+        options.serverOptions.insert(options.serverOptions.end(), network.begin(), network.end());
         server_ = std::make_unique<host::PrivateServer>(folder_ / "replica", options);
         replica_ = host::Connection::Open(server_->ConnectOptions());
         for (host::Connection* connection : {&CliServer::Get().Root(), replica_.get()}) {
@@ -250,6 +252,7 @@ class ReplicaCare : public ServerCare {
 
     const int port_ = FreePort();
     const int replicaPort_ = FreePort();
+    const RedoLogFolder redoLog_;
     std::unique_ptr<host::PrivateServer> server_;
     std::shared_ptr<host::Connection> replica_;
 };

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "support/free_port.h"
+#include "support/redo_log_folder.h"
 #include "support/temporary_folder.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/private_server.h"
@@ -74,15 +75,16 @@ class HostConnection : public testing::Test {
             "-out server.pem");
         run("openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=stranger "
             "-keyout other.key -out other.pem");
-        server = std::make_unique<host::PrivateServer>(
-            folder->Path() / "server",
-            host::PrivateServerOptions{
-                .fast = true,
-                .serverOptions = {"--skip-networking=0", "--bind-address=127.0.0.1",
-                                  "--port=" + std::to_string(port), "--local-infile=1",
-                                  "--ssl-cert=" + path + "/server.pem",
-                                  "--ssl-key=" + path + "/server.key",
-                                  "--ssl-ca=" + path + "/ca.pem"}});
+        redoLog = std::make_unique<RedoLogFolder>();
+        host::PrivateServerOptions options{.fast = true, .serverOptions = redoLog->ServerOptions()};
+        for (const std::string& option :
+             {std::string("--skip-networking=0"), std::string("--bind-address=127.0.0.1"),
+              "--port=" + std::to_string(port), std::string("--local-infile=1"),
+              "--ssl-cert=" + path + "/server.pem", "--ssl-key=" + path + "/server.key",
+              "--ssl-ca=" + path + "/ca.pem"}) {
+            options.serverOptions.push_back(option);
+        }
+        server = std::make_unique<host::PrivateServer>(folder->Path() / "server", options);
         const auto root = Connection::Open(server->ConnectOptions());
         for (const char* where : {"localhost", "127.0.0.1"}) {
             root->Execute(std::string("CREATE USER guest@'") + where + "' IDENTIFIED BY 'secret'");
@@ -93,6 +95,7 @@ class HostConnection : public testing::Test {
     }
     static void TearDownTestSuite() {
         server.reset();
+        redoLog.reset();
         folder.reset();
     }
 
@@ -133,11 +136,13 @@ class HostConnection : public testing::Test {
     }
 
     static std::unique_ptr<TemporaryFolder> folder;
+    static std::unique_ptr<RedoLogFolder> redoLog;
     static std::unique_ptr<host::PrivateServer> server;
     static int port;
 };
 
 std::unique_ptr<TemporaryFolder> HostConnection::folder;
+std::unique_ptr<RedoLogFolder> HostConnection::redoLog;
 std::unique_ptr<host::PrivateServer> HostConnection::server;
 int HostConnection::port = 0;
 

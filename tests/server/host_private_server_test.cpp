@@ -17,6 +17,7 @@
 #include <string>
 #include <thread>
 
+#include "support/redo_log_folder.h"
 #include "support/temporary_folder.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/private_server.h"
@@ -94,7 +95,8 @@ TEST(PrivateServer, MakesItsFolderAndKeepsItsDataFromStartToStart) {
 
 TEST(PrivateServer, KeepsWhatWasCommittedWhenItIsKilled) {
     const TemporaryFolder folder;
-    PrivateServer server(folder / "data", kFast);
+    const RedoLogFolder redoLog;
+    PrivateServer server(folder / "data", {.fast = true, .serverOptions = redoLog.ServerOptions()});
     const auto connection = Connection::Open(server.ConnectOptions());
     connection->Execute("CREATE DATABASE tw_9");
     connection->Execute("CREATE TABLE tw_9.thing(id INT PRIMARY KEY)");
@@ -107,7 +109,8 @@ TEST(PrivateServer, KeepsWhatWasCommittedWhenItIsKilled) {
 
 TEST(PrivateServer, NoticesThatItsServerDied) {
     const TemporaryFolder folder;
-    PrivateServer server(folder / "data", kFast);
+    const RedoLogFolder redoLog;
+    PrivateServer server(folder / "data", {.fast = true, .serverOptions = redoLog.ServerOptions()});
     kill(server.Pid(), SIGKILL);
     for (int i = 0; i < 1000 && server.Running(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -6,10 +6,12 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "support/redo_log_folder.h"
 #include "support/update_test_peer.h"
 
 namespace twupdate::test {
@@ -34,6 +36,8 @@ class ServerEnvironment : public testing::Environment {
         if (!server_) {
             host::PrivateServerOptions options;
             options.fast = true;
+            redoLog_.emplace();
+            options.serverOptions = redoLog_->ServerOptions();
             server_ = std::make_unique<host::PrivateServer>(Folder() / "data", options);
         }
         return *server_;
@@ -47,12 +51,14 @@ class ServerEnvironment : public testing::Environment {
     }
     void TearDown() override {
         server_.reset();
+        redoLog_.reset();
         if (!folder_.empty()) {
             fs::remove_all(folder_);
         }
     }
 
   private:
+    std::optional<RedoLogFolder> redoLog_;
     std::unique_ptr<host::PrivateServer> server_;
     fs::path folder_;
 };

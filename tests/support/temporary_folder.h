@@ -12,16 +12,12 @@
 
 namespace twupdate::test {
 
-/// A new empty folder that is removed with the object: in memory where there is room.
+/// A new empty folder that is removed with the object.
 class TemporaryFolder {
   public:
-    TemporaryFolder() {
-        namespace fs = std::filesystem;
-        constexpr std::uintmax_t kRoom = std::uintmax_t{1} << 28;
-        std::error_code error;
-        const auto memory = fs::space("/dev/shm", error);
-        const fs::path parent =
-            !error && memory.available >= kRoom ? "/dev/shm" : fs::temp_directory_path();
+    /// In memory where there is room.
+    TemporaryFolder() : TemporaryFolder(MemoryIfRoom()) {}
+    explicit TemporaryFolder(const std::filesystem::path& parent) {
         std::string name = (parent / "twupdate-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary folder can be made in " + parent.string());
@@ -68,6 +64,14 @@ class TemporaryFolder {
     }
 
   private:
+    static std::filesystem::path MemoryIfRoom() {
+        constexpr std::uintmax_t kRoom = std::uintmax_t{1} << 28;
+        std::error_code error;
+        const auto memory = std::filesystem::space("/dev/shm", error);
+        return !error && memory.available >= kRoom ? "/dev/shm"
+                                                   : std::filesystem::temp_directory_path();
+    }
+
     std::filesystem::path path_;
 };
 
