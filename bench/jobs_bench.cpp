@@ -1,7 +1,7 @@
-// `upgrade-site --all-old --jobs N` against N bare connections that send the same statements: old
-// sites on the disk as it is, and with 2 ms more for each fsync. Goal: a ratio of at least 0.95.
-// The last line of each half is `--jobs auto`: how many jobs it ends with, and the rate of that
-// number against the best. Goal: at least 0.9. TMPDIR names the disk; TWUPDATE_BENCH_SITES and
+// `upgrade --jobs N` against N bare connections that send the same statements: old sites on the
+// disk as it is, and with 2 ms more for each fsync. Goal: a ratio of at least 0.95. The last line
+// of each half is `--jobs auto`: how many jobs it ends with, and the rate of that number against
+// the best. Goal with the 2 ms: at least 0.9. TMPDIR names the disk; TWUPDATE_BENCH_SITES and
 // TWUPDATE_BENCH_ROUNDS set the number of sites and rounds.
 
 #include <benchmark/benchmark.h>
@@ -67,7 +67,7 @@ class RecordedSites {
         if (!events.empty()) {
             arguments.insert(arguments.end(), {"--events", events});
         }
-        arguments.insert(arguments.end(), {"upgrade-site", "--all-old", "--jobs", jobs});
+        arguments.insert(arguments.end(), {"upgrade", "--jobs", jobs});
         return bench::RunProgram(arguments).seconds;
     }
 
@@ -171,8 +171,10 @@ void JobsFoundOut(benchmark::State& state) {
     state.counters["statements/s"] = static_cast<double>(sites.Statements()) / seconds;
     state.counters["jobs"] = jobs;
     state.counters["of the best"] = share;
-    state.SetLabel(share >= 0.9 ? "goal met: at least 0.9 of the best"
-                                : "GOAL MISSED: at least 0.9 of the best");
+    if (milliseconds > 0) {
+        state.SetLabel(share >= 0.9 ? "goal met: at least 0.9 of the best"
+                                    : "GOAL MISSED: at least 0.9 of the best");
+    }
 }
 
 void Register() {

@@ -9,6 +9,7 @@
 
 #include "bench/replay.h"
 #include "sample/installation.h"
+#include "tests/support/temporary_folder.h"
 #include "twupdate_host/connection.h"
 #include "twupdate_host/listener.h"
 #include "twupdate_host/private_server.h"
@@ -16,17 +17,9 @@
 namespace twupdate::bench {
 
 /// A new folder in TMPDIR, which names the disk to be measured. It is removed with the object.
-class DiskFolder {
+class DiskFolder : public test::TemporaryFolder {
   public:
-    DiskFolder();
-    ~DiskFolder();
-    DiskFolder(const DiskFolder&) = delete;
-    DiskFolder& operator=(const DiskFolder&) = delete;
-
-    const std::filesystem::path& Path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
+    DiskFolder() : TemporaryFolder(std::filesystem::temp_directory_path()) {}
 };
 
 /// How a server is started that is as careful with the disk as any.
