@@ -98,7 +98,9 @@ CheckFinding FindingOf(const DryStatement& statement, const host::Catalogue& sto
             break;
         default:
             finding.problem = "the server refuses the change: " + refusal.text;
-            finding.fix = "change the table so that it does not";
+            finding.fix =
+                "twupdate plan --sql shows the statement; compare the table with that of another "
+                "site";
             break;
     }
     return finding;

@@ -3,7 +3,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "cli/run/failures.h"
@@ -12,14 +11,6 @@
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
-namespace {
-
-double Milliseconds(std::chrono::nanoseconds duration) {
-    return std::round(std::chrono::duration<double, std::milli>(duration).count() * 1000) / 1000;
-}
-
-}  // namespace
-
 std::string TimeNow() {
     return TimeText(std::chrono::system_clock::now());
 }

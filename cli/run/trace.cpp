@@ -7,13 +7,9 @@
 #include "cli/terminal/text.h"
 
 namespace twupdate::cli {
-namespace {
-
 double Milliseconds(std::chrono::nanoseconds duration) {
     return std::round(std::chrono::duration<double, std::milli>(duration).count() * 1000) / 1000;
 }
-
-}  // namespace
 
 nlohmann::ordered_json JsonOf(const Value& value) {
     struct Convert {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <nlohmann/json_fwd.hpp>
 
@@ -11,9 +12,11 @@ namespace twupdate::cli {
 /// A parameter of a command, as JSON.
 nlohmann::ordered_json JsonOf(const Value& value);
 
+/// The duration in milliseconds, rounded to microseconds.
+double Milliseconds(std::chrono::nanoseconds duration);
+
 /// --trace: one line for each call that the component makes; where statements are batched, with
-/// what went to the server meanwhile. It holds stored data, so only the
-/// owner may read the file.
+/// what went to the server meanwhile. It holds stored data, so only the owner may read the file.
 class Trace final : public RunSink {
   public:
     /// @param batches  whether statements are batched
