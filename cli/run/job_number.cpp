@@ -18,14 +18,15 @@ unsigned JobNumber::Next(double statements) {
     const bool firstRound = before_ == 0;
     const bool pays = statements * 10 >= before_ * 11;
     if (added_ && statements < before_) {
-        --now_;
+        now_ = fewer_;
     }
     const bool tries = firstRound || (added_ ? pays : ++rested_ >= kRest);
     added_ = tries && now_ < most_;
     if (added_) {
         before_ = statements;
         rested_ = 0;
-        ++now_;
+        fewer_ = now_;
+        now_ = std::min(most_, now_ + std::max(1U, now_ / 2));
     }
     return now_;
 }

@@ -2,13 +2,14 @@
 
 namespace twupdate::cli {
 
-/// Finds how many jobs pay on a server, from the statements that they send in a second. One job
-/// more must bring a tenth more; one that brings less than before is taken back. Where nothing more
-/// is to be gained, it is tried again from time to time, because the work changes.
+/// Finds how many jobs pay on a server, from the statements that they send in a second. It adds
+/// half as many as there are, as long as that brings a tenth more, and takes back what brings less
+/// than before. Where nothing more is to be gained, it tries again from time to time, because the
+/// work changes.
 class JobNumber {
   public:
     static constexpr unsigned kFirst = 2;
-    /// Rounds after which one job more is tried again.
+    /// Rounds after which more jobs are tried again.
     static constexpr unsigned kRest = 12;
 
     explicit JobNumber(unsigned most);
@@ -20,12 +21,11 @@ class JobNumber {
     unsigned Next(double statements);
 
   private:
-    unsigned Add();
-
     unsigned most_;
     unsigned now_;
-    double before_ = 0;   ///< in the round before the last job was added
-    bool added_ = false;  ///< a job, for the last round
+    unsigned fewer_ = 0;  ///< jobs, before the last were added
+    double before_ = 0;   ///< statements a second, in the round before
+    bool added_ = false;  ///< jobs, for the last round
     unsigned rested_ = 0;
 };
 

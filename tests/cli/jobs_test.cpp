@@ -11,6 +11,7 @@
 #include "cli/run/job_number.h"
 #include "cli/sample_fixture.h"
 #include "cli/shops_fixture.h"
+#include "support/trials.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -24,20 +25,26 @@ using testing::UnorderedElementsAre;
 
 // --- how many jobs pay --------------------------------------------------------------------------
 
-TEST(JobNumber, GrowsAsLongAsEachJobBringsATenth) {
+TEST(JobNumber, GrowsByHalfAsLongAsThatBringsATenth) {
     cli::JobNumber number(8);
     EXPECT_EQ(number.Now(), 2U);
     EXPECT_EQ(number.Next(100), 3U);
     EXPECT_EQ(number.Next(110), 4U);  // a tenth
-    EXPECT_EQ(number.Next(120), 4U);  // less than a tenth: kept, but no more
-    EXPECT_EQ(number.Next(200), 4U);
+    EXPECT_EQ(number.Next(121), 6U);
+    EXPECT_EQ(number.Next(133), 6U);  // less than a tenth: kept, but no more
+    EXPECT_EQ(number.Next(200), 6U);
 }
 
-TEST(JobNumber, TakesAJobBackThatLowersTheRate) {
+TEST(JobNumber, TakesJobsBackThatLowerTheRate) {
     cli::JobNumber number(8);
     number.Next(100);
     EXPECT_EQ(number.Next(99), 2U);
     EXPECT_EQ(number.Next(150), 2U);
+    cli::JobNumber more(8);
+    more.Next(100);
+    more.Next(200);
+    EXPECT_EQ(more.Next(300), 6U);
+    EXPECT_EQ(more.Next(299), 4U);
 }
 
 TEST(JobNumber, TriesAgainAfterARest) {
@@ -316,7 +323,9 @@ TEST_F(Jobs, ThatAreKilledAreResumedByTheSameCommand) {
         ASSERT_TRUE(WaitUntil([] { return Waiting() == "0"; }));
     }
     resume();
+    Trials trials("4 jobs: SIGKILL of the program, and the same command again");
     for (unsigned moment = 100; SampleTest::IsSoak() && moment < 4600; moment += 90) {
+        trials.Next();
         SCOPED_TRACE(fmt::format("killed after {} ms", moment));
         DropSites();
         MakeSites();
