@@ -10,6 +10,7 @@
 #include "cli/named_place.h"
 #include "cli/old_server.h"
 #include "cli/sample_fixture.h"
+#include "support/trials.h"
 #include "twupdate/ladder.h"
 
 namespace twupdate::test {
@@ -188,9 +189,11 @@ class CheckOldServerSweep : public CheckOldServer {
 };
 
 TEST_F(CheckOldServerSweep, FindsWhatFailsInSitesOfAnyVersion) {
+    Trials trials("MySQL 5.6, strict and not: check and upgrade of a site of each start");
     for (const double version :
          Versions(Ladder::kSiteSchema, Ladder::kSiteContent, IsSoak() ? 1 : 20)) {
         for (const char* mode : {kStrict, ""}) {
+            trials.Next();
             SCOPED_TRACE(fmt::format("{} '{}'", version, mode));
             MakeSiteAt(version);
             Compare(mode, {"--json", "check", "--site", "1"}, {"upgrade-site", "1"},
@@ -200,8 +203,11 @@ TEST_F(CheckOldServerSweep, FindsWhatFailsInSitesOfAnyVersion) {
 }
 
 TEST_F(CheckOldServerSweep, FindsWhatFailsInACentralDatabaseOfAnyVersion) {
+    Trials trials(
+        "MySQL 5.6, strict and not: check and upgrade of a central database of each start");
     for (const double version : Versions(Ladder::kServer, Ladder::kServerData, IsSoak() ? 1 : 12)) {
         for (const char* mode : {kStrict, ""}) {
+            trials.Next();
             SCOPED_TRACE(fmt::format("{} '{}'", version, mode));
             for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
                 Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "cli/sample_fixture.h"
+#include "support/trials.h"
 
 namespace twupdate::test {
 namespace {
@@ -126,6 +127,7 @@ TEST_F(CheckRowSize, FindsTheFormsOfWhichAFieldIsChanged) {
 }
 
 TEST_F(CheckRowSize, FindsWhatFailsInSitesOfAnyVersion) {
+    Trials trials("check against the upgrade: row formats, sites of each start");
     for (const char* format : {"compact", "redundant"}) {
         for (const double version :
              Versions(Ladder::kSiteSchema, Ladder::kSiteContent, IsSoak() ? 1 : 25)) {
@@ -135,6 +137,7 @@ TEST_F(CheckRowSize, FindsWhatFailsInSitesOfAnyVersion) {
                 ConnectSample();
                 MakeSiteAt(version);
             }
+            trials.Next();
             SCOPED_TRACE(fmt::format("{} {}", format, version));
             const Outcome check = Run(WithFolder({"--json", "check", "--site", "1"}));
             const Outcome upgrade = Run(WithFolder({"upgrade-site", "1"}));

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "cli/sample_fixture.h"
+#include "support/trials.h"
 
 namespace twupdate::test {
 namespace {
@@ -24,7 +25,9 @@ TEST_F(CheckSound, FindsNothingInSitesOfAnyVersion) {
 }
 
 TEST_F(CheckSound, FindsNothingInACentralDatabaseOfAnyVersion) {
+    Trials trials("check and upgrade of a central database of each start");
     for (const double version : Versions(Ladder::kServer, Ladder::kServerData, IsSoak() ? 1 : 12)) {
+        trials.Next();
         for (const char* database : {"tw_tarnwick", "tw_logs", "tw_1"}) {
             Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));
         }
@@ -131,7 +134,9 @@ TEST_F(CheckMissing, FindsTheColumnsOfASiteThatAStepNeeds) {
     MakeOnlyTheSite();
     const auto columns = Some(fmt::format(fmt::runtime(kColumns), "tw_1"), 24);
     ASSERT_GT(columns.size(), 5U);
+    Trials trials("check against the upgrade: a missing column of a site");
     for (const auto& column : columns) {
+        trials.Next();
         CompareSite(column[0],
                     fmt::format("ALTER TABLE tw_1.{} DROP COLUMN {};", column[0], column[1]),
                     "the column " + column[1] + " is missing");
@@ -142,7 +147,9 @@ TEST_F(CheckMissing, FindsTheTablesOfASiteThatAStepNeeds) {
     MakeOnlyTheSite();
     const auto tables = Some(fmt::format(fmt::runtime(kTables), "tw_1"), 9);
     ASSERT_GT(tables.size(), 3U);
+    Trials trials("check against the upgrade: a missing table of a site");
     for (const auto& table : tables) {
+        trials.Next();
         CompareSite(table[0], fmt::format("DROP TABLE tw_1.{};", table[0]), "the table is missing");
     }
 }
@@ -151,11 +158,13 @@ TEST_F(CheckMissing, FindsTheColumnsOfTheCentralDatabaseThatAStepNeeds) {
     MakeBoth();
     const auto columns = Some(fmt::format(fmt::runtime(kColumns), "tw_tarnwick"), 24);
     ASSERT_GT(columns.size(), 3U);
+    Trials trials("check against the upgrade: a missing column of the central database");
     for (const auto& column : columns) {
         // Without these nothing can be said of the installation at all.
         if (column[1] == "version" || column[0] == "site") {
             continue;
         }
+        trials.Next();
         CompareCentral(
             column[0],
             fmt::format("ALTER TABLE tw_tarnwick.{} DROP COLUMN {};", column[0], column[1]),
@@ -167,10 +176,12 @@ TEST_F(CheckMissing, FindsTheTablesOfTheCentralDatabaseThatAStepNeeds) {
     MakeBoth();
     const auto tables = Some(fmt::format(fmt::runtime(kTables), "tw_tarnwick"), 9);
     ASSERT_GT(tables.size(), 1U);
+    Trials trials("check against the upgrade: a missing table of the central database");
     for (const auto& table : tables) {
         if (table[0] == "installation" || table[0] == "site") {
             continue;
         }
+        trials.Next();
         CompareCentral(table[0], fmt::format("DROP TABLE tw_tarnwick.{};", table[0]),
                        "the table is missing");
     }
@@ -253,7 +264,9 @@ class CheckChanged : public CheckMissing {
     template <typename StatementsOf>
     void CompareColumns(const std::string& condition, const std::string& sample,
                         const StatementsOf& statementsOf, bool someFail = true) {
+        Trials trials("check against the upgrade: a changed column");
         for (const auto& column : Columns(condition, sample)) {
+            trials.Next();
             MakeOnlyTheSite();
             CompareChanged(statementsOf("tw_1." + column[0], column[1], column));
         }

@@ -11,6 +11,7 @@
 
 #include "cli/sample_fixture.h"
 #include "cli/shops_fixture.h"
+#include "support/trials.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -105,10 +106,14 @@ class JobsFaults : public ShopsTest {
     }
 
     /// With TWUPDATE_SOAK=1: at that many moments that nobody has chosen.
-    void AtRandomMoments(int number, const std::function<void(Program&)>& disturb) {
+    /// @param what  as the table of trials names it
+    void AtRandomMoments(const std::string& what, int number,
+                         const std::function<void(Program&)>& disturb) {
         std::mt19937 random(std::random_device{}());
         std::uniform_int_distribution<unsigned> moments(100, 4600);
+        Trials trials("4 jobs: " + what + ", and the same command again");
         for (int i = 0; SampleTest::IsSoak() && i < number; ++i) {
+            trials.Next();
             const unsigned moment = moments(random);
             SCOPED_TRACE(fmt::format("after {} ms", moment));
             MakeAgain();
@@ -140,7 +145,7 @@ TEST_F(JobsFaults, AStatementFails) {
     }
     EXPECT_EQ(SiteVersion(8) + SiteVersion(11) + InstallationVersion(), "111");
     ExpectResumed(command);
-    AtRandomMoments(20, [](Program& program) {
+    AtRandomMoments("a statement is ended", 20, [](Program& program) {
         const std::string statement = Cell(
             "SELECT id FROM information_schema.processlist WHERE info REGEXP "
             "'^(ALTER|CREATE|UPDATE|INSERT|DELETE) ' LIMIT 1;");
@@ -164,7 +169,7 @@ TEST_F(JobsFaults, ASignalToStop) {
     EXPECT_EQ(outcome.status, 5) << outcome.err;
     EXPECT_EQ(SiteVersion(7) + SiteVersion(8) + SiteVersion(9) + SiteVersion(10), "1111");
     ExpectResumed(Upgrade());
-    AtRandomMoments(20, [](Program& program) {
+    AtRandomMoments("SIGTERM", 20, [](Program& program) {
         program.Signal(SIGTERM);
         const Outcome end = program.Wait();
         EXPECT_THAT(end.status, AnyOf(0, 5, 128 + SIGTERM)) << end.err;
@@ -183,7 +188,7 @@ TEST_F(JobsFaults, ASecondCtrlC) {
     EXPECT_EQ(run.Wait().status, 128 + SIGINT);
     ASSERT_TRUE(WaitUntil([] { return !SomebodyWaits(); }));
     ExpectResumed(Upgrade());
-    AtRandomMoments(10, [](Program& program) {
+    AtRandomMoments("SIGINT twice", 10, [](Program& program) {
         program.Signal(SIGINT);
         usleep(1000);
         program.Signal(SIGINT);
@@ -228,7 +233,7 @@ TEST_F(JobsFaults, TheServerIsKilled) {
         EXPECT_EQ(end.status, 7) << end.err;
         ExpectResumed(Upgrade());
     }
-    AtRandomMoments(20, [&](Program& program) {
+    AtRandomMoments("the server is killed", 20, [&](Program& program) {
         const Outcome end = kill(program);
         EXPECT_THAT(end.status, AnyOf(0, 7)) << end.err;
     });

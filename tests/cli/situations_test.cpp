@@ -10,6 +10,7 @@
 
 #include "cli/installation_fixture.h"
 #include "cli/sample_fixture.h"
+#include "support/trials.h"
 
 namespace twupdate::test {
 namespace {
@@ -150,7 +151,9 @@ TEST_F(Situations, OfSitesAreFoundAndComeTrue) {
     }
     const auto checked = Run({"--json", "check"}).Json()["findings"];
     const auto failures = rehearsed.empty() ? nlohmann::json::array() : Rehearsed(rehearsed);
+    Trials trials("situations of sites: found, and true in the upgrade");
     for (std::size_t i = 0; i < chosen.size(); ++i) {
+        trials.Next();
         const Situation& situation = chosen[i];
         const std::string site = std::to_string(101 + i);
         SCOPED_TRACE(situation.title + " in site " + site);
@@ -172,7 +175,9 @@ TEST_F(Situations, OfSitesAreFoundAndComeTrue) {
 }
 
 TEST_F(Situations, OfTheCentralDatabaseAreFoundAndComeTrue) {
+    Trials trials("situations of the central database: found, and true in the upgrade");
     for (const Situation& situation : Chosen(false, 4)) {
+        trials.Next();
         SCOPED_TRACE(situation.title);
         for (const char* database : {"tw_tarnwick", "tw_logs", "tw_8"}) {
             Execute(fmt::format("DROP DATABASE IF EXISTS {};", database));

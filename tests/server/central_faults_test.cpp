@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "central_installation.h"
+#include "support/trials.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -91,7 +92,7 @@ TEST_F(CentralFaults, AnInterruptionAtAnyStatementIsHealedByTheNextRun) {
     RunUndisturbed();
     // Every place in the long run, a sample of them otherwise.
     const std::size_t stride = Soak() ? 1 : 23;
-    std::size_t interruptions = 0;
+    Trials trials("central ladders: a statement fails, and the upgrade runs again");
     std::size_t exceptions = 0;
     for (std::size_t place = 0; place < 2 * statements_.size(); place += stride) {
         const std::size_t n = place / 2 + 1;
@@ -100,16 +101,15 @@ TEST_F(CentralFaults, AnInterruptionAtAnyStatementIsHealedByTheNextRun) {
             ++exceptions;
             continue;
         }
+        trials.Next();
         InterruptAt(n, when);
         UpgradeInstallation();
         ASSERT_EQ(State(), expected_)
             << "interrupted " << (when == FaultyUtility::kBefore ? "before " : "after ")
             << statements_[n - 1];
-        ++interruptions;
     }
-    std::cout << "[ COUNT    ] " << interruptions << " interruptions of " << statements_.size()
-              << " statements healed by a repeat, " << exceptions
-              << " at places with tests of their own\n";
+    std::cout << "[ COUNT    ] " << statements_.size() << " statements, " << exceptions
+              << " places with tests of their own\n";
 }
 
 TEST_F(CentralFaults, AnInterruptionAfterTheTemporaryColumnStopsTheNextRunUntilItIsDropped) {
@@ -166,7 +166,9 @@ TEST_F(CentralFaults, AServerKilledAtAnyMomentComesBackAndTheNextRunMakesItGood)
     std::size_t interrupted = 0;
     std::size_t repaired = 0;
     const int trials = Soak() ? 60 : 4;
+    Trials counted("central ladders: the server is killed, and the upgrade runs again");
     for (int trial = 0; trial < trials; ++trial) {
+        counted.Next();
         DropInstallation();
         LoadOldInstallation();
         const auto delay = whole * static_cast<int>(random() % 700) / 1000;
@@ -286,7 +288,11 @@ TEST_F(SiteWalk, AServerKilledInTheWalkComesBackAndTheNextRunDoesTheRest) {
     int interrupted = 0;
     std::int64_t rest = 0;
     auto whole = std::chrono::steady_clock::duration::zero();
+    Trials counted("120 sites: the server is killed, and the upgrade runs again");
     for (int trial = 0; trial <= trials; ++trial) {
+        if (trial > 0) {
+            counted.Next();
+        }
         for (std::int32_t id = 1; id <= kSites; ++id) {
             Sql("DROP DATABASE IF EXISTS tw_" + std::to_string(id) + ";");
         }

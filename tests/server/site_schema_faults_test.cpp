@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "server/site_schema_site.h"
+#include "support/trials.h"
 
 namespace twupdate::test {
 namespace {
@@ -148,7 +149,7 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
     void Sweep(const Run& run, std::size_t everyNth) {
         std::vector<std::string> statements;
         const State end = Undisturbed(run, statements);
-        int interruptions = 0;
+        Trials trials("site schema ladder: a statement fails, and the ladder runs again");
         int manual = 0;
         for (std::size_t n = 1; n <= statements.size(); ++n) {
             const std::string& next = statements[n - 1];
@@ -158,21 +159,20 @@ class SiteSchemaFaults : public SiteSchemaOnServer {
             if (n % everyNth != 0 && !(named && everyNth < statements.size())) {
                 continue;
             }
+            trials.Next();
             const auto done = InterruptAndRepeat(run, n, FaultyUtility::kBefore);
             EXPECT_EQ(!done.empty(), named) << "interrupted before " << next;
             const State now = StateNow();
             EXPECT_TRUE(SameSchema(end.schema, now.schema)) << "interrupted before " << next;
             EXPECT_TRUE(SameRows(end.rows, now.rows)) << "interrupted before " << next;
             DropSite(7);
-            ++interruptions;
             manual += done.empty() ? 0 : 1;
             if (HasFailure()) {
                 return;
             }
         }
-        std::printf(
-            "    from %.4f: %zu statements, %d interruptions, %d of them resolved manually\n",
-            run.version, statements.size(), interruptions, manual);
+        std::printf("    from %.4f: %zu statements, %zu interruptions, %d resolved manually\n",
+                    run.version, statements.size(), trials.Number(), manual);
     }
 
     /// The number of the first statement that begins with this text, from 1.
@@ -347,7 +347,9 @@ TEST_F(SiteSchemaFaults, AServerKilledAtAnyMomentComesBackAndTheRepeatEndsTheSam
     int interrupted = 0;
     int manual = 0;
     const int rounds = Soak() ? 20 : 3;
+    Trials trials("site schema ladder: the server is killed, and the ladder runs again");
     for (int round = 0; round < rounds; ++round) {
+        trials.Next();
         MakeSite(run);
         Sql("FLUSH TABLES;");
         const auto wait = share(random) * whole;
