@@ -20,6 +20,9 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kMostRowStatements = 500;
 constexpr std::chrono::seconds kLongestTransaction{1};
 
+// The server has taken the whole transaction back.
+constexpr std::uint32_t kDeadlock = 1213;
+
 /// A change of a table that may wait.
 struct Clause {
     enum class Kind : std::uint8_t { kAddColumn, kAddIndex, kModifyColumn };
@@ -148,10 +151,7 @@ class BatchingUtility::Batch {
     }
     /// After an error.
     void Forget() {
-        waiting_.clear();
-        touched_.clear();
-        began_.reset();
-        layout_.reset();
+        TransactionIsGone();
         step_.reset();
         site_.clear();
     }
@@ -219,7 +219,14 @@ class BatchingUtility::Batch {
         } else if (!reads) {
             Commit();
         }
-        return Followed(names, sql, joins, call);
+        try {
+            return Followed(names, sql, joins, call);
+        } catch (const HostError& error) {
+            if (began_ && error.Code() == kDeadlock) {
+                TransactionIsGone();
+            }
+            throw;
+        }
     }
 
   private:
@@ -304,9 +311,32 @@ class BatchingUtility::Batch {
         }
     }
     void Commit() {
-        if (std::exchange(began_, std::nullopt)) {
-            Execute("COMMIT;");
+        if (!began_) {
+            return;
         }
+        try {
+            Execute("COMMIT;");
+        } catch (...) {
+            Rollback();
+            throw;
+        }
+        began_.reset();
+    }
+    /// After a COMMIT that failed: whatever the server has made of it, nothing stays open.
+    void Rollback() {
+        TransactionIsGone();
+        try {
+            Execute("ROLLBACK;");
+        } catch (const HostError&) {
+            // The server takes back what it still has.
+        }
+    }
+    /// With it goes what waits: that comes after the rows of the transaction.
+    void TransactionIsGone() {
+        began_.reset();
+        waiting_.clear();
+        touched_.clear();
+        layout_.reset();
     }
 
     /// Sends the changes of the table that waits. Rows of a transaction were written before them.

@@ -475,6 +475,74 @@ TEST_F(Batching, WhatWasDoneBeforeAnErrorOfTheComponentsOwnStays) {
                             "execute COMMIT;", "execute ALTER TABLE tw_7.a ADD COLUMN p INT;"));
 }
 
+// Of a cluster that has found a conflict, or on a full disk. What waited came after these rows.
+TEST_F(Batching, ACommitThatFailsIsTheErrorOfItsStepAndNothingOfItsRowsIsSentAfterwards) {
+    host_->observer = std::make_shared<Marks>(*host_);
+    for (const std::uint32_t code : {1213U, 1180U, 1026U, 2013U}) {
+        Columns("a");
+        Sent();
+        const int layoutsRead = layoutsRead_;
+        host_->FailAt(4, code);
+        try {
+            batching_->Run([this] {
+                Begin("SiteContentStep_1_0001");
+                Execute("UPDATE tw_7.b SET x = 1;");
+                Execute("ALTER TABLE tw_7.a ADD INDEX i(id);");
+                End("SiteContentStep_1_0001");
+            });
+            FAIL() << "no error";
+        } catch (const LateError&) {
+            FAIL() << "no statement had waited";
+        } catch (const HostError& error) {
+            EXPECT_EQ(error.Statement(), "COMMIT;");
+            EXPECT_EQ(error.Code(), code);
+        }
+        EXPECT_THAT(Sent(), ElementsAre("step begins", "execute START TRANSACTION;",
+                                        "execute UPDATE tw_7.b SET x = 1;", "execute COMMIT;",
+                                        "execute ROLLBACK;"));
+        BeginLadder();  // a repeat sees what the server has
+        EXPECT_THAT(Probe("SHOW INDEXES FROM tw_7.a;", "Key_name"), IsEmpty());
+        EXPECT_EQ(layoutsRead_, layoutsRead + 1);
+    }
+}
+
+TEST_F(Batching, ACommitThatFailsBeforeAStatementKeepsItFromTheServer) {
+    for (const std::string other :
+         {"ALTER TABLE tw_7.b DROP COLUMN x;", "UPDATE tw_tarnwick.site SET version = 1;"}) {
+        host_->FailAt(3, 1213);
+        EXPECT_THROW(batching_->Run([&] {
+            Execute("UPDATE tw_7.a SET x = 1;");
+            Execute(other);
+        }),
+                     HostError);
+        EXPECT_THAT(Sent(),
+                    ElementsAre("execute START TRANSACTION;", "execute UPDATE tw_7.a SET x = 1;",
+                                "execute COMMIT;", "execute ROLLBACK;"));
+        BeginLadder();
+    }
+}
+
+// A cluster may say so at a read.
+TEST_F(Batching, AfterADeadlockNothingOfWhatCameAfterItsRowsIsSent) {
+    host_->FailAt(3, 1213);
+    EXPECT_THROW(batching_->Run([this] {
+        Execute("UPDATE tw_7.b SET x = 1;");
+        Add("a.p");
+        Query("SELECT x FROM tw_7.b;");
+    }),
+                 HostError);
+    EXPECT_THAT(Sent(),
+                ElementsAre("execute START TRANSACTION;", "execute UPDATE tw_7.b SET x = 1;",
+                            "query SELECT x FROM tw_7.b;"));
+    BeginLadder();
+    // Without rows before it, what waits is done.
+    Add("a.p");
+    host_->FailAt(1, 1213);
+    EXPECT_THROW(batching_->Run([this] { Query("SELECT x FROM tw_7.b;"); }), HostError);
+    EXPECT_THAT(Sent(), ElementsAre("query SELECT x FROM tw_7.b;",
+                                    "execute ALTER TABLE tw_7.a ADD COLUMN p INT;"));
+}
+
 // The plain run would not have come to the conversion.
 TEST_F(Batching, AStatementThatHadWaitedAndIsRefusedIsTheErrorOfTheRun) {
     Columns("a");
