@@ -9,9 +9,11 @@
 #include <thread>
 #include <utility>
 
+#include "known_harms.h"
 #include "sample/random.h"
 #include "sample_installation.h"
 #include "support/expected_file.h"
+#include "support/given_numbers.h"
 #include "support/trials.h"
 #include "support/versions.h"
 
@@ -300,60 +302,6 @@ TEST_F(EndToEnd, ASiteWhoseVersionIsNullIsNotSelected) {
 // --- interruptions
 // ------------------------------------------------------------------------------------------
 
-/// Numbers that the server gives to new rows, and the columns that refer to them.
-struct GivenNumbers {
-    std::string table;
-    std::string column;
-    std::vector<std::pair<std::string, std::string>> references;
-};
-
-const std::vector<GivenNumbers>& NumbersThatStepsLetGive() {
-    static const std::vector<GivenNumbers> kNumbers{
-        {"attribute", "attributeid", {}},
-        {"email", "emailid", {{"emailevent", "emailid"}}},
-        {"event", "eventid", {{"eventpart", "eventid"}}},
-        {"eventpart", "eventpartid", {{"emailevent", "eventpartid"}}},
-        {"override", "overrideid", {{"setting", "overrideid"}, {"tag", "overrideid"}}},
-        {"setting", "settingid", {}},
-        {"tag", "tagid", {{"attribute", "tagid"}}},
-        {"text", "textid", {{"textembed", "textid"}}},
-    };
-    return kNumbers;
-}
-
-/// Replaces the given numbers by the places of their rows: an INSERT that dies with the server, or
-/// copies several rows, leaves gaps in the numbers, and no step promises that there are none.
-RowSnapshot WithoutGaps(RowSnapshot rows) {
-    const auto renumber = [&](const std::string& name, const std::string& column,
-                              const std::map<std::string, std::string>& places) {
-        RowSnapshot::Table& table = rows.tables[name];
-        for (RowSnapshot::Row& row : table.rows) {
-            std::string key;
-            for (auto& [valueOf, value] : row.values) {
-                if (const auto place = places.find(value);
-                    valueOf == column && place != places.end()) {
-                    value = place->second;
-                }
-                if (std::count(table.keyColumns.begin(), table.keyColumns.end(), valueOf) > 0) {
-                    key += (key.empty() ? "" : ", ") + value;
-                }
-            }
-            row.key = table.hasPrimaryKey ? key : row.key;
-        }
-    };
-    for (const GivenNumbers& numbers : NumbersThatStepsLetGive()) {
-        std::map<std::string, std::string> places;
-        for (const RowSnapshot::Row& row : rows.tables[numbers.table].rows) {
-            places.emplace(row.key, std::to_string(places.size() + 1));
-        }
-        renumber(numbers.table, numbers.column, places);
-        for (const auto& [table, column] : numbers.references) {
-            renumber(table, column, places);
-        }
-    }
-    return rows;
-}
-
 /// Whole installations interrupted at one call and upgraded again.
 class Interruptions : public EndToEnd {
   protected:
@@ -376,42 +324,6 @@ class Interruptions : public EndToEnd {
             state.rows.at(site) = WithoutGaps(std::move(state.rows.at(site)));
         }
         return state;
-    }
-    /// A kind of interruption that is known to leave harm which a repeat does not heal;
-    /// docs/recovery.md says what to do. The pattern finds the statements before which it does
-    /// harm.
-    struct Harm {
-        const char* what;
-        std::regex statement;
-    };
-    static const std::vector<Harm>& KnownHarms() {
-        static const std::vector<Harm> kHarms{
-            {"a float conversion, its new column not filled",
-             std::regex("^UPDATE \\S+ SET double_temp = ")},
-            {"a float conversion, its old column still there",
-             std::regex("^ALTER TABLE \\S+ DROP COLUMN (float_value|xmlmappriority|startshowdelay|"
-                        "startfadein|starthidedelay|startfadeout|percentage|associatepercentage|"
-                        "field_5);")},
-            {"a float conversion, its new column not renamed",
-             std::regex("^ALTER TABLE \\S+ CHANGE COLUMN double_temp ")},
-            {"the timings of zones after the first",
-             std::regex("^ALTER TABLE \\S+ ADD COLUMN (startfadein|starthidedelay|startfadeout) ")},
-            {"e-mails not all converted",
-             std::regex("^(SELECT \\* FROM \\S+\\.email |UPDATE \\S+\\.email SET fromlist = ')")},
-            {"links of caches that are gone",
-             std::regex("^DELETE FROM \\S+\\.featurecache WHERE cacheid IN")},
-            {"start marks not all set",
-             std::regex("^(SELECT DISTINCT s\\.siteid FROM |UPDATE \\S+ SET serverstarted = -1)")},
-            {"the local domain without its group",
-             std::regex("^(SELECT groupid FROM |INSERT INTO \\S+\\.domaingroup)")},
-        };
-        return kHarms;
-    }
-    static bool IsKnownHarm(const std::string& statement) {
-        const std::string beginning = statement.substr(0, 200);
-        return std::any_of(KnownHarms().begin(), KnownHarms().end(), [&](const Harm& harm) {
-            return std::regex_search(beginning, harm.statement);
-        });
     }
     /// Numbers of calls to interrupt at: all of them, or a few that are spread evenly.
     static std::vector<std::size_t> Chosen(std::size_t calls, std::size_t few) {
