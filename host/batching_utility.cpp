@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <map>
 #include <set>
 #include <utility>
 #include <vector>
@@ -112,6 +113,8 @@ class BatchingUtility::Batch {
             if (layout_ && !layout_->HasDatabase(database)) {
                 layout_.reset();
             }
+        } else {
+            otherLayouts_.clear();
         }
     }
     void EndLadder() {
@@ -152,6 +155,7 @@ class BatchingUtility::Batch {
     /// After an error.
     void Forget() {
         TransactionIsGone();
+        otherLayouts_.clear();
         step_.reset();
         site_.clear();
     }
@@ -252,18 +256,31 @@ class BatchingUtility::Batch {
                 }));
     }
 
-    /// Whether a statement may share a transaction: on rows of tables of the site that know them.
+    /// Whether a statement may share a transaction: on rows of tables of the site that know them,
+    /// or an UPDATE of one table of another database, the central one. A statement that only reads
+    /// there would lock what other sites need.
     bool MayJoin(const std::string& sql, const StatementNames& names) {
         const bool isOnRows =
             (names.kind == StatementKind::kInsert || names.kind == StatementKind::kUpdate ||
              names.kind == StatementKind::kDelete) &&
             !Tokenize(sql).front().Is("TRUNCATE");
+        const bool isElsewhere = names.kind == StatementKind::kUpdate && names.tables.size() == 1;
         return isOnRows && !names.tables.empty() &&
                std::all_of(names.tables.begin(), names.tables.end(), [&](const TableName& name) {
-                   const auto* table =
-                       name.database == site_ ? Layout().Find(name.database, name.table) : nullptr;
+                   const bool isOfSite = name.database == site_;
+                   if (!isOfSite && !isElsewhere) {
+                       return false;
+                   }
+                   const Catalogue& layout = isOfSite ? Layout() : OtherLayout(name.database);
+                   const auto* table = layout.Find(name.database, name.table);
                    return table != nullptr && !table->isView && table->engine == "InnoDB";
                });
+    }
+    const Catalogue& OtherLayout(const std::string& database) {
+        const auto found = otherLayouts_.find(database);
+        return found != otherLayouts_.end()
+                   ? found->second
+                   : otherLayouts_.emplace(database, options_.readLayout(database)).first->second;
     }
 
     template <typename Call>
@@ -387,6 +404,8 @@ class BatchingUtility::Batch {
     std::string site_;  ///< the database whose ladder runs; empty for none
     std::optional<LadderStep> step_;
     std::optional<Catalogue> layout_;  ///< of the site, with what waits; read when it is needed
+    std::map<std::string, Catalogue>
+        otherLayouts_;  ///< likewise of other databases, for many sites
 
     std::vector<Waiting> waiting_;
     Clause::Kind kind_ = Clause::Kind::kAddColumn;  ///< of all that waits

@@ -26,7 +26,8 @@ class LateError : public HostError {
 };
 
 struct BatchingOptions {
-    /// Reads the layout of a site's database from the server.
+    /// Reads the layout of a database from the server: of the site, or of one that a step of the
+    /// site writes into.
     std::function<Catalogue(const std::string& database)> readLayout;
     /// Component services may change the layout of a site.
     bool servicesChangeLayout = false;
@@ -46,9 +47,9 @@ struct BatchingOptions {
 ///   table that follow each other become one. It goes out before any statement but these and a
 ///   read of other tables, before a clause on a column or key that waits, and where a step that
 ///   cannot simply run again begins or ends.
-/// - INSERT, UPDATE and DELETE on InnoDB tables of the site share a transaction, which ends with
-///   the step, before every other statement that changes something, and after 500 statements or a
-///   second.
+/// - INSERT, UPDATE and DELETE on InnoDB tables of the site, and an UPDATE of one such table of
+///   another database, share a transaction, which ends with the step, before every other statement
+///   that changes something, and after 500 statements or a second.
 ///
 /// Before every call of a component service and at the end of a ladder nothing waits and no
 /// transaction is open. All other statements pass through as they are.

@@ -102,7 +102,8 @@ class Batching : public testing::Test {
     }
 
     std::shared_ptr<RecordingHost> host_ = std::make_shared<RecordingHost>();
-    int layoutsRead_ = 0;
+    int layoutsRead_ = 0;  ///< of the site
+    int otherLayoutsRead_ = 0;
     std::shared_ptr<BatchingUtility> batching_ =
         std::make_shared<BatchingUtility>(host_, Options(false));
 
@@ -110,8 +111,7 @@ class Batching : public testing::Test {
     BatchingOptions Options(bool servicesChangeLayout) {
         return {.readLayout =
                     [this](const std::string& database) {
-                        EXPECT_EQ(database, "tw_7");
-                        ++layoutsRead_;
+                        ++(database == "tw_7" ? layoutsRead_ : otherLayoutsRead_);
                         host::Catalogue layout;
                         layout.AddDatabase(database, host_->catalogue.Databases().at(database));
                         return layout;
@@ -272,7 +272,10 @@ TEST_F(Batching, WhatWaitsGoesOutBeforeItsTableIsReadAndBeforeAnythingIsWritten)
     EXPECT_THAT(sentFor("UPDATE tw_7.b SET x = 1;"),
                 ElementsAre(alter, "execute START TRANSACTION;", "query UPDATE tw_7.b SET x = 1;"));
     EXPECT_THAT(sentFor("UPDATE tw_tarnwick.site SET version = 1;"),
-                ElementsAre(alter, "query UPDATE tw_tarnwick.site SET version = 1;"));
+                ElementsAre(alter, "execute START TRANSACTION;",
+                            "query UPDATE tw_tarnwick.site SET version = 1;"));
+    EXPECT_THAT(sentFor("DELETE FROM tw_tarnwick.site;"),
+                ElementsAre(alter, "query DELETE FROM tw_tarnwick.site;"));
 }
 
 TEST_F(Batching, WhatWaitsGoesOutBeforeAService) {
@@ -359,14 +362,45 @@ TEST_F(Batching, RowsOfAStepShareATransaction) {
 TEST_F(Batching, ATransactionEndsBeforeEverythingElseThatChangesSomething) {
     for (const std::string other :
          {"ALTER TABLE tw_7.b DROP COLUMN x;", "TRUNCATE TABLE tw_7.a;",
-          "UPDATE tw_tarnwick.site SET version = 1;", "REPAIR TABLE tw_7.a QUICK;",
-          "INSERT INTO tw_7.a(x) SELECT siteid FROM tw_tarnwick.site;"}) {
+          "INSERT INTO tw_tarnwick.site(siteid) VALUES(1);", "REPAIR TABLE tw_7.a QUICK;",
+          "INSERT INTO tw_7.a(x) SELECT siteid FROM tw_tarnwick.site;",
+          "UPDATE tw_7.a a INNER JOIN tw_tarnwick.site s ON s.siteid = a.id SET a.x = 1;"}) {
         Execute("UPDATE tw_7.a SET x = 1;");
         Execute(other);
         EXPECT_THAT(Sent(),
                     ElementsAre("execute START TRANSACTION;", "execute UPDATE tw_7.a SET x = 1;",
                                 "execute COMMIT;", "execute " + other));
     }
+}
+
+// Whose layout is read once for all sites, but again when its own ladders may have changed it.
+TEST_F(Batching, UpdatesOfOneCentralTableShareTheTransaction) {
+    for (const std::int32_t siteId : {7, 7}) {
+        batching_->GetObserver()->SiteStarting(siteId, 1.0);
+        BeginLadder();
+        Execute("UPDATE tw_tarnwick.site SET version = 1;");
+        Execute("UPDATE tw_7.a SET x = 1;");
+        Query("SELECT version FROM tw_tarnwick.site;");
+        Execute("UPDATE tw_tarnwick.site SET version = 2;");
+        EndLadder();
+        EXPECT_THAT(Sent(), ElementsAre("execute START TRANSACTION;",
+                                        "execute UPDATE tw_tarnwick.site SET version = 1;",
+                                        "execute UPDATE tw_7.a SET x = 1;",
+                                        "query SELECT version FROM tw_tarnwick.site;",
+                                        "execute UPDATE tw_tarnwick.site SET version = 2;",
+                                        "execute COMMIT;"));
+    }
+    EXPECT_EQ(otherLayoutsRead_, 1);
+    batching_->GetObserver()->LadderStarting(Ladder::kServer, "tw_tarnwick", 1.0);
+    Execute("RENAME TABLE tw_tarnwick.site TO tw_tarnwick.shop;");
+    host_->catalogue.defaults.engine = "MyISAM";
+    Execute("CREATE TABLE IF NOT EXISTS tw_tarnwick.site(version DOUBLE);");
+    batching_->GetObserver()->LadderEnded(Ladder::kServer, "tw_tarnwick");
+    Sent();
+    BeginLadder();
+    Execute("UPDATE tw_tarnwick.site SET version = 1;");
+    EXPECT_THAT(Sent(), ElementsAre("execute UPDATE tw_tarnwick.site SET version = 1;"));
+    EXPECT_EQ(otherLayoutsRead_, 2);
 }
 
 TEST_F(Batching, AnAlterThatWaitsGoesOutAfterTheRowsBeforeIt) {
@@ -508,7 +542,7 @@ TEST_F(Batching, ACommitThatFailsIsTheErrorOfItsStepAndNothingOfItsRowsIsSentAft
 
 TEST_F(Batching, ACommitThatFailsBeforeAStatementKeepsItFromTheServer) {
     for (const std::string other :
-         {"ALTER TABLE tw_7.b DROP COLUMN x;", "UPDATE tw_tarnwick.site SET version = 1;"}) {
+         {"ALTER TABLE tw_7.b DROP COLUMN x;", "DELETE FROM tw_tarnwick.site;"}) {
         host_->FailAt(3, 1213);
         EXPECT_THROW(batching_->Run([&] {
             Execute("UPDATE tw_7.a SET x = 1;");
