@@ -149,52 +149,6 @@ TEST_F(Batch, AStopSendsWhatWaitsAndARepeatResumes) {
     EXPECT_EQ(States(), states);
 }
 
-TEST_F(Batch, RunsThatAreKilledAreResumedWithItAndWithoutIt) {
-    MakeShops();
-    ASSERT_EQ(Run({"upgrade"}).status, 0);
-    const auto states = States();
-    const auto resume = [&](bool batched) {
-        ASSERT_TRUE(
-            WaitUntil([] { return Cell("SELECT IS_USED_LOCK('twupdate.run');") == "NULL"; }));
-        std::vector<std::string> arguments{"upgrade", "--jobs", "4", "--repair"};
-        if (batched) {
-            arguments.emplace_back("--batch");
-        }
-        const Outcome outcome = Run(arguments);
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_EQ(States(), states);
-        EXPECT_EQ(InstallationVersion(), kCurrentStored);
-    };
-    const auto killWhileJobsWait = [&] {
-        const auto reader = Application();  // whom each job waits for, in another step
-        reader->Execute("START TRANSACTION;");
-        for (const char* table :
-             {"tw_7.setting", "tw_8.navigation", "tw_9.email", "tw_10.layoutzone"}) {
-            reader->Query(fmt::format("SELECT COUNT(*) FROM {};", table));
-        }
-        Program run(With({"upgrade", "--batch", "--jobs", "4"}));
-        ASSERT_TRUE(WaitUntil([] { return Waiting() == "4"; }));
-        run.Signal(SIGKILL);
-        run.Wait();
-        ASSERT_TRUE(WaitUntil([] { return Waiting() == "0"; }));
-    };
-    for (const bool batched : {false, true}) {
-        MakeShops();
-        killWhileJobsWait();
-        resume(batched);
-    }
-    const char* soak = std::getenv("TWUPDATE_SOAK");
-    for (unsigned moment = 60; soak != nullptr && moment < 3060; moment += 30) {
-        SCOPED_TRACE(fmt::format("killed after {} ms", moment));
-        MakeShops();
-        Program run(With({"upgrade", "--batch", "--jobs", "4"}));
-        usleep(moment * 1000);
-        run.Signal(SIGKILL);
-        run.Wait();
-        resume(moment % 60 == 0);
-    }
-}
-
 TEST_F(Batch, AFailureThatPassesIsTriedAgainFromTheLastStepThatMustNotRunTwice) {
     const auto make = [this] {
         MakeShops();
