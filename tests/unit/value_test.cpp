@@ -44,13 +44,39 @@ TEST(Value, NullIsAnErrorWhereANumberOrTextMustBe) {
     EXPECT_THROW(static_cast<void>(Value().ToText()), ConversionError);
 }
 
+std::string ErrorOf(const Value& value) {
+    try {
+        static_cast<void>(value.ToInt32());
+    } catch (const ConversionError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(Value, AnErrorShowsTheValueAndOfALongTextItsBeginning) {
+    const std::string forty(40, 'x');
+    EXPECT_EQ(ErrorOf(Value("ten")), "'ten' is not a number");
+    EXPECT_EQ(ErrorOf(Value(forty)), "'" + forty + "' is not a number");
+    EXPECT_EQ(ErrorOf(Value(forty + "x")), "'" + forty + "…' is not a number");
+    EXPECT_EQ(ErrorOf(Value()), "NULL instead of a number");
+    EXPECT_EQ(ErrorOf(Value("2147483648")), "2147483648 is out of range for a 32-bit integer");
+    try {
+        static_cast<void>(Value().ToText());
+        FAIL() << "nothing was thrown";
+    } catch (const ConversionError& error) {
+        EXPECT_STREQ(error.what(), "NULL instead of a text");
+    }
+}
+
 TEST(Value, ReadsNumbersFromText) {
     EXPECT_EQ(Value(" 12 ").ToInt32(), 12);
+    EXPECT_EQ(Value("\t\r\n\v\f12\f\v\n\r\t").ToInt32(), 12);
     EXPECT_EQ(Value("+7").ToInt32(), 7);
     EXPECT_EQ(Value("-7").ToInt32(), -7);
     EXPECT_DOUBLE_EQ(Value("1.0265").ToDouble(), 1.0265);
     EXPECT_DOUBLE_EQ(Value("1e3").ToDouble(), 1000);
-    for (const char* text : {"", "  ", "abc", "12a", "1 2", "+-1", "inf", "nan", "0x10", "--1"}) {
+    for (const char* text :
+         {"", "  ", "abc", "12a", "1 2", "+-1", "inf", "nan", "0x10", "--1", "+ 1", "++1", "1,5"}) {
         EXPECT_THROW(static_cast<void>(Value(text).ToDouble()), ConversionError) << text;
         EXPECT_FALSE(Value(text).IsNumeric()) << text;
     }
