@@ -128,8 +128,8 @@ class Equivalents:
     def speaks_of(entry, case):
         def is_text(key, text):
             wanted = entry.get(key)
-            return wanted is None or text == wanted or (
-                wanted.endswith("…") and text.startswith(wanted[:-1]))
+            return wanted is None or re.fullmatch(
+                ".*".join(map(re.escape, wanted.split("…"))), text) is not None
 
         mutant = case.mutant
         return (entry["file"] == case.file and entry["rule"] == mutant.rule

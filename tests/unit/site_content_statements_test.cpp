@@ -548,9 +548,9 @@ TEST(SiteContentLayouts, ATemplateSiteLosesTheSettingThatHidesNavigation) {
                 ::testing::Not(::testing::Contains(deletion)));
 }
 
-// Somebody deletes the setting while the step runs.
-TEST(SiteContentLayouts, AListThatIsGoneIsAnEmptyOne) {
-    const auto host = SiteSeven({});
+/// Site 7 with a layout, page 50, whose override 5 lists its elements; element 11 is the first.
+std::shared_ptr<RecordingHost> SiteWithListedElements() {
+    auto host = SiteSeven({});
     host->Answer(
         "SELECT s.settingid, s.overrideid, o.featureid FROM tw_7.setting s INNER JOIN "
         "tw_7.override o ON o.overrideid = s.overrideid WHERE s.name = 'ExplicitLayoutElements' "
@@ -560,10 +560,42 @@ TEST(SiteContentLayouts, AListThatIsGoneIsAnEmptyOne) {
         "SELECT elementid, sequence FROM tw_7.layoutelement WHERE featureid = 50 ORDER BY "
         "elementid;",
         {{"elementid", "sequence"}, {{11, 1}}});
-    EXPECT_THAT(RunStep(host, "SiteContentStep_1_0026"),
+    return host;
+}
+
+// Somebody deletes the setting while the step runs.
+TEST(SiteContentLayouts, AListThatIsGoneIsAnEmptyOne) {
+    EXPECT_THAT(RunStep(SiteWithListedElements(), "SiteContentStep_1_0026"),
                 ::testing::Contains(
                     "execute INSERT INTO tw_7.setting(overrideid, name, type, text) VALUES(5, "
                     "'LayoutElementIds', 'text', '');"));
+}
+
+// An interrupted run has added them and not yet deleted the list.
+TEST(SiteContentLayouts, SettingsThatAreThereAreNotAddedAgain) {
+    const Lines type{
+        "execute INSERT INTO tw_7.setting(overrideid, name, type, integer_value) VALUES(5, "
+        "'LayoutElementType', 'integer', 1);"};
+    const Lines ids{
+        "execute INSERT INTO tw_7.setting(overrideid, name, type, text) VALUES(5, "
+        "'LayoutElementIds', 'text', '');"};
+    const std::vector<std::pair<std::string, Lines>> addedBeside{{"LayoutElementType", ids},
+                                                                 {"LayoutElementIds", type}};
+    for (const auto& [there, expected] : addedBeside) {
+        const auto host = SiteWithListedElements();
+        host->Answer(
+            "SELECT settingid FROM tw_7.setting WHERE overrideid = 5 AND name = '" + there + "';",
+            {{"settingid"}, {{4}}});
+        Lines settings;
+        for (const std::string& line : RunStep(host, "SiteContentStep_1_0026")) {
+            if (line.find(" tw_7.setting") != std::string::npos) {
+                settings.push_back(line);
+            }
+        }
+        Lines all = expected;
+        all.emplace_back("execute DELETE FROM tw_7.setting WHERE settingid = 3;");
+        EXPECT_EQ(settings, all) << there;
+    }
 }
 
 TEST(SiteContentForms, TheFormTablesAreRepairedInTheOrderOfTheirPages) {
