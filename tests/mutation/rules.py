@@ -41,6 +41,9 @@ ESCAPE = re.compile(r"\\(?:x[0-9a-fA-F]+|[0-7]{1,3}|.)|.", re.DOTALL)
 # Two names, or a type's end and a name, before "=", "(", "{", ";" or ":".
 DECLARATION = re.compile(r"(?!(?:return|throw|delete|else|case|new|goto|co_return)\b)"
                          r"(?:[\w:]|<[^;={]*>|\s*[&*]+|\s+(?=\w))+?[\s&*>](?P<name>\w+)\s*(?:[=;({]|\[|:(?!:))")
+# A declaration with a fixed value.
+WITHOUT_EFFECT = re.compile(r"^(?!return\b)[\w:<>*&,]+(?: [\w:<>*&,]+)* \w+(?: = (?:[\d.']+|\"[^\"]*\"|"
+                            r"k?[Tt]rue|k?[Ff]alse|nullptr))?;$")
 NO_STATEMENT = {"static_assert", "using", "namespace", "template", "struct", "class", "enum",
                 "public", "private", "protected", "case", "default", "friend", "typedef"}
 
@@ -337,6 +340,8 @@ class Finder:
             if {word(one), word(other)} & (NO_STATEMENT | JUMPS):
                 continue
             first, second = self.source(*one), self.source(*other)
+            if WITHOUT_EFFECT.search(first) or WITHOUT_EFFECT.search(second):
+                continue
             name = self.declared_name(one)
             if not self.is_table:
                 if name and self.declared_name(other):

@@ -71,6 +71,11 @@ class Rules(unittest.TestCase):
                     "swap"),
             [("A(); const auto b = B();", "const auto b = B(); A();"), ("C(b); D();", "D(); C(b);")])
 
+    def test_a_declaration_with_a_fixed_value_does_not_change_places(self):
+        self.assertEqual(changes("void F() {\n    A();\n    std::int64_t b = 0;\n    C();\n"
+                                 "    std::string d;\n    a = 1;\n    b = 2;\n}", "swap"),
+                         [("a = 1; b = 2;", "b = 2; a = 1;")])
+
     def test_lists_of_values_are_no_statements(self):
         self.assertEqual(changes("constexpr int a[]{1, 2};\nstruct B {\n    int c;\n};",
                                  "drop", "swap"), [])

@@ -431,7 +431,8 @@ TEST_F(Charges, ThatWereConvertedTwiceLoseTheGroupsThatNothingNames) {
         "1);");
     Sql("INSERT INTO tw_7.chargeoption(groupid, featureid, name, sequence) VALUES(9, 3, 'Post', "
         "1);");
-    Repaired(kStep, {"tw_7", "", kCurrentVersion});
+    EXPECT_EQ(Repaired(kStep, {"tw_7", "", kCurrentVersion}).seen,
+              "2 groups that no charge refers to, beside others of the same name");
     EXPECT_THAT(Groups(), ElementsAre("3 | Post", "4 | Wrap", "9 | Post"));
 }
 
@@ -440,6 +441,9 @@ TEST_F(Charges, ThatWereConvertedTwiceKeepTheGroupsThatOrdersUseOrSomebodyHasCha
     Sql("INSERT INTO tw_7.orderchargeoption(orderid, chargeoptionid) VALUES(1, 1);");
     Sql("UPDATE tw_7.chargeoption SET sequence = 4 WHERE optionid = 2;");
     EXPECT_THAT(Left(kStep, {"tw_7", "", kCurrentVersion}), IsEmpty());
+    Sql("UPDATE tw_7.chargeoption SET sequence = 1 WHERE optionid = 2;");
+    EXPECT_EQ(Repaired(kStep, {"tw_7", "", kCurrentVersion}).seen,
+              "1 group that no charge refers to, beside one of the same name");
 }
 
 // --- the others ---------------------------------------------------------------------------------

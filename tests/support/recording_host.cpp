@@ -20,14 +20,21 @@ class Cursor {
     Cursor(RecordingHost& host, ResultSet result) : host_(host), result_(std::move(result)) {
         ++host_.openRecordsets;
     }
-    bool AtEnd() const { return row_ >= result_.rows.size(); }
-    void Next() { ++row_; }
+    bool AtEnd() const {
+        RequireOpen();
+        return row_ >= result_.rows.size();
+    }
+    void Next() {
+        RequireOpen();
+        ++row_;
+    }
     void Close() {
         if (std::exchange(open_, false)) {
             --host_.openRecordsets;
         }
     }
     const Value& Get(std::string_view column) const {
+        RequireOpen();
         for (std::size_t i = 0; i < result_.columns.size(); ++i) {
             if (EqualNames(result_.columns[i], column)) {
                 return result_.rows.at(row_).at(i);
@@ -37,6 +44,13 @@ class Cursor {
     }
 
   private:
+    /// Nothing but destruction follows Close.
+    void RequireOpen() const {
+        if (!open_) {
+            throw HostError("", 0, "", "the recordset is closed");
+        }
+    }
+
     RecordingHost& host_;
     ResultSet result_;
     std::size_t row_ = 0;
@@ -192,7 +206,10 @@ namespace {
 class RecordingCommand : public Command {
   public:
     explicit RecordingCommand(RecordingHost& host) : host_(host) {}
-    void CloseCommand() override { ++host_.commandsClosed; }
+    void CloseCommand() override {
+        ++host_.commandsClosed;
+        open_ = false;
+    }
     void AddParameter(const Value& value) override {
         ++host_.parametersBound;
         parameters_.push_back(value);
@@ -210,12 +227,16 @@ class RecordingCommand : public Command {
 
   private:
     ResultSet Run(const std::shared_ptr<Database>& database) {
+        if (!open_) {
+            throw HostError(sql_, 0, "", "the command is closed");
+        }
         return dynamic_cast<RecordingDatabase&>(*database).Run("command", sql_, parameters_);
     }
 
     RecordingHost& host_;
     std::string sql_;
     std::vector<Value> parameters_;
+    bool open_ = true;
 };
 
 class RecordingCommandFactory : public CommandFactory {
