@@ -94,9 +94,11 @@ def shorter(literal):
     if literal.startswith("R"):
         opening, closing = literal.index("(") + 1, literal.rindex(")")
     parts = ESCAPE.findall(literal[opening:closing])
-    letters = [i for i, part in enumerate(parts) if part.isalnum()] or list(range(len(parts)))
-    if not letters:
+    if not parts:
         return None
+    letters = ([i for i, part in enumerate(parts) if part.isalnum()]
+               or [i for i, part in enumerate(parts) if not part.isspace()]  # blanks mean little
+               or list(range(len(parts))))
     del parts[letters[zlib.crc32(literal.encode()) % len(letters)]]
     return literal[:opening] + "".join(parts) + literal[closing:]
 

@@ -42,6 +42,10 @@ class Rules(unittest.TestCase):
                          [('f("\\n", "a\\\\", "");', 'f("", "a\\\\", "");'),
                           ('f("\\n", "a\\\\", "");', 'f("\\n", "\\\\", "");')])
 
+    def test_a_text_without_letters_loses_another_character_before_a_blank(self):
+        self.assertEqual(changes('f(", ", " ");', "text"),
+                         [('f(", ", " ");', 'f(" ", " ");'), ('f(", ", " ");', 'f(", ", "");')])
+
     def test_comments_directives_and_assertions_of_the_compiler_are_left_alone(self):
         self.assertEqual(find_mutants('#include "a.h"\n#define A 1 \\\n  2\n// 1 < 2\n'
                                       'static_assert(A < 3, "no");\n'), [])

@@ -539,6 +539,15 @@ TEST_F(Interruption, AnUnfinishedCreationIsDroppedOnlyWhileNothingElseIsStored) 
     EXPECT_FALSE(find());
     Sql("CREATE DATABASE tw_tarnwick;");
     ASSERT_TRUE(find());
+    EXPECT_EQ(find()->seen, "it has no table installation");
+    EXPECT_EQ(find()->consequence, "create-core looks at nothing but the name of the database");
+    EXPECT_THAT(find()->statements, ElementsAre("DROP DATABASE tw_tarnwick;"));
+    Sql("CREATE TABLE tw_tarnwick.installation(version DOUBLE);");
+    EXPECT_EQ(find()->seen, "its table installation has no row");
+    Sql("INSERT INTO tw_tarnwick.installation VALUES(1.0);");
+    EXPECT_FALSE(find());  // an old one, which an upgrade completes
+    SetInstallationVersion(kCurrentVersion);
+    EXPECT_THAT(find()->seen, ContainsRegex("^it has no table [a-z]+$"));
     EXPECT_THAT(find()->statements, ElementsAre("DROP DATABASE tw_tarnwick;"));
     Sql("DROP DATABASE tw_tarnwick;");
     Update update;
