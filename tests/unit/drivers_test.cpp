@@ -282,6 +282,15 @@ TEST_F(Drivers, TheObserverHearsOfLaddersSitesAndTheWalk) {
                             "ladder site content tw_5", "end site content tw_5", "end 5"));
 }
 
+TEST_F(Drivers, TheObserverHearsOfASiteThatIsUpgradedOnItsOwn) {
+    const auto observer = std::make_shared<ListingObserver>();
+    host->observer = observer;
+    update.UpdateSite(5, kCurrentVersion);
+    EXPECT_THAT(observer->heard,
+                ElementsAre("site 5", "ladder site schema tw_5", "end site schema tw_5",
+                            "ladder site content tw_5", "end site content tw_5", "end 5"));
+}
+
 TEST_F(Drivers, TheObserverHearsNoEndOfWhatFails) {
     const auto observer = std::make_shared<ListingObserver>();
     host->observer = observer;
