@@ -159,7 +159,7 @@ def compile_flags():
     words = words[compiler:]
     kept = [word for word in words[:words.index("-o")]
             if not re.match(r"-(W|O|g)", word)]
-    return kept + ["-O0", "-w", "-Werror=return-type"]  # a forgotten return does not compile
+    return kept + ["-O0", "-Werror=return-type"]  # a forgotten return does not compile
 
 
 def link_words(program):

@@ -285,10 +285,14 @@ TEST_F(Drivers, TheObserverHearsOfLaddersSitesAndTheWalk) {
 TEST_F(Drivers, TheObserverHearsOfASiteThatIsUpgradedOnItsOwn) {
     const auto observer = std::make_shared<ListingObserver>();
     host->observer = observer;
-    update.UpdateSite(5, kCurrentVersion);
+    EXPECT_EQ(update.UpdateSite(5, kCurrentVersion), kTrue);
     EXPECT_THAT(observer->heard,
                 ElementsAre("site 5", "ladder site schema tw_5", "end site schema tw_5",
                             "ladder site content tw_5", "end site content tw_5", "end 5"));
+}
+
+TEST_F(Drivers, TheSchemaLadderIsTrueThoughNoStepRuns) {
+    EXPECT_EQ(UpdateTestPeer(update).RunSiteSchemaLadder(5, kCurrentVersion), kTrue);
 }
 
 TEST_F(Drivers, TheObserverHearsNoEndOfWhatFails) {
