@@ -256,8 +256,10 @@ class Charges : public Interruption {
 };
 
 TEST_F(Charges, OfAnInterruptedConversionAreTakenBack) {
-    Repaired(kStep, site_, StepHistory::kInterrupted);
+    EXPECT_EQ(Repaired(kStep, site_, StepHistory::kInterrupted).seen,
+              "2 groups of an unfinished conversion");
     EXPECT_THAT(Groups(), IsEmpty());
+    EXPECT_THAT(Rows("SHOW TABLES FROM tw_7 LIKE 'chargegroup%kept%'"), IsEmpty());
     RunStep(kStep, 7);
     EXPECT_THAT(Groups(), ElementsAre("1 | Post", "2 | Wrap"));
 }
