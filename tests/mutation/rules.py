@@ -43,7 +43,7 @@ DECLARATION = re.compile(r"(?!(?:return|throw|delete|else|case|new|goto|co_retur
                          r"(?:[\w:]|<[^;={]*>|\s*[&*]+|\s+(?=\w))+?[\s&*>](?P<name>\w+)\s*(?:[=;({]|\[|:(?!:))")
 # A declaration with a fixed value.
 WITHOUT_EFFECT = re.compile(r"^(?!return\b)[\w:<>*&,]+(?: [\w:<>*&,]+)* \w+(?: = (?:[\d.']+|\"[^\"]*\"|"
-                            r"k?[Tt]rue|k?[Ff]alse|nullptr))?;$")
+                            r"true|kTrue|false|kFalse|nullptr))?;$")
 NO_STATEMENT = {"static_assert", "using", "namespace", "template", "struct", "class", "enum",
                 "public", "private", "protected", "case", "default", "friend", "typedef"}
 
