@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <limits>
 #include <utility>
 
 #include "sql_tokens.h"
@@ -12,15 +13,27 @@ namespace {
 
 /// LIKE without an escape character: '%' is any text, '_' any one character.
 bool IsLike(std::string_view text, std::string_view pattern) {
-    if (pattern.empty()) {
-        return text.empty();
+    std::size_t at = 0;
+    std::size_t wanted = 0;
+    // Only the last '%' need ever take more text: what lies before it has been found.
+    std::optional<std::size_t> any;
+    std::size_t taken = 0;
+    while (at < text.size()) {
+        if (wanted < pattern.size() && pattern[wanted] == '%') {
+            any = wanted++;
+            taken = at;
+        } else if (wanted < pattern.size() &&
+                   (pattern[wanted] == '_' || pattern[wanted] == text[at])) {
+            ++wanted;
+            ++at;
+        } else if (any) {
+            wanted = *any + 1;
+            at = ++taken;
+        } else {
+            return false;
+        }
     }
-    if (pattern.front() == '%') {
-        return IsLike(text, pattern.substr(1)) ||
-               (!text.empty() && IsLike(text.substr(1), pattern));
-    }
-    return !text.empty() && (pattern.front() == '_' || pattern.front() == text.front()) &&
-           IsLike(text.substr(1), pattern.substr(1));
+    return pattern.find_first_not_of('%', wanted) == std::string_view::npos;
 }
 
 template <typename Named>
@@ -58,7 +71,8 @@ std::string ShownDefault(const std::string& type, std::string text) {
     const std::string word = TypeWord(type);
     if (word == "decimal") {
         const auto comma = type.find(',');
-        const auto scale = static_cast<std::size_t>(std::stoi(type.substr(comma + 1)));
+        std::size_t scale = 0;
+        std::from_chars(type.data() + comma + 1, type.data() + type.size(), scale);
         const auto point = std::min(text.find('.'), text.size());
         std::string decimals = point < text.size() ? text.substr(point + 1) : "";
         decimals.resize(scale, '0');
@@ -153,6 +167,18 @@ class CatalogueStatement {
         }
         return std::string(Take().text);
     }
+    std::uint32_t Number(std::uint32_t most) {
+        const std::string_view text = Peek().text;
+        const char* const end = text.data() + text.size();
+        std::uint32_t number = 0;
+        const auto [rest, error] = std::from_chars(text.data(), end, number);
+        if (Peek().kind != SqlToken::Kind::kNumber || error != std::errc{} || rest != end ||
+            number > most) {
+            FailToFollow("number up to " + std::to_string(most));
+        }
+        Take();
+        return number;
+    }
     std::string Text() {
         if (Peek().kind != SqlToken::Kind::kText) {
             FailToFollow("text");
@@ -222,6 +248,20 @@ class CatalogueStatement {
 
     // --- columns ------------------------------------------------------------------------------
 
+    /// "17,2"; a server has limits for both.
+    std::string ReadDecimals() {
+        constexpr std::uint32_t kMostDigits = 65;
+        constexpr std::uint32_t kMostDecimals = 38;
+        std::uint32_t digits = 10;
+        std::uint32_t decimals = 0;
+        if (Accept("(")) {
+            digits = Number(kMostDigits);
+            decimals = Accept(",") ? Number(kMostDecimals) : 0;
+            Expect(")");
+        }
+        return std::to_string(digits) + "," + std::to_string(decimals);
+    }
+
     std::string ReadType() {
         std::string word = LowerCase(Name());
         if (word == "bool" || word == "boolean") {
@@ -229,7 +269,9 @@ class CatalogueStatement {
         }
         word = word == "integer" ? "int" : word == "dec" || word == "numeric" ? "decimal" : word;
         std::string arguments;
-        if (Accept("(")) {
+        if (word == "decimal") {
+            arguments = ReadDecimals();
+        } else if (Accept("(")) {
             do {
                 const SqlToken& token = Take();
                 const bool isText = token.kind == SqlToken::Kind::kText;
@@ -250,10 +292,6 @@ class CatalogueStatement {
             if (!catalogue_.defaults.displayWidths && word + arguments != "tinyint1") {
                 arguments.clear();
             }
-        } else if (word == "decimal") {
-            arguments += arguments.empty()                          ? "10,0"
-                         : arguments.find(',') == std::string::npos ? ",0"
-                                                                    : "";
         } else if (word == "char" && arguments.empty()) {
             arguments = "1";
         }
@@ -385,7 +423,7 @@ class CatalogueStatement {
         do {
             Catalogue::KeyPart part{Name()};
             if (Accept("(")) {
-                part.length = static_cast<std::uint32_t>(std::stoul(std::string(Take().text)));
+                part.length = Number(std::numeric_limits<std::uint32_t>::max());
                 Expect(")");
             }
             parts.push_back(std::move(part));

@@ -25,8 +25,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kInstallation = "tw_tarnwick.installation";
-constexpr const char* kSite = "tw_tarnwick.site";
-constexpr double kFirstVersion = 1.0;
 
 /// Counts something for as long as it lives.
 class UnderWay {
@@ -108,7 +106,7 @@ std::optional<double> Backup::VersionNow(const std::string& database, const Back
     if (!site) {
         return installation_.Version();
     }
-    if (note.source != kSite) {
+    if (note.source != BackupNote::kSite) {
         return installation_.ImportedVersion(*site);
     }
     const auto row = installation_.Site(*site);
@@ -180,7 +178,7 @@ std::optional<Backup::Task> Backup::PrepareSite(std::int64_t siteId) {
     }
     const auto site =
         installation_.HasDatabase("tw_tarnwick") ? installation_.Site(siteId) : std::nullopt;
-    return Prepare(database, site ? site->version.value_or(0) : 0, kSite);
+    return Prepare(database, site ? site->version.value_or(0) : 0, BackupNote::kSite);
 }
 
 std::optional<Backup::Task> Backup::Prepare(const std::string& database, double version,
@@ -236,10 +234,6 @@ fs::path DumpFile(const fs::path& folder, const std::string& database) {
     return folder / (database + ".sql.gz");
 }
 
-fs::path NoteFile(const fs::path& folder, const std::string& database) {
-    return folder / (database + ".json");
-}
-
 std::vector<std::string> DumpedDatabases(const fs::path& folder) {
     const std::regex form(R"((tw_(?:tarnwick|logs|\d+))\.sql\.gz)");
     std::vector<std::string> databases;
@@ -264,44 +258,6 @@ std::optional<std::int32_t> SiteOfDatabase(const std::string& database) {
     const char* end = database.data() + database.size();
     return std::from_chars(database.data() + 3, end, siteId).ptr == end ? std::optional(siteId)
                                                                         : std::nullopt;
-}
-
-std::optional<BackupNote> ReadNote(const fs::path& folder, const std::string& database) {
-    const fs::path file = NoteFile(folder, database);
-    std::ifstream stream(file);
-    const auto json = nlohmann::json::parse(stream, nullptr, false);
-    if (!json.is_object() || !json.contains("version") || !json["version"].is_number()) {
-        return std::nullopt;
-    }
-    BackupNote note;
-    note.version = json["version"].get<double>();
-    // 0 is the version of a site of which nobody knows another.
-    if (note.version != 0 && !(note.version >= kFirstVersion && note.version <= kCurrentVersion)) {
-        throw CommandError(fmt::format(
-            "{}: {} is not a possible version ({} to {}); nothing was restored", file.string(),
-            VersionText(note.version), VersionText(kFirstVersion), VersionText(kCurrentVersion)));
-    }
-    const auto text = [&](const char* key, const char* otherwise) {
-        return json.contains(key) && json[key].is_string() ? json[key].get<std::string>()
-                                                           : otherwise;
-    };
-    note.source = text("of", kSite);
-    note.time = text("time", "");
-    if (json.contains("seconds") && json["seconds"].is_number_integer()) {
-        note.seconds = json["seconds"].get<std::int64_t>();
-    }
-    return note;
-}
-
-std::optional<double> DumpedSiteVersion(const fs::path& folder, std::int32_t siteId) {
-    const std::string database = fmt::format("tw_{}", siteId);
-    const auto note = ReadNote(folder, database);
-    if (!note) {
-        throw CommandError(
-            fmt::format("the file with the version of site {} is missing, {}; nothing was restored",
-                        siteId, NoteFile(folder, database).string()));
-    }
-    return note->source == kSite ? std::optional(note->version) : std::nullopt;
 }
 
 }  // namespace twupdate::cli

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/backup/backup_note.h"
 #include "cli/backup/backup_run.h"
 #include "cli/backup/dump.h"
 #include "cli/run/progress.h"
@@ -19,14 +20,6 @@
 #include "cli/terminal/console.h"
 
 namespace twupdate::cli {
-
-/// What the note beside a dump says.
-struct BackupNote {
-    double version = 0;        ///< of the database
-    std::string source;        ///< the table that recorded it
-    std::string time;          ///< of the dump, UTC, by the server's clock
-    std::int64_t seconds = 0;  ///< the same, since 1970; 0 when it is not known
-};
 
 /// --backup: dumps each database before its first change, into the folder of the run. A failed dump
 /// ends the run before that database is changed. A run that resumes an unfinished one uses its
@@ -97,18 +90,7 @@ std::vector<std::string> DumpedDatabases(const std::filesystem::path& folder);
 /// The site to which a database belongs; nothing for tw_tarnwick and tw_logs.
 std::optional<std::int32_t> SiteOfDatabase(const std::string& database);
 
-/// The dump of a database, and the note beside it, in a backup folder.
+/// The dump of a database in a backup folder.
 std::filesystem::path DumpFile(const std::filesystem::path& folder, const std::string& database);
-std::filesystem::path NoteFile(const std::filesystem::path& folder, const std::string& database);
-
-/// Nothing when there is no note, or it cannot be read.
-/// @throws CommandError when its version is none that a database can have
-std::optional<BackupNote> ReadNote(const std::filesystem::path& folder,
-                                   const std::string& database);
-
-/// The version of a site that tw_tarnwick.site had when its database was dumped; nothing when the
-/// note beside the dump is about another version, that of copies of the central tables.
-/// @throws CommandError when there is no such note
-std::optional<double> DumpedSiteVersion(const std::filesystem::path& folder, std::int32_t siteId);
 
 }  // namespace twupdate::cli

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <regex>
 
@@ -20,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFile = "run.json";
+constexpr std::int64_t kLastSecond = 253402300799;  // of the year 9999
 
 std::string StateText(BackupRun::State state) {
     switch (state) {
@@ -49,6 +51,17 @@ std::string Cell(Utility& utility, const std::string& expression) {
     return rows->Fields().Item("cell").Value().ToText();
 }
 
+/// The whole number from 0 to `most` of that name; nothing when it is none.
+std::optional<std::int64_t> WholeNumber(const nlohmann::json& object, const char* name,
+                                        std::int64_t most) {
+    const auto& value = object.at(name);
+    if (!value.is_number_unsigned() ||
+        value.get<std::uint64_t>() > static_cast<std::uint64_t>(most)) {
+        return std::nullopt;
+    }
+    return value.get<std::int64_t>();
+}
+
 /// What a run, or a restore that has ended, leaves in its folder.
 bool IsOfABackup(const fs::path& file) {
     static const std::regex form(
@@ -76,17 +89,22 @@ std::optional<BackupRun> ReadBackupRun(const fs::path& folder) {
         run.folder = folder;
         run.command = json.at("command").get<std::string>();
         if (json.contains("site")) {
-            run.siteId = json["site"].get<std::int32_t>();
+            const auto siteId = WholeNumber(json, "site", std::numeric_limits<std::int32_t>::max());
+            if (!siteId) {
+                return std::nullopt;
+            }
+            run.siteId = static_cast<std::int32_t>(*siteId);
         }
         run.server = json.at("server").get<std::string>();
         const auto state = StateOf(json.at("state").get<std::string>());
-        run.began = json.at("began").get<std::int64_t>();
+        const auto began = WholeNumber(json, "began", kLastSecond);
         if (json.contains("ended")) {
-            run.ended = json["ended"].get<std::int64_t>();
+            run.ended = WholeNumber(json, "ended", kLastSecond);
         }
-        if (!state) {
+        if (!state || !began || (json.contains("ended") && !run.ended)) {
             return std::nullopt;
         }
+        run.began = *began;
         run.state = *state;
         return run;
     } catch (const nlohmann::json::exception&) {

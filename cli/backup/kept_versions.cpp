@@ -45,13 +45,22 @@ std::optional<SiteVersions> KeptVersions(const fs::path& folder) {
     try {
         std::ifstream stream(file);
         SiteVersions versions;
+        bool areNumbers = true;
         for (const auto& line : nlohmann::json::parse(stream)) {
-            versions[line.at("site").get<std::int64_t>()] = line.at("version").get<double>();
+            const auto& siteId = line.at("site");
+            const auto& version = line.at("version");
+            areNumbers = areNumbers && siteId.is_number_integer() &&
+                         siteId.get<std::int64_t>() > 0 && version.is_number();
+            if (areNumbers) {
+                versions[siteId.get<std::int64_t>()] = version.get<double>();
+            }
         }
-        return versions;
-    } catch (const nlohmann::json::exception&) {
-        throw CommandError(Named(file) + ", cannot be read; nothing was restored");
+        if (areNumbers) {
+            return versions;
+        }
+    } catch (const nlohmann::json::exception&) {  // the same
     }
+    throw CommandError(Named(file) + ", cannot be read; nothing was restored");
 }
 
 void RemoveKeptVersions(const fs::path& folder) {

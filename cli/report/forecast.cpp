@@ -1,6 +1,7 @@
 #include "cli/report/forecast.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <set>
 #include <string>
@@ -13,15 +14,18 @@ namespace {
 using Seconds = std::chrono::duration<double>;
 
 struct Cost {
+    struct Kind {
+        double statements = 0;
+        double seconds = 0;
+    };
     double seconds = 0;  ///< the time between statements included
-    std::array<Forecast::Kind, kStatementKinds> kinds{};
+    std::array<Kind, kStatementKinds> kinds{};
 
     void Add(const Cost& other, double share = 1) {
         seconds += other.seconds * share;
         for (std::size_t i = 0; i < kinds.size(); ++i) {
             kinds.at(i).statements += other.kinds.at(i).statements * share;
-            kinds.at(i).time += EventDuration(static_cast<std::int64_t>(
-                static_cast<double>(other.kinds.at(i).time.count()) * share));
+            kinds.at(i).seconds += other.kinds.at(i).seconds * share;
         }
     }
 };
@@ -31,13 +35,14 @@ Cost CostOf(const StepRecord& step) {
     cost.seconds = Seconds(step.duration).count();
     for (std::size_t i = 0; i < step.kinds.size(); ++i) {
         cost.kinds.at(i) = {static_cast<double>(step.kinds.at(i).statements),
-                            step.kinds.at(i).time};
+                            Seconds(step.kinds.at(i).time).count()};
     }
     return cost;
 }
 
 EventDuration DurationOf(double seconds) {
-    return std::chrono::duration_cast<EventDuration>(Seconds(seconds));
+    constexpr double kLongest = 1e9;  // thirty years; the sum of a few of them can be counted
+    return EventDuration(std::llround(std::min(seconds, kLongest) * 1e9));
 }
 
 /// What steps and whole databases have cost in earlier runs.
@@ -128,6 +133,7 @@ Forecast MakeForecast(std::span<const RunRecord> runs,
     forecast.hadJobs = measured.HadJobs();
     std::set<std::string> unmeasured;
     Cost sum;
+    double siteSeconds = 0;
     for (const Forecast::Database& database : databases) {
         const Cost* whole = measured.Whole(database.name, database.version);
         const Cost cost = whole != nullptr ? *whole : Expected(measured, database, unmeasured);
@@ -135,13 +141,16 @@ Forecast MakeForecast(std::span<const RunRecord> runs,
         sum.Add(cost);
         const EventDuration time = DurationOf(cost.seconds);
         if (database.isSite) {
-            forecast.sites += time;
+            siteSeconds += cost.seconds;
             forecast.longest = std::max(forecast.longest, time);
         } else {
             forecast.central += time;
         }
     }
-    forecast.kinds = sum.kinds;
+    forecast.sites = DurationOf(siteSeconds);
+    for (std::size_t i = 0; i < kStatementKinds; ++i) {
+        forecast.kinds.at(i) = {sum.kinds.at(i).statements, DurationOf(sum.kinds.at(i).seconds)};
+    }
     forecast.unmeasuredSteps.assign(unmeasured.begin(), unmeasured.end());
     return forecast;
 }

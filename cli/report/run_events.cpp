@@ -113,8 +113,11 @@ class Event {
                                        &day, &hour, &minute, &second, &zone);
         const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{month},
                                                std::chrono::day{day}};
-        if (fields != 7 || zone != 'Z' || !date.ok() || hour > 23 || minute > 59 ||
-            !(second < 61) || hour < 0 || minute < 0 || second < 0) {
+        // Differences of times are counted in nanoseconds, of which 292 years fit.
+        constexpr int kFirstYear = 1970;
+        constexpr int kLastYear = 2200;
+        if (fields != 7 || zone != 'Z' || !date.ok() || year < kFirstYear || year > kLastYear ||
+            hour > 23 || minute > 59 || !(second < 61) || hour < 0 || minute < 0 || second < 0) {
             throw BadLine("'time' is not a time such as 2026-11-21T09:05:03.120Z");
         }
         return std::chrono::sys_days(date) + std::chrono::hours{hour} +

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <regex>
 #include <tuple>
 
 #include "cli/server/server_errors.h"
@@ -15,18 +14,31 @@ namespace {
 
 /// LIKE as the server uses it for the databases of a grant.
 bool Matches(std::string_view pattern, std::string_view name) {
-    if (pattern.empty()) {
-        return name.empty();
+    std::size_t at = 0;
+    std::size_t wanted = 0;
+    // Only the last "%" need ever take more of the name: what lies before it has been found.
+    std::optional<std::size_t> any;
+    std::size_t taken = 0;
+    while (at < name.size()) {
+        if (wanted < pattern.size() && pattern[wanted] == '%') {
+            any = wanted++;
+            taken = at;
+            continue;
+        }
+        const bool escaped = wanted + 1 < pattern.size() && pattern[wanted] == '\\';
+        const std::size_t letter = wanted + (escaped ? 1 : 0);
+        if (letter < pattern.size() &&
+            (pattern[letter] == name[at] || (!escaped && pattern[letter] == '_'))) {
+            wanted = letter + 1;
+            ++at;
+        } else if (any) {
+            wanted = *any + 1;
+            at = ++taken;
+        } else {
+            return false;
+        }
     }
-    if (pattern.front() == '%') {
-        return Matches(pattern.substr(1), name) ||
-               (!name.empty() && Matches(pattern, name.substr(1)));
-    }
-    const bool escaped = pattern.front() == '\\' && pattern.size() > 1;
-    const char wanted = escaped ? pattern[1] : pattern.front();
-    const bool any = !escaped && wanted == '_';
-    return !name.empty() && (any || wanted == name.front()) &&
-           Matches(pattern.substr(escaped ? 2 : 1), name.substr(1));
+    return pattern.find_first_not_of('%', wanted) == std::string_view::npos;
 }
 
 /// Orders patterns as the server does: those without "%" come first, then those that need more
@@ -51,20 +63,82 @@ std::tuple<bool, std::size_t, std::size_t> Generality(std::string_view pattern) 
     return {isOpen, isOpen ? kLongest - length : 0, any};
 }
 
-std::set<std::string> Words(const std::string& list) {
-    const std::regex comma(", ");
-    return {std::sregex_token_iterator(list.begin(), list.end(), comma, -1),
-            std::sregex_token_iterator()};
+std::set<std::string> Words(std::string_view list) {
+    constexpr std::string_view kBetween = ", ";
+    std::set<std::string> words;
+    for (;;) {
+        const auto end = list.find(kBetween);
+        words.emplace(list.substr(0, end));
+        if (end == std::string_view::npos) {
+            return words;
+        }
+        list.remove_prefix(end + kBetween.size());
+    }
 }
 
-Grant::Grantee GranteeOf(const std::string& name) {
-    if (name == "PUBLIC" || name == "`PUBLIC`") {
-        return Grant::Grantee::kPublic;
+bool TakeText(std::string_view& line, std::string_view text) {
+    const bool is = line.starts_with(text);
+    line.remove_prefix(is ? text.size() : 0);
+    return is;
+}
+
+/// Takes "*", or a name in backquotes.
+std::optional<std::string> TakeName(std::string_view& line) {
+    if (TakeText(line, "*")) {
+        return "*";
     }
-    return name.find("`@`") == std::string::npos ? Grant::Grantee::kRole : Grant::Grantee::kUser;
+    const auto end = line.starts_with('`') ? line.find('`', 1) : std::string_view::npos;
+    if (end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string name(line.substr(1, end - 1));
+    line.remove_prefix(end + 1);
+    return name;
+}
+
+/// @param line  from the name on
+Grant::Grantee GranteeOf(std::string_view line) {
+    std::string_view rest = line;
+    if (TakeName(rest) && TakeText(rest, "@") && TakeName(rest)) {
+        return Grant::Grantee::kUser;
+    }
+    const std::string_view name = line.substr(0, line.find(' '));
+    return name == "PUBLIC" || name == "`PUBLIC`" ? Grant::Grantee::kPublic : Grant::Grantee::kRole;
+}
+
+/// What is behind " ON ".
+std::optional<Grant> GrantOf(std::string_view privileges, std::string_view rest) {
+    const auto pattern = TakeName(rest);
+    if (!pattern || !TakeText(rest, ".")) {
+        return std::nullopt;
+    }
+    const auto table = TakeName(rest);
+    if (!table || !TakeText(rest, " TO ")) {
+        return std::nullopt;
+    }
+    // A privilege on columns, "UPDATE (`a`, `b`)", is none: a step adds columns to most tables.
+    return Grant{Words(privileges), *pattern, *table, GranteeOf(rest)};
 }
 
 }  // namespace
+
+std::optional<Grant> Grant::Of(std::string_view line) {
+    // Not by a regular expression: the standard ones recurse once per character, and a line may
+    // name thousands of columns.
+    constexpr std::string_view kOn = " ON ";
+    if (!TakeText(line, "GRANT ")) {
+        return std::nullopt;
+    }
+    // Names of columns and accounts may hold the same: of the last one that fits, nothing more is
+    // granted than by the line.
+    for (auto at = line.rfind(kOn); at != std::string_view::npos;
+         at = at == 0 ? std::string_view::npos : line.rfind(kOn, at - 1)) {
+        if (auto grant = GrantOf(line.substr(0, at), line.substr(at + kOn.size()))) {
+            return grant;
+        }
+    }
+    return std::nullopt;
+}
 
 bool Grant::Gives(std::string_view privilege) const {
     return privileges.contains("ALL PRIVILEGES") || privileges.contains(std::string(privilege));
@@ -77,8 +151,6 @@ Grants::Grants(std::vector<Grant> grants) : grants_(std::move(grants)) {
 }
 
 std::optional<Grants> Grants::Of(host::Connection& connection) {
-    const std::regex form(
-        R"(^GRANT (.*) ON (?:`([^`]*)`|(\*))\.(?:`([^`]*)`|\*) TO (`[^`]*`@`[^`]*`|\S*)(?: .*)?$)");
     std::vector<Grant> grants;
     std::unique_ptr<host::Rows> rows;
     try {
@@ -90,13 +162,8 @@ std::optional<Grants> Grants::Of(host::Connection& connection) {
         throw;
     }
     while (rows->Next()) {
-        const std::string text = rows->Get(0).ToText();
-        std::smatch parts;
-        if (std::regex_search(text, parts, form)) {
-            // A privilege on columns, "UPDATE (`a`, `b`)", is none: a step adds columns to most
-            // tables.
-            grants.push_back({Words(parts[1]), parts[3].matched ? "*" : parts[2].str(),
-                              parts[4].matched ? parts[4].str() : "*", GranteeOf(parts[5])});
+        if (auto grant = Grant::Of(rows->Get(0).ToText())) {
+            grants.push_back(std::move(*grant));
         }
     }
     return Grants(std::move(grants));

@@ -20,6 +20,10 @@ struct Grant {
     /// The account, PUBLIC, or the active role, with the roles granted to it.
     enum class Grantee : std::uint8_t { kUser, kPublic, kRole } grantee = Grantee::kUser;
 
+    /// Reads a line; nothing for one that grants no privilege on databases or tables, such as a
+    /// role.
+    static std::optional<Grant> Of(std::string_view line);
+
     bool Gives(std::string_view privilege) const;
     bool IsGlobal() const { return pattern == "*"; }
 };

@@ -1,5 +1,6 @@
 #include "cli/server/server_version.h"
 
+#include <algorithm>
 #include <array>
 #include <sstream>
 #include <utility>
@@ -14,6 +15,10 @@ ServerVersion::ServerVersion(std::string version)
     char dot = '.';
     std::istringstream stream(text_);
     stream >> parts[0] >> dot >> parts[1] >> dot >> parts[2];
+    constexpr int kHighest = 99;
+    for (int& part : parts) {
+        part = std::clamp(part, 0, kHighest);
+    }
     number_ = parts[0] * 10000 + parts[1] * 100 + parts[2];
 }
 

@@ -34,6 +34,26 @@ std::string_view Fitting(std::string_view text, std::size_t columns) {
     return text.substr(0, i);
 }
 
+/// The bytes of the character of UTF-8 with which the text begins; 0 if it is none.
+std::size_t LengthOfCharacter(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    const std::size_t length = lead < 0x80U                     ? 1
+                               : lead >= 0xC2U && lead <= 0xDFU ? 2
+                               : (lead & 0xF0U) == 0xE0U        ? 3
+                               : lead >= 0xF0U && lead <= 0xF4U ? 4
+                                                                : 0;
+    for (std::size_t k = 1; k < length; ++k) {
+        if (k >= text.size() || !IsContinuationByte(text[k])) {
+            return 0;
+        }
+    }
+    // Overlong forms, surrogates, and what is beyond U+10FFFF.
+    const unsigned second = length > 2 ? static_cast<unsigned char>(text[1]) : 0;
+    const bool isNone = (lead == 0xE0U && second < 0xA0U) || (lead == 0xEDU && second > 0x9FU) ||
+                        (lead == 0xF0U && second < 0x90U) || (lead == 0xF4U && second > 0x8FU);
+    return isNone ? 0 : length;
+}
+
 bool IsWordCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '$' ||
            static_cast<unsigned char>(c) >= 0x80U;
@@ -306,22 +326,15 @@ std::string Printable(std::string_view text) {
     std::string printable;
     std::size_t i = 0;
     while (i < text.size()) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        std::size_t length = lead < 0x80U                     ? 1
-                             : lead >= 0xC2U && lead <= 0xDFU ? 2
-                             : (lead & 0xF0U) == 0xE0U        ? 3
-                             : lead >= 0xF0U && lead <= 0xF4U ? 4
-                                                              : 0;
-        for (std::size_t k = 1; k < length; ++k) {
-            if (i + k >= text.size() || !IsContinuationByte(text[i + k])) {
-                length = 0;
-            }
-        }
+        const std::size_t length = LengthOfCharacter(text.substr(i));
         if (length == 0) {
             printable += "\xEF\xBF\xBD";
             ++i;
         } else {
-            const bool control = lead < 0x20U || lead == 0x7FU;
+            const auto lead = static_cast<unsigned char>(text[i]);
+            // U+0080 to U+009F are control characters too: a terminal may obey them.
+            const bool control = lead < 0x20U || lead == 0x7FU ||
+                                 (lead == 0xC2U && static_cast<unsigned char>(text[i + 1]) < 0xA0U);
             printable += control ? std::string_view(" ") : text.substr(i, length);
             i += length;
         }

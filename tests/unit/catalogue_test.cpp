@@ -127,6 +127,10 @@ TEST(CatalogueRefusals, HaveTheServersCodesAndChangeNothing) {
         // Neither half of it is carried out.
         {"ALTER TABLE tw_7.t ADD COLUMN x INT, ADD COLUMN b INT;", 1060},
         {"FLUSH TABLES;", 0},
+        {"CREATE TABLE tw_7.u(a DECIMAL(5,x) DEFAULT '1');", 0},
+        {"CREATE TABLE tw_7.u(a DECIMAL(5,999999999) DEFAULT '1');", 0},
+        {"ALTER TABLE tw_7.t ADD INDEX x_idx(c(x));", 0},
+        {"ALTER TABLE tw_7.t ADD INDEX x_idx(c(99999999999999999999));", 0},
     };
     for (const auto& [sql, code] : refused) {
         EXPECT_EQ(CodeOf(catalogue, sql), code) << sql;
@@ -161,6 +165,20 @@ TEST(CatalogueRefusals, MayBeNotedAndTheCauseTakenForRemoved) {
     catalogue.Run("ALTER TABLE tw_7.t MODIFY COLUMN c DOUBLE;", &refusal);
     EXPECT_EQ(refusal->code, 1054U);
     EXPECT_EQ(catalogue.Definition("tw_7", "t", "c"), "DOUBLE");
+}
+
+TEST(CatalogueNames, AreComparedWithAPatternInATimeThatDoesNotExplode) {
+    Catalogue catalogue;
+    catalogue.AddDatabase(std::string(60, 'a') + "b");
+    catalogue.AddDatabase("tw_7");
+    std::string pattern;
+    for (int i = 0; i < 30; ++i) {
+        pattern += "%a";
+    }
+    EXPECT_THAT(catalogue.Run("SHOW DATABASES LIKE '" + pattern + "';").rows, SizeIs(0));
+    EXPECT_THAT(catalogue.Run("SHOW DATABASES LIKE '" + pattern + "b';").rows, SizeIs(1));
+    EXPECT_THAT(catalogue.Run("SHOW DATABASES LIKE 't__%7%';").rows, SizeIs(1));
+    EXPECT_THAT(catalogue.Run("SHOW DATABASES LIKE 't___7';").rows, SizeIs(0));
 }
 
 TEST(Catalogues, ThatAreCopiedShareTablesUntilOneChanges) {
