@@ -1,0 +1,69 @@
+-- An installation at 1.0045: the tables that differ from the version before it. Never changed.
+-- table tw_1.email
+CREATE TABLE tw_1.`email` (
+  `emailid` int(11) NOT NULL AUTO_INCREMENT,
+  `featureid` int(11) NOT NULL DEFAULT 0,
+  `type` varchar(50) NOT NULL DEFAULT '',
+  `fromlist` varchar(255) DEFAULT NULL,
+  `tolist` longtext DEFAULT NULL,
+  `cclist` longtext DEFAULT NULL,
+  `bcclist` longtext DEFAULT NULL,
+  `subject` varchar(255) DEFAULT NULL,
+  `message` longtext DEFAULT NULL,
+  `ishtml` tinyint(1) NOT NULL DEFAULT 0,
+  PRIMARY KEY (`emailid`),
+  KEY `featureid_idx` (`featureid`)
+) ENGINE=InnoDB AUTO_INCREMENT=8 DEFAULT CHARSET=utf8mb4 COLLATE=utf8mb4_general_ci;
+INSERT INTO tw_1.email VALUES
+(1,15,'resetpassword','admin@www.site1.example','&lt;#User.email#&gt;','','','Your new password','Dear &lt;#User.name#&gt;,\r\nit\'s "&lt;#Password#&gt;".',0),
+(2,6,'orderconfirmation','Abbey Print Shop &lt;shop@www.site1.example&gt;','&lt;#OrderDetails:Name=E-mail,Id=billingemail#&gt;','','','Order &lt;#OrderDetails:Name=Order number,Id=orderid#&gt;','&lt;b&gt;Thank you&lt;/b&gt;, &lt;#OrderDetails:Name=Customer,Id=billingname#&gt;!\r\nTotal: &lt;#OrderDetails:Name=Total,Id=total#&gt;\r\nNote: &lt;#OrderDetails:Name=Gift note,Id=giftnote#&gt;',0),
+(3,6,'postorderpayment','shop@www.site1.example','&lt;#Embed.17.12:E-mail#&gt;','','accounts@www.site1.example','Payment received','We received &lt;#OrderDetails:Name=Amount,Id=paymentamount#&gt;.',0),
+(4,6,'postorderpayment','shop@www.site1.example','accounts@www.site1.example','','','A payment came in','C:\\orders\\&lt;#Embed.17.0:Order number#&gt;.txt',0),
+(5,7,'formnotification','','','','','','',0),
+(6,14,'postorderpayment','trade@www.site1.example','trade@www.site1.example','','','Trade payment','Paid.',0),
+(7,5,'resetpassword','','','','','Reset your password','Somebody has asked for a new password for your account on this site.\r\n\r\nIf it was not you, please ignore this e-mail: your password stays as it is.\r\n',0);
+-- table tw_1.formtemplateinstance
+CREATE TABLE tw_1.`formtemplateinstance` (
+  `instanceid` int(11) NOT NULL AUTO_INCREMENT,
+  `featureid` int(11) NOT NULL DEFAULT 0,
+  `queryid` int(11) NOT NULL DEFAULT 0,
+  `viewid` int(11) NOT NULL DEFAULT 0,
+  `logsearchdetails` tinyint(1) NOT NULL DEFAULT 0,
+  `enableajax` tinyint(1) NOT NULL DEFAULT 0,
+  `ajaxchannels` varchar(100) NOT NULL DEFAULT '',
+  `ajaxinitialrecords` tinyint(1) NOT NULL DEFAULT -1,
+  PRIMARY KEY (`instanceid`),
+  KEY `featureid_idx` (`featureid`)
+) ENGINE=InnoDB AUTO_INCREMENT=3 DEFAULT CHARSET=utf8mb4 COLLATE=utf8mb4_general_ci;
+INSERT INTO tw_1.formtemplateinstance VALUES
+(1,18,1,1,0,0,'',-1),
+(2,19,2,2,0,0,'',-1);
+-- table tw_1.text
+CREATE TABLE tw_1.`text` (
+  `textid` int(11) NOT NULL AUTO_INCREMENT,
+  `featureid` int(11) NOT NULL DEFAULT 0,
+  `subfeatureid` int(11) NOT NULL DEFAULT 0,
+  `texttype` int(11) NOT NULL DEFAULT 0,
+  `text` longtext DEFAULT NULL,
+  `previoustext` longtext DEFAULT NULL,
+  PRIMARY KEY (`textid`),
+  KEY `featureid_idx` (`featureid`)
+) ENGINE=InnoDB AUTO_INCREMENT=18 DEFAULT CHARSET=utf8mb4 COLLATE=utf8mb4_general_ci;
+INSERT INTO tw_1.text VALUES
+(1,1,0,0,'<h1>Welcome to Abbey Print Shop</h1><p>Books by the sea since 1974.</p>','<h1>Welcome</h1>'),
+(2,2,0,0,'&nbsp;',NULL),
+(3,3,0,0,NULL,NULL),
+(4,4,0,0,'<p>We deliver within three days.\r\nIt\'s free above £50.</p>',NULL),
+(5,5,2,0,'<p>Old log-in text</p>','<p>Older log-in text</p>'),
+(6,7,0,0,'<p>Write to us.</p>',NULL),
+(7,7,1,0,'<p>Thank you.</p>',NULL),
+(8,7,2,0,'<p>Please fill in every field.</p>',NULL),
+(9,21,2,20,'<p>No book found.</p>',NULL),
+(10,21,2,7,'<p>A text of another type.</p>',NULL),
+(11,10,0,22,'<p>You searched for: books found</p>',NULL),
+(12,10,1,22,'<p>You searched for: books found</p>',NULL),
+(13,18,0,0,'<p><#Embed.18.1:Title#> &lt;#Embed.18.2:Related books#&gt; <#Embed.18.3:Series#></p>','<p><#Embed.18.2:Related#></p>'),
+(14,18,1,0,'<table><tr><td><#Embed.18.2:Related books#></td></tr></table>',NULL),
+(15,18,2,20,'',NULL),
+(16,19,0,0,'<p><#Embed.19.4:Publisher#> <#Embed.19.2:Not of this page#> <#E-Embed.19.3:E-mail code#></p>',NULL),
+(17,19,2,5,'<p>Chosen view</p>',NULL);

@@ -1,0 +1,23 @@
+-- An installation at 1.0052: the tables that differ from the version before it. Never changed.
+-- table tw_1.formtemplatefield
+CREATE TABLE tw_1.`formtemplatefield` (
+  `formtemplatefieldid` int(11) NOT NULL AUTO_INCREMENT,
+  `featureid` int(11) NOT NULL DEFAULT 0,
+  `queryfieldid` int(11) NOT NULL DEFAULT 0,
+  `linkformtemplatefieldid` int(11) NOT NULL DEFAULT 0,
+  `sequence` int(11) NOT NULL DEFAULT 0,
+  `linktype` int(11) NOT NULL DEFAULT 0,
+  `hovertype` int(11) NOT NULL DEFAULT 0,
+  `hovertarget` varchar(100) NOT NULL DEFAULT '',
+  `hoverqueryfieldid` int(11) NOT NULL DEFAULT 0,
+  `hovernewwin` tinyint(1) NOT NULL DEFAULT 0,
+  `hoverallparams` tinyint(1) NOT NULL DEFAULT -1,
+  `prefix` varchar(100) NOT NULL DEFAULT '',
+  `suffix` varchar(100) NOT NULL DEFAULT '',
+  PRIMARY KEY (`formtemplatefieldid`)
+) ENGINE=InnoDB AUTO_INCREMENT=5 DEFAULT CHARSET=utf8mb4 COLLATE=utf8mb4_general_ci;
+INSERT INTO tw_1.formtemplatefield VALUES
+(1,18,1,0,1,0,0,'',0,0,-1,'',''),
+(2,18,2,1,2,1,0,'',0,0,-1,'',''),
+(3,18,3,0,3,0,0,'',0,0,-1,'',''),
+(4,19,4,0,1,0,0,'',0,0,-1,'','');

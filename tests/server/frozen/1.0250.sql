@@ -1,0 +1,1 @@
+-- An installation at 1.0250: the tables that differ from the version before it. Never changed.
