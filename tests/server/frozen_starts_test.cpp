@@ -232,9 +232,11 @@ const std::vector<OtherEnd>& OtherEnds() {
         // and 1.0223, which writes into the central database.
         {1.0223, kNever, "tw_tarnwick.accountpayment 2: cartorderid 1 -> 0"},
         {1.0223, kNever, "tw_tarnwick.accountpayment 3: cartorderid 2 -> 0"},
-        // The parameters of lookup feeds are made from fields that know their page already.
-        {1.0231, 1.0244, "tw_1.externallookupfeedparam 1: featureid 0 -> 16"},
-        {1.0231, 1.0244, "tw_1.externallookupfeedparam 2: featureid 0 -> 16"},
+        // The content step 1.0229 gives the fields of lookup feeds their page; the schema
+        // step 1.0233
+        // makes the parameters of these fields, and runs before it from all earlier starts.
+        {1.0229, 1.0233, "tw_1.externallookupfeedparam 1: featureid 0 -> 16"},
+        {1.0229, 1.0233, "tw_1.externallookupfeedparam 2: featureid 0 -> 16"},
     };
     return kEnds;
 }
