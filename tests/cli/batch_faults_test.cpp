@@ -15,6 +15,7 @@
 #include "cli/shops_fixture.h"
 #include "support/given_numbers.h"
 #include "support/snapshot.h"
+#include "support/trials.h"
 #include "support/versions.h"
 #include "twupdate_host/mariadb_utility.h"
 
@@ -171,7 +172,8 @@ TEST_F(BatchFaults, AtAnyMomentTheProgramOrTheServerIsKilled) {
     using Clock = std::chrono::steady_clock;
     constexpr int kKills = 50;
     for (const bool isServer : {false, true}) {
-        std::map<std::string, int> ends;
+        Trials trials(std::string("--batch: the ") + (isServer ? "server" : "program") +
+                      " is killed, and the command repeated");
         for (const std::string jobs : {"1", "4"}) {
             MakeAgain();
             const auto begin = Clock::now();
@@ -180,19 +182,16 @@ TEST_F(BatchFaults, AtAnyMomentTheProgramOrTheServerIsKilled) {
                 std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
             for (int kill = 0; kill < kKills / 2; ++kill) {
                 const auto moment = whole * (2 * kill + 1) / kKills;
+                trials.Next();
                 SCOPED_TRACE(fmt::format("{} killed after {} us, {} jobs",
                                          isServer ? "server" : "program", moment.count(), jobs));
                 MakeAgain();
                 Program run(With(Upgrade(true, jobs)));
                 usleep(static_cast<useconds_t>(moment.count()));
                 const Outcome end = Kill(run, isServer);
-                ++ends[end.status == 0 ? "after the end" : "killed"];
                 EXPECT_THAT(end.status, testing::AnyOf(0, 7, 128 + SIGKILL)) << end.err;
                 ExpectResumed(Upgrade(kill % 2 == 0, jobs));
             }
-        }
-        for (const auto& [end, count] : ends) {
-            std::cout << (isServer ? "server " : "program ") << end << ": " << count << '\n';
         }
     }
 }

@@ -13,6 +13,7 @@
 #include "known_harms.h"
 #include "sample_installation.h"
 #include "support/given_numbers.h"
+#include "support/trials.h"
 #include "twupdate_host/batching_utility.h"
 
 namespace twupdate::test {
@@ -292,12 +293,13 @@ TEST_F(BatchingOnServer, SitesOfEachStartEndAsInThePlainRun) {
     }
     const std::size_t stride = Soak() ? 1 : 31;
     std::size_t number = 0;
-    std::size_t tried = 0;
+    Trials trials("--batch against the usual run: a site of each start, full and bare");
     for (const double version : starts) {
         if (number++ % stride != 0) {
             continue;
         }
         for (const Groups& groups : {sample::AllGroups(), BareGroups()}) {
+            trials.Next();
             SCOPED_TRACE(std::to_string(version) + (groups.empty() ? " bare" : " full"));
             Make(groups, version);
             Upgrade(1, version);
@@ -305,10 +307,8 @@ TEST_F(BatchingOnServer, SitesOfEachStartEndAsInThePlainRun) {
             Make(groups, version);
             UpgradeBatched(Batched(), version);
             ExpectSame(expected, EndNow());
-            ++tried;
         }
     }
-    std::cout << starts.size() << " starts, sites upgraded both ways: " << tried << '\n';
 }
 
 // Those of the site as it was; tables that steps create may be of another engine.
@@ -342,8 +342,9 @@ TEST_F(BatchingOnServer, AnInterruptionLeavesWhatThePlainRunLeavesAtSomeStatemen
         RecordThePlainRun();
     }
     const std::size_t stride = Soak() ? 1 : whole.server->Calls() / 7;
-    std::size_t tried = 0;
+    Trials trials("--batch: the program ends at a statement; state as of the usual run");
     for (std::size_t n = stride; n <= whole.server->Calls(); n += stride) {
+        trials.Next();
         Make(sample::AllGroups(), 1.0);
         Run run = Batched();
         run.server->FailAt(n, FaultyUtility::kBefore);
@@ -353,10 +354,8 @@ TEST_F(BatchingOnServer, AnInterruptionLeavesWhatThePlainRunLeavesAtSomeStatemen
         run.host.reset();
         run.server.reset();  // and with it its connection
         ExpectLeftByThePlainRun(upTo, StateOfAll());
-        ++tried;
     }
-    std::cout << "interruptions tried: " << tried << '\n';
-    EXPECT_GE(tried, 7U);
+    EXPECT_GE(trials.Number(), 7U);
 }
 
 // An error: what was done before it is done, and it names the statement of the plain run. With a
@@ -377,7 +376,9 @@ TEST_F(BatchingOnServer, AnErrorLeavesWhatThePlainRunLeavesAtItsStatement) {
     if (Soak()) {
         RecordThePlainRun();
     }
+    Trials trials("--batch: a statement fails; state as of the usual run");
     for (const std::size_t n : chosen) {
+        trials.Next();
         SCOPED_TRACE(std::to_string(n) + ": " + log[n - 1]);
         Make(sample::AllGroups(), 1.0);
         Run run = Batched();
@@ -392,7 +393,6 @@ TEST_F(BatchingOnServer, AnErrorLeavesWhatThePlainRunLeavesAtItsStatement) {
         run.server.reset();
         ExpectLeftByThePlainRun(upTo, StateOfAll());
     }
-    std::cout << "errors tried: " << chosen.size() << '\n';
 }
 
 // By errors and ends of the program in turn, and repeats of both kinds. Where the plain run is
@@ -410,7 +410,9 @@ TEST_F(BatchingOnServer, AfterAnInterruptionARepeatEndsAsIfThereHadBeenNone) {
     const std::size_t stride = Soak() ? 1 : whole.server->Calls() / 6;
     std::map<std::string, std::size_t> ends;
     std::size_t turn = 0;
+    Trials trials("--batch: a statement fails or the program ends, and the site is upgraded again");
     for (std::size_t n = stride; n <= whole.server->Calls(); n += stride) {
+        trials.Next();
         Make(groups, 1.0);
         Run run = Batched();
         run.server->FailAt(n, FaultyUtility::kBefore);

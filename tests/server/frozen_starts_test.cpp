@@ -14,6 +14,7 @@
 
 #include "sample_installation.h"
 #include "support/expected_file.h"
+#include "support/trials.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -280,17 +281,16 @@ TEST_F(FrozenStarts, EndAlike) {
 
     const std::vector<double> versions = StartingVersions();
     const std::size_t stride = Soak() ? 1 : 10;
-    std::size_t starts = 1;
+    Trials trials("frozen installations of each start: the end of their upgrade");
     for (std::size_t i = stride; i < versions.size(); i += stride) {
+        trials.Next();
         SCOPED_TRACE(VersionName(versions[i]));
         Load(versions[i]);
         UpgradeInstallation();
         ExpectVerified();
         EXPECT_THAT(Changes(expected, AllRows()),
                     testing::UnorderedElementsAreArray(OtherEndsFrom(versions[i])));
-        ++starts;
     }
-    std::cout << "frozen starts upgraded: " << starts << " of " << versions.size() << "\n";
 }
 
 }  // namespace

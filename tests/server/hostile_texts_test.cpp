@@ -6,6 +6,7 @@
 
 #include "sample_installation.h"
 #include "sql_tokens.h"
+#include "support/trials.h"
 #include "support/versions.h"
 
 namespace twupdate::test {
@@ -207,7 +208,9 @@ TEST_F(HostileTexts, ChangeNoStatement) {
     std::set<std::string> filled;
     std::size_t pairs = 0;
     statements_ = 0;
+    Trials trials("hostile texts in all text columns: shapes of the statements of a whole upgrade");
     for (std::size_t run = 0; run < groups * rounds; ++run) {
+        trials.Next();
         Make(kCollations[run % std::size(kCollations)]);
         const auto columns = TextColumns();
         std::string trace;
