@@ -233,9 +233,8 @@ const std::vector<OtherEnd>& OtherEnds() {
         // and 1.0223, which writes into the central database.
         {1.0223, kNever, "tw_tarnwick.accountpayment 2: cartorderid 1 -> 0"},
         {1.0223, kNever, "tw_tarnwick.accountpayment 3: cartorderid 2 -> 0"},
-        // The content step 1.0229 gives the fields of lookup feeds their page; the schema
-        // step 1.0233
-        // makes the parameters of these fields, and runs before it from all earlier starts.
+        // The content step 1.0229 gives the fields of lookup feeds their page; the schema step
+        // 1.0233 makes parameters from them, before it when a site starts earlier.
         {1.0229, 1.0233, "tw_1.externallookupfeedparam 1: featureid 0 -> 16"},
         {1.0229, 1.0233, "tw_1.externallookupfeedparam 2: featureid 0 -> 16"},
     };
