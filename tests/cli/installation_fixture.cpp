@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "cli/server/layout.h"
+#include "support/without_waits.h"
 #include "twupdate_host/mariadb_utility.h"
 
 namespace twupdate::test {
@@ -89,6 +90,7 @@ void CliServer::Start(const std::vector<std::string>& options) {
     server.fast = true;
     server.serverOptions = redoLog_->ServerOptions();
     server.serverOptions.insert(server.serverOptions.end(), options.begin(), options.end());
+    const WithoutWaits none;
     server_ = std::make_unique<host::PrivateServer>(*folder_ / "server", server);
 }
 

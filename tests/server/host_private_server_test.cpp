@@ -141,9 +141,8 @@ TEST(PrivateServer, IsDurableUnlessSpeedIsAskedFor) {
     const PrivateServer fast(folder / "data", kFast);
     // Given to the system at every commit: what was committed outlives a killed server.
     EXPECT_EQ(Cell(fast, "SELECT @@innodb_flush_log_at_trx_commit"), "2");
-    // So do pages that were half written, and the redo log in /dev/shm.
+    // So do pages that were half written.
     EXPECT_EQ(Cell(fast, "SELECT @@innodb_doublewrite"), "1");
-    EXPECT_EQ(Cell(fast, "SELECT @@innodb_log_file_mmap"), "0");
 }
 
 TEST(PrivateServer, TakesFurtherOptionsLast) {

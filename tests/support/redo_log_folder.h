@@ -9,7 +9,7 @@ namespace twupdate::test {
 
 /// A folder for the redo log of a server whose data is in memory. In /dev/shm the server maps its
 /// redo log into memory, whatever its settings say, and a kill may leave the log torn. On a disk it
-/// writes the log; without waiting for the disk, that is as fast.
+/// writes the log; started WithoutWaits (without_waits.h), it is as fast.
 class RedoLogFolder {
   public:
     std::vector<std::string> ServerOptions() const {

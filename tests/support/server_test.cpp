@@ -13,6 +13,7 @@
 
 #include "support/redo_log_folder.h"
 #include "support/update_test_peer.h"
+#include "support/without_waits.h"
 
 namespace twupdate::test {
 namespace {
@@ -38,6 +39,7 @@ class ServerEnvironment : public testing::Environment {
             options.fast = true;
             redoLog_.emplace();
             options.serverOptions = redoLog_->ServerOptions();
+            const WithoutWaits none;
             server_ = std::make_unique<host::PrivateServer>(Folder() / "data", options);
         }
         return *server_;
