@@ -6,35 +6,11 @@
 #include <limits>
 #include <utility>
 
+#include "like.h"
 #include "sql_tokens.h"
 
 namespace twupdate::host {
 namespace {
-
-/// LIKE without an escape character: '%' is any text, '_' any one character.
-bool IsLike(std::string_view text, std::string_view pattern) {
-    std::size_t at = 0;
-    std::size_t wanted = 0;
-    // Only the last '%' need ever take more text: what lies before it has been found.
-    std::optional<std::size_t> any;
-    std::size_t taken = 0;
-    while (at < text.size()) {
-        if (wanted < pattern.size() && pattern[wanted] == '%') {
-            any = wanted++;
-            taken = at;
-        } else if (wanted < pattern.size() &&
-                   (pattern[wanted] == '_' || pattern[wanted] == text[at])) {
-            ++wanted;
-            ++at;
-        } else if (any) {
-            wanted = *any + 1;
-            at = ++taken;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('%', wanted) == std::string_view::npos;
-}
 
 template <typename Named>
 auto FindNamed(Named& items, std::string_view name) {

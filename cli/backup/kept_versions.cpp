@@ -42,25 +42,23 @@ std::optional<SiteVersions> KeptVersions(const fs::path& folder) {
     if (!fs::exists(file)) {
         return std::nullopt;
     }
+    const CommandError unreadable(Named(file) + ", cannot be read; nothing was restored");
     try {
         std::ifstream stream(file);
         SiteVersions versions;
-        bool areNumbers = true;
         for (const auto& line : nlohmann::json::parse(stream)) {
             const auto& siteId = line.at("site");
             const auto& version = line.at("version");
-            areNumbers = areNumbers && siteId.is_number_integer() &&
-                         siteId.get<std::int64_t>() > 0 && version.is_number();
-            if (areNumbers) {
-                versions[siteId.get<std::int64_t>()] = version.get<double>();
+            if (!siteId.is_number_integer() || siteId.get<std::int64_t>() <= 0 ||
+                !version.is_number()) {
+                throw unreadable;
             }
+            versions[siteId.get<std::int64_t>()] = version.get<double>();
         }
-        if (areNumbers) {
-            return versions;
-        }
-    } catch (const nlohmann::json::exception&) {  // the same
+        return versions;
+    } catch (const nlohmann::json::exception&) {
+        throw unreadable;
     }
-    throw CommandError(Named(file) + ", cannot be read; nothing was restored");
 }
 
 void RemoveKeptVersions(const fs::path& folder) {

@@ -8,38 +8,10 @@
 
 #include "cli/server/server_errors.h"
 #include "cli/terminal/text.h"
+#include "host/like.h"
 
 namespace twupdate::cli {
 namespace {
-
-/// LIKE as the server uses it for the databases of a grant.
-bool Matches(std::string_view pattern, std::string_view name) {
-    std::size_t at = 0;
-    std::size_t wanted = 0;
-    // Only the last "%" need ever take more of the name: what lies before it has been found.
-    std::optional<std::size_t> any;
-    std::size_t taken = 0;
-    while (at < name.size()) {
-        if (wanted < pattern.size() && pattern[wanted] == '%') {
-            any = wanted++;
-            taken = at;
-            continue;
-        }
-        const bool escaped = wanted + 1 < pattern.size() && pattern[wanted] == '\\';
-        const std::size_t letter = wanted + (escaped ? 1 : 0);
-        if (letter < pattern.size() &&
-            (pattern[letter] == name[at] || (!escaped && pattern[letter] == '_'))) {
-            wanted = letter + 1;
-            ++at;
-        } else if (any) {
-            wanted = *any + 1;
-            at = ++taken;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('%', wanted) == std::string_view::npos;
-}
 
 /// Orders patterns as the server does: those without "%" come first, then those that need more
 /// characters, then those with fewer of any value.
@@ -179,7 +151,8 @@ bool Grants::OnDatabase(const std::string& database, std::string_view privilege)
     std::map<Grant::Grantee, std::string> taken;
     return Globally(privilege) ||
            std::any_of(grants_.begin(), grants_.end(), [&](const Grant& grant) {
-               if (grant.IsGlobal() || grant.table != "*" || !Matches(grant.pattern, database)) {
+               if (grant.IsGlobal() || grant.table != "*" ||
+                   !host::IsLike(database, grant.pattern, '\\')) {
                    return false;
                }
                const auto& pattern = taken.emplace(grant.grantee, grant.pattern).first->second;
